@@ -1,0 +1,55 @@
+// The choice among the compiled kernel sets: once, at the first call.
+#include "modelcore/linalg/kernels/Kernels.h"
+
+#include <vector>
+
+namespace MCMath_930::internal {
+
+namespace baseline {
+extern const KernelTable kTable;
+}
+#ifdef MODELCORE_KERNELS_V3
+namespace v3 {
+extern const KernelTable kTable;
+}
+#endif
+
+namespace {
+
+std::vector<const KernelTable*> FindUsable()
+{
+    std::vector<const KernelTable*> usable{&baseline::kTable};
+#ifdef MODELCORE_KERNELS_V3
+    // What g++ and clang assume for x86-64-v3, as far as a kernel can be made to use it.
+    __builtin_cpu_init();
+    if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") && __builtin_cpu_supports("bmi") &&
+        __builtin_cpu_supports("bmi2"))
+        usable.push_back(&v3::kTable);
+#endif
+    return usable;
+}
+
+} // namespace
+
+constinit std::atomic<const KernelTable*> activeKernels{nullptr};
+
+std::span<const KernelTable* const> UsableKernelTables()
+{
+    static const std::vector<const KernelTable*> usable = FindUsable();
+    return usable;
+}
+
+void OverrideKernels(const KernelTable* table)
+{
+    activeKernels.store(table, std::memory_order_relaxed);
+}
+
+// Threads that meet here first all store the same pointer, so a relaxed store is enough.
+const KernelTable& ChooseKernels()
+{
+    const KernelTable* const fastest = UsableKernelTables().back();
+    activeKernels.store(fastest, std::memory_order_relaxed);
+    return *fastest;
+}
+
+} // namespace MCMath_930::internal

@@ -1,0 +1,46 @@
+// The inner loops that linalg, matrix and accumulators share, compiled once per instruction set.
+//
+// A kernel takes raw pointers and counts, allocates nothing and checks nothing. Its comment says what bits it promises:
+// every version of a kernel gives the same bits, because vectors run across independent elements and never across the
+// terms of one sum. Callers use the free functions at the end; which version runs is decided here and nowhere else.
+#pragma once
+
+#include "modelcore/modelcore_export.h"
+
+#include <atomic>
+#include <cstddef>
+#include <span>
+
+namespace MCMath_930::internal {
+
+/// One complete set of kernels, compiled for one instruction set.
+struct KernelTable {
+    const char* name;
+
+    void (*addScaled)(double* y, double c, const double* x, std::size_t count);
+};
+
+/// The sets compiled into this binary that this processor can run, the plain one first, the fastest last.
+MODELCORE_EXPORT std::span<const KernelTable* const> UsableKernelTables();
+
+/// Test hook: makes every later kernel call use the given set; nullptr goes back to the fastest one. Not for use while
+/// other threads are inside kernels.
+MODELCORE_EXPORT void OverrideKernels(const KernelTable* table);
+
+MODELCORE_EXPORT extern std::atomic<const KernelTable*> activeKernels;
+MODELCORE_EXPORT const KernelTable& ChooseKernels();
+
+inline const KernelTable& Kernels()
+{
+    const KernelTable* const table = activeKernels.load(std::memory_order_relaxed);
+    return table != nullptr ? *table : ChooseKernels();
+}
+
+/// y[j] += c * x[j] for j in [0, count). Two roundings per element and no sum across elements, so every vector width
+/// gives the same bits. x and y must not overlap.
+inline void AddScaled(double* y, double c, const double* x, std::size_t count)
+{
+    Kernels().addScaled(y, c, x, count);
+}
+
+} // namespace MCMath_930::internal

@@ -1,0 +1,6 @@
+#include "modelcore/modelcore.h"
+
+int main()
+{
+    return 0;
+}
