@@ -6,7 +6,7 @@
 #error "KernelBodies.h is included by the KernelsFor*.cpp sources only"
 #endif
 
-#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/linalg/kernels/KernelTable.h"
 
 namespace MCMath_930::internal::MODELCORE_KERNEL_SET {
 

@@ -5,6 +5,7 @@
 // terms of one sum. Callers use the free functions at the end; which version runs is decided here and nowhere else.
 #pragma once
 
+#include "modelcore/linalg/kernels/KernelTable.h"
 #include "modelcore/modelcore_export.h"
 
 #include <atomic>
@@ -12,13 +13,6 @@
 #include <span>
 
 namespace MCMath_930::internal {
-
-/// One complete set of kernels, compiled for one instruction set.
-struct KernelTable {
-    const char* name;
-
-    void (*addScaled)(double* y, double c, const double* x, std::size_t count);
-};
 
 /// The sets compiled into this binary that this processor can run, the plain one first, the fastest last.
 MODELCORE_EXPORT std::span<const KernelTable* const> UsableKernelTables();

@@ -1,0 +1,15 @@
+// The table of kernels. The sources compiled for special instruction sets see this header and no other.
+#pragma once
+
+#include <cstddef>
+
+namespace MCMath_930::internal {
+
+/// One complete set of kernels, compiled for one instruction set.
+struct KernelTable {
+    const char* name;
+
+    void (*addScaled)(double* y, double c, const double* x, std::size_t count);
+};
+
+} // namespace MCMath_930::internal
