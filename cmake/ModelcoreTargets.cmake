@@ -32,3 +32,14 @@ function(modelcore_add_tests folder)
   target_link_libraries(${target} PRIVATE modelcore::modelcore GTest::gmock GTest::gtest_main)
   gtest_discover_tests(${target} TEST_PREFIX "${folder}." DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
 endfunction()
+
+# One benchmark program: modelcore_add_benchmark(LinpackBench openblas ...) builds benchmarks/LinpackBench.cpp with the
+# peers it names. Peers are header-only or linked here; the library never sees them.
+function(modelcore_add_benchmark name)
+  add_executable(${name} ${name}.cpp)
+  modelcore_target_defaults(${name})
+  # Peers' headers are full of conversions; the warnings of ours are seen in the other programs.
+  target_compile_options(${name} PRIVATE -Wno-conversion -Wno-sign-conversion -Wno-shadow -march=native)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/benchmarks)
+  target_link_libraries(${name} PRIVATE modelcore::modelcore benchmark::benchmark ${ARGN})
+endfunction()
