@@ -34,12 +34,12 @@ function(modelcore_add_tests folder)
 endfunction()
 
 # One benchmark program: modelcore_add_benchmark(LinpackBench openblas ...) builds benchmarks/LinpackBench.cpp with the
-# peers it names. Peers are header-only or linked here; the library never sees them.
+# peers it names; the source defines RegisterContenders (benchmarks/support/PeerTable.h). Peers are header-only or linked here; the library never sees them.
 function(modelcore_add_benchmark name)
   add_executable(${name} ${name}.cpp)
   modelcore_target_defaults(${name})
   # Peers' headers are full of conversions; the warnings of ours are seen in the other programs.
   target_compile_options(${name} PRIVATE -Wno-conversion -Wno-sign-conversion -Wno-shadow -march=native)
-  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/benchmarks)
-  target_link_libraries(${name} PRIVATE modelcore::modelcore benchmark::benchmark ${ARGN})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${name} PRIVATE modelcore::modelcore peer_table ${ARGN})
 endfunction()
