@@ -36,6 +36,29 @@ TEST(Kernels, EveryVersionEqualsThePlainLoopBitForBit)
     }
 }
 
+TEST(Kernels, OuterProductsAddTheirTermsInOrder)
+{
+    TestRandom random(8);
+    for (const std::size_t order : {0u, 1u, 2u, 5u, 19u})
+        for (const std::size_t count : {0u, 1u, 7u, 8u, 9u, 27u}) {
+            const std::vector<double> left = random.Vector(order * count, -2.0, 2.0);
+            const std::vector<double> right = random.Vector(order * count, -2.0, 2.0);
+            const std::vector<double> start = random.Vector(order * (order + 1) / 2, -1e3, 1e-3);
+            std::vector<double> expected = start;
+            for (std::size_t i = 0, at = 0; i < order; ++i)
+                for (std::size_t j = 0; j <= i; ++j, ++at)
+                    for (std::size_t k = 0; k < count; ++k) {
+                        volatile double product = left[k * order + i] * right[k * order + j];
+                        expected[at] += product;
+                    }
+            ForEachKernelSet([&] {
+                std::vector<double> packed = start;
+                AddOuterProducts(packed.data(), order, left.data(), right.data(), count);
+                EXPECT_TRUE(SameBits(packed, expected)) << "order " << order << ", count " << count;
+            });
+        }
+}
+
 TEST(Kernels, OverrideIsSeenAndTakenBack)
 {
     const KernelTable* const plain = UsableKernelTables().front();

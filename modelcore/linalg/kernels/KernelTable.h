@@ -10,6 +10,8 @@ struct KernelTable {
     const char* name;
 
     void (*addScaled)(double* y, double c, const double* x, std::size_t count);
+    void (*addOuterProducts)(double* packed, std::size_t order, const double* left, const double* right,
+                             std::size_t count);
 };
 
 } // namespace MCMath_930::internal

@@ -37,4 +37,13 @@ inline void AddScaled(double* y, double c, const double* x, std::size_t count)
     Kernels().addScaled(y, c, x, count);
 }
 
+/// packed(i,j) += left[k][i] * right[k][j] for k = 0 .. count-1 in this order and all j <= i < order. packed is a lower
+/// triangle row by row; left and right hold count rows of order values. Each product is rounded before it is added,
+/// and each element adds its own terms in the order of k, so any grouping of elements or calls gives the same bits.
+inline void AddOuterProducts(double* packed, std::size_t order, const double* left, const double* right,
+                             std::size_t count)
+{
+    Kernels().addOuterProducts(packed, order, left, right, count);
+}
+
 } // namespace MCMath_930::internal

@@ -1,0 +1,141 @@
+#include "modelcore/accumulators/MCMeansXProdData.h"
+
+#include "modelcore/common/MCDisplay.h"
+#include "modelcore/linalg/kernels/Kernels.h"
+
+#include <algorithm>
+
+namespace MCMath_930 {
+
+MCMeansXProdData::MCMeansXProdData(int p, bool intercept) : fbIntercept(intercept)
+{
+    SetNVars(p);
+}
+
+MCMeansXProdData::~MCMeansXProdData() = default;
+
+bool MCMeansXProdData::SetNVars(int p)
+{
+    MCSymMatrix xProds;
+    if (!xProds.SetNRows(p)) return false;
+    fvMeans.assign(static_cast<std::size_t>(p), 0.0);
+    fXProds = std::move(xProds);
+    fnVars = p;
+    fdNCases = 0.0;
+    return true;
+}
+
+void MCMeansXProdData::Clear()
+{
+    fdNCases = 0.0;
+    std::fill(fvMeans.begin(), fvMeans.end(), 0.0);
+    fXProds.ZeroOut();
+}
+
+void MCMeansXProdData::UpdateXX(const std::vector<double>& x, double f)
+{
+    const std::size_t p = fvMeans.size();
+    std::vector<double> work(2 * p);
+    double* const deviation = work.data();
+    double* const scaled = deviation + p;
+    for (std::size_t i = 0; i < p; ++i) {
+        deviation[i] = fbIntercept ? x[i] - fvMeans[i] : x[i];
+        scaled[i] = f * deviation[i];
+    }
+    internal::AddOuterProducts(fXProds.GetPtr(), p, scaled, deviation, 1);
+}
+
+bool MCMeansXProdData::AddCase(const std::vector<double>& x, double w)
+{
+    if (x.size() < fvMeans.size()) return false;
+    if (w == 0.0) return true; // in an empty accumulator w/W' would be 0/0
+    const double total = fdNCases + w;
+    UpdateXX(x, fbIntercept ? fdNCases * w / total : w);
+    const double share = w / total;
+    for (std::size_t i = 0; i < fvMeans.size(); ++i) fvMeans[i] += (x[i] - fvMeans[i]) * share;
+    fdNCases = total;
+    return true;
+}
+
+bool MCMeansXProdData::DeleteCase(const std::vector<double>& x, double w)
+{
+    if (x.size() < fvMeans.size()) return false;
+    if (w == 0.0) return true;
+    const double rest = fdNCases - w;
+    const double drop = -(w / rest);
+    const double keep = fdNCases / rest;
+    for (std::size_t i = 0; i < fvMeans.size(); ++i) fvMeans[i] = drop * x[i] + keep * fvMeans[i];
+    UpdateXX(x, -(fbIntercept ? rest * w / fdNCases : w));
+    fdNCases = rest;
+    return true;
+}
+
+bool MCMeansXProdData::Merge(const MCMeansXProdData& other)
+{
+    if (fnVars == 0) {
+        if (!SetNVars(other.fnVars)) return false;
+        fbIntercept = other.fbIntercept;
+    }
+    const bool compatible = fnVars == other.fnVars && fbIntercept == other.fbIntercept;
+    const double total = fdNCases + other.fdNCases;
+    if (!compatible || !(total > 0.0)) return compatible;
+
+    // Distances of both old means from the new ones.
+    const std::size_t p = fvMeans.size();
+    std::vector<double> means(p);
+    std::vector<double> a(p);
+    std::vector<double> b(p);
+    const double share = other.fdNCases / total;
+    for (std::size_t i = 0; i < p; ++i) {
+        means[i] = fvMeans[i] + (other.fvMeans[i] - fvMeans[i]) * share;
+        a[i] = means[i] - fvMeans[i];
+        b[i] = means[i] - other.fvMeans[i];
+    }
+
+    const double* from = other.fXProds.GetPtr();
+    double* to = fXProds.GetPtr();
+    for (std::size_t i = 0; i < p; from += ++i, to += i) {
+        const double ai = fdNCases * a[i];
+        const double bi = other.fdNCases * b[i];
+        if (fbIntercept)
+            for (std::size_t j = 0; j <= i; ++j) to[j] += from[j] + ai * a[j] + bi * b[j];
+        else
+            for (std::size_t j = 0; j <= i; ++j) to[j] += from[j];
+    }
+    fvMeans.swap(means);
+    fdNCases = total;
+    return true;
+}
+
+bool MCMeansXProdData::Merge(const std::vector<MCMeansXProdData*>& others)
+{
+    return Merge(std::vector<const MCMeansXProdData*>(others.begin(), others.end()));
+}
+
+bool MCMeansXProdData::Merge(const std::vector<const MCMeansXProdData*>& others)
+{
+    const auto isEntry = [](const MCMeansXProdData* entry) { return entry != nullptr; };
+    const auto first = std::find_if(others.begin(), others.end(), isEntry);
+    if (first == others.end()) return false;
+    const MCMeansXProdData& model = fnVars == 0 ? **first : *this;
+    const bool compatible = std::all_of(first, others.end(), [&](const MCMeansXProdData* entry) {
+        return entry == nullptr || (entry->fnVars == model.fnVars && entry->fbIntercept == model.fbIntercept);
+    });
+    if (!compatible) return false;
+    return std::all_of(first, others.end(),
+                       [&](const MCMeansXProdData* entry) { return entry == nullptr || Merge(*entry); });
+}
+
+void MCMeansXProdData::Display() const
+{
+    MCDisplay_930::DisplayStart("MCMeansXProdData");
+    MCDisplay_930::Display("Number of variables", fnVars);
+    MCDisplay_930::Display("Intercept indicator", fbIntercept);
+    MCDisplay_930::Display("Weighted number of cases", fdNCases);
+    MCDisplay_930::Display("Vector of means", fvMeans);
+    MCDisplay_930::DisplayLine("Matrix of cross-products:");
+    fXProds.Display();
+    MCDisplay_930::DisplayEnd("MCMeansXProdData");
+}
+
+} // namespace MCMath_930

@@ -1,0 +1,82 @@
+// Weighted count, means and cross products, block by block.
+#pragma once
+
+#include "modelcore/accumulators/MCMeansXProdData.h"
+
+#include <vector>
+
+namespace MCMath_930 {
+
+class MCRectMatrix;
+
+/// MCMeansXProdData fed from blocks of rows.
+///
+/// A block has one row per case: columns 0 to p-1 are the variables, then come the frequency weight, if there is one,
+/// and the regression weight, if there is one; a case weighs their product, or 1 without either. The block must have
+/// exactly these columns. nRows > 0 limits it to its first nRows rows; nRows <= 0, or more than there are, means all.
+///
+/// There are two roads. On the block road, Compute and Update, each block is read twice, once for its means and once
+/// for the deviations from them, and merged exactly with what came before. On the one-pass road, StartUpdateOnePass,
+/// UpdateOnePass for each block and FinishUpdateOnePass, raw sums are kept and centred at the end; it reads each row
+/// once, but loses the digits that means share with raw products, so it suits data whose means are not much larger
+/// than their standard deviations.
+class MODELCORE_EXPORT MCMeansXProducts : public MCMeansXProdData {
+public:
+    /// No variables; with the intercept and a frequency weight.
+    MCMeansXProducts() = default;
+    MCMeansXProducts(int p, bool intercept, bool frequencyWeight, bool regressionWeight);
+    MCMeansXProducts(const MCMeansXProducts& other) = default;
+    MCMeansXProducts& operator=(const MCMeansXProducts& other) = default;
+    ~MCMeansXProducts() override;
+
+    bool IsFrequencyWeight() const { return fbFrequencyWeight; }
+    bool IsRegressionWeight() const { return fbRegressionWeight; }
+
+    /// Replaces what is accumulated by the block X. The mean of a column whose values are all equal is exactly that
+    /// value, so its centred cross products are exactly 0; other means are the weighted sum divided by W. Sums are
+    /// taken row by row; C(i,j) receives (w*(x_i - m_i))*(x_j - m_j) of each row, without the intercept (w*x_i)*x_j.
+    /// A block whose total weight is 0 gives W = 0 with means and cross products 0.
+    /// @return  false, and nothing changed, when X has not the right number of columns
+    bool Compute(const MCRectMatrix& X, int nRows);
+
+    /// Adds the block X: accumulates it as Compute does, then merges what was there before into the result. A block
+    /// whose total weight is 0 changes nothing.
+    /// @return  false, and nothing changed, when X has not the right number of columns
+    bool Update(const MCRectMatrix& X, int nRows);
+
+    /// Begins the block road: forgets all cases.
+    void StartUpdate();
+
+    /// Ends the block road. The results are complete after every Update, so that nothing is left to do.
+    void FinishUpdate();
+
+    /// Begins the one-pass road: sets its sums to 0. Results of before stay until FinishUpdateOnePass.
+    void StartUpdateOnePass();
+
+    /// Adds the block X to the one-pass sums.
+    /// @return  false, and nothing changed, when X has not the right number of columns, or when the number of variables
+    ///          has changed since the last StartUpdateOnePass
+    bool UpdateOnePass(const MCRectMatrix& X, int nRows);
+
+    /// Replaces what is accumulated by the result of the one-pass sums: means m_i = sum_i/W and cross products
+    /// products(i,j) - m_i*sum_j, corrected for the means whatever the intercept flag says; all 0 when the one-pass
+    /// weights sum to 0. The sums stay until the next StartUpdateOnePass.
+    void FinishUpdateOnePass();
+
+    void Display() const override;
+
+private:
+    struct Block;
+
+    bool ReadBlock(const MCRectMatrix& X, int nRows, Block& block) const;
+    void ComputeMeans(const Block& block);
+    static void AddXProds(const Block& block, const double* means, MCSymMatrix& xProds);
+
+    bool fbFrequencyWeight = true;
+    bool fbRegressionWeight = false;
+    double fdOnePassNCases = 0.0;
+    std::vector<double> fvOnePassSums;
+    MCSymMatrix fOnePassXProds;
+};
+
+} // namespace MCMath_930

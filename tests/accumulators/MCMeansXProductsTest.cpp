@@ -1,0 +1,170 @@
+#include "modelcore/accumulators/MCMeansXProducts.h"
+#include "accumulators/MeansTesting.h"
+#include "support/AllKernels.h"
+#include "support/DisplayCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+#include <vector>
+
+using namespace MCMath_930;
+
+namespace {
+
+MCRectMatrix Rows(const MCRectMatrix& block, int first, int count)
+{
+    MCRectMatrix part(count, block.GetNCols());
+    std::vector<double> row;
+    for (int r = 0; r < count; ++r) {
+        block.GetRow(first + r, row);
+        part.SetRow(r, row);
+    }
+    return part;
+}
+
+/// Cross products in the order of the definition: rows outermost, each product rounded before it is added.
+std::vector<double> PlainXProds(const MCRectMatrix& block, int p, const double* means)
+{
+    std::vector<double> products(static_cast<std::size_t>(p) * static_cast<std::size_t>(p + 1) / 2);
+    for (int r = 0; r < block.GetNRows(); ++r) {
+        std::size_t at = 0;
+        for (int i = 0; i < p; ++i)
+            for (int j = 0; j <= i; ++j, ++at) {
+                volatile double product = CaseWeight(block, r, p) * (block.GetElem(r, i) - (means ? means[i] : 0.0));
+                product = product * (block.GetElem(r, j) - (means ? means[j] : 0.0));
+                products[at] += product;
+            }
+    }
+    return products;
+}
+
+} // namespace
+
+TEST(MCMeansXProducts, EveryRoadGivesTheSumsOfTheWhole)
+{
+    TestRandom random(31);
+    for (const bool intercept : {true, false})
+        for (const bool frequency : {true, false})
+            for (const bool regression : {true, false})
+                for (const int p : {1, 3, 12})
+                    for (const int rows : {1, 7, 8, 33, 100}) {
+                        const MCRectMatrix X = RandomBlock(random, rows, p, frequency + regression);
+                        MCMeansXProducts data(p, intercept, frequency, regression);
+                        ASSERT_TRUE(data.Compute(X, 0));
+                        ExpectAccumulated(data, X, p, intercept);
+
+                        const int cut = rows / 3;
+                        data.StartUpdate();
+                        ASSERT_TRUE(data.Update(Rows(X, 0, cut), 0)); // no rows at all when rows = 1
+                        ASSERT_TRUE(data.Update(Rows(X, cut, rows - cut), rows));
+                        data.FinishUpdate();
+                        ExpectAccumulated(data, X, p, intercept);
+
+                        data.StartUpdateOnePass();
+                        ASSERT_TRUE(data.UpdateOnePass(X, cut));
+                        ASSERT_TRUE(data.UpdateOnePass(Rows(X, cut > 0 ? cut : rows, cut > 0 ? rows - cut : 0), -1));
+                        data.FinishUpdateOnePass();
+                        ExpectAccumulated(data, X, p, true);
+                    }
+}
+
+TEST(MCMeansXProducts, XProdsEqualTheDefiningLoopBitForBit)
+{
+    ForEachKernelSet([] {
+        TestRandom random(2);
+        for (const bool intercept : {true, false})
+            for (const int p : {1, 2, 8, 19})
+                for (const int rows : {1, 8, 31, 32, 77}) {
+                    const MCRectMatrix X = RandomBlock(random, rows, p, 2);
+                    MCMeansXProducts data(p, intercept, true, true);
+                    ASSERT_TRUE(data.Compute(X, 0));
+                    const double* const means = intercept ? data.GetMeans().data() : nullptr;
+                    EXPECT_TRUE(SameBits(data.GetXProds().AsSpan(), PlainXProds(X, p, means)));
+                }
+    });
+}
+
+TEST(MCMeansXProducts, AConstantColumnHasItsValueAsMeanAndNoDeviations)
+{
+    TestRandom random(6);
+    MCRectMatrix X = RandomBlock(random, 50, 3, 1);
+    for (int r = 0; r < 50; ++r) X.SetElem(r, 1, 0.1);
+    MCMeansXProducts data(3, true, true, false);
+    ASSERT_TRUE(data.Compute(X, 0));
+    EXPECT_EQ(data.GetMeans()[1], 0.1);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(data.GetXProds().GetElem(1, i), 0.0);
+    ASSERT_TRUE(data.Update(X, 20));
+    EXPECT_EQ(data.GetMeans()[1], 0.1);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(data.GetXProds().GetElem(1, i), 0.0);
+    X.SetElem(49, 1, 0.2);
+    ASSERT_TRUE(data.Compute(X, 0));
+    ExpectAccumulated(data, X, 3, true);
+}
+
+TEST(MCMeansXProducts, RefusalsAndWeightlessBlocksChangeNothing)
+{
+    TestRandom random(9);
+    const MCRectMatrix X = RandomBlock(random, 12, 3, 1);
+    MCMeansXProducts data(3, true, true, false);
+    ASSERT_TRUE(data.Compute(X, 0));
+    const MCMeansXProdData before(data);
+    for (const int cols : {0, 3, 5}) {
+        const MCRectMatrix wrong(4, cols);
+        EXPECT_FALSE(data.Compute(wrong, 0));
+        EXPECT_FALSE(data.Update(wrong, 0));
+        EXPECT_FALSE(data.UpdateOnePass(wrong, 0));
+    }
+    EXPECT_TRUE(SameState(data, before));
+
+    MCRectMatrix weightless(Rows(X, 0, 5));
+    for (int r = 0; r < 5; ++r) weightless.SetElem(r, 3, 0.0);
+    weightless.SetElem(2, 1, std::numeric_limits<double>::infinity());
+    EXPECT_TRUE(data.Update(weightless, 0));
+    EXPECT_TRUE(data.Update(MCRectMatrix(0, 4), 0));
+    EXPECT_TRUE(SameState(data, before));
+    EXPECT_TRUE(data.Compute(weightless, 0));
+    EXPECT_TRUE(SameState(data, MCMeansXProdData(3, true)));
+
+    data.SetNVars(2);
+    EXPECT_FALSE(data.UpdateOnePass(MCRectMatrix(4, 3), 0)); // sums of three variables are still there
+    data.StartUpdateOnePass();
+    EXPECT_TRUE(data.UpdateOnePass(MCRectMatrix(4, 3), 0));
+    data.FinishUpdateOnePass();
+    EXPECT_TRUE(SameState(data, MCMeansXProdData(2, true)));
+}
+
+TEST(MCMeansXProducts, NanStaysInItsVariable)
+{
+    TestRandom random(13);
+    MCRectMatrix X = RandomBlock(random, 40, 3, 0);
+    MCMeansXProducts clean(3, true, false, false);
+    ASSERT_TRUE(clean.Compute(X, 0));
+    X.SetElem(0, 1, std::numeric_limits<double>::quiet_NaN());
+    MCMeansXProducts data(3, true, false, false);
+    ASSERT_TRUE(data.Compute(X, 0));
+    EXPECT_TRUE(std::isnan(data.GetMeans()[1]) && std::isnan(data.GetXProds().GetElem(2, 1)));
+    for (const int i : {0, 2})
+        for (const int j : {0, 2}) EXPECT_EQ(data.GetXProds().GetElem(i, j), clean.GetXProds().GetElem(i, j));
+}
+
+TEST(MCMeansXProducts, DisplayShowsTheOnePassSumsWhenThereAreSome)
+{
+    MCMeansXProducts data(1, true, true, false);
+    const auto text = [&] {
+        const DisplayCapture capture;
+        data.Display();
+        return capture.Text();
+    };
+    EXPECT_TRUE(text().starts_with("MCMeansXProducts display start\nMCMeansXProdData display start\n"));
+    EXPECT_TRUE(text().ends_with("Frequency weight indicator: true\nRegression weight indicator: false\n"
+                                 "MCMeansXProducts display end\n"));
+    MCRectMatrix X(1, 2);
+    X.SetElem(0, 0, 3.0);
+    X.SetElem(0, 1, 2.0);
+    ASSERT_TRUE(data.UpdateOnePass(X, 0));
+    EXPECT_NE(text().find("\nWeighted number of cases accumulated by UpdateOnePass: 2\n"), std::string::npos);
+    EXPECT_NE(text().find("\nWeighted sums accumulated by UpdateOnePass"), std::string::npos);
+    EXPECT_NE(text().find("\nWeighted sums of products accumulated by UpdateOnePass"), std::string::npos);
+}

@@ -1,0 +1,258 @@
+#include "matrix/Matrices.h"
+#include "modelcore/common/MCBitSet.h"
+#include "support/AllKernels.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <vector>
+
+using namespace MCMath_930;
+
+namespace {
+
+std::vector<double> Diagonal(const MCSymMatrix& s)
+{
+    std::vector<double> diag;
+    s.GetDiagonal(diag);
+    return diag;
+}
+
+MCSymMatrix FromTriangle(int n, const std::vector<double>& elements)
+{
+    MCSymMatrix s(n);
+    std::copy(elements.begin(), elements.end(), s.AsSpan().begin());
+    return s;
+}
+
+/// The definition, on a full square array and with the bits in a plain vector.
+bool DefiningSweep(std::vector<std::vector<double>>& s, int row, double tol, const std::vector<double>& ref,
+                   std::vector<bool>& swept)
+{
+    const std::size_t n = s.size();
+    const auto k = static_cast<std::size_t>(row);
+    const double p = s[k][k];
+    if (!swept[k]) {
+        if (tol * ref[k] >= p) return false;
+        for (std::size_t j = 0; j < n; ++j)
+            if (swept[j] && !((s[j][j] - s[k][j] * s[k][j] / p) * tol * ref[j] > -1.0)) return false;
+    }
+    for (std::size_t i = 0; i < n; ++i) {
+        if (i == k) continue;
+        const double a = s[i][k];
+        s[i][k] = s[k][i] = a / std::fabs(p);
+        for (std::size_t j = 0; j <= i; ++j) {
+            if (j == k) continue;
+            volatile double product = (p > 0 ? -a : a) * s[j][k];
+            s[i][j] = s[j][i] = s[i][j] + product;
+        }
+    }
+    s[k][k] = -1.0 / p;
+    swept[k] = !swept[k];
+    return true;
+}
+
+/// Demands that call returns false and that neither matrix nor bit set changes.
+void ExpectRefused(MCSymMatrix& s, MCBitSet& swept, const std::function<bool(MCSymMatrix&, MCBitSet&)>& call)
+{
+    const MCBitSet before(swept);
+    EXPECT_TRUE(Refuses(s, [&](MCSymMatrix& m) { return call(m, swept); }));
+    EXPECT_EQ(swept, before);
+}
+
+} // namespace
+
+TEST(MCSymMatrixSweep, SmallExactCase)
+{
+    MCSymMatrix s = FromTriangle(2, {4, 2, 3});
+    const std::vector<double> ref = Diagonal(s);
+    MCBitSet swept(2);
+    ASSERT_TRUE(s.Sweep(0, 1e-12, ref, swept, true));
+    EXPECT_TRUE(SameMatrix(s, FromTriangle(2, {-0.25, 0.5, 2})));
+    EXPECT_TRUE(swept.IsIn(0));
+
+    s = FromTriangle(2, {4, 2, 5}); // both pivots are powers of two: nothing is rounded
+    swept.Clear();
+    ASSERT_TRUE(s.SweepOnAll(1e-12, {4, 5}, swept, true));
+    EXPECT_TRUE(SameMatrix(s, FromTriangle(2, {-0.3125, 0.125, -0.25}))); // minus the inverse
+    EXPECT_EQ(swept.Count(), 2);
+    ASSERT_TRUE(s.SweepOnAll(1e-12, {4, 5}, swept, true));
+    EXPECT_TRUE(SameMatrix(s, FromTriangle(2, {4, 2, 5})));
+    EXPECT_EQ(swept, MCBitSet(2));
+}
+
+// Random rows are swept, swept back and refused in random order; the tolerance is high enough for both tests to refuse.
+TEST(MCSymMatrixSweep, EveryFormEqualsTheDefiningLoopBitForBit)
+{
+    constexpr double kTol = 0.5;
+    ForEachKernelSet([] {
+        TestRandom random(11);
+        int refused = 0;
+        for (const int n : {1, 2, 3, 5, 8, 9, 17, 34}) {
+            MCSymMatrix s = RandomCrossProducts(random, n);
+            if (n > 3) s.SetElem(n - 1, n - 2, -0.0);
+            MCSymMatrix original(s);
+            std::vector<std::vector<double>> full(static_cast<std::size_t>(n));
+            for (int i = 0; i < n; ++i) s.GetRow(i, full[static_cast<std::size_t>(i)]);
+            const std::vector<double> ref = Diagonal(s);
+            MCBitSet swept(n);
+            MCBitSet sweptOriginal(n);
+            std::vector<bool> sweptFull(static_cast<std::size_t>(n));
+            for (int step = 0; step < 3 * n; ++step) {
+                const int k = random.Below(n);
+                const bool done = DefiningSweep(full, k, kTol, ref, sweptFull);
+                ASSERT_EQ(s.Sweep(k, kTol, ref, swept, true), done);
+                ASSERT_EQ(original.SweepOrig(k, kTol, ref, sweptOriginal, true), done);
+                refused += done ? 0 : 1;
+            }
+            MCSymMatrix expected(n);
+            for (int i = 0; i < n; ++i) {
+                expected.PutRow(i, full[static_cast<std::size_t>(i)]);
+                EXPECT_EQ(swept.IsIn(i), sweptFull[static_cast<std::size_t>(i)]);
+            }
+            EXPECT_TRUE(SameMatrix(s, expected)) << n;
+            EXPECT_TRUE(SameMatrix(original, expected)) << n;
+            EXPECT_EQ(swept, sweptOriginal);
+        }
+        EXPECT_GT(refused, 10);
+    });
+}
+
+TEST(MCSymMatrixSweep, AnyOrderGivesTheInverseAndSweepingBackRestores)
+{
+    TestRandom random(3);
+    for (const int n : {1, 4, 23}) {
+        const MCSymMatrix start = RandomCrossProducts(random, n);
+        const std::vector<double> ref = Diagonal(start);
+        std::vector<int> order;
+        for (int k = 0; k < n; ++k) order.insert(order.begin() + random.Below(k + 1), k);
+        MCSymMatrix s(start);
+        MCSymMatrix other(start);
+        MCBitSet swept(n);
+        MCBitSet sweptOther(n);
+        ASSERT_TRUE(s.SweepOnAll(1e-12, ref, swept, true));
+        ASSERT_TRUE(other.SweepOnMany(order, 1e-12, ref, sweptOther, true));
+        for (int i = 0; i < n; ++i)
+            for (int j = 0; j < n; ++j) {
+                long double sum = 0.0L;
+                for (int m = 0; m < n; ++m) sum -= static_cast<long double>(start.GetElem(i, m)) * s.GetElem(m, j);
+                EXPECT_NEAR(static_cast<double>(sum), i == j ? 1.0 : 0.0, 1e-10);
+                EXPECT_NEAR(s.GetElem(i, j), other.GetElem(i, j), 1e-10 * std::fabs(s.GetElem(i, i)));
+            }
+        ASSERT_TRUE(s.SweepOnSelected(swept, 1e-12, ref, swept, true)); // swept itself says which rows
+        EXPECT_EQ(swept, MCBitSet(n));
+        for (int i = 0; i < n; ++i)
+            for (int j = 0; j <= i; ++j) EXPECT_NEAR(s.GetElem(i, j), start.GetElem(i, j), 1e-10);
+    }
+}
+
+TEST(MCSymMatrixSweep, InvalidArgumentsAreRefused)
+{
+    struct Case {
+        const char* name;
+        int k;
+        double tol;
+        std::vector<double> ref;
+        int nBits;
+    };
+    const std::vector<Case> cases{
+        {"row below 0", -1, 1e-8, {1, 1, 1}, 3},
+        {"row at n", 3, 1e-8, {1, 1, 1}, 3},
+        {"zero tolerance", 0, 0.0, {1, 1, 1}, 3},
+        {"negative tolerance", 0, -1e-8, {1, 1, 1}, 3},
+        {"tolerance not a number", 0, std::numeric_limits<double>::quiet_NaN(), {1, 1, 1}, 3},
+        {"short reference", 0, 1e-8, {1, 1}, 3},
+        {"negative reference of another row", 0, 1e-8, {1, 1, -1e-300}, 3},
+        {"short bit set", 0, 1e-8, {1, 1, 1}, 2},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        MCSymMatrix s = FromTriangle(3, {1, 0.5, 1, 0.25, 0.5, 1});
+        MCBitSet swept(c.nBits);
+        MCBitSet selected(4);
+        selected.Set(c.k < 0 ? 3 : c.k, true);
+        const bool badRow = c.k < 0 || c.k >= 3;
+        ExpectRefused(s, swept, [&](auto& m, auto& b) { return m.Sweep(c.k, c.tol, c.ref, b, true); });
+        ExpectRefused(s, swept, [&](auto& m, auto& b) { return m.SweepOrig(c.k, c.tol, c.ref, b, true); });
+        ExpectRefused(s, swept, [&](auto& m, auto& b) { return m.SweepOnMany({1, c.k}, c.tol, c.ref, b, true); });
+        ExpectRefused(s, swept, [&](auto& m, auto& b) { return m.SweepOnSelected(selected, c.tol, c.ref, b, true); });
+        if (badRow) continue;
+        ExpectRefused(s, swept, [&](auto& m, auto& b) { return m.SweepOnAll(c.tol, c.ref, b, true); });
+    }
+    MCSymMatrix s(1);
+    MCBitSet swept(1);
+    const double* const none = nullptr;
+    ExpectRefused(s, swept, [&](auto& m, auto& b) { return m.Sweep(0, 1e-8, none, b, true); });
+}
+
+TEST(MCSymMatrixSweep, PivotAtTheToleranceIsRefusedWithAndWithoutCheck)
+{
+    for (const bool check : {true, false}) {
+        MCSymMatrix s = FromTriangle(2, {0.25, 0.125, 1});
+        MCBitSet swept(2);
+        ExpectRefused(s, swept, [&](auto& m, auto& b) { return m.Sweep(0, 0.25, {1.0, 1.0}, b, check); });
+        EXPECT_TRUE(s.Sweep(0, std::nextafter(0.25, 0.0), {1.0, 1.0}, swept, check));
+    }
+}
+
+// j = l + 0.3u and k = u + 0.5v with l, u, v uncorrelated: k itself keeps 0.2 of its variance when j and l are swept,
+// but j would keep no more than 0.0165 of its own.
+TEST(MCSymMatrixSweep, RowThatMakesASweptRowCollinearIsRefused)
+{
+    for (const double tol : {0.01, 0.05}) {
+        MCSymMatrix s = FromTriangle(3, {1.09, 1, 1, 0.3, 0, 1.25});
+        const std::vector<double> ref = Diagonal(s);
+        MCBitSet swept(3);
+        ASSERT_TRUE(s.SweepOnMany({0, 1}, tol, ref, swept, true));
+        EXPECT_NEAR(s.GetElem(2, 2), 0.25, 1e-14);
+        if (tol > 0.0165)
+            ExpectRefused(s, swept, [&](auto& m, auto& b) { return m.Sweep(2, tol, ref, b, true); });
+        else
+            EXPECT_TRUE(s.Sweep(2, tol, ref, swept, true));
+    }
+}
+
+// Intercept and the three indicators of a factor, then a covariate: one indicator must stay out, and which one depends
+// on the order alone.
+TEST(MCSymMatrixSweep, RedundantColumnsAreLeftAliasedAndTheOthersSwept)
+{
+    TestRandom random(5);
+    MCSymMatrix s(5);
+    for (int r = 0; r < 300; ++r) {
+        double x[5] = {1.0, 0.0, 0.0, 0.0, random.Uniform(-1.0, 1.0)};
+        x[1 + random.Below(3)] = 1.0;
+        for (int i = 0; i < 5; ++i)
+            for (int j = 0; j <= i; ++j) s.SetElem(i, j, s.GetElem(i, j) + x[i] * x[j]);
+    }
+    const std::vector<double> ref = Diagonal(s);
+    struct Case {
+        std::vector<int> order;
+        int aliased;
+    };
+    for (const Case& c : {Case{{0, 1, 2, 3, 4}, 3}, Case{{4, 3, 2, 1, 0}, 0}, Case{{3, 0, 2, 4, 1}, 1}}) {
+        MCSymMatrix m(s);
+        MCBitSet swept(5);
+        EXPECT_FALSE(m.SweepOnMany(c.order, 1e-8, ref, swept, true));
+        EXPECT_EQ(swept.Count(), 4);
+        EXPECT_FALSE(swept.IsIn(c.aliased));
+        EXPECT_NEAR(m.GetElem(c.aliased, c.aliased), 0.0, 1e-10);
+    }
+    MCBitSet swept(5);
+    EXPECT_FALSE(s.SweepOnAll(1e-8, ref, swept, true));
+    EXPECT_FALSE(swept.IsIn(3));
+}
+
+TEST(MCSymMatrixSweep, NanFlowsAndLargerArgumentsAreFine)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    MCSymMatrix s = FromTriangle(2, {1, nan, 4});
+    MCBitSet swept(40);
+    EXPECT_TRUE(s.Sweep(0, 1e-8, {1, 4, -1}, swept, true)); // the third reference value belongs to no row
+    EXPECT_EQ(s.GetElem(0, 0), -1.0);
+    EXPECT_TRUE(std::isnan(s.GetElem(1, 1)));
+    MCSymMatrix empty;
+    MCBitSet none;
+    EXPECT_TRUE(empty.SweepOnAll(1e-8, std::vector<double>(), none, true));
+}

@@ -1,0 +1,157 @@
+#include "matrix/Matrices.h"
+#include "modelcore/common/MCBitSet.h"
+#include "support/DisplayCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <utility>
+#include <vector>
+
+using namespace MCMath_930;
+
+namespace {
+
+/// Element (i, j) is 10*max + min: its place can be read from it.
+MCSymMatrix Places(int n)
+{
+    MCSymMatrix matrix(n);
+    for (int i = 0; i < n; ++i)
+        for (int j = 0; j <= i; ++j) matrix.SetElem(i, j, 10.0 * i + j);
+    return matrix;
+}
+
+std::vector<double> Elements(const MCSymMatrix& matrix)
+{
+    return {matrix.AsSpan().begin(), matrix.AsSpan().end()};
+}
+
+} // namespace
+
+TEST(MCSymMatrix, PacksTheLowerTriangleRowByRow)
+{
+    MCSymMatrix s(7);
+    EXPECT_EQ(s.AsSpan().size(), 28u);
+    EXPECT_TRUE(s.SetElem(2, 5, 3.5));
+    EXPECT_EQ(s.GetElem(5, 2), 3.5);
+    EXPECT_EQ(s.GetElem(17), 3.5);
+    EXPECT_TRUE(s.SetElem((4 + 1) * (4 + 2) / 2 - 1, -2.0));
+    EXPECT_EQ(s.GetElem(4, 4), -2.0);
+    EXPECT_EQ(s.GetRowPtr(5), s.GetPtr() + 15);
+    EXPECT_EQ(s.GetRowPtr(7), nullptr);
+    EXPECT_EQ(s.GetRowPtr(-1), nullptr);
+    EXPECT_EQ(s.GetMatrixKind(), IMCSymMatrix::kPackedMatrix);
+}
+
+TEST(MCSymMatrix, OrdersWithoutPackedIndexesAreRefused)
+{
+    for (const int n : {-1, MCSymMatrix::kMaxRows + 1, 2147483647}) {
+        EXPECT_EQ(MCSymMatrix(n).GetNRows(), 0);
+        MCSymMatrix s = Places(3);
+        EXPECT_TRUE(Refuses(s, [n](MCSymMatrix& m) { return m.SetNRows(n); }));
+        EXPECT_TRUE(Refuses(s, [n](MCSymMatrix& m) { return m.Resize(n); }));
+        EXPECT_TRUE(Refuses(s, [n](MCSymMatrix& m) { return m.Expand({0, 1, 2}, n); }));
+    }
+}
+
+TEST(MCSymMatrix, ResizeKeepsWhatLiesInBoth)
+{
+    MCSymMatrix s = Places(3);
+    EXPECT_TRUE(s.Resize(2));
+    EXPECT_TRUE(s.Resize(3));
+    EXPECT_EQ(Elements(s), (std::vector<double>{0, 10, 11, 0, 0, 0}));
+    EXPECT_TRUE(s.SetNRows(2));
+    EXPECT_EQ(Elements(s), (std::vector<double>{0, 0, 0}));
+    s.Clear();
+    EXPECT_EQ(s.GetNRows(), 0);
+    EXPECT_EQ(s.Trace(), 0.0);
+}
+
+TEST(MCSymMatrix, MovedFromIsEmptyAndSelfAssignmentHarmless)
+{
+    MCSymMatrix s = Places(3);
+    MCSymMatrix taken(std::move(s));
+    EXPECT_TRUE(SameMatrix(s, MCSymMatrix()));
+    EXPECT_TRUE(SameMatrix(taken, Places(3)));
+    MCSymMatrix& alias = taken;
+    taken = alias;
+    taken = std::move(alias);
+    EXPECT_TRUE(SameMatrix(taken, Places(3)));
+    s = std::move(taken);
+    EXPECT_TRUE(SameMatrix(s, Places(3)));
+    EXPECT_EQ(taken.GetNRows(), 0);
+}
+
+TEST(MCSymMatrix, RowsAreThoseOfTheFullMatrix)
+{
+    MCSymMatrix s = Places(4);
+    std::vector<double> row{-1.0};
+    EXPECT_FALSE(s.GetRow(4, row));
+    EXPECT_FALSE(s.GetRow(-1, row));
+    EXPECT_EQ(row, (std::vector<double>{-1.0}));
+    EXPECT_TRUE(s.GetRow(2, row));
+    EXPECT_EQ(row, (std::vector<double>{20, 21, 22, 32}));
+
+    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.PutRow(1, {1, 2, 3}); }));
+    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.PutRow(4, {1, 2, 3, 4}); }));
+    EXPECT_TRUE(s.PutRow(1, {1, 2, 3, 4}));
+    EXPECT_EQ(Elements(s), (std::vector<double>{0, 1, 2, 20, 3, 22, 30, 4, 32, 33}));
+    s.GetDiagonal(row);
+    EXPECT_EQ(row, (std::vector<double>{0, 2, 22, 33}));
+}
+
+TEST(MCSymMatrix, DeleteAndExpandUndoEachOther)
+{
+    for (int n = 1; n <= 5; ++n)
+        for (int k = 0; k < n; ++k) {
+            MCSymMatrix s = Places(n);
+            ASSERT_TRUE(s.DeleteOneRow(k));
+            ASSERT_EQ(s.GetNRows(), n - 1);
+            for (int i = 0; i < n - 1; ++i)
+                for (int j = 0; j <= i; ++j)
+                    EXPECT_EQ(s.GetElem(i, j), 10.0 * (i + (i >= k)) + j + (j >= k)) << n << k << i << j;
+
+            MCBitSet kept(n);
+            kept.SetAll();
+            kept.Set(k, false);
+            ASSERT_TRUE(s.Expand(kept));
+            MCSymMatrix expected = Places(n);
+            expected.PutRow(k, std::vector<double>(static_cast<std::size_t>(n), 0.0));
+            EXPECT_TRUE(SameMatrix(s, expected));
+        }
+    MCSymMatrix s = Places(3);
+    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.DeleteOneRow(3); }));
+    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.DeleteOneRow(-1); }));
+}
+
+TEST(MCSymMatrix, ExpandPlacesRowsAnywhere)
+{
+    MCSymMatrix s = Places(2);
+    EXPECT_TRUE(s.Expand({2, 0}, 3));
+    EXPECT_EQ(Elements(s), (std::vector<double>{11, 0, 0, 10, 0, 0}));
+
+    const std::vector<std::vector<int>> wrong{{0, 1}, {0, 1, 1}, {0, 1, 4}, {-1, 0, 1}, {0, 1, 2, 3}};
+    for (const std::vector<int>& positions : wrong)
+        EXPECT_TRUE(Refuses(s, [&](MCSymMatrix& m) { return m.Expand(positions, 4); }));
+    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.Expand(MCBitSet(4)); }));
+}
+
+TEST(MCSymMatrix, ElementwiseOperations)
+{
+    MCSymMatrix s = Places(3);
+    EXPECT_EQ(s.Trace(), 33.0);
+    s.AddToDiagonal(0.5);
+    s.MultiplyByNumber(2.0);
+    s.ChangeSign();
+    EXPECT_EQ(Elements(s), (std::vector<double>{-1, -20, -23, -40, -42, -45}));
+    s.ZeroOut();
+    EXPECT_TRUE(SameMatrix(s, MCSymMatrix(3)));
+}
+
+TEST(MCSymMatrix, DisplayIsFramed)
+{
+    const DisplayCapture capture;
+    Places(2).Display();
+    EXPECT_TRUE(capture.Text().starts_with("MCSymMatrix display start\nNumber of rows: 2\n"));
+    EXPECT_NE(capture.Text().find("11"), std::string::npos);
+    EXPECT_TRUE(capture.Text().ends_with("MCSymMatrix display end\n"));
+}
