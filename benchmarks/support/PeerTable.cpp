@@ -15,10 +15,11 @@ namespace {
 constexpr char kSeparator[] = " | ";
 
 /// Names in the order of registration, which is the order of the table; the runs themselves come in random order.
-std::vector<std::string>& Registered()
+std::vector<std::string> registered;
+
+const char* Registered(const std::string& operation, const std::string& contender)
 {
-    static std::vector<std::string> names;
-    return names;
+    return registered.emplace_back(operation + kSeparator + contender).c_str();
 }
 
 double ThreadSeconds()
@@ -127,7 +128,7 @@ void Add(const std::string& operation, const std::string& contender, const Work&
          std::function<void(int)> prepare, std::function<void(int)> run)
 {
     benchmark::RegisterBenchmark(
-        (operation + kSeparator + contender).c_str(),
+        Registered(operation, contender),
         [=](benchmark::State& state) {
             double total = 0.0;
             for (auto step : state) {
@@ -161,8 +162,7 @@ void Add(const std::string& operation, const std::string& contender, const Work&
 
 void Refuse(const std::string& operation, const std::string& contender, const std::string& reason)
 {
-    Registered().push_back(operation + kSeparator + contender);
-    benchmark::RegisterBenchmark(Registered().back().c_str(),
+    benchmark::RegisterBenchmark(Registered(operation, contender),
                                  [=](benchmark::State& state) { state.SkipWithError(reason.c_str()); });
 }
 
@@ -179,7 +179,7 @@ int main(int argc, char** argv)
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 2;
     RegisterContenders();
     TableReporter table;
-    for (const std::string& name : Registered()) table.Expect(name);
+    for (const std::string& name : registered) table.Expect(name);
     benchmark::RunSpecifiedBenchmarks(&table);
     return 0;
 }
