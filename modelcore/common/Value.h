@@ -1,0 +1,328 @@
+// The library's variant: one cell that holds nothing, a scalar, a string, an array or a map.
+#pragma once
+
+#include "modelcore/common/MCMV.h"
+#include "modelcore/modelcore_export.h"
+
+#include <concepts>
+#include <cstdint>
+#include <iosfwd>
+#include <limits>
+#include <map>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace MCCommon_930 {
+
+/// A type besides Value that Value compares with directly: value["age"] < 30.0.
+template <class T>
+concept PlainValue = std::same_as<T, bool> || std::same_as<T, int> || std::same_as<T, long long> ||
+    std::same_as<T, double> || std::same_as<T, std::string> || std::convertible_to<const T&, const char*>;
+
+/// One cell of data: null, a bool, a 64-bit integer, a real, a byte string, an array of values or a map from byte
+/// strings to values.
+///
+/// A value is 16 bytes: a 16-bit type tag and one 64-bit payload. Scalars stand in the payload and allocate nothing; a
+/// string, array or map is on the heap and owned, so that copying is deep, moving is cheap and leaves null behind, and
+/// destruction frees it. Copying, comparing, rendering and destroying never recurse: the depth of nesting is limited by
+/// memory alone.
+///
+/// A missing datum is null or a real that holds the system-missing value; reading one is no error. Asking for a type or
+/// an element that the value does not have throws MCException: code 13 for the type, 14 for the element. Nothing else
+/// throws. Conversions between types are never made: an integer read as a real throws.
+class MODELCORE_EXPORT Value {
+public:
+    /// The tags that GetType returns.
+    enum Type : std::uint16_t {
+        TypeNull = 0,
+        TypeBool = 1,
+        TypeInteger = 2,
+        TypeReal = 3,
+        TypeString = 4,
+        TypeArray = 5,
+        TypeMap = 6
+    };
+
+    /// The system-missing value, the most negative finite double; the same constant as MCMV::gMissingValue.
+    static constexpr double SYSMISVALUE = MCMV::gMissingValue;
+    static constexpr double MCVALUE_INFINITY = std::numeric_limits<double>::infinity();
+    /// The unit of IsZeroDiff. Six digits on purpose, not the exact double epsilon: results depend on it.
+    static constexpr double EPSILON = 2.22045e-16;
+
+    static double GetSysmisValue() { return SYSMISVALUE; }
+    static double GetInfinity() { return MCVALUE_INFINITY; }
+
+    /// @name Prototypes: a value of each plain type in its initial state
+    /// @{
+    static const Value NULL_VALUE;
+    static const Value BOOL_VALUE;    ///< false
+    static const Value INTEGER_VALUE; ///< 0
+    static const Value REAL_VALUE;    ///< system-missing
+    static const Value STRING_VALUE;  ///< empty
+    /// @}
+
+    /// @name Construction, copy, assignment
+    /// The constructors convert silently, so that assignment takes the same types: value = 2.5; value["name"] = "x".
+    /// A null const char* gives an empty string.
+    /// @{
+    constexpr Value() noexcept {}
+    constexpr Value(bool value) noexcept : fType(TypeBool), fData(value) {}
+    constexpr Value(int value) noexcept : fType(TypeInteger), fData(static_cast<long long>(value)) {}
+    constexpr Value(long long value) noexcept : fType(TypeInteger), fData(value) {}
+    constexpr Value(double value) noexcept : fType(TypeReal), fData(value) {}
+    Value(const char* value);
+    Value(const std::string& value);
+    Value(std::string&& value);
+    /// Any other pointer would silently become a bool.
+    template <class T>
+    requires(!std::same_as<std::remove_cv_t<T>, char>) Value(T*)
+    = delete;
+
+    Value(const Value& other) : Value()
+    {
+        if (other.OwnsHeap())
+            CopyHeap(other);
+        else
+            CopyPlain(other);
+    }
+    Value(Value&& other) noexcept : fType(other.fType), fData(other.fData) { other.fType = TypeNull; }
+    ~Value()
+    {
+        if (OwnsHeap()) ReleaseHeap();
+    }
+
+    /// The source may be an element of this value's own array or map.
+    Value& operator=(const Value& other)
+    {
+        Value copy(other);
+        Swap(copy);
+        return *this;
+    }
+    /// The source may be an element of this value, but a value must not be moved into an element of its own.
+    Value& operator=(Value&& other) noexcept
+    {
+        Value taken(std::move(other));
+        Swap(taken);
+        return *this;
+    }
+
+    /// Replaces content and tag, as assignment does.
+    void SetValue(bool value) { *this = Value(value); }
+    void SetValue(int value) { *this = Value(value); }
+    void SetValue(long long value) { *this = Value(value); }
+    void SetValue(double value) { *this = Value(value); }
+    void SetValue(const char* value) { *this = Value(value); }
+    void SetValue(const std::string& value) { *this = Value(value); }
+    void SetValue(std::string&& value) { *this = Value(std::move(value)); }
+
+    /// A deep copy on the heap, owned by the caller.
+    Value* Clone() const { return new Value(*this); }
+
+    void Swap(Value& other) noexcept
+    {
+        std::swap(fType, other.fType);
+        std::swap(fData, other.fData);
+    }
+    friend void swap(Value& a, Value& b) noexcept { a.Swap(b); }
+
+    /// Frees the content and makes the value null.
+    void Invalidate() noexcept { *this = Value(); }
+    /// The same as Invalidate.
+    void Clear() noexcept { Invalidate(); }
+    /// Keeps the type and resets the content to that of its prototype (a real to system-missing), an array or map to an
+    /// empty one.
+    void ClearValue();
+    /// @}
+
+    /// @name Type
+    /// @{
+    std::uint16_t GetType() const { return fType; }
+    bool IsNull() const { return fType == TypeNull; }
+    /// Null, or a real that holds exactly the system-missing value. A NaN or an infinity is not missing.
+    bool IsMissing() const { return IsNull() || IsSystemMissingValue(); }
+    bool IsSystemMissingValue() const { return fType == TypeReal && MCMV::IsMissing(fData.real); }
+    bool IsNumericValue() const { return fType == TypeInteger || fType == TypeReal; }
+    /// @}
+
+    /// @name Readers
+    /// Each throws 13 for a value of another type, except as said.
+    /// @{
+    bool GetBool() const;
+    long long GetInteger() const;
+    /// System-missing for null.
+    double GetReal() const;
+    /// The value as text; never throws. A string as it is, "" for null, "true" or "false", an integer in decimal, a
+    /// real with the fewest digits that read back to the same double ("0.1", "100000", "1e+300", "nan", "-inf"). An
+    /// array is
+    /// "[1, 2.5, null]" and a map "{"a": 1, "b": "x"}" in key order, with strings in double quotes, in which the quote,
+    /// the backslash and control characters are escaped as in JSON and all other bytes stand as they are.
+    std::string GetString() const;
+    /// The held string; valid until the value changes.
+    const std::string& GetStringRef() const;
+
+    operator bool() const { return GetBool(); }
+    operator long long() const { return GetInteger(); }
+    operator double() const { return GetReal(); }
+    operator std::string() const { return GetString(); }
+
+    /// The held payload, to be written to. A null value first becomes false, 0, 0.0 or an empty string; a value of
+    /// another type throws 13.
+    operator bool&();
+    operator long long&();
+    operator double&();
+    operator std::string&();
+    /// @}
+
+    /// @name Arrays and maps
+    /// @{
+
+    /// Element of an array, from 0. The writing form first makes a null value an empty array, and an index equal to the
+    /// size appends a null element; in the reading form that index refers to a constant null value.
+    ///
+    /// Throws 13 for a value of another type, 14 for an index that is negative or beyond the size.
+    Value& operator[](int index);
+    const Value& operator[](int index) const;
+
+    /// Entry of a map. The writing form first makes a null value an empty map and creates a missing entry as null; in
+    /// the reading form a missing entry refers to a constant null value. Throws 13 for a value of another type.
+    Value& operator[](const std::string& name);
+    const Value& operator[](const std::string& name) const;
+    Value& operator[](const char* name) { return (*this)[std::string(name)]; }
+    const Value& operator[](const char* name) const { return (*this)[std::string(name)]; }
+
+    /// Makes an array of the given size (0 for a negative one): elements up to it are kept, new ones are null. A null
+    /// value first becomes an empty array; throws 13 for a value of another type.
+    void Resize(int size);
+
+    /// The number of elements of an array or of entries of a map; 0 for any other type.
+    int Size() const;
+
+    /// Whether a map has the entry; false for any other type.
+    bool Contains(const std::string& name) const;
+
+    /// The keys of a map, in byte order; none for any other type.
+    std::vector<std::string> Names() const;
+    /// @}
+
+    /// @name Comparison
+    /// @{
+
+    /// |a - b| as good as zero: true when a - b is exactly 0, else false when one of them is exactly 0, else
+    /// max(|a|, |b|) * (units * EPSILON) >= |a - b|. False with a NaN. Infinities go through the same steps, with the
+    /// consequence that +inf is not equal to itself, yet equal to -inf and to every finite real but 0.
+    static bool IsZeroDiff(double a, double b, double units);
+
+    /// Values of different types are unequal, and so are two nulls: null equals nothing. Reals are equal when both or
+    /// neither are system-missing and IsZeroDiff(a, b, 100) holds. Strings by bytes; arrays and maps when sizes, keys
+    /// and all pairs of elements are equal. Takes time linear in the size.
+    bool operator==(const Value& other) const;
+    bool operator!=(const Value& other) const { return !(*this == other); }
+
+    /// Values of different types are ordered by their GetString. Of the same type: false before true, integers and
+    /// reals by value (reals exactly, so two that are equal within tolerance may also be ordered; a missing or NaN real
+    /// is neither less nor greater than any), strings by bytes, arrays and maps by the first pair of elements, or of
+    /// (key, value), in which one side is less, then by size. Two nulls are not ordered. Takes time linear in the size.
+    bool operator<(const Value& other) const;
+    bool operator>(const Value& other) const { return other < *this; }
+    bool operator<=(const Value& other) const { return *this < other || *this == other; }
+    bool operator>=(const Value& other) const { return other < *this || *this == other; }
+
+    template <PlainValue T>
+    bool operator==(const T& other) const
+    {
+        return *this == Value(other);
+    }
+    template <PlainValue T>
+    bool operator<(const T& other) const
+    {
+        return *this < Value(other);
+    }
+    template <PlainValue T>
+    bool operator>(const T& other) const
+    {
+        return *this > Value(other);
+    }
+    template <PlainValue T>
+    bool operator<=(const T& other) const
+    {
+        return *this <= Value(other);
+    }
+    template <PlainValue T>
+    bool operator>=(const T& other) const
+    {
+        return *this >= Value(other);
+    }
+    /// @}
+
+    /// @name Assertions
+    /// What the operations above refuse misuse with; each throws MCException as said.
+    /// @{
+
+    /// A null value takes the tag with an empty payload (false, 0, 0.0, empty). Any other value must have the tag:
+    /// throws 13 "Value type wrong!".
+    void AssertTypeOrInvalid(std::uint16_t tag);
+    /// The value must have the tag; null is not converted. Throws 13 "Value type wrong!".
+    void AssertTypeOrInvalid(std::uint16_t tag) const;
+    /// Throws 13 "This value is not an array!" for another type, 14 "Out of this array bounds!" for an index that is
+    /// negative or beyond the size. The size itself passes.
+    void AssertArray(int index) const;
+    /// Makes the value a map: the content of any other type is discarded. Never throws.
+    void AssertMap();
+    /// @}
+
+    /// Writes GetString, or "null" for null.
+    void Display(std::ostream& stream) const;
+    friend std::ostream& operator<<(std::ostream& stream, const Value& value)
+    {
+        value.Display(stream);
+        return stream;
+    }
+
+private:
+    using Array = std::vector<Value>;
+    using Map = std::map<std::string, Value>;
+
+    union Data {
+        constexpr Data() noexcept : integer(0) {}
+        constexpr explicit Data(bool value) noexcept : boolean(value) {}
+        constexpr explicit Data(long long value) noexcept : integer(value) {}
+        constexpr explicit Data(double value) noexcept : real(value) {}
+        bool boolean;
+        long long integer;
+        double real;
+        std::string* string;
+        Array* array;
+        Map* map;
+    };
+
+    enum class Order { Less, Neither, Greater };
+    class Walk;
+    class PairWalk;
+
+    bool OwnsHeap() const { return fType >= TypeString; }
+    bool IsContainer() const { return fType >= TypeArray; }
+
+    void CopyPlain(const Value& other) noexcept
+    {
+        fType = other.fType;
+        fData = other.fData;
+    }
+    void CopyHeap(const Value& other);
+    void ReleaseHeap() noexcept;
+    void DeleteEmptied() noexcept;
+    Value* LastElement() const noexcept;
+    void DropLastElement() noexcept;
+    void TakeType(std::uint16_t tag);
+    void AppendScalar(std::string& out) const;
+    static bool LeavesEqual(const Value& a, const Value& b);
+    static Order CompareLeaves(const Value& a, const Value& b);
+
+    std::uint16_t fType = TypeNull;
+    Data fData;
+};
+
+static_assert(sizeof(Value) == 16);
+
+} // namespace MCCommon_930

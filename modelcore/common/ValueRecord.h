@@ -1,0 +1,103 @@
+// A record of named values.
+#pragma once
+
+#include "modelcore/common/Value.h"
+#include "modelcore/modelcore_export.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace MCCommon_930 {
+
+/// A row of named values: the values in field order, and an ordered map from a field's name to its position. Names are
+/// byte strings, compared case-sensitively; the empty name is a name like any other. Lookup by name takes O(log n)
+/// comparisons, by position constant time.
+///
+/// Every operation that takes a name finds it through IndexOf, so a class that redefines IndexOf alone redefines the
+/// lookup (say, without regard to case) for all of them.
+class MODELCORE_EXPORT ValueRecord {
+public:
+    ValueRecord() = default;
+    ValueRecord(const ValueRecord&) = default;
+    /// The record moved from is empty.
+    ValueRecord(ValueRecord&& other) noexcept;
+    ValueRecord& operator=(const ValueRecord& other);
+    ValueRecord& operator=(ValueRecord&& other) noexcept;
+    virtual ~ValueRecord();
+
+    /// The position of a field, -1 when the record has no such name.
+    virtual int IndexOf(const std::string& name) const;
+
+    virtual bool Contains(const std::string& name) const;
+
+    /// A copy of the field's value; null for an unknown name.
+    virtual Value Get(const std::string& name) const;
+
+    /// The value at a position, from 0; a constant null value for a position outside.
+    virtual const Value& Get(int index) const;
+
+    /// The stored value. Outside the record the reading forms refer to a constant null value, the writing forms to a
+    /// null value that is no part of the record: what is written there is lost (Add makes fields, Set says whether it
+    /// could).
+    virtual Value& operator[](const std::string& name);
+    virtual const Value& operator[](const std::string& name) const;
+    virtual Value& operator[](int index);
+    virtual const Value& operator[](int index) const;
+
+    /// Assigns to a field.
+    ///
+    /// @param checkType  refuse when the field holds a non-null value of another type than v
+    /// @return  false, with the field unchanged, for an unknown name or a refused type
+    virtual bool Set(const std::string& name, const Value& v, bool checkType);
+
+    /// Assigns to a field whatever its type; false for an unknown name.
+    virtual bool SetValue(const std::string& name, bool value);
+    virtual bool SetValue(const std::string& name, int value);
+    virtual bool SetValue(const std::string& name, long long value);
+    virtual bool SetValue(const std::string& name, double value);
+    virtual bool SetValue(const std::string& name, const std::string& value);
+    virtual bool SetValue(const std::string& name, const char* value);
+
+    /// Makes a field the real that holds the system-missing value; false for an unknown name.
+    virtual bool SetMissingValue(const std::string& name);
+
+    /// Appends a field, or replaces the value of the field that has the name, which keeps its position.
+    ///
+    /// @return  the field's position
+    virtual int Add(const std::string& name, const Value& v);
+
+    /// Add of every field of another record, in its order.
+    virtual void AddAll(const ValueRecord& other);
+
+    /// Removes a field; the ones behind it move up by one position. False for an unknown name.
+    virtual bool Remove(const std::string& name);
+
+    /// Makes every value null; names and positions stay.
+    virtual void ClearValues();
+
+    /// The names in field order.
+    virtual std::vector<std::string> Names() const;
+
+    /// The name of the field at a position; empty for a position outside. Looks through the names: to walk over all of
+    /// them take Names.
+    virtual std::string GetName(int index) const;
+
+    virtual int Size() const;
+
+    /// Writes one line "name: value" per field to the diagnostic text stream.
+    virtual void Display() const;
+
+    /// Removes every field.
+    virtual void Clear();
+
+private:
+    bool IsPosition(int index) const { return index >= 0 && static_cast<std::size_t>(index) < fvValues.size(); }
+
+    std::vector<Value> fvValues;
+    std::map<std::string, std::int32_t> fPositions;
+    Value fOutside; // what the writing forms of operator[] refer to outside the record
+};
+
+} // namespace MCCommon_930

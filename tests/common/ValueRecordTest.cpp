@@ -1,0 +1,165 @@
+#include "modelcore/common/ValueRecord.h"
+#include "support/DisplayCapture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <string>
+#include <utility>
+#include <vector>
+
+using MCCommon_930::Value;
+using MCCommon_930::ValueRecord;
+using ::testing::ElementsAre;
+
+namespace {
+
+ValueRecord Person()
+{
+    ValueRecord record;
+    record.Add("name", "Ada");
+    record.Add("age", 36);
+    record.Add("", 0.5);
+    record.Add("Age", Value());
+    return record;
+}
+
+// "name=text" of every field in order, from names and positions alone.
+std::string Dump(const ValueRecord& record)
+{
+    std::string text;
+    const std::vector<std::string> names = record.Names();
+    EXPECT_EQ(static_cast<int>(names.size()), record.Size());
+    for (int i = 0; i < record.Size(); ++i) {
+        const std::string& name = names[static_cast<std::size_t>(i)];
+        EXPECT_EQ(record.GetName(i), name);
+        EXPECT_EQ(record.IndexOf(name), i);
+        text += name + "=" + record[i].GetString() + ";";
+    }
+    return text;
+}
+
+// The lookup alone redefined, without regard to case.
+class CaselessRecord : public ValueRecord {
+public:
+    int IndexOf(const std::string& name) const override
+    {
+        std::string lower = name;
+        for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        return ValueRecord::IndexOf(lower);
+    }
+};
+
+} // namespace
+
+TEST(ValueRecord, NamesAreBytesAndLookupIsExact)
+{
+    const ValueRecord record = Person();
+    EXPECT_EQ(Dump(record), "name=Ada;age=36;=0.5;Age=;");
+    EXPECT_EQ(record.IndexOf("AGE"), -1);
+    EXPECT_FALSE(record.Contains("age "));
+    EXPECT_EQ(record.Get("age").GetInteger(), 36);
+    EXPECT_EQ(record.Get("").GetReal(), 0.5);
+    EXPECT_TRUE(record.Get("unknown").IsNull());
+    EXPECT_TRUE(record["unknown"].IsNull());
+    for (const int outside : {-1, 4}) {
+        EXPECT_TRUE(record.Get(outside).IsNull());
+        EXPECT_TRUE(record[outside].IsNull());
+        EXPECT_EQ(record.GetName(outside), "");
+    }
+}
+
+TEST(ValueRecord, SetChecksTheTypeWhenAsked)
+{
+    ValueRecord record = Person();
+    EXPECT_FALSE(record.Set("age", Value("x"), true));
+    EXPECT_FALSE(record.Set("age", Value(1.0), true)); // a real is another type than an integer
+    EXPECT_FALSE(record.Set("age", Value(), true));
+    EXPECT_FALSE(record.Set("unknown", Value(1), false));
+    EXPECT_EQ(Dump(record), Dump(Person()));
+    EXPECT_TRUE(record.Set("age", Value(37LL), true));
+    EXPECT_TRUE(record.Set("Age", Value("x"), true)); // a null field takes any type
+    EXPECT_TRUE(record.Set("name", Value(1), false));
+    EXPECT_EQ(Dump(record), "name=1;age=37;=0.5;Age=x;");
+
+    EXPECT_TRUE(record.SetValue("name", "a literal, no bool") && record.SetValue("age", false));
+    EXPECT_TRUE(record.SetValue("", 1LL << 40) && record.SetValue("Age", 2.5));
+    EXPECT_EQ(Dump(record), "name=a literal, no bool;age=false;=1099511627776;Age=2.5;");
+    EXPECT_TRUE(record.SetMissingValue("name"));
+    EXPECT_TRUE(record["name"].IsSystemMissingValue());
+    EXPECT_FALSE(record.SetMissingValue("unknown") || record.SetValue("unknown", 1));
+}
+
+TEST(ValueRecord, AddReplacesInPlaceAndRemoveRenumbers)
+{
+    ValueRecord record = Person();
+    EXPECT_EQ(record.Add("age", "forty"), 1);
+    EXPECT_EQ(record.Add("last", record[0]), 4); // a value of the record itself
+    EXPECT_EQ(Dump(record), "name=Ada;age=forty;=0.5;Age=;last=Ada;");
+    EXPECT_FALSE(record.Remove("unknown"));
+    EXPECT_TRUE(record.Remove("age"));
+    EXPECT_TRUE(record.Remove("last"));
+    EXPECT_EQ(Dump(record), "name=Ada;=0.5;Age=;");
+    EXPECT_EQ(record.Add("age", 1), 3);
+
+    ValueRecord other;
+    other.Add("z", 1);
+    other.Add("name", "Bea");
+    record.AddAll(other);
+    record.AddAll(record);
+    EXPECT_EQ(Dump(record), "name=Bea;=0.5;Age=;age=1;z=1;");
+    record.ClearValues();
+    EXPECT_EQ(Dump(record), "name=;=;Age=;age=;z=;");
+    EXPECT_TRUE(record[0].IsNull());
+    record.Clear();
+    EXPECT_EQ(record.Size(), 0);
+    EXPECT_FALSE(record.Contains("name"));
+    EXPECT_EQ(record.Add("new", 1), 0);
+}
+
+TEST(ValueRecord, WritingOutsideIsLost)
+{
+    ValueRecord record = Person();
+    record["age"] = 50;
+    record[0] = "Bea";
+    record["unknown"] = 1;
+    record[4] = 1;
+    EXPECT_TRUE(record[-1].IsNull()); // what was written there before is gone
+    EXPECT_EQ(Dump(record), "name=Bea;age=50;=0.5;Age=;");
+}
+
+TEST(ValueRecord, CopiesAreDeepAndMovesLeaveNothing)
+{
+    ValueRecord record = Person();
+    ValueRecord copy(record);
+    record["name"] = "changed";
+    EXPECT_EQ(Dump(copy), Dump(Person()));
+    ValueRecord moved(std::move(copy));
+    EXPECT_EQ(Dump(moved), Dump(Person()));
+    EXPECT_EQ(Dump(copy), ""); // NOLINT(bugprone-use-after-move): emptiness is what is promised
+    copy = std::move(moved);
+    moved = copy;
+    EXPECT_EQ(Dump(moved), Dump(Person()));
+}
+
+TEST(ValueRecord, RedefinedLookupReachesEveryOperation)
+{
+    CaselessRecord record;
+    record.Add("age", 36);
+    EXPECT_EQ(record.Add("AGE", 37), 0);
+    EXPECT_TRUE(record.Contains("Age"));
+    EXPECT_EQ(record.Get("Age").GetInteger(), 37);
+    EXPECT_EQ(record["aGe"].GetInteger(), 37);
+    EXPECT_TRUE(record.SetValue("AGE", 38));
+    EXPECT_TRUE(record.Remove("AGE"));
+    EXPECT_EQ(record.Size(), 0);
+}
+
+TEST(ValueRecord, DisplayHasOneLinePerField)
+{
+    DisplayCapture capture;
+    Person().Display();
+    EXPECT_EQ(capture.Text(), "ValueRecord display start\nNumber of fields: 4\nname: Ada\nage: 36\n: 0.5\nAge: null\n"
+                              "ValueRecord display end\n");
+}
