@@ -1,0 +1,15 @@
+// The shared library that MCDynamicLoadedLibraryTest loads.
+#if defined(_WIN32)
+#define LOADED_EXPORT __declspec(dllexport)
+#else
+#define LOADED_EXPORT __attribute__((visibility("default")))
+#endif
+
+extern "C" {
+extern LOADED_EXPORT const int loadedAnswer = 42;
+
+LOADED_EXPORT double LoadedCube(double x)
+{
+    return x * x * x;
+}
+}
