@@ -1,0 +1,150 @@
+#include "modelcore/xml/NumberFormat.h"
+#include "modelcore/xml/ExportFormat.h"
+#include "modelcore/xml/XMLAttribute.h"
+#include "tests/support/Random.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <clocale>
+#include <cmath>
+#include <cstdlib>
+#include <iomanip>
+#include <limits>
+#include <locale>
+#include <memory>
+#include <sstream>
+#include <string>
+
+using namespace MCXML_930;
+
+namespace {
+
+// The definition of both forms: what a stream of the classic locale prints.
+class ClassicStream {
+public:
+    ClassicStream() { fStream.imbue(std::locale::classic()); }
+    std::string General(double v) { return Print(v, std::ios_base::fmtflags{}, 15); }
+    std::string Fixed(double v) { return Print(v, std::ios_base::fixed, 16); }
+
+private:
+    std::string Print(double v, std::ios_base::fmtflags form, int precision)
+    {
+        fStream.str({});
+        fStream.setf(form, std::ios_base::floatfield);
+        fStream << std::setprecision(precision) << v;
+        return fStream.str();
+    }
+    std::ostringstream fStream;
+};
+
+class DecimalComma : public std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
+std::string AttributeText(XMLAttribute* attribute)
+{
+    ExportFormat fmt;
+    std::string text;
+    attribute->ToString(text, fmt);
+    delete attribute;
+    return text;
+}
+
+} // namespace
+
+TEST(NumberFormat, KnownTexts)
+{
+    const double inf = std::numeric_limits<double>::infinity();
+    const struct {
+        double value;
+        const char *general, *fixed;
+    } cases[] = {
+        {0.0, "0", "0.0000000000000000"},
+        {-0.0, "-0", "-0.0000000000000000"},
+        {0.1, "0.1", "0.1000000000000000"},
+        {-2.5, "-2.5", "-2.5000000000000000"},
+        {0.0001, "0.0001", "0.0001000000000000"},
+        {0.00001, "1e-05", "0.0000100000000000"},
+        {123456789012345.0, "123456789012345", "123456789012345.0000000000000000"},
+        {1234567890123456.0, "1.23456789012346e+15", "1234567890123456.0000000000000000"},
+        {1e15, "1e+15", "1000000000000000.0000000000000000"},
+        {999999999999999.5, "1e+15", "999999999999999.5000000000000000"},
+        {1e100, "1e+100",
+         "10000000000000000159028911097599180468360808563945281389781327557747838772170381060813469985856815104."
+         "0000000000000000"},
+        {5e-324, "4.94065645841247e-324", "0.0000000000000000"},
+        {inf, "inf", "inf"},
+        {-inf, "-inf", "-inf"},
+        {std::nan(""), "nan", "nan"},
+        {-std::nan(""), "-nan", "-nan"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(ReplaceSep(c.value), c.general);
+        EXPECT_EQ(ReplaceSep(c.value, nullptr), c.fixed);
+        EXPECT_EQ(Format(c.value, false, nullptr), c.general);
+    }
+    EXPECT_EQ(ReplaceSep(std::numeric_limits<double>::lowest(), nullptr).size(), 327u);
+    EXPECT_EQ(Format(12L), "12");
+    EXPECT_EQ(Format(-1234567890123456L), "-1.23456789012346e+15");
+    EXPECT_EQ(GetDefaultNumericFormat(), "%.15g");
+    EXPECT_EQ(GetListSeparator(), ";");
+}
+
+TEST(NumberFormat, EqualsTheClassicStream)
+{
+    ClassicStream stream;
+    TestRandom random(7);
+    const auto compare = [&](double v) {
+        ASSERT_EQ(ReplaceSep(v), stream.General(v)) << std::hexfloat << v;
+        ASSERT_EQ(ReplaceSep(v, nullptr), stream.Fixed(v)) << std::hexfloat << v;
+    };
+    for (int i = 0; i < 100000; ++i) {
+        const auto high = static_cast<std::uint64_t>(random.Uniform(0.0, 0x1p32));
+        const auto low = static_cast<std::uint64_t>(random.Uniform(0.0, 0x1p32));
+        compare(std::bit_cast<double>(high << 32 | low));
+    }
+    // Every power of ten with its neighbours, short decimals, integers, and the halves between 15-digit numbers.
+    for (int e = -324; e <= 308; ++e) {
+        const double v = std::strtod(("1e" + std::to_string(e)).c_str(), nullptr);
+        for (const double w : {v, std::nextafter(v, 0.0), std::nextafter(v, 1e308), 9.5 * v}) compare(w);
+    }
+    for (int i = 0; i < 20000; ++i) {
+        compare(static_cast<double>(random.Below(2000000) - 1000000) / 1000.0);
+        compare(static_cast<double>(random.Below(2000000000)));
+        compare(std::floor(random.Uniform(1e14, 1e15)) + 0.5);
+    }
+}
+
+TEST(NumberFormat, TheProgramsLocaleDoesNotMatter)
+{
+    const std::locale before = std::locale::global(std::locale(std::locale::classic(), new DecimalComma));
+    EXPECT_EQ(ReplaceSep(1234567.5), "1234567.5");
+    EXPECT_EQ(ReplaceSep(1234567.5, nullptr), "1234567.5000000000000000");
+    EXPECT_EQ(AttributeText(XMLAttribute::Create("x", 1234.5)), "x=\"1234.5\"");
+    std::locale::global(before);
+    EXPECT_EQ(AttributeText(XMLAttribute::Create("x", 0.1)), "x=\"0.1\"");
+    EXPECT_EQ(AttributeText(XMLAttribute::Create("x", 0.1, false)), "x=\"0.1\"");
+    EXPECT_EQ(AttributeText(XMLAttribute::Create("x", 0.1, true)), "x=\"0.1000000000000000\"");
+}
+
+TEST(NumberFormat, AFormatOfPrintfFollowsTheCLocale)
+{
+    EXPECT_EQ(GetDecimalCharacter(), ".");
+    EXPECT_EQ(Format(2.0 / 3.0, true, nullptr), "0.666666666666667");
+    EXPECT_EQ(Format(1.5, true, "<%12.4f>"), "<      1.5000>");
+    EXPECT_EQ(Format(-1.7976931348623157e308, true, "%.20f").size(), 331u);
+
+    const std::string before = std::setlocale(LC_NUMERIC, nullptr);
+    const char* found = nullptr;
+    for (const char* const name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "nl_NL.UTF-8", "de_DE", "German"})
+        if (found == nullptr) found = std::setlocale(LC_NUMERIC, name);
+    if (found == nullptr) GTEST_SKIP() << "no locale with a decimal comma is installed";
+    EXPECT_EQ(GetDecimalCharacter(), ",");
+    EXPECT_EQ(Format(1.5, true, nullptr), "1,5");
+    EXPECT_EQ(Format(1.5, false, nullptr), "1.5");
+    EXPECT_EQ(ReplaceSep(1.5, nullptr), "1.5000000000000000");
+    std::setlocale(LC_NUMERIC, before.c_str());
+}

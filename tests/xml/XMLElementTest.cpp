@@ -1,0 +1,206 @@
+#include "modelcore/xml/XMLElement.h"
+#include "modelcore/xml/ExportFormat.h"
+#include "modelcore/xml/XMLAttribute.h"
+#include "modelcore/xml/XMLDocType.h"
+#include "modelcore/xml/XMLString.h"
+#include "modelcore/xml/XMLWrite.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <sstream>
+#include <string>
+
+using namespace MCXML_930;
+
+namespace {
+
+using Tree = std::unique_ptr<XMLElement>;
+
+constexpr char kHead[] = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n";
+
+/// The text of a node, after checking that ToString and both stream modes agree (the text must be ASCII) and leave the
+/// same layout state.
+std::string TextOf(const XMLInterface& node, const ExportFormat& start = ExportFormat())
+{
+    ExportFormat fmt = start, other = start;
+    std::string text = "before ";
+    EXPECT_EQ(node.ToString(text, fmt), 0);
+    for (const bool utf8 : {false, true}) {
+        other = start;
+        std::ostringstream os;
+        EXPECT_EQ(node.ToStream(os, other, utf8), 0);
+        EXPECT_EQ(os.str(), text.substr(7));
+        EXPECT_EQ(other.IsNewParagraph(), fmt.IsNewParagraph());
+        EXPECT_EQ(other.GetLevel(), fmt.GetLevel());
+    }
+    return text.substr(7);
+}
+
+ExportFormat Layout(bool format, bool indentation)
+{
+    ExportFormat fmt;
+    fmt.SetFormat(format);
+    fmt.SetIndentation(indentation);
+    return fmt;
+}
+
+/// <a x="1"><b/>text<c y="2" z="3"><d/></c></a>
+Tree SmallTree()
+{
+    Tree a(XMLElement::Create("a"));
+    a->AddAttribute("x", 1.0);
+    a->AddElement(XMLElement::Create("b"));
+    a->AddElement(XMLString::Create("text"));
+    XMLElement* const c = XMLElement::Create("c");
+    c->AddAttribute("y", "2");
+    c->AddAttribute("z", 3.0);
+    c->AddElement(XMLElement::Create("d"));
+    a->AddElement(c);
+    return a;
+}
+
+std::string Document(const XMLDocType* doctype, const XMLElement* root, bool format)
+{
+    std::ostringstream bytes, utf8;
+    EXPECT_EQ(WriteTree(bytes, doctype, root, format), 0);
+    EXPECT_EQ(WriteTreeUTF8(utf8, doctype, root, format), 0);
+    EXPECT_EQ(bytes.str(), utf8.str());
+    return bytes.str();
+}
+
+} // namespace
+
+TEST(XMLElement, LayoutOfASmallTree)
+{
+    const Tree tree = SmallTree();
+    EXPECT_EQ(TextOf(*tree, Layout(false, false)), "<a x=\"1\"><b/>text<c y=\"2\" z=\"3\"><d/></c></a>");
+    EXPECT_EQ(TextOf(*tree, Layout(false, true)), "<a x=\"1\"><b/>text<c y=\"2\" z=\"3\"><d/></c></a>");
+    // The tag after a text stays on its line; so does the first child inside that tag.
+    EXPECT_EQ(TextOf(*tree), "\n<a x=\"1\">\n<b/>text<c y=\"2\" z=\"3\"><d/>\n</c>\n</a>");
+    EXPECT_EQ(TextOf(*tree, Layout(true, true)),
+              "\n<a \tx=\"1\">\n\t<b/>text\t<c \t\ty=\"2\" \t\tz=\"3\">\t\t<d/>\n\t</c>\n</a>");
+
+    ExportFormat later = Layout(true, true);
+    later.SetLevel(1);
+    later.SetIsNewParagraph(false);
+    const Tree leaf(XMLElement::Create("leaf"));
+    EXPECT_EQ(TextOf(*leaf, later), "\t<leaf/>");
+    leaf->AddElement(XMLString::Create("t"));
+    EXPECT_EQ(TextOf(*leaf, later), "\t<leaf>t\t</leaf>");
+}
+
+TEST(XMLElement, WholeDocuments)
+{
+    const Tree tree = SmallTree();
+    EXPECT_EQ(Document(nullptr, tree.get(), false), kHead + TextOf(*tree, Layout(false, false)));
+    EXPECT_EQ(Document(nullptr, tree.get(), true), kHead + TextOf(*tree));
+    EXPECT_EQ(Document(nullptr, nullptr, true), kHead);
+
+    const std::unique_ptr<XMLDocType> doctype(XMLDocType::Create("a", "a.dtd", 5));
+    const std::string open = std::string(kHead) + "<!DOCTYPE a SYSTEM \"a.dtd\"";
+    EXPECT_EQ(TextOf(*doctype), open + ">\n");
+    EXPECT_EQ(doctype->AddExtension("<!ENTITY e \"1\">"), 16u);
+    EXPECT_EQ(doctype->AddExtension("two"), 20u);
+    EXPECT_EQ(TextOf(*doctype), open + " [\n<!ENTITY e \"1\">\ntwo\n]>\n");
+    EXPECT_EQ(Document(doctype.get(), tree.get(), false), TextOf(*doctype) + TextOf(*tree, Layout(false, false)));
+    doctype->SetDeclaration("1.1", "ISO-8859-1");
+    const std::unique_ptr<XMLDocType> copy(doctype->Clone());
+    EXPECT_EQ(TextOf(*copy), TextOf(*doctype));
+    EXPECT_EQ(TextOf(*copy).substr(0, 46), "<?xml version=\"1.1\" encoding=\"ISO-8859-1\" ?>\n<");
+    EXPECT_EQ(copy->GetMark(), 5);
+    const std::unique_ptr<XMLDocType> quoted(XMLDocType::Create("a", "say \"a\"", 0));
+    EXPECT_EQ(TextOf(*quoted), std::string(kHead) + "<!DOCTYPE a SYSTEM 'say \"a\"'>\n");
+}
+
+TEST(XMLElement, AttributesAndTextsEscapeTheirOwnCharacters)
+{
+    const Tree element(XMLElement::Create("e"));
+    element->AddAttribute("v", "<&>\"  \n");
+    element->AddElement(XMLString::Create("<&>\"  \n"));
+    const std::string raw("\0]]>", 4);
+    element->AddElement(XMLString::Create(raw));
+    EXPECT_EQ(TextOf(*element, Layout(false, false)),
+              "<e v=\"&lt;&amp;&gt;&quot; &#32;&#10;\">&lt;&amp;>\"  \n" + raw + "</e>");
+    const std::unique_ptr<XMLAttribute> attribute(XMLAttribute::Create("", "a b"));
+    EXPECT_EQ(TextOf(*attribute), "=\"a b\"");
+}
+
+TEST(XMLElement, RefusesNullOwnedAndCircularNodes)
+{
+    const Tree root = SmallTree();
+    const std::string before = TextOf(*root);
+    XMLElement* const child = XMLElement::Create("child");
+    XMLElement* const grandchild = XMLElement::Create("grandchild");
+    XMLString* const text = XMLString::Create("");
+    XMLAttribute* const attribute = XMLAttribute::Create("n", "v");
+    EXPECT_EQ(child->AddElement(grandchild), 0);
+    EXPECT_EQ(child->AddElement(text), 0);
+    EXPECT_EQ(child->AddAttribute(attribute), 0);
+
+    const Tree lone(child);
+    EXPECT_EQ(child->AddElement(child), -1);
+    EXPECT_EQ(grandchild->AddElement(child), -1);
+    EXPECT_EQ(root->AddElement(static_cast<XMLElement*>(nullptr)), -1);
+    EXPECT_EQ(root->AddElement(static_cast<XMLString*>(nullptr)), -1);
+    EXPECT_EQ(root->AddAttribute(static_cast<XMLAttribute*>(nullptr)), -1);
+    EXPECT_EQ(root->AddElement(grandchild), -1);
+    EXPECT_EQ(root->AddElement(text), -1);
+    EXPECT_EQ(root->AddAttribute(attribute), -1);
+    EXPECT_EQ(TextOf(*root), before);
+    EXPECT_EQ(TextOf(*lone, Layout(false, false)), "<child n=\"v\"><grandchild/></child>");
+}
+
+TEST(XMLElement, CloneIsDeepAndFree)
+{
+    Tree tree = SmallTree();
+    XMLElement* const second = SmallTree().release();
+    tree->AddElement(second);
+    tree->AddElement(XMLString::Create("after"));
+    Tree copy(tree->Clone()), part(second->Clone());
+    const std::string all = TextOf(*tree), some = TextOf(*second);
+    tree.reset();
+    EXPECT_EQ(TextOf(*copy), all);
+    EXPECT_EQ(TextOf(*part), some);
+    EXPECT_EQ(copy->AddElement(part.get()), 0); // the clone of a child has no parent
+    part.release();
+}
+
+TEST(XMLElement, DeepChainsNeedNoStack)
+{
+    constexpr int kDepth = 100000;
+    for (const bool topDown : {true, false}) {
+        Tree root(XMLElement::Create("n"));
+        XMLElement* last = root.get();
+        for (int i = 1; i < kDepth; ++i) {
+            XMLElement* const next = XMLElement::Create("n");
+            if (topDown) {
+                ASSERT_EQ(last->AddElement(next), 0);
+                last = next;
+            } else {
+                ASSERT_EQ(next->AddElement(root.release()), 0);
+                root.reset(next);
+            }
+        }
+        const Tree copy(root->Clone());
+        root.reset();
+        std::string expected;
+        for (int i = 1; i < kDepth; ++i) expected += "<n>";
+        expected += "<n/>";
+        for (int i = 1; i < kDepth; ++i) expected += "</n>";
+        EXPECT_TRUE(TextOf(*copy, Layout(false, false)) == expected);
+    }
+}
+
+TEST(XMLElement, PiecesOfAnySizePassTheBuffer)
+{
+    const Tree root(XMLElement::Create("r"));
+    std::string expected = "<r>";
+    for (const unsigned length : {32u * 1024 - 4, 1u, 32u * 1024, 32u * 1024 + 1, 1000000u, 0u, 5u}) {
+        const std::string text(length, 'x');
+        root->AddElement(XMLString::Create(text));
+        expected += text;
+    }
+    expected += "</r>";
+    EXPECT_TRUE(TextOf(*root, Layout(false, false)) == expected);
+}

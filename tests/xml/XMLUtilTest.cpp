@@ -1,0 +1,92 @@
+#include "modelcore/xml/XMLUtil.h"
+#include "tests/support/Random.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+using namespace MCXML_930;
+
+namespace {
+
+// The rule as eight passes over the whole value and the two ends.
+std::string EscapedInPasses(std::string s)
+{
+    const char* const passes[][2] = {{"&", "&amp;"}, {"<", "&lt;"},   {">", "&gt;"},   {"\"", "&quot;"},
+                                     {"\t", "&#9;"}, {"\n", "&#10;"}, {"\r", "&#13;"}, {"  ", " &#32;"}};
+    for (const auto& pass : passes) XMLUtil::ReplaceAll(s, pass[0], pass[1]);
+    if (!s.empty() && s.front() == ' ') s.replace(0, 1, "&#32;");
+    if (!s.empty() && s.back() == ' ') s.replace(s.size() - 1, 1, "&#32;");
+    return s;
+}
+
+} // namespace
+
+TEST(XMLUtil, EscapeOfKnownValues)
+{
+    const char* const cases[][2] = {
+        {"", ""},
+        {"plain", "plain"},
+        {"a  b", "a &#32;b"},
+        {" x ", "&#32;x&#32;"},
+        {" ", "&#32;"},
+        {"  ", "&#32;&#32;"},
+        {"   ", "&#32;&#32;&#32;"},
+        {"a    b", "a &#32; &#32;b"},
+        {"<&>\"", "&lt;&amp;&gt;&quot;"},
+        {"\t\n\r", "&#9;&#10;&#13;"},
+        {"&amp;", "&amp;amp;"},
+        {"a b", "a b"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(XMLUtil::Escape(c[0]), c[1]);
+}
+
+TEST(XMLUtil, EscapeEqualsThePassesOnRandomValues)
+{
+    TestRandom random(3);
+    const std::string alphabet = "  &<>\"\t\n\rab\xC3";
+    for (int i = 0; i < 20000; ++i) {
+        std::string value;
+        for (int length = random.Below(12); length > 0; --length)
+            value += alphabet[static_cast<std::size_t>(random.Below(static_cast<int>(alphabet.size())))];
+        ASSERT_EQ(XMLUtil::Escape(value), EscapedInPasses(value)) << value;
+    }
+}
+
+TEST(XMLUtil, Replacements)
+{
+    std::string s = "one two one";
+    int pos = 1;
+    EXPECT_EQ(XMLUtil::ReplaceAtPos(s, "one", "1", pos), 8);
+    EXPECT_EQ(pos, 8);
+    EXPECT_EQ(s, "one two 1");
+    for (const int start : {-1, 10, 100}) {
+        pos = start;
+        EXPECT_EQ(XMLUtil::ReplaceAtPos(s, "one", "1", pos), -1);
+        EXPECT_EQ(pos, start);
+    }
+    pos = 9; // the end itself is no fault, there is only nothing to find
+    EXPECT_EQ(XMLUtil::ReplaceAtPos(s, "1", "", pos), -1);
+    pos = 0;
+    EXPECT_EQ(XMLUtil::ReplaceAtPos(s, "", "x", pos), -1);
+    EXPECT_EQ(XMLUtil::ReplaceAtPos(s, nullptr, "x", pos), -1);
+    EXPECT_EQ(s, "one two 1");
+
+    EXPECT_EQ(XMLUtil::ReplaceString(s, "o", "0"), 0);
+    EXPECT_EQ(s, "0ne two 1");
+    EXPECT_EQ(XMLUtil::ReplaceAll(s, "e", "ee"), 1);
+    EXPECT_EQ(s, "0nee two 1");
+    EXPECT_EQ(XMLUtil::ReplaceAll(s, "", "x"), 0);
+    s = "aaaa";
+    EXPECT_EQ(XMLUtil::ReplaceAll(s, "aa", "aab"), 2);
+    EXPECT_EQ(s, "aabaab");
+}
+
+TEST(XMLUtil, SmallTexts)
+{
+    EXPECT_EQ(XMLUtil::GetTabs(0), "");
+    EXPECT_EQ(XMLUtil::GetTabs(-3), "");
+    EXPECT_EQ(XMLUtil::GetTabs(2), "\t\t");
+    EXPECT_EQ(XMLUtil::toString(-2147483647 - 1), "-2147483648");
+    EXPECT_STREQ(XMLUtil::FIRST_LINE, "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>");
+}
