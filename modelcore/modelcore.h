@@ -26,6 +26,7 @@
 #include "modelcore/common/RecordIterator.h"
 #include "modelcore/common/Value.h"
 #include "modelcore/common/ValueRecord.h"
+#include "modelcore/distributions/MCDistFun.h"
 #include "modelcore/matrix/IMCRectMatrix.h"
 #include "modelcore/matrix/IMCSymMatrix.h"
 #include "modelcore/matrix/MCRectMatrix.h"

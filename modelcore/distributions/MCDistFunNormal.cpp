@@ -1,0 +1,92 @@
+// MCDistFun: error functions and the normal distribution.
+#include "modelcore/distributions/MCDistFun.h"
+
+#include "modelcore/common/MCMV.h"
+#include "modelcore/distributions/internal/Normal.h"
+
+#include <array>
+#include <cmath>
+#include <cstddef>
+
+namespace MCMath_930 {
+
+using MCCommon_930::MCMV;
+
+namespace {
+
+/// Horner's rule for a row of AS 241, which holds the constant term first.
+double Ascending(const std::array<double, 8>& row, double r)
+{
+    double value = row[7];
+    for (std::size_t i = 7; i-- > 0;) value = value * r + row[i];
+    return value;
+}
+
+} // namespace
+
+double MCDistFun::derf(double x)
+{
+    const double w = std::fabs(x);
+    double value;
+    if (w < 2.2) {
+        const double square = w * w;
+        const double whole = std::floor(square);
+        value = internal::Polynomial(internal::kErfNear[static_cast<std::size_t>(whole)], square - whole) * w;
+    } else if (w < 6.9) {
+        const double whole = std::floor(w);
+        double y = internal::Polynomial(internal::kErfFar[static_cast<std::size_t>(whole) - 2], w - whole);
+        y *= y;
+        y *= y;
+        y *= y;
+        y *= y;
+        value = 1.0 - y;
+    } else {
+        value = std::isnan(x) ? x : 1.0;
+    }
+    return std::copysign(value, x);
+}
+
+double MCDistFun::derfc(double x)
+{
+    const double w = std::fabs(x);
+    const double value = internal::ScaledErfc(w) * internal::ExpMinusSquare(w, 1.0);
+    return x < 0.0 ? 2.0 - value : value;
+}
+
+double MCDistFun::prbnrm(double x)
+{
+    static const double rootOfTwo = std::sqrt(2.0);
+    if (x > 0.0) return (1.0 + derf(x / rootOfTwo)) / 2.0;
+    if (x == 0.0) return 0.5;
+    // erfc(-x/sqrt(2))/2, with the exponent taken from x itself: the rounding of x/sqrt(2) would be multiplied by x^2.
+    return internal::ScaledErfc(-x / rootOfTwo) * internal::ExpMinusSquare(-x, 0.5) / 2.0;
+}
+
+double MCDistFun::probit(double p)
+{
+    if (!(p > 0.0) || !(p < 1.0)) return MCMV::Missing();
+    const double q = p - 0.5;
+    if (q == 0.0) return 0.0;
+    if (std::fabs(q) <= 0.425) {
+        const double r = 0.180625 - q * q;
+        return q * Ascending(internal::kProbit[0], r) / Ascending(internal::kProbit[1], r);
+    }
+    const double root = std::sqrt(-std::log(q < 0.0 ? p : 1.0 - p));
+    const bool near = root <= 5.0;
+    const double r = near ? root - 1.6 : root - 5.0;
+    const double z = near ? Ascending(internal::kProbit[2], r) / Ascending(internal::kProbit[3], r)
+                          : Ascending(internal::kProbit[4], r) / Ascending(internal::kProbit[5], r);
+    return q < 0.0 ? -z : z;
+}
+
+double MCDistFun::CdfStdNorm(double x)
+{
+    return prbnrm(x);
+}
+
+double MCDistFun::IdfStdNorm(double p)
+{
+    return probit(p);
+}
+
+} // namespace MCMath_930

@@ -1,0 +1,30 @@
+// Pieces of the gamma function that the gamma and beta families share.
+#pragma once
+
+#include "modelcore/distributions/internal/LogGammaTables.h"
+#include "modelcore/distributions/internal/Normal.h"
+
+#include <cmath>
+
+namespace MCMath_930::internal {
+
+/// ln Gamma(x) - ((x - 1/2) ln x - x + ln(2 pi)/2) for x >= 8.
+inline double StirlingRemainder(double x)
+{
+    const double inverse = 1.0 / x;
+    return Polynomial(kStirling, inverse * inverse) * inverse;
+}
+
+/// ln Gamma(x) for x > 0.
+double LogGamma(double x);
+
+/// A positive number kept as factor * exp(exponent), so that several exponents meet in one exp.
+struct ScaledNumber {
+    double factor;
+    double exponent;
+};
+
+/// x^x exp(-x) / Gamma(x), x > 0: what a gamma or beta density is at its scale, free of large exponents.
+ScaledNumber GammaWeight(double x);
+
+} // namespace MCMath_930::internal

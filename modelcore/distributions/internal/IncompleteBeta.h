@@ -1,0 +1,36 @@
+// The regularised incomplete beta function with both tails to full relative accuracy.
+#pragma once
+
+#include "modelcore/distributions/internal/DoubleDouble.h"
+
+namespace MCMath_930::internal {
+
+/// A point of the unit interval by its distance from both ends; x + y = 1. Each distance has its own relative accuracy
+/// and more than a double's digits: one rounding of x would change x^a by a of them.
+struct UnitPoint {
+    DoubleDouble x;
+    DoubleDouble y;
+
+    /// x in (0, 1) as it stands.
+    static UnitPoint At(double x) { return {{x}, ExactSumOrdered(1.0, -x)}; }
+
+    /// The point that divides the interval as below : above; both positive.
+    static UnitPoint Dividing(const DoubleDouble& below, const DoubleDouble& above)
+    {
+        const DoubleDouble whole = below + above;
+        return {below / whole, above / whole};
+    }
+};
+
+struct BetaTails {
+    double lower;  ///< I_x(a, b)
+    double upper;  ///< 1 - I_x(a, b), computed as a tail of its own
+    double weight; ///< x^a y^b / B(a, b): the density times x*y
+    bool reached;  ///< false when the parameters are out of reach or a sum did not converge; then nothing else is set
+};
+
+/// Both tails of I_x(a, b), for 0 <= x <= 1 and 1e-290 <= a, b <= 1e290. The weight is set only when asked
+/// for. Relative error of both tails at most 5e-15, from 1e-300 to 1, for a, b from 1e-3 to 1e6.
+BetaTails IncompleteBeta(const UnitPoint& point, double a, double b, bool wantWeight);
+
+} // namespace MCMath_930::internal

@@ -1,0 +1,64 @@
+// The bracketed search that all quantiles share.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <limits>
+
+namespace MCMath_930::internal {
+
+/// What one evaluation tells about the root.
+struct Probe {
+    int side;    ///< sign of (x - root); 0 when x will do as it is
+    double next; ///< where a Newton or Halley step from x leads
+    bool close;  ///< the step is so short that next is the root as well as it can be told
+};
+
+struct Root {
+    double x;
+    bool found; ///< false when nothing between the ends reaches the root
+};
+
+/// Finds the root between two positive ends (0 counts as positive) from a start, which may be anything.
+///
+/// Newton steps are taken as long as they stay inside the bracket; when three in a row have not halved the number of
+/// doubles in it, the middle one of these doubles comes next. There are fewer than 2^63 doubles in any bracket, so that
+/// at most 4 * 63 evaluations are made, whatever the function and the start.
+template <class Evaluate>
+Root SearchRoot(double start, double low, double high, Evaluate evaluate)
+{
+    constexpr int kStepsPerHalving = 3;
+    const auto order = [](double x) { return std::bit_cast<std::uint64_t>(x + 0.0); };
+    const auto middle = [&] { return std::bit_cast<double>(order(low) + (order(high) - order(low)) / 2); };
+    bool highIsAbove = false;
+    std::uint64_t width = order(high) - order(low);
+    int steps = 0;
+    double x = start > low && start < high ? start : middle();
+    while (true) {
+        const Probe probe = evaluate(x);
+        if (probe.side == 0) return {x, true};
+        if (probe.side > 0) {
+            high = x;
+            highIsAbove = true;
+        } else {
+            low = x;
+        }
+        if (order(high) - order(low) <= 1) return {probe.side > 0 ? x : high, highIsAbove};
+        const bool inside = probe.next > low && probe.next < high;
+        if (probe.close && inside) return {probe.next, true};
+        ++steps;
+        if (order(high) - order(low) <= width / 2) {
+            width = order(high) - order(low);
+            steps = 0;
+        }
+        if (inside && steps < kStepsPerHalving) {
+            x = probe.next;
+        } else {
+            x = middle();
+            steps = 0;
+            width = order(high) - order(low);
+        }
+    }
+}
+
+} // namespace MCMath_930::internal

@@ -1,0 +1,33 @@
+#include "distributions/ExactTable.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <utility>
+
+namespace {
+
+// The largest relative error allowed, by function; measured over larger tables of the same kind, then rounded up.
+const std::map<std::string, double> kAllowed{
+    {"CdfStdNorm", 2e-15}, {"IdfStdNorm", 1e-15}, {"tavodnlgam", 2e-15}, {"CdfBeta", 8e-15},
+    {"CdfT", 8e-15},       {"SigT", 8e-15},       {"CdfF", 8e-15},       {"SigF", 8e-15},
+};
+
+} // namespace
+
+TEST(MCDistFunAccuracy, EveryFunctionMeetsItsBoundOnTheExactTable)
+{
+    std::map<std::string, std::pair<int, double>> found; // points and largest error
+    for (const ExactPoint& point : ReadExactTable(MODELCORE_TEST_DATA "/distributions.txt")) {
+        const double error = RelativeError(ExactCalls().at(point.function)(point.args), point.expected);
+        auto& [points, worst] = found[point.function];
+        ++points;
+        worst = std::max(worst, error);
+        EXPECT_LE(error, kAllowed.at(point.function))
+            << point.function << ' ' << point.region << ' ' << ::testing::PrintToString(point.args) << " should be "
+            << point.expected;
+    }
+    for (const auto& [function, bound] : kAllowed) EXPECT_GE(found[function].first, 12) << function << ' ' << bound;
+}

@@ -1,0 +1,148 @@
+#!/usr/bin/env python3
+"""Writes the table of exact values that the tests and the accuracy program compare with (needs mpmath).
+
+Usage: distribution_table.py POINTS SEED > tests/data/distributions.txt     (the committed table: 12 points, seed 1)
+
+One line a point: function, region, the arguments as shortest decimals that read back to the same double, and the exact
+value to 20 digits. Every value is summed here from its defining series with 60 digits; nothing is taken from the library.
+"""
+import math
+import random
+import sys
+
+from mpmath import mp, mpf, mpmathify, erfc, erfinv, exp, findroot, log, loggamma, nstr, sqrt
+
+mp.dps = 60
+TINY = mpf(10) ** -50
+
+
+def log_uniform(low, high):
+    return math.exp(random.uniform(math.log(low), math.log(high)))
+
+
+def beta_below_mean(x, y, a, b):
+    """I_x(a, b) by a series of positive terms."""
+    term = total = mpf(1)
+    k = 0
+    while True:
+        ratio = (a + b + k) / (a + 1 + k) * x
+        term *= ratio
+        total += term
+        k += 1
+        if ratio < 1 and term < TINY * total * (1 - ratio):
+            break
+    return total * exp(a * log(x) + b * log(y) + loggamma(a + b) - loggamma(a) - loggamma(b)) / a
+
+
+def beta_tails(x, y, a, b):
+    a, b = mpf(a), mpf(b)
+    if x * (a + b) <= a:
+        lower = beta_below_mean(x, y, a, b)
+        return lower, 1 - lower
+    upper = beta_below_mean(y, x, b, a)
+    return 1 - upper, upper
+
+
+def normal_cdf(x):
+    return erfc(-mpf(x) / sqrt(mpf(2))) / 2
+
+
+def normal_quantile(p):
+    p = mpf(p)
+    z = mpf(1)
+    q = min(p, 1 - p)
+    z = -sqrt(-2 * log(q)) if q < 0.2 else mpf(float(sqrt(2) * erfinv(2 * q - 1)))
+    for _ in range(60):  # Newton on the logarithm of the tail
+        cdf = normal_cdf(z)
+        density = exp(-z * z / 2) / sqrt(2 * mp.pi)
+        step = log(cdf / q) * cdf / density
+        z -= step
+        if abs(step) < TINY * 1000:
+            break
+    return z if p <= 0.5 else -z
+
+
+def t_tail(t, df):
+    """P(T > |t|)."""
+    square, df = mpf(t) ** 2, mpf(df)
+    return beta_tails(df / (df + square), square / (df + square), df / 2, mpf(1) / 2)[0] / 2
+
+
+def t_cdf(t, df):
+    return t_tail(t, df) if t < 0 else 1 - t_tail(t, df)
+
+
+def f_tails(x, df1, df2):
+    scaled = mpf(x) * mpf(df1)
+    return beta_tails(scaled / (scaled + df2), df2 / (scaled + df2), mpf(df1) / 2, mpf(df2) / 2)
+
+
+# Points
+
+def near_mean(a, b, sigmas):
+    """A point of (0, 1) so many standard deviations from the mean of the beta distribution, on the logit scale."""
+    shift = sigmas * math.sqrt(1 / a + 1 / b)
+    odds = a / b * math.exp(max(-300.0, min(300.0, shift)))
+    return odds / (1 + odds)
+
+
+def beta_point(low, high):
+    a, b = log_uniform(low, high), log_uniform(low, high)
+    x = near_mean(a, b, random.uniform(-1, 1) * random.choice([2, 8, 36]))
+    return (x, a, b) if 0 < x < 1 else beta_point(low, high)
+
+
+def t_point(low, high):
+    df = log_uniform(low, high)
+    if random.random() < 0.5 and df > 1:
+        df = float(round(df) + 1)
+    return random.choice([random.uniform(-4, 4), random.uniform(-37, 0), -log_uniform(1e-6, 1e4)]), df
+
+
+def f_point(low, high):
+    df1, df2 = log_uniform(low, high), log_uniform(low, high)
+    spread = math.sqrt(2 / df1 + 2 / df2) * random.choice([2, 8, 30])
+    return math.exp(max(-300.0, min(300.0, random.uniform(-1, 1) * spread))), df1, df2
+
+
+def probability():
+    return random.choice([random.random(), log_uniform(1e-300, 0.5), 1 - log_uniform(1e-15, 0.5),
+                          0.5 + random.choice([-1, 1]) * log_uniform(1e-12, 0.4)])
+
+
+FAMILIES = [("small", 0.01, 1), ("medium", 1, 50), ("large", 50, 2000), ("huge", 2000, 1e6)]
+
+
+def rows():
+    """(function, region, a maker of arguments, the exact value)"""
+    yield "CdfStdNorm", "body", lambda: (random.uniform(-5, 8),), normal_cdf
+    yield "CdfStdNorm", "tail", lambda: (random.uniform(-37, -5),), normal_cdf
+    yield "IdfStdNorm", "all", lambda: (probability(),), normal_quantile
+    yield "tavodnlgam", "small", lambda: (log_uniform(1e-300, 0.9),), lambda x: loggamma(mpf(x))
+    yield "tavodnlgam", "medium", lambda: (random.uniform(2.1, 20),), lambda x: loggamma(mpf(x))
+    yield "tavodnlgam", "large", lambda: (log_uniform(20, 1e300),), lambda x: loggamma(mpf(x))
+    for region, low, high in FAMILIES:
+        yield "CdfBeta", region, lambda: beta_point(low, high), lambda x, a, b: beta_tails(mpf(x), 1 - mpf(x), a, b)[0]
+        yield "CdfT", region, lambda: t_point(low, high), t_cdf
+        yield "SigT", region, lambda: (lambda t, df: (-t, df))(*t_point(low, high)), lambda t, df: t_cdf(-t, df)
+        yield "CdfF", region, lambda: f_point(low, high), lambda *args: f_tails(*args)[0]
+        yield "SigF", region, lambda: f_point(low, high), lambda *args: f_tails(*args)[1]
+    yield "CdfBeta", "mixed", lambda: beta_point(0.01, 1e5), lambda x, a, b: beta_tails(mpf(x), 1 - mpf(x), a, b)[0]
+
+
+def main():
+    points, seed = int(sys.argv[1]), int(sys.argv[2])
+    for function, region, make, exact in rows():
+        random.seed("%s %s %d" % (function, region, seed))
+        written = 0
+        while written < points:
+            args = make()
+            value = exact(*args)
+            if 0 < abs(value) < mpf(10) ** -300:
+                continue
+            print(function, region, *[repr(float(v)) for v in args], nstr(value, 20))
+            written += 1
+
+
+if __name__ == "__main__":
+    main()
