@@ -32,6 +32,8 @@
 #include "modelcore/matrix/MCRectMatrix.h"
 #include "modelcore/matrix/MCSymMatrix.h"
 #include "modelcore/modelcore_export.h"
+#include "modelcore/output/MCStatXMLUtil.h"
+#include "modelcore/output/MCXMLCounts.h"
 #include "modelcore/xml/ExportFormat.h"
 #include "modelcore/xml/NumberFormat.h"
 #include "modelcore/xml/XMLAttribute.h"

@@ -1,0 +1,208 @@
+// Factories of StatXML elements: value lists and the elements that hold them.
+#include "modelcore/common/MCMV.h"
+#include "modelcore/output/MCStatXMLUtil.h"
+#include "modelcore/output/internal/ElementBuilder.h"
+#include "modelcore/xml/XMLString.h"
+#include "modelcore/xml/internal/NumberText.h"
+
+#include <charconv>
+#include <span>
+
+namespace MCXML_930 {
+
+using internal::ElementBuilder;
+
+namespace {
+
+constexpr char kMissing[] = "__MISSING__";
+
+template <class T>
+std::span<const T> ListOf(const T* values, int count)
+{
+    return {values, values != nullptr && count > 0 ? static_cast<std::size_t>(count) : 0};
+}
+
+void AppendItem(std::string& text, double value)
+{
+    if (MCCommon_930::MCMV::IsMissing(value)) {
+        text.append(kMissing);
+        return;
+    }
+    char number[internal::kNumberRoom];
+    text.append(number, internal::WriteNumber(number, value));
+}
+
+void AppendItem(std::string& text, int value)
+{
+    // "%.0g": a precision of 0 counts as 1.
+    char number[16];
+    const double real = value;
+    text.append(number, std::to_chars(number, number + sizeof number, real, std::chars_format::general, 0).ptr);
+}
+
+void AppendItem(std::string& text, const std::string& value)
+{
+    text.append(value);
+}
+
+template <class T>
+void AddList(XMLElement& element, std::span<const T> values)
+{
+    if (values.empty()) return;
+    std::string text;
+    for (const T& value : values) {
+        if (&value != values.data()) text += ' ';
+        AppendItem(text, value);
+    }
+    element.AddElement(XMLString::Create(text));
+}
+
+template <class T>
+XMLElement* Coordinates(const std::string& feature, const std::string& field, const std::string& statistic,
+                        std::span<const T> values)
+{
+    ElementBuilder builder("Coordinates");
+    builder.Attribute("feature", feature);
+    if (!field.empty()) builder.Attribute("field", field);
+    if (!statistic.empty()) builder.Attribute("statistic", statistic);
+    AddList(builder.Element(), values);
+    return builder.Release();
+}
+
+template <class T>
+XMLElement* Array(const char* type, std::span<const T> values)
+{
+    ElementBuilder builder("Array");
+    builder.Attribute("type", type);
+    AddList(builder.Element(), values);
+    return builder.Release();
+}
+
+XMLElement* StringArray(std::span<const std::string> values)
+{
+    std::vector<std::string> quoted;
+    quoted.reserve(values.size());
+    for (const std::string& value : values) quoted.push_back('"' + MCStatXMLUtil::ReplaceSpecialChar(value) + '"');
+    return Array<std::string>("string", quoted);
+}
+
+} // namespace
+
+XMLElement* MCStatXMLUtil::CreateElemCoordinates(const std::string& feature, const std::string& field,
+                                                 const std::string& statistic, const double* values, int count)
+{
+    return Coordinates(feature, field, statistic, ListOf(values, count));
+}
+
+XMLElement* MCStatXMLUtil::CreateElemCoordinates(const std::string& feature, const std::string& field,
+                                                 const std::string& statistic, const std::vector<double>& values)
+{
+    return Coordinates<double>(feature, field, statistic, values);
+}
+
+XMLElement* MCStatXMLUtil::CreateElemCoordinates(const std::string& feature, const std::string& field,
+                                                 const std::string& statistic, const int* values, int count)
+{
+    return Coordinates(feature, field, statistic, ListOf(values, count));
+}
+
+XMLElement* MCStatXMLUtil::CreateElemCoordinates(const std::string& feature, const std::string& field,
+                                                 const std::string& statistic, const std::vector<int>& values)
+{
+    return Coordinates<int>(feature, field, statistic, values);
+}
+
+XMLElement* MCStatXMLUtil::CreateElemCoordinates(const std::string& feature, const std::string& field,
+                                                 const std::string& statistic, const std::string* values, int count)
+{
+    return Coordinates(feature, field, statistic, ListOf(values, count));
+}
+
+XMLElement* MCStatXMLUtil::CreateElemCoordinates(const std::string& feature, const std::string& field,
+                                                 const std::string& statistic, const std::vector<std::string>& values)
+{
+    return Coordinates<std::string>(feature, field, statistic, values);
+}
+
+XMLElement* MCStatXMLUtil::CreateElemArray(const double* values, int count)
+{
+    return Array("real", ListOf(values, count));
+}
+
+XMLElement* MCStatXMLUtil::CreateElemArray(const std::vector<double>& values)
+{
+    return Array<double>("real", values);
+}
+
+XMLElement* MCStatXMLUtil::CreateElemArray(const int* values, int count)
+{
+    return Array("int", ListOf(values, count));
+}
+
+XMLElement* MCStatXMLUtil::CreateElemArray(const std::vector<int>& values)
+{
+    return Array<int>("int", values);
+}
+
+XMLElement* MCStatXMLUtil::CreateElemArray(const std::string* values, int count)
+{
+    return StringArray(ListOf(values, count));
+}
+
+XMLElement* MCStatXMLUtil::CreateElemArray(const std::vector<std::string>& values)
+{
+    return StringArray(values);
+}
+
+XMLElement* MCStatXMLUtil::CreateElemArray(const std::string& item, int count)
+{
+    return StringArray(std::vector<std::string>(count > 0 ? static_cast<std::size_t>(count) : 0, item));
+}
+
+void MCStatXMLUtil::AddDoublesList(XMLElement& element, const double* values, int count)
+{
+    AddList(element, ListOf(values, count));
+}
+
+void MCStatXMLUtil::AddDoublesList(XMLElement& element, const std::vector<double>& values)
+{
+    AddList<double>(element, values);
+}
+
+void MCStatXMLUtil::AddIntList(XMLElement& element, const int* values, int count)
+{
+    AddList(element, ListOf(values, count));
+}
+
+void MCStatXMLUtil::AddIntList(XMLElement& element, const std::vector<int>& values)
+{
+    AddList<int>(element, values);
+}
+
+void MCStatXMLUtil::AddStringList(XMLElement& element, const std::string& value)
+{
+    AddList(element, std::span(&value, 1));
+}
+
+void MCStatXMLUtil::AddStringList(XMLElement& element, const std::string* values, int count)
+{
+    AddList(element, ListOf(values, count));
+}
+
+void MCStatXMLUtil::AddStringList(XMLElement& element, const std::vector<std::string>& values)
+{
+    AddList<std::string>(element, values);
+}
+
+std::string MCStatXMLUtil::ReplaceSpecialChar(const std::string& item)
+{
+    std::string out;
+    out.reserve(item.size());
+    for (const char c : item) {
+        if (c == '"' || c == '\\') out += '\\';
+        out += c;
+    }
+    return out;
+}
+
+} // namespace MCXML_930

@@ -1,0 +1,132 @@
+#include "modelcore/output/MCStatXMLUtil.h"
+
+#include "modelcore/common/MCMV.h"
+#include "modelcore/xml/ExportFormat.h"
+#include "modelcore/xml/XMLElement.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+using namespace MCXML_930;
+using Util = MCStatXMLUtil;
+
+namespace {
+
+/// The element on one line; deletes it.
+std::string Text(XMLElement* element)
+{
+    ExportFormat fmt;
+    fmt.SetFormat(false);
+    std::string text;
+    element->ToString(text, fmt);
+    delete element;
+    return text;
+}
+
+template <class Add>
+std::string ListText(Add add)
+{
+    XMLElement* const element = XMLElement::Create("l");
+    add(*element);
+    return Text(element);
+}
+
+constexpr double kMissing = MCCommon_930::MCMV::gMissingValue;
+
+} // namespace
+
+TEST(MCStatXMLUtil, Elements)
+{
+    const auto covariates = [] {
+        return std::vector{Util::CreateElemCovariate("x", 2), Util::CreateElemCovariate("y", 1)};
+    };
+    const auto factors = [] {
+        return std::vector{Util::CreateElemFactor("f", "a", true), Util::CreateElemFactor("f", 12, false)};
+    };
+    const std::string terms =
+        "<Covariate field=\"x\" power=\"2\"/><Covariate field=\"y\" power=\"1\"/>"
+        "<Factor field=\"f\" value=\"a\" nest=\"true\"/><Factor field=\"f\" value=\"12\" nest=\"false\"/>";
+    const MCXMLCounts counts{10.5, 1, 0, 3};
+    const struct {
+        XMLElement* element;
+        std::string expected;
+    } cases[] = {
+        {Util::BuildRoot(),
+         "<StatXML xmlns=\"http://modelcore.example/software/analytics/tavo/xml/extension\""
+         " xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" version=\"1.0\""
+         " xsi:schemaLocation=\"http://modelcore.example/software/analytics/tavo/xml/extension/StatXML_7.0.xsd\"/>"},
+        {Util::CreateElemStructuredData("a < b"), "<StructuredData description=\"a &lt; b\"/>"},
+        {Util::CreateElem("E", "a", 0.1), "<E a=\"0.1\"/>"},
+        {Util::CreateElem("E", "a", "x"), "<E a=\"x\"/>"},
+        {Util::CreateElem("E", "a", "x", "b", "y"), "<E a=\"x\" b=\"y\"/>"},
+        {Util::CreateElemCounts(counts),
+         "<Counts totalFreq=\"10.5\" missingFreq=\"1\" invalidFreq=\"0\" cardinality=\"3\"/>"},
+        {Util::CreateElemStatistic("mean", 12.0), "<Statistic name=\"mean\" value=\"12\"/>"},
+        {Util::CreateElemStatistic("mean", kMissing), "<Statistic name=\"mean\" value=\"-1.79769313486232e+308\"/>"},
+        {Util::CreateElemStatistic("mode", "red"), "<Statistic name=\"mode\" value=\"red\"/>"},
+        {Util::CreateElemRegressionParameter("Intercept", true),
+         "<RegressionParameter name=\"Intercept\" isIntercept=\"true\"/>"},
+        {Util::CreateElemRegressionParameter("p", false, covariates(), factors()),
+         "<RegressionParameter name=\"p\" isIntercept=\"false\">" + terms + "</RegressionParameter>"},
+        {Util::CreateElemLabel("l"), "<Label label=\"l\"/>"},
+        {Util::CreateElemLabel("l", Util::CreateElemCovariate("x", -1)),
+         "<Label label=\"l\"><Covariate field=\"x\" power=\"-1\"/></Label>"},
+        {Util::CreateElemLabel("l", covariates(), factors()), "<Label label=\"l\">" + terms + "</Label>"},
+        {Util::CreateElemRowColLabels("row"), "<RowColLabels dimension=\"row\"/>"},
+        {Util::CreateElemRowColLabels("row", Util::CreateElemLabel("l")),
+         "<RowColLabels dimension=\"row\"><Label label=\"l\"/></RowColLabels>"},
+        {Util::CreateElemMatrixLabels(
+             {Util::CreateElemRowColLabels("row", std::vector{Util::CreateElemLabel("l"), Util::CreateElemLabel("m")}),
+              nullptr}),
+         "<MatrixLabels><RowColLabels dimension=\"row\"><Label label=\"l\"/><Label "
+         "label=\"m\"/></RowColLabels></MatrixLabels>"},
+        {Util::CreateElemMatrix(nullptr, {}, nullptr, nullptr, 4294967295u, 0, "", false),
+         "<Matrix kind=\"\" nbRows=\"4294967295\" symmetric=\"false\" nbCols=\"0\" rowMajor=\"true\"/>"},
+        {Util::CreateElemMatrix(Util::CreateElemMatrixLabels({}),
+                                {XMLElement::Create("s"), nullptr, XMLElement::Create("t")}, nullptr,
+                                XMLElement::Create("b"), 2, 2, "k", true),
+         "<Matrix kind=\"k\" nbRows=\"2\" symmetric=\"true\" nbCols=\"2\" "
+         "rowMajor=\"true\"><MatrixLabels/><s/><t/><b/></Matrix>"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(Text(c.element), c.expected);
+}
+
+TEST(MCStatXMLUtil, ValueLists)
+{
+    const std::vector<double> reals{1.5, kMissing, 2, 1e-7};
+    const std::vector<int> ints{7, 12, 0, -3, 10, 15, 25, -2147483647 - 1};
+    const std::vector<std::string> strings{"a\"b\\c", "", "d e<"};
+    const std::string realText = "1.5 __MISSING__ 2 1e-07", intText = "7 1e+01 0 -3 1e+01 2e+01 2e+01 -2e+09";
+    const std::string quoted = "\"a\\\"b\\\\c\" \"\" \"d e&lt;\"";
+
+    EXPECT_EQ(Text(Util::CreateElemArray(reals)), "<Array type=\"real\">" + realText + "</Array>");
+    EXPECT_EQ(Text(Util::CreateElemArray(reals.data(), 4)), "<Array type=\"real\">" + realText + "</Array>");
+    EXPECT_EQ(Text(Util::CreateElemArray(ints)), "<Array type=\"int\">" + intText + "</Array>");
+    EXPECT_EQ(Text(Util::CreateElemArray(ints.data(), 2)), "<Array type=\"int\">7 1e+01</Array>");
+    EXPECT_EQ(Text(Util::CreateElemArray(strings)), "<Array type=\"string\">" + quoted + "</Array>");
+    EXPECT_EQ(Text(Util::CreateElemArray(strings.data(), 3)), "<Array type=\"string\">" + quoted + "</Array>");
+    EXPECT_EQ(Text(Util::CreateElemArray("x y", 2)), "<Array type=\"string\">\"x y\" \"x y\"</Array>");
+    EXPECT_EQ(Text(Util::CreateElemArray("x", -1)), "<Array type=\"string\"/>");
+    EXPECT_EQ(Text(Util::CreateElemArray(reals.data(), -1)), "<Array type=\"real\"/>");
+    EXPECT_EQ(Text(Util::CreateElemArray(std::vector<int>())), "<Array type=\"int\"/>");
+
+    const std::string all = "<Coordinates feature=\"f\" field=\"x\" statistic=\"s\">", end = "</Coordinates>";
+    EXPECT_EQ(Text(Util::CreateElemCoordinates("f", "x", "s", reals)), all + realText + end);
+    EXPECT_EQ(Text(Util::CreateElemCoordinates("f", "x", "s", reals.data(), 1)), all + "1.5" + end);
+    EXPECT_EQ(Text(Util::CreateElemCoordinates("f", "x", "s", ints)), all + intText + end);
+    EXPECT_EQ(Text(Util::CreateElemCoordinates("f", "x", "s", ints.data(), 1)), all + "7" + end);
+    EXPECT_EQ(Text(Util::CreateElemCoordinates("f", "x", "s", strings)), all + "a\"b\\c  d e&lt;" + end);
+    EXPECT_EQ(Text(Util::CreateElemCoordinates("f", "x", "s", strings.data(), 1)), all + "a\"b\\c" + end);
+    EXPECT_EQ(Text(Util::CreateElemCoordinates("f", "", "", reals.data(), 0)), "<Coordinates feature=\"f\"/>");
+
+    EXPECT_EQ(ListText([&](XMLElement& e) { Util::AddDoublesList(e, reals.data(), 2); }), "<l>1.5 __MISSING__</l>");
+    EXPECT_EQ(ListText([&](XMLElement& e) { Util::AddDoublesList(e, nullptr, 2); }), "<l/>");
+    EXPECT_EQ(ListText([&](XMLElement& e) { Util::AddDoublesList(e, reals); }), "<l>" + realText + "</l>");
+    EXPECT_EQ(ListText([&](XMLElement& e) { Util::AddIntList(e, ints); }), "<l>" + intText + "</l>");
+    EXPECT_EQ(ListText([&](XMLElement& e) { Util::AddIntList(e, ints.data(), 0); }), "<l/>");
+    EXPECT_EQ(ListText([&](XMLElement& e) { Util::AddStringList(e, "a \"b"); }), "<l>a \"b</l>");
+    EXPECT_EQ(ListText([&](XMLElement& e) { Util::AddStringList(e, {"a", "b", "c"}); }), "<l>a b c</l>");
+}
