@@ -1,0 +1,77 @@
+// The model's columns: which predictor is a covariate, which a factor, and which columns and parameters they give.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace linreg {
+
+/// A larger model is refused: its cross products alone would take 100 MB for each thread.
+inline constexpr int kMaxParameters = 5000;
+
+/// One predictor. What it is shows with its first value: a number makes a covariate, any other text a factor.
+struct Predictor {
+    enum class Kind { Unknown, Covariate, Factor };
+
+    std::string name;
+    Kind kind = Kind::Unknown;
+    int column = -1;                 ///< of a covariate
+    std::vector<std::string> levels; ///< of a factor, in order of first appearance in a case that is used
+    std::vector<int> levelColumns;   ///< the indicator column of each level
+    std::map<std::string, int, std::less<>> columnOfLevel;
+};
+
+/// One coefficient of the model, in the order in which they are estimated and shown.
+struct Parameter {
+    enum class Kind { Intercept, Covariate, Level };
+
+    Kind kind = Kind::Intercept;
+    std::string field; ///< the predictor's name; empty for the intercept
+    std::string level; ///< of a factor
+    int column = -1;   ///< of the accumulated matrix; -1 for the intercept, which is fitted through the means
+
+    /// "(Intercept)", "carat", "cut=Ideal"
+    std::string Name() const;
+};
+
+/// The columns that are accumulated: 0 is the target, then come the covariates, then the indicators of factor levels in
+/// the order in which they turned up, so that a column never moves while new levels are still found.
+class Design {
+public:
+    explicit Design(bool intercept) : fIntercept(intercept) {}
+
+    bool HasIntercept() const { return fIntercept; }
+
+    std::vector<Predictor>& Predictors() { return fPredictors; }
+    const std::vector<Predictor>& Predictors() const { return fPredictors; }
+
+    /// Gives the covariates their columns. Every predictor's kind is known by then.
+    void PlaceCovariates();
+    bool CovariatesPlaced() const { return fColumns > 0; }
+
+    /// Adds a level to a factor, after PlaceCovariates. Returns its column.
+    int AddLevel(Predictor& factor, std::string_view level);
+
+    /// The target among them; 0 before PlaceCovariates.
+    int NColumns() const { return fColumns; }
+    int NCovariates() const { return fCovariates; }
+    int NFactors() const { return static_cast<int>(fPredictors.size()) - fCovariates; }
+    int NParameters() const { return fColumns - 1 + (fIntercept ? 1 : 0); }
+
+    /// How many parameters data without accidents determine: indicators of a factor add up to the intercept, or to the
+    /// indicators of another factor, so one of them is redundant by construction.
+    int NDeterminable() const;
+
+    std::vector<Parameter> Parameters() const;
+
+private:
+    bool fIntercept;
+    std::vector<Predictor> fPredictors;
+    int fColumns = 0;
+    int fCovariates = 0;
+};
+
+} // namespace linreg

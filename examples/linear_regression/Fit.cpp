@@ -1,0 +1,435 @@
+#include "Fit.h"
+
+#include "BlockFold.h"
+#include "DoubleDouble.h"
+#include "Failure.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace linreg {
+
+namespace {
+
+using MCCommon_930::MCMV;
+using MCMath_930::MCBitSet;
+using MCMath_930::MCCancelInfo;
+using MCMath_930::MCDistFun;
+using MCMath_930::MCMeansXProdData;
+using MCMath_930::MCMeansXProducts;
+using MCMath_930::MCRectMatrix;
+using MCMath_930::MCSymMatrix;
+
+std::size_t At(int index)
+{
+    return static_cast<std::size_t>(index);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// First reading: means and cross products
+
+/// What one block gives, with the room to compute it in.
+struct BlockMoments {
+    MCRectMatrix rows;
+    MCMeansXProducts products;
+    double frequencies = 0.0;
+};
+
+/// The moments of all blocks so far.
+class Moments : public MCMeansXProdData {
+public:
+    explicit Moments(bool intercept) : MCMeansXProdData(0, intercept) {}
+
+    /// Takes the next block in. Columns that it has in excess are indicators of levels that no earlier case had, so
+    /// their means and cross products up to here are exact zeros.
+    void Append(const BlockMoments& block)
+    {
+        fnVars = block.products.GetNVars();
+        fvMeans.resize(At(fnVars));
+        fXProds.Resize(fnVars);
+        Merge(block.products);
+        fdFrequencies += block.frequencies;
+    }
+
+    /// Sum of the frequency weights.
+    double GetFrequencies() const { return fdFrequencies; }
+
+private:
+    double fdFrequencies = 0.0;
+};
+
+/// shift is subtracted from the target and the covariates; it is empty when nothing is to be subtracted.
+void ComputeMoments(const CaseBlock& block, bool intercept, const std::vector<double>& shift, BlockMoments& out)
+{
+    const bool frequency = !block.frequencies.empty();
+    const bool weight = !block.weights.empty();
+    const int columns = block.columns + (frequency ? 1 : 0) + (weight ? 1 : 0);
+    if (out.rows.GetNRows() != block.cases || out.rows.GetNCols() != columns)
+        out.rows.SetNRowsCols(block.cases, columns);
+    if (out.products.GetNVars() != block.columns)
+        out.products = MCMeansXProducts(block.columns, intercept, frequency, weight);
+
+    const std::size_t nValues = block.values.size() / At(block.cases);
+    const std::size_t nFactors = block.levelColumns.size() / At(block.cases);
+    out.frequencies = frequency ? 0.0 : block.cases;
+    for (int i = 0; i < block.cases; ++i) {
+        double* const row = out.rows.GetRowPtr(i);
+        const double* const values = block.values.data() + At(i) * nValues;
+        const int* const levels = block.levelColumns.data() + At(i) * nFactors;
+        if (shift.empty())
+            std::copy_n(values, nValues, row);
+        else
+            std::transform(values, values + nValues, shift.begin(), row, [](double x, double s) { return x - s; });
+        std::fill(row + nValues, row + block.columns, 0.0);
+        for (std::size_t f = 0; f < nFactors; ++f) row[levels[f]] = 1.0;
+        double* next = row + block.columns;
+        if (frequency) out.frequencies += * next++ = block.frequencies[At(i)];
+        if (weight) *next = block.weights[At(i)];
+    }
+    out.products.Compute(out.rows, block.cases);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Second reading: residuals
+
+/// Sums over cases of weight w and residual r; y is the target less its mean (or as it is, without an intercept) and x
+/// a design column.
+struct ResidualSums {
+    DoubleDouble r, rr, y, yy;
+    std::vector<DoubleDouble> rx;
+
+    void Append(const ResidualSums& next)
+    {
+        rx.resize(next.rx.size());
+        r += next.r;
+        rr += next.rr;
+        y += next.y;
+        yy += next.yy;
+        for (std::size_t j = 0; j < rx.size(); ++j) rx[j] += next.rx[j];
+    }
+};
+
+/// The model at which residuals are taken.
+struct Prediction {
+    DoubleDouble intercept;
+    DoubleDouble centre;              ///< what is subtracted from the target in y and yy
+    std::vector<double> coefficients; ///< by design column, 0 for the target and for those that are aliased
+};
+
+void ComputeResiduals(const CaseBlock& block, const Prediction& at, ResidualSums& out)
+{
+    const std::size_t nValues = block.values.size() / At(block.cases);
+    const std::size_t nFactors = block.levelColumns.size() / At(block.cases);
+    out.r = out.rr = out.y = out.yy = {};
+    out.rx.assign(at.coefficients.size(), {});
+    for (std::size_t i = 0; i < At(block.cases); ++i) {
+        const double* const values = block.values.data() + i * nValues;
+        const int* const levels = block.levelColumns.data() + i * nFactors;
+        const DoubleDouble target{values[0]};
+        DoubleDouble residual = target - at.intercept;
+        for (std::size_t j = 1; j < nValues; ++j) residual += -ExactProduct(at.coefficients[j], values[j]);
+        for (std::size_t f = 0; f < nFactors; ++f) residual += {-at.coefficients[At(levels[f])]};
+
+        const double weight =
+            (block.frequencies.empty() ? 1.0 : block.frequencies[i]) * (block.weights.empty() ? 1.0 : block.weights[i]);
+        const DoubleDouble y = target - at.centre;
+        const DoubleDouble weighted = residual * weight;
+        out.r += weighted;
+        out.rr += weighted * residual;
+        out.y += y * weight;
+        out.yy += y * weight * y;
+        for (std::size_t j = 1; j < nValues; ++j) out.rx[j] += weighted * values[j];
+        for (std::size_t f = 0; f < nFactors; ++f) out.rx[At(levels[f])] += weighted;
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The fit
+
+class Fitting {
+public:
+    Fitting(const Options& options, InputFile& input, Progress& progress, MCCancelInfo& cancel)
+        : fOptions(options), fInput(input), fProgress(progress), fCancel(cancel), fDesign(options.intercept),
+          fCases(input, options, fDesign), fMoments(options.intercept),
+          fReadings(input.IsRegular() && !options.onePass ? 2 : 1)
+    {}
+
+    Fit Run()
+    {
+        Accumulate();
+        Solve();
+        if (fReadings == 2) Refine();
+        fProgress.Clear();
+        Describe();
+        return std::move(fFit);
+    }
+
+private:
+    bool ReadBlock(CaseBlock& block, int reading);
+    void Accumulate();
+    void Solve();
+    void Refine();
+    void Describe();
+    void DescribeVariance();
+    void DescribeCovariance();
+    void DescribeCoefficients();
+    void RefuseOverflow() const;
+
+    DoubleDouble Intercept() const;
+    double Inverse(int k, int l) const { return -fSwept.GetElem(k, l); }
+    double ResidualMeanSquare() const { return fFit.residual.meanSquare; }
+
+    const Options& fOptions;
+    InputFile& fInput;
+    Progress& fProgress;
+    MCCancelInfo& fCancel;
+    Design fDesign;
+    CaseReader fCases;
+    Moments fMoments;
+    int fReadings;
+    std::int64_t fRowsBefore = 0; // of earlier readings
+
+    std::vector<Parameter> fParameters; // without the intercept; parameter k is row k of fSwept
+    MCSymMatrix fSwept;                 // the cross products, swept on the parameters; the target is the last row
+    std::vector<int> fIndependent;      // parameters that could be swept
+    std::vector<DoubleDouble> fEstimates;
+    std::vector<DoubleDouble> fMeans; // of each parameter's column
+    DoubleDouble fTargetMean;
+    DoubleDouble fMeanResidual; // what the estimates leave of the mean of the target
+    Fit fFit;
+};
+
+bool Fitting::ReadBlock(CaseBlock& block, int reading)
+{
+    if (fCancel.IsCancel()) throw Interrupted();
+    const bool more = fCases.NextBlock(block);
+    const auto size = static_cast<double>(fInput.Size());
+    fProgress.Show(size > 0.0 ? (reading + static_cast<double>(fInput.BytesRead()) / size) / fReadings : -1.0,
+                   fRowsBefore + fCases.Counts().rows);
+    return more;
+}
+
+void Fitting::Accumulate()
+{
+    // A common offset of a column costs digits and carries no information beside the intercept.
+    const std::vector<double> none;
+    const std::vector<double>& shift = fOptions.intercept ? fCases.FirstCase() : none;
+    FoldBlocks<CaseBlock, BlockMoments>(
+        fOptions.threads, [&](CaseBlock& block) { return ReadBlock(block, 0); },
+        [&](const CaseBlock& block, BlockMoments& out) { ComputeMoments(block, fOptions.intercept, shift, out); },
+        [&](const BlockMoments& out) { fMoments.Append(out); });
+
+    const CaseCounts& counts = fCases.Counts();
+    if (counts.used == 0)
+        throw Failure(fInput.Name() + ": no cases are left: " + std::to_string(counts.rows) + " rows, " +
+                      std::to_string(counts.missing) + " with a missing value, " + std::to_string(counts.unweighted) +
+                      " with a weight that is missing or not positive");
+    fRowsBefore = counts.rows;
+    fFit.counts = counts;
+    fFit.nCases = fMoments.GetFrequencies();
+    fFit.sumOfWeights = fMoments.GetNCases();
+    if (fFit.nCases < fDesign.NDeterminable())
+        throw Failure(fInput.Name() + ": fewer cases than parameters: " + std::to_string(counts.used) +
+                      " rows can be used for " + std::to_string(fDesign.NDeterminable()) + " parameters");
+
+    fParameters = fDesign.Parameters();
+    if (fOptions.intercept) fParameters.erase(fParameters.begin());
+    const auto mean = [&](int column) {
+        return ExactSum(fMoments.GetMeans()[At(column)], At(column) < shift.size() ? shift[At(column)] : 0.0);
+    };
+    fTargetMean = mean(0);
+    for (const Parameter& parameter : fParameters) fMeans.push_back(mean(parameter.column));
+}
+
+void Fitting::RefuseOverflow() const
+{
+    const int target = fSwept.GetNRows() - 1;
+    for (int k = 0; k <= target; ++k) {
+        if (std::isfinite(fSwept.GetElem(k, k))) continue;
+        throw Failure(fInput.Name() + ": column '" + (k == target ? fOptions.target : fParameters[At(k)].field) +
+                      "' has numbers too large to be squared and summed");
+    }
+}
+
+void Fitting::Solve()
+{
+    const int target = static_cast<int>(fParameters.size());
+    std::vector<int> positions(fParameters.size() + 1);
+    positions[0] = target;
+    for (int k = 0; k < target; ++k) positions[At(fParameters[At(k)].column)] = k;
+    fSwept = fMoments.GetXProds();
+    fSwept.Expand(positions, target + 1);
+    RefuseOverflow();
+
+    std::vector<double> diagonal;
+    fSwept.GetDiagonal(diagonal);
+    fFit.total.sumOfSquares = diagonal[At(target)];
+    MCBitSet swept(target + 1);
+    for (int k = 0; k < target; ++k) { // the target's row stays: it turns into coefficients and residuals
+        if (fCancel.IsCancel()) throw Interrupted();
+        if (fSwept.Sweep(k, fOptions.tolerance, diagonal, swept, false)) fIndependent.push_back(k);
+    }
+
+    fEstimates.resize(fParameters.size());
+    for (const int k : fIndependent) fEstimates[At(k)] = {fSwept.GetElem(target, k)};
+    fFit.residual.sumOfSquares = std::max(0.0, fSwept.GetElem(target, target));
+    fFit.regression.sumOfSquares = fFit.total.sumOfSquares - fFit.residual.sumOfSquares;
+}
+
+DoubleDouble Fitting::Intercept() const
+{
+    if (!fOptions.intercept) return {};
+    DoubleDouble sum = fTargetMean + fMeanResidual;
+    for (const int k : fIndependent) sum += -(fEstimates[At(k)] * fMeans[At(k)]);
+    return sum;
+}
+
+// One step of iterative refinement (Bjoerck 1967, BIT 7, 257-278) with the swept inverse: the coefficients are
+// corrected by those of the residuals, which are taken from the data once more and in twice the digits.
+void Fitting::Refine()
+{
+    Prediction at;
+    at.intercept = Intercept();
+    if (fOptions.intercept) at.centre = fTargetMean;
+    at.coefficients.resize(At(fDesign.NColumns()));
+    for (const int k : fIndependent) at.coefficients[At(fParameters[At(k)].column)] = fEstimates[At(k)].high;
+
+    fCases.Restart();
+    ResidualSums sums;
+    FoldBlocks<CaseBlock, ResidualSums>(
+        fOptions.threads, [&](CaseBlock& block) { return ReadBlock(block, 1); },
+        [&](const CaseBlock& block, ResidualSums& out) { ComputeResiduals(block, at, out); },
+        [&](const ResidualSums& out) { sums.Append(out); });
+    if (fCases.Counts() != fFit.counts) throw Failure(fInput.Name() + ": the file was changed while it was being read");
+    fFit.residualsWereRead = true;
+
+    // The means that were subtracted are rounded: r and y hold what is left of them.
+    const double weight = fFit.sumOfWeights;
+    DoubleDouble residual = sums.rr;
+    DoubleDouble total = sums.yy;
+    if (fOptions.intercept) {
+        fMeanResidual = sums.r * (1.0 / weight);
+        residual += -(fMeanResidual * sums.r);
+        total += -(sums.y * sums.y * (1.0 / weight));
+    }
+
+    std::vector<double> gradient(fParameters.size());
+    for (const int k : fIndependent) {
+        DoubleDouble& raw = sums.rx[At(fParameters[At(k)].column)];
+        if (fOptions.intercept) raw += -(fMeans[At(k)] * sums.r);
+        gradient[At(k)] = raw.Rounded();
+    }
+    for (const int k : fIndependent) {
+        double correction = 0.0;
+        for (const int l : fIndependent) correction += Inverse(k, l) * gradient[At(l)];
+        fEstimates[At(k)] += {correction};
+        residual += -ExactProduct(correction, gradient[At(k)]);
+    }
+
+    fFit.total.sumOfSquares = total.Rounded();
+    fFit.residual.sumOfSquares = std::max(0.0, residual.Rounded());
+    fFit.regression.sumOfSquares = (total - DoubleDouble{fFit.residual.sumOfSquares}).Rounded();
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Statistics
+
+void Fitting::Describe()
+{
+    DescribeVariance();
+    DescribeCovariance();
+    DescribeCoefficients();
+}
+
+void SetMeanSquare(VarianceSource& source)
+{
+    if (source.df > 0.0) source.meanSquare = source.sumOfSquares / source.df;
+}
+
+void Fitting::DescribeVariance()
+{
+    const double rank = static_cast<double>(fIndependent.size());
+    fFit.regression.df = rank;
+    fFit.total.df = fFit.nCases - (fOptions.intercept ? 1.0 : 0.0);
+    fFit.residual.df = std::max(0.0, fFit.total.df - rank);
+    if (fIndependent.empty()) fFit.regression.sumOfSquares = 0.0;
+    fFit.regression.sumOfSquares = std::max(0.0, fFit.regression.sumOfSquares);
+    SetMeanSquare(fFit.regression);
+    SetMeanSquare(fFit.residual);
+
+    const bool residualIsKnown = !MCMV::IsMissing(fFit.residual.meanSquare);
+    if (residualIsKnown) fFit.stdErrorOfEstimate = std::sqrt(fFit.residual.meanSquare);
+    if (residualIsKnown && fFit.residual.meanSquare > 0.0 && fFit.regression.df > 0.0) {
+        fFit.f = fFit.regression.meanSquare / fFit.residual.meanSquare;
+        fFit.significance = MCDistFun::SigF(fFit.f, fFit.regression.df, fFit.residual.df);
+    }
+    if (!(fFit.total.sumOfSquares > 0.0)) return;
+    fFit.rSquared = fFit.regression.sumOfSquares / fFit.total.sumOfSquares;
+    if (residualIsKnown)
+        fFit.adjustedRSquared = 1.0 - fFit.residual.meanSquare / (fFit.total.sumOfSquares / fFit.total.df);
+}
+
+void Fitting::DescribeCovariance()
+{
+    if (fOptions.intercept) fFit.estimated.push_back(0);
+    const int first = fOptions.intercept ? 1 : 0;
+    for (const int k : fIndependent) fFit.estimated.push_back(k + first);
+    if (MCMV::IsMissing(ResidualMeanSquare())) return;
+
+    fFit.covariance.SetNRows(static_cast<int>(fFit.estimated.size()));
+    const int rank = static_cast<int>(fIndependent.size());
+    for (int i = 0; i < rank; ++i)
+        for (int j = 0; j <= i; ++j)
+            fFit.covariance.SetElem(i + first, j + first,
+                                    Inverse(fIndependent[At(i)], fIndependent[At(j)]) * ResidualMeanSquare());
+    if (!fOptions.intercept) return;
+
+    // The intercept is the mean of the target less what the means of the predictors give.
+    DoubleDouble variance{1.0 / fFit.sumOfWeights};
+    for (int i = 0; i < rank; ++i) {
+        const int k = fIndependent[At(i)];
+        DoubleDouble row;
+        for (const int l : fIndependent) row += fMeans[At(l)] * Inverse(k, l);
+        variance += row * fMeans[At(k)];
+        fFit.covariance.SetElem(i + 1, 0, -row.Rounded() * ResidualMeanSquare());
+    }
+    fFit.covariance.SetElem(0, 0, variance.Rounded() * ResidualMeanSquare());
+}
+
+void Fitting::DescribeCoefficients()
+{
+    if (fOptions.intercept) fFit.coefficients.push_back({.parameter = Parameter{}, .estimate = Intercept().Rounded()});
+    for (std::size_t k = 0; k < fParameters.size(); ++k)
+        fFit.coefficients.push_back(
+            {.parameter = fParameters[k], .aliased = true}); // until it turns up among the estimated ones
+    const std::size_t first = fOptions.intercept ? 1 : 0;
+    for (const int k : fIndependent) {
+        fFit.coefficients[At(k) + first].aliased = false;
+        fFit.coefficients[At(k) + first].estimate = fEstimates[At(k)].Rounded();
+    }
+    if (fFit.covariance.GetNRows() == 0) return;
+
+    const double quantile = MCDistFun::IdfT(0.5 + 0.5 * fOptions.level, fFit.residual.df, 1e-12, 1e-20);
+    for (int i = 0; i < fFit.covariance.GetNRows(); ++i) {
+        Coefficient& coefficient = fFit.coefficients[At(fFit.estimated[At(i)])];
+        coefficient.stdError = std::sqrt(fFit.covariance.GetElem(i, i));
+        if (coefficient.stdError > 0.0) {
+            coefficient.t = coefficient.estimate / coefficient.stdError;
+            // Two lower tails: they keep their digits even where SigT, with one degree of freedom, does not.
+            coefficient.significance = 2.0 * MCDistFun::CdfT(-std::fabs(coefficient.t), fFit.residual.df);
+        }
+        if (MCMV::IsMissing(quantile)) continue;
+        coefficient.lower = coefficient.estimate - quantile * coefficient.stdError;
+        coefficient.upper = coefficient.estimate + quantile * coefficient.stdError;
+    }
+}
+
+} // namespace
+
+Fit FitModel(const Options& options, InputFile& input, Progress& progress, MCCancelInfo& cancel)
+{
+    return Fitting(options, input, progress, cancel).Run();
+}
+
+} // namespace linreg

@@ -1,0 +1,442 @@
+// What linreg computes: certified results, an independent least-squares solution, and forms of the same data that must
+// give the same fit.
+#include "Linreg.h"
+#include "support/Random.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <sstream>
+
+namespace {
+
+double CorrectDigits(double value, double certified)
+{
+    const double error = std::fabs(value - certified);
+    if (error == 0.0) return 15.0;
+    if (std::isnan(error)) return -15.0;
+    return std::min(15.0, -std::log10(certified == 0.0 ? error : error / std::fabs(certified)));
+}
+
+std::map<std::string, double> Certified(const std::string& set)
+{
+    std::map<std::string, double> values;
+    std::istringstream file(ReadFile(MODELCORE_TEST_DATA "/strd/certified.csv"));
+    for (std::string line; std::getline(file, line);) {
+        const std::size_t first = line.find(',');
+        const std::size_t second = line.find(',', first + 1);
+        if (line.substr(0, first) == set)
+            values[line.substr(first + 1, second - first - 1)] = std::stod(line.substr(second + 1));
+    }
+    return values;
+}
+
+struct CertifiedSet {
+    const char* name;
+    std::vector<std::string> arguments;
+    std::vector<std::string> parameters; // in the order of B0 or B1, ...
+    int firstIndex;
+    double coefficients, stdErrors;               // digits wanted
+    double onePassCoefficients, onePassStdErrors; // digits wanted from one reading
+};
+
+const std::string kLongley = EXAMPLES_DATA "/longley.csv";
+const std::string kStrd = MODELCORE_TEST_DATA "/strd/";
+
+const CertifiedSet kRegressions[] = {
+    {"Norris", {kStrd + "Norris.csv", "--target", "y"}, {"(Intercept)", "x"}, 0, 11.5, 13, 11, 9},
+    {"NoInt1", {kStrd + "NoInt1.csv", "--target", "y", "--no-intercept"}, {"x"}, 1, 13, 13, 13, 12},
+    {"Longley",
+     {kLongley, "--target", "TOTEMP"},
+     {"(Intercept)", "GNPDEFL", "GNP", "UNEMP", "ARMED", "POP", "YEAR"},
+     0,
+     12,
+     12,
+     11,
+     11},
+};
+
+TEST(LinregCertified, RegressionsReachTheStatedDigits)
+{
+    for (const CertifiedSet& set : kRegressions) {
+        const std::map<std::string, double> certified = Certified(set.name);
+        for (const bool onePass : {false, true}) {
+            SCOPED_TRACE(std::string(set.name) + (onePass ? " --one-pass" : ""));
+            std::vector<std::string> arguments = set.arguments;
+            if (onePass) arguments.push_back("--one-pass");
+            const std::string document = LinregDocument(arguments);
+            double coefficients = 15.0;
+            double stdErrors = 15.0;
+            for (std::size_t k = 0; k < set.parameters.size(); ++k) {
+                std::string b("B");
+                b += std::to_string(k + static_cast<std::size_t>(set.firstIndex));
+                const auto digits = [&](const char* what, const std::string& key) {
+                    return CorrectDigits(ParameterStatistic(document, set.parameters[k], what), certified.at(key));
+                };
+                coefficients = std::min(coefficients, digits("estimate", b));
+                stdErrors = std::min(stdErrors, digits("stdError", "se_" + b));
+            }
+            EXPECT_GE(coefficients, onePass ? set.onePassCoefficients : set.coefficients);
+            EXPECT_GE(stdErrors, onePass ? set.onePassStdErrors : set.stdErrors);
+            for (const auto& [ours, theirs] : std::map<std::string, std::string>{{"rSquared", "r_squared"},
+                                                                                 {"F", "F"},
+                                                                                 {"stdErrorOfEstimate", "residual_sd"},
+                                                                                 {"regressionSS", "ss_reg"},
+                                                                                 {"residualSS", "ss_res"},
+                                                                                 {"residualMS", "ms_res"}})
+                EXPECT_GE(CorrectDigits(ModelStatistic(document, ours), certified.at(theirs)), onePass ? 8.5 : 12)
+                    << ours;
+            EXPECT_EQ(ModelStatistic(document, "regressionDF"), certified.at("df_reg"));
+            EXPECT_EQ(ModelStatistic(document, "residualDF"), certified.at("df_res"));
+            RecordProperty(std::string(set.name) + (onePass ? "_one_pass" : ""),
+                           std::to_string(coefficients) + " / " + std::to_string(stdErrors));
+        }
+    }
+}
+
+TEST(LinregCertified, OneWayAnalysisOfVarianceThroughAFactor)
+{
+    const std::map<std::string, double> certified = Certified("SiRstv");
+    const std::string document = LinregDocument({kStrd + "SiRstv.csv", "--target", "y", "--factors", "treatment"});
+    EXPECT_GE(CorrectDigits(ModelStatistic(document, "F"), certified.at("F")), 12.5);
+    EXPECT_GE(CorrectDigits(ModelStatistic(document, "residualSS"), certified.at("ss_within")), 12.5);
+    EXPECT_GE(CorrectDigits(ModelStatistic(document, "regressionSS"), certified.at("ss_between")), 12.5);
+    EXPECT_EQ(ModelStatistic(document, "regressionDF"), 4.0);
+    EXPECT_EQ(ModelStatistic(document, "residualDF"), 20.0);
+    // The indicators add up to the intercept: the last one carries nothing new.
+    EXPECT_EQ(StatisticText(document, "<RegressionParameter name=\"treatment=5\"", "aliased"), "true");
+    EXPECT_EQ(StatisticText(document, "<RegressionParameter name=\"treatment=4\"", "aliased"), "false");
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Data with everything in it: two factors with awkward names, one of them with a level that first turns up in the third
+// block, missing cells of each kind, weights that rule a case out, a large offset, CRLF.
+
+struct Row {
+    double y, x, z, weight;
+    int frequency, size, place;
+    int hole; // 0..9: which cell is missing; 10: weight 0; more: none
+};
+
+const char* const kSizes[] = {"\"small, \"\"S\"\"\"", "medium", "\"large\nsize\"", "007 & <x>"};
+const char* const kPlaces[] = {"north", "s\u00FCd", "west"};
+const char* const kHoles[] = {"", "NA", ".", "\"\"", " NA "};
+
+std::vector<Row> MakeRows(int count)
+{
+    TestRandom random(20240229);
+    std::vector<Row> rows;
+    for (int i = 0; i < count; ++i) {
+        Row row{};
+        row.size = random.Below(i < 5000 ? 3 : 4);
+        row.place = random.Below(3);
+        row.x = 1e6 + std::floor(random.Uniform(0, 4096)) / 64;
+        row.z = random.Uniform(-1, 1);
+        row.y = 50 + 0.25 * (row.x - 1e6) - 3 * row.z + 2 * row.size - row.place + random.Uniform(-5, 5);
+        row.frequency = 1 + random.Below(4);
+        row.weight = random.Uniform(0.5, 2);
+        row.hole = random.Below(100);
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+bool IsUsed(const Row& row)
+{
+    return row.hole > 10;
+}
+
+/// As CSV; grouped has a frequency column n, otherwise each row is written n times.
+std::string ToCsv(const std::vector<Row>& rows, bool grouped)
+{
+    std::ostringstream text;
+    text.precision(17);
+    text << "\xEF\xBB\xBFsize,x,\"the y\",note,place,z,w" << (grouped ? ",n" : "") << "\r\n";
+    for (const Row& row : rows) {
+        const std::string missing = kHoles[row.hole % 5];
+        std::ostringstream line;
+        line.precision(17);
+        const auto cell = [&](bool isHole, auto value) {
+            if (isHole)
+                line << missing;
+            else
+                line << value;
+        };
+        cell(row.hole < 2, kSizes[row.size]);
+        line << ',';
+        cell(row.hole == 2 || row.hole == 3, row.x);
+        line << ',';
+        cell(row.hole == 4 || row.hole == 5, row.y);
+        line << ",no number here,";
+        cell(row.hole == 6 || row.hole == 7, kPlaces[row.place]);
+        line << ',' << row.z << ',';
+        cell(row.hole == 8 || row.hole == 9, row.hole == 10 ? 0.0 : row.weight);
+        if (grouped)
+            text << line.str() << ',' << row.frequency << "\r\n";
+        else
+            for (int k = 0; k < row.frequency; ++k) text << line.str() << "\r\n";
+    }
+    return text.str();
+}
+
+const std::vector<std::string> kMessyArguments = {"--target",       "the y",    "--predictors",
+                                                  "size,x,place,z", "--weight", "w"};
+
+std::vector<std::string> Messy(const std::string& path, const std::vector<std::string>& more)
+{
+    std::vector<std::string> arguments = {path};
+    arguments.insert(arguments.end(), kMessyArguments.begin(), kMessyArguments.end());
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return arguments;
+}
+
+/// Weighted least squares by modified Gram-Schmidt in long double on the columns 1, size (without its last level), x,
+/// place (without its last level), z.
+struct Reference {
+    std::vector<long double> estimates, stdErrors;
+    long double residualSS = 0;
+    double cases = 0;
+};
+
+Reference SolveByGramSchmidt(const std::vector<Row>& rows)
+{
+    std::vector<int> sizes, places; // levels in order of first appearance
+    const auto note = [](std::vector<int>& levels, int level) {
+        if (std::find(levels.begin(), levels.end(), level) == levels.end()) levels.push_back(level);
+    };
+    for (const Row& row : rows)
+        if (IsUsed(row)) note(sizes, row.size), note(places, row.place);
+
+    Reference result;
+    std::vector<std::vector<long double>> columns(9); // the last is y
+    for (const Row& row : rows) {
+        if (!IsUsed(row)) continue;
+        result.cases += row.frequency;
+        const long double root = sqrtl(static_cast<long double>(row.weight) * row.frequency);
+        const long double values[] = {1,
+                                      row.size == sizes[0] ? 1.0L : 0.0L,
+                                      row.size == sizes[1] ? 1.0L : 0.0L,
+                                      row.size == sizes[2] ? 1.0L : 0.0L,
+                                      row.x - 1e6L,
+                                      row.place == places[0] ? 1.0L : 0.0L,
+                                      row.place == places[1] ? 1.0L : 0.0L,
+                                      row.z,
+                                      row.y};
+        for (std::size_t j = 0; j < columns.size(); ++j) columns[j].push_back(root * values[j]);
+    }
+    const std::size_t p = columns.size() - 1;
+    std::vector<std::vector<long double>> r(p + 1, std::vector<long double>(p + 1));
+    const auto dot = [](const auto& a, const auto& b) {
+        long double sum = 0;
+        for (std::size_t i = 0; i < a.size(); ++i) sum += a[i] * b[i];
+        return sum;
+    };
+    for (std::size_t k = 0; k < p; ++k) {
+        r[k][k] = sqrtl(dot(columns[k], columns[k]));
+        for (long double& value : columns[k]) value /= r[k][k];
+        for (std::size_t j = k + 1; j <= p; ++j) {
+            r[k][j] = dot(columns[k], columns[j]);
+            for (std::size_t i = 0; i < columns[j].size(); ++i) columns[j][i] -= r[k][j] * columns[k][i];
+        }
+    }
+    result.residualSS = dot(columns[p], columns[p]);
+    const long double s =
+        sqrtl(result.residualSS / (static_cast<long double>(result.cases) - static_cast<long double>(p)));
+    std::vector<std::vector<long double>> inverse(p, std::vector<long double>(p)); // of R
+    for (std::size_t k = p; k-- > 0;) {
+        for (std::size_t j = k; j < p; ++j) {
+            long double value = j == k ? 1 : 0;
+            for (std::size_t m = k + 1; m <= j; ++m) value -= r[k][m] * inverse[m][j];
+            inverse[k][j] = value / r[k][k];
+        }
+    }
+    for (std::size_t k = 0; k < p; ++k) {
+        long double estimate = 0;
+        for (std::size_t j = k; j < p; ++j) estimate += inverse[k][j] * r[j][p];
+        result.estimates.push_back(estimate);
+        result.stdErrors.push_back(s * sqrtl(dot(inverse[k], inverse[k])));
+    }
+    return result;
+}
+
+TEST(LinregFit, MessyDataMatchAnOrthogonalSolution)
+{
+    const TemporaryFolder folder;
+    const std::vector<Row> rows = MakeRows(7000);
+    const std::string path = folder.Write("messy.csv", ToCsv(rows, true));
+    const Reference reference = SolveByGramSchmidt(rows);
+    const std::string document = LinregDocument(Messy(path, {"--frequency", "n"}));
+
+    // Names as the document writes them, in the order in which the levels appear in used cases.
+    std::vector<std::string> names;
+    for (std::size_t at = 0; (at = document.find("<RegressionParameter name=\"", at)) != std::string::npos;) {
+        at += std::string("<RegressionParameter name=\"").size();
+        names.push_back(document.substr(at, document.find('"', at) - at));
+    }
+    ASSERT_EQ(names.size(), 10u);
+    const std::vector<std::size_t> kept = {0, 1, 2, 3, 5, 6, 7, 9};
+    for (std::size_t k = 1; k < kept.size(); ++k) { // the intercept stands for another origin of x
+        SCOPED_TRACE(names[kept[k]]);
+        EXPECT_GE(CorrectDigits(ParameterStatistic(document, names[kept[k]], "estimate"),
+                                static_cast<double>(reference.estimates[k])),
+                  12.5);
+        EXPECT_GE(CorrectDigits(ParameterStatistic(document, names[kept[k]], "stdError"),
+                                static_cast<double>(reference.stdErrors[k])),
+                  11.5);
+    }
+    const long double intercept = reference.estimates[0] - 1e6L * reference.estimates[4];
+    EXPECT_GE(CorrectDigits(ParameterStatistic(document, "(Intercept)", "estimate"), static_cast<double>(intercept)),
+              12.5);
+    EXPECT_GE(CorrectDigits(ModelStatistic(document, "residualSS"), static_cast<double>(reference.residualSS)), 13);
+    EXPECT_EQ(ModelStatistic(document, "residualDF"), reference.cases - 8);
+    for (const char* const aliased : {"size=007 &amp; &lt;x&gt;"}) // the level that came last
+        EXPECT_EQ(StatisticText(document, std::string("<RegressionParameter name=\"") + aliased, "aliased"), "true");
+
+    const auto count = [&](auto predicate) { return std::count_if(rows.begin(), rows.end(), predicate); };
+    const auto used = count(IsUsed);
+    const auto missing = count([](const Row& row) { return row.hole < 8; });
+    std::ostringstream counts;
+    counts << "<Counts totalFreq=\"7000\" missingFreq=\"" << missing << "\" invalidFreq=\"" << 7000 - used - missing
+           << '"';
+    EXPECT_NE(document.find(counts.str()), std::string::npos) << counts.str();
+}
+
+TEST(LinregFit, EveryNumberOfThreadsGivesTheSameBits)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder.Write("messy.csv", ToCsv(MakeRows(9000), true));
+    for (const std::vector<std::string>& options :
+         {std::vector<std::string>{}, {"--one-pass"}, {"--no-intercept", "--frequency", "n"}}) {
+        std::string table, document;
+        for (const char* const threads : {"1", "2", "3", "7"}) {
+            std::vector<std::string> arguments = Messy(path, options);
+            arguments.insert(arguments.end(), {"--threads", threads, "--xml", folder.File("fit.xml")});
+            const ProgramResult result = Linreg(arguments);
+            ASSERT_EQ(result.status, 0) << result.err;
+            if (table.empty()) {
+                table = result.out;
+                document = ReadFile(folder.File("fit.xml"));
+            }
+            EXPECT_EQ(result.out, table) << threads;
+            EXPECT_EQ(ReadFile(folder.File("fit.xml")), document) << threads;
+        }
+    }
+}
+
+TEST(LinregFit, APipeGivesTheBitsOfOneReadingOfTheFile)
+{
+    const TemporaryFolder folder;
+    const std::string text = ToCsv(MakeRows(7000), true);
+    const std::string path = folder.Write("messy.csv", text);
+    EXPECT_EQ(LinregDocument(Messy("-", {"--threads", "2"}), text), LinregDocument(Messy(path, {"--one-pass"})));
+}
+
+TEST(LinregFit, GroupedDataGiveTheFitOfUngroupedData)
+{
+    const TemporaryFolder folder;
+    const std::vector<Row> rows = MakeRows(6000);
+    const std::string grouped = folder.Write("grouped.csv", ToCsv(rows, true));
+    const std::string ungrouped = folder.Write("ungrouped.csv", ToCsv(rows, false));
+    for (const char* const option : {"--threads=1", "--no-intercept", "--one-pass"}) {
+        SCOPED_TRACE(option);
+        const std::string one = LinregDocument(Messy(grouped, {"--frequency", "n", option}));
+        const std::string other = LinregDocument(Messy(ungrouped, {option}));
+        const double digits = std::string(option) == "--one-pass" ? 9 : 12;
+        for (const char* const name : {"(Intercept)", "x", "z", "place=west"}) {
+            const double estimate = ParameterStatistic(other, name, "estimate");
+            if (std::isnan(estimate)) continue;
+            EXPECT_GE(CorrectDigits(ParameterStatistic(one, name, "estimate"), estimate), digits) << name;
+            EXPECT_GE(
+                CorrectDigits(ParameterStatistic(one, name, "stdError"), ParameterStatistic(other, name, "stdError")),
+                std::min(digits, 11.0))
+                << name;
+        }
+        for (const char* const name : {"rSquared", "F", "residualSS"})
+            EXPECT_GE(CorrectDigits(ModelStatistic(one, name), ModelStatistic(other, name)), digits) << name;
+        EXPECT_EQ(ModelStatistic(one, "residualDF"), ModelStatistic(other, "residualDF"));
+    }
+}
+
+TEST(LinregFit, DegreesOfFreedomCountTheRankAndMayRunOut)
+{
+    const TemporaryFolder folder;
+    const std::string saturated = Linreg({folder.Write("a.csv", "y,x\n1,1\n3,2\n"), "--target", "y"}).out;
+    EXPECT_NE(saturated.find("Residual                 0   0            ."), std::string::npos) << saturated;
+    EXPECT_NE(saturated.find("x             2.000000           .  .             .            .            ."),
+              std::string::npos)
+        << saturated;
+
+    // x2 = 2*x1 and a constant: one parameter is left besides the intercept.
+    const std::string twins = LinregDocument(
+        {folder.Write("b.csv", "x1,one,x2,y\n1,7,2,1\n2,7,4,3\n3,7,6,4\n4,7,8,8\n5,7,10,9\n"), "--target", "y"});
+    EXPECT_EQ(ModelStatistic(twins, "regressionDF"), 1.0);
+    EXPECT_EQ(ModelStatistic(twins, "residualDF"), 3.0);
+    for (const char* const name : {"one", "x2"})
+        EXPECT_EQ(StatisticText(twins, std::string("<RegressionParameter name=\"") + name, "aliased"), "true");
+
+    // A perfect fit has residual sum of squares 0 and not a little less; F and t do not exist.
+    const std::string perfect =
+        LinregDocument({folder.Write("c.csv", "y,x\n2.5,1\n4.5,2\n6.5,3\n8.5,4\n"), "--target", "y", "--one-pass"});
+    EXPECT_EQ(ModelStatistic(perfect, "residualSS"), 0.0);
+    EXPECT_TRUE(std::isnan(ModelStatistic(perfect, "F")));
+    EXPECT_EQ(ModelStatistic(perfect, "rSquared"), 1.0);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+
+TEST(LinregOutput, TheTableReadsAsAStatisticianExpects)
+{
+    const ProgramResult result =
+        Linreg({kLongley, "--target", "TOTEMP", "--predictors", "GNP,YEAR", "--level", "0.99"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out, R"(Linear regression of TOTEMP
+
+Cases used                             16
+Cases left out                          0
+  a value is missing                    0
+R squared                       0.9734556
+Adjusted R squared              0.9693719
+Standard error of the estimate   614.6258
+
+Analysis of variance
+Source      Sum of squares  df  Mean square         F  Significance
+Regression       180097882   2     90048941  238.3730     5.699e-11
+Residual           4910944  13     377764.9
+Total            185008826  15
+
+Coefficients with 99% confidence limits
+Parameter      Estimate  Std. error          t  Significance  Lower limit  Upper limit
+(Intercept)     1198708    664521.4   1.803867      0.094463    -803013.7      3200430
+GNP          0.06299296  0.01644103   3.831447      0.002079   0.01346803    0.1125179
+YEAR          -592.3834    343.2413  -1.725851      0.108047    -1626.321     441.5541
+)");
+}
+
+TEST(LinregOutput, TheDocumentIsWellFormedAndCanBeQueried)
+{
+    const std::string xmllint = XMLLINT_PROGRAM;
+    if (xmllint.empty()) GTEST_SKIP() << "xmllint is not installed";
+    const TemporaryFolder folder;
+    const std::string path = folder.Write("messy.csv", ToCsv(MakeRows(500), true));
+    const std::string document = folder.Write("fit.xml", LinregDocument(Messy(path, {"--frequency", "n"})));
+    const auto query = [&](const std::string& xpath) {
+        const ProgramResult result = RunProgram({xmllint, "--xpath", xpath, document});
+        EXPECT_EQ(result.status, 0) << xpath << result.err;
+        return result.out.substr(0, result.out.find('\n'));
+    };
+    EXPECT_EQ(RunProgram({xmllint, "--noout", document}).err, "");
+    EXPECT_EQ(query("count(//*[local-name()='RegressionParameter'])"), "9"); // the fourth size is not among 500 rows
+    EXPECT_EQ(query("string(//*[@name='(Intercept)']/@isIntercept)"), "true");
+    EXPECT_EQ(query("string(//*[@name='x']/*[local-name()='Covariate']/@field)"), "x");
+    EXPECT_EQ(query("string(//*[local-name()='Factor' and @field='place'][2]/@nest | "
+                    "//*[local-name()='Factor'][@value='s\u00FCd']/@nest)"),
+              "false");
+    // Parsers must give names back as they were: quotes, commas and line breaks inside.
+    EXPECT_EQ(query("count(//*[local-name()='RegressionParameter']/*[@value='small, \"S\"'])"), "1");
+    EXPECT_EQ(query("count(//*[local-name()='RegressionParameter']/*[contains(@value,'large\nsize')])"), "1");
+    EXPECT_EQ(query("string(//*[local-name()='Matrix']/@nbRows)"), "7");
+    EXPECT_EQ(query("count(//*[local-name()='Matrix']//*[local-name()='Label'])"), "14");
+}
+
+} // namespace

@@ -1,0 +1,205 @@
+// What linreg does with input it cannot use, output it cannot write, and a user who stops it.
+#include "Linreg.h"
+
+#include <algorithm>
+#include <sstream>
+
+#include <pty.h>
+
+namespace {
+
+const std::string kLongley = EXAMPLES_DATA "/longley.csv";
+
+struct BadCase {
+    const char* name;
+    std::string data; // the text of data.csv; empty: there is no such file
+    std::vector<std::string> arguments;
+    const char* complaint; // all of the line after "linreg: ", PATH standing for the path of data.csv
+};
+
+/// 100 rows of 60 factors, every value of which is a new level.
+std::string WithManyLevels()
+{
+    std::ostringstream text;
+    text << 'y';
+    for (int j = 0; j < 60; ++j) text << ",f" << j;
+    for (int i = 0; i < 100; ++i) {
+        text << '\n' << i;
+        for (int j = 0; j < 60; ++j) text << ",a" << i;
+    }
+    text << '\n';
+    return text.str();
+}
+
+const BadCase kBadCases[] = {
+    {"missing file", "", {"--target", "y"}, "PATH: cannot be opened: No such file or directory"},
+    {"unknown target", "y,x\n1,2\n", {"--target", "z"}, "PATH, line 1: there is no column 'z'"},
+    {"unknown predictor",
+     "y,x\n1,2\n",
+     {"--target", "y", "--predictors", "x,w"},
+     "PATH, line 1: there is no column 'w'"},
+    {"ambiguous name",
+     "y,x,x\n1,2,3\n",
+     {"--target", "y", "--predictors", "x"},
+     "PATH, line 1: more than one column is named 'x'"},
+    {"two roles", "y,x\n1,2\n", {"--target", "y", "--predictors", "x,y"}, "column 'y' is given two roles"},
+    {"factor without a role",
+     "y,x,g\n1,2,3\n",
+     {"--target", "y", "--predictors", "x", "--factors", "g"},
+     "--factors names 'g', which is not a predictor"},
+    {"no header", "\n\n", {"--target", "y"}, "PATH: no header row"},
+    {"ragged row", "y,x\n1,2\n\n1,2,3\n", {"--target", "y"}, "PATH, line 4: the row has 3 fields, the header 2"},
+    {"line numbers count lines inside quotes",
+     "y,x,\"t\r\nt\"\r\n1,2,\"a\r\nb\"\r\n1,2\r\n",
+     {"--target", "y"},
+     "PATH, line 5: the row has 2 fields, the header 3"},
+    {"text in a numeric column",
+     "y,x\n1,2\n2,3\n3,4x\n",
+     {"--target", "y"},
+     "PATH, line 4, column 2 (x): text '4x' in a column that was numeric; name it in --factors to take its values as "
+     "names"},
+    {"text in the target",
+     "x,y\n1,abc\n",
+     {"--target", "y"},
+     "PATH, line 2, column 2 (y): text 'abc' in the column of the target"},
+    {"text in a weight",
+     "y,x,w\n1,2,3\n2,3,many\n",
+     {"--target", "y", "--weight", "w"},
+     "PATH, line 3, column 3 (w): text 'many' in the column of the regression weight"},
+    {"out of range",
+     "y,x\n1,2\n2,1e999\n",
+     {"--target", "y"},
+     "PATH, line 3, column 2 (x): the number '1e999' is out of range"},
+    {"squares out of range",
+     "y,x\n1,2\n2,1e200\n3,4\n",
+     {"--target", "y"},
+     "PATH: column 'x' has numbers too large to be squared and summed"},
+    {"quote not closed", "y,x\n1,2\n2,\"3\n4,5\n", {"--target", "y"}, "PATH, line 3: a quoted field is not closed"},
+    {"no cases",
+     "y,x,n\n1,,1\n2,3,0\n4,5,NA\n",
+     {"--target", "y", "--frequency", "n"},
+     "PATH: no cases are left: 3 rows, 1 with a missing value, 2 with a weight that is missing or not positive"},
+    {"too few cases",
+     "y,a,b\n1,2,3\n4,5,7\n",
+     {"--target", "y"},
+     "PATH: fewer cases than parameters: 2 rows can be used for 3 parameters"},
+    {"too many levels",
+     WithManyLevels(),
+     {"--target", "y"},
+     "PATH, line 85, column 21 (f19): the model has more than 5000 parameters"},
+    {"document over data",
+     "y,x\n1,2\n2,3\n3,5\n",
+     {"--target", "y", "--xml", "PATH"},
+     "PATH: the document would replace the data"},
+    {"level outside 0 to 1", "y,x\n1,2\n", {"--target", "y", "--level", "95"}, "--level must lie between 0 and 1"},
+    {"unwritable document",
+     "y,x\n1,2\n2,3\n3,5\n",
+     {"--target", "y", "--xml", "/nowhere/fit.xml"},
+     "/nowhere/fit.xml: cannot be written: No such file or directory"},
+};
+
+TEST(LinregBadInput, IsOneClearLineAndStatusTwoAndNothingIsWritten)
+{
+    for (const BadCase& bad : kBadCases) {
+        SCOPED_TRACE(bad.name);
+        const TemporaryFolder folder;
+        const std::string path = bad.data.empty() ? folder.File("data.csv") : folder.Write("data.csv", bad.data);
+        const std::string document = folder.Write("fit.xml", "of an earlier run");
+        const std::size_t files = folder.Count();
+        std::vector<std::string> arguments = {path, "--threads", "2"};
+        arguments.insert(arguments.end(), bad.arguments.begin(), bad.arguments.end());
+        std::replace(arguments.begin(), arguments.end(), std::string("PATH"), path);
+        if (std::find(arguments.begin(), arguments.end(), "--xml") == arguments.end())
+            arguments.insert(arguments.end(), {"--xml", document});
+        const ProgramResult result = Linreg(arguments);
+
+        std::string complaint = std::string("linreg: ") + bad.complaint + "\n";
+        if (const std::size_t at = complaint.find("PATH"); at != std::string::npos) complaint.replace(at, 4, path);
+        EXPECT_EQ(result.status, 2);
+        EXPECT_EQ(result.err, complaint);
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(ReadFile(document), "of an earlier run");
+        EXPECT_EQ(folder.Count(), files); // no temporary file stays behind
+    }
+    EXPECT_EQ(Linreg({kLongley}).status, 2);
+    EXPECT_EQ(Linreg({kLongley, "--target", "TOTEMP", "--colour"}).status, 2);
+    EXPECT_EQ(Linreg({"--help"}).status, 0);
+}
+
+TEST(LinregBadInput, APipeIsRefusedForTextInANumericColumnAsAFileIs)
+{
+    std::string text = "y,x\n";
+    for (int i = 0; i < 5000; ++i) text += std::to_string(i % 11) + "," + std::to_string(i) + "\n";
+    const ProgramResult result = Linreg({"-", "--target", "y"}, text + "1,abc\n");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.err.rfind("linreg: standard input, line 5002, column 2 (x): text 'abc'", 0), 0u) << result.err;
+}
+
+TEST(LinregOutput, ADocumentReplacesAnOlderOneAndALinkStaysALink)
+{
+    const TemporaryFolder folder;
+    const std::string older = folder.Write("older.xml", "older");
+    const std::string link = folder.File("link.xml");
+    std::filesystem::create_symlink(older, link);
+    EXPECT_EQ(Linreg({kLongley, "--target", "TOTEMP", "--xml", link}).status, 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_EQ(ReadFile(older).rfind("<?xml", 0), 0u);
+    EXPECT_EQ(folder.Count(), 2u);
+
+    // Table and document appear both or not at all.
+    const std::string fresh = folder.File("fresh.xml");
+    const ProgramResult full = RunProgram(
+        {"sh", "-c", "\"$0\" \"$@\" >/dev/full", LINREG_PROGRAM, kLongley, "--target", "TOTEMP", "--xml", fresh});
+    EXPECT_EQ(full.status, 2);
+    EXPECT_NE(full.err.find("standard output cannot be written"), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(fresh));
+    EXPECT_EQ(folder.Count(), 2u);
+}
+
+TEST(LinregInterrupt, StopsAtTheNextBlockAndWritesNothing)
+{
+    std::string rows = "y,x\n";
+    for (int i = 0; i < 100000; ++i) rows += std::to_string(i % 17) + "," + std::to_string(i % 101) + "\n";
+    for (const char* const threads : {"1", "3"}) {
+        const TemporaryFolder folder;
+        Program program(LinregCommand({"-", "--target", "y", "--threads", threads, "--xml", folder.File("fit.xml")}));
+        program.Send(rows); // more than a pipe holds: when this returns, the program is reading
+        program.Signal(SIGINT);
+        const ProgramResult result = program.Finish();
+        EXPECT_EQ(result.status, 130);
+        EXPECT_EQ(result.err, "linreg: interrupted: nothing was written\n");
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(folder.Count(), 0u);
+    }
+}
+
+TEST(LinregProgress, ShowsOnATerminalOnly)
+{
+    int terminal = -1;
+    int end = -1;
+    ASSERT_EQ(openpty(&terminal, &end, nullptr, nullptr, nullptr), 0);
+    const std::string name = ttyname(end);
+    const std::vector<std::string> shell = {"sh", "-c", "t=$1; shift; \"$0\" \"$@\" 2>\"$t\"", LINREG_PROGRAM, name};
+    const auto shown = [&](const std::vector<std::string>& options) {
+        std::vector<std::string> command = shell;
+        command.insert(command.end(), {kLongley, "--target", "TOTEMP"});
+        command.insert(command.end(), options.begin(), options.end());
+        EXPECT_EQ(RunProgram(command).status, 0);
+        EXPECT_EQ(write(end, "|", 1), 1); // so that there is something to read
+        std::string text;
+        for (char c = 0; c != '|' && read(terminal, &c, 1) == 1;) text += c;
+        return text;
+    };
+    const std::string bar = shown({});
+    EXPECT_EQ(bar.rfind("\r\033[K[###############", 0), 0u) << bar;
+    EXPECT_NE(bar.find("50%"), std::string::npos) << bar; // the first of two readings is done
+    EXPECT_NE(bar.find("rows/s"), std::string::npos) << bar;
+    EXPECT_NE(bar.find("s left"), std::string::npos) << bar;
+    EXPECT_TRUE(bar.ends_with("\r\033[K|")) << bar; // it is gone in the end
+    EXPECT_EQ(shown({"--quiet"}), "|");
+    EXPECT_EQ(Linreg({kLongley, "--target", "TOTEMP"}).err, "");
+    close(end);
+    close(terminal);
+}
+
+} // namespace
