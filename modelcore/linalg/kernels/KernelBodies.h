@@ -50,9 +50,48 @@ void AddOuterProductsBody(double* __restrict packed, std::size_t order, const do
     }
 }
 
+void ScaleBody(double* x, double c, std::size_t count)
+{
+    for (std::size_t j = 0; j < count; ++j) x[j] *= c;
+}
+
+void RotateBody(double* __restrict x, double* __restrict y, double c, double s, std::size_t count)
+{
+    for (std::size_t j = 0; j < count; ++j) {
+        const double turned = c * x[j] + s * y[j];
+        y[j] = c * y[j] - s * x[j];
+        x[j] = turned;
+    }
+}
+
+double Magnitude(double x)
+{
+#ifdef __GNUC__
+    return __builtin_fabs(x);
+#else
+    return x < 0.0 ? -x : x;
+#endif
+}
+
+double LargestMagnitudeBody(const double* x, std::size_t count)
+{
+    // Every running maximum starts at the first element: a NaN there stays, a NaN elsewhere is never larger.
+    constexpr std::size_t kRunning = 16;
+    double largest[kRunning];
+    for (std::size_t r = 0; r < kRunning; ++r) largest[r] = Magnitude(x[0]);
+    std::size_t i = 0;
+    for (; i + kRunning <= count; i += kRunning)
+        for (std::size_t r = 0; r < kRunning; ++r)
+            largest[r] = Magnitude(x[i + r]) > largest[r] ? Magnitude(x[i + r]) : largest[r];
+    for (; i < count; ++i) largest[0] = Magnitude(x[i]) > largest[0] ? Magnitude(x[i]) : largest[0];
+    for (std::size_t r = 1; r < kRunning; ++r) largest[0] = largest[r] > largest[0] ? largest[r] : largest[0];
+    return largest[0];
+}
+
 } // namespace
 
 extern const KernelTable kTable;
-const KernelTable kTable = {MODELCORE_KERNEL_NAME, AddScaledBody, AddOuterProductsBody};
+const KernelTable kTable = {MODELCORE_KERNEL_NAME, AddScaledBody, AddOuterProductsBody, ScaleBody, RotateBody,
+                            LargestMagnitudeBody};
 
 } // namespace MCMath_930::internal::MODELCORE_KERNEL_SET

@@ -12,6 +12,9 @@ struct KernelTable {
     void (*addScaled)(double* y, double c, const double* x, std::size_t count);
     void (*addOuterProducts)(double* packed, std::size_t order, const double* left, const double* right,
                              std::size_t count);
+    void (*scale)(double* x, double c, std::size_t count);
+    void (*rotate)(double* x, double* y, double c, double s, std::size_t count);
+    double (*largestMagnitude)(const double* x, std::size_t count);
 };
 
 } // namespace MCMath_930::internal

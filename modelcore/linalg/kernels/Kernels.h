@@ -9,6 +9,7 @@
 #include "modelcore/modelcore_export.h"
 
 #include <atomic>
+#include <cmath>
 #include <cstddef>
 #include <span>
 
@@ -44,6 +45,29 @@ inline void AddOuterProducts(double* packed, std::size_t order, const double* le
                              std::size_t count)
 {
     Kernels().addOuterProducts(packed, order, left, right, count);
+}
+
+/// x[j] *= c for j in [0, count). One rounding per element.
+inline void Scale(double* x, double c, std::size_t count)
+{
+    Kernels().scale(x, c, count);
+}
+
+/// Plane rotation: x[j], y[j] become c*x[j] + s*y[j] and c*y[j] - s*x[j]. Three roundings per element. x and y must not
+/// overlap.
+inline void Rotate(double* x, double* y, double c, double s, std::size_t count)
+{
+    Kernels().rotate(x, y, c, s, count);
+}
+
+/// The index of the first element of largest magnitude, as a loop finds it that starts at element 0 and moves on when
+/// an element is larger; count >= 1.
+inline std::size_t FirstLargest(const double* x, std::size_t count)
+{
+    const double largest = Kernels().largestMagnitude(x, count);
+    for (std::size_t i = 0; i < count; ++i)
+        if (std::fabs(x[i]) == largest) return i;
+    return 0; // x[0] is a NaN
 }
 
 } // namespace MCMath_930::internal
