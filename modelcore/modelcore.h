@@ -28,6 +28,7 @@
 #include "modelcore/common/ValueRecord.h"
 #include "modelcore/distributions/MCDistFun.h"
 #include "modelcore/linalg/Blas1.h"
+#include "modelcore/linalg/Linpack.h"
 #include "modelcore/matrix/IMCRectMatrix.h"
 #include "modelcore/matrix/IMCSymMatrix.h"
 #include "modelcore/matrix/MCRectMatrix.h"

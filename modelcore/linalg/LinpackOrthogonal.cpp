@@ -1,0 +1,170 @@
+// LINPACK: QR decomposition and what is computed from it.
+#include "modelcore/linalg/Linpack.h"
+
+#include "modelcore/linalg/Blas1.h"
+#include "modelcore/linalg/internal/LinpackColumns.h"
+#include "modelcore/linalg/internal/LinpackReflection.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace MCMath_930 {
+
+using namespace internal;
+
+namespace {
+
+/// The free columns [first, last) after the initial ones were moved to the front and the final ones to the back.
+struct FreeRange {
+    int first;
+    int last;
+};
+
+FreeRange ArrangeInitialAndFinal(const DenseColumns<double>& x, int n, int p, int* jpvt)
+{
+    FreeRange free{0, p};
+    for (int j = 0; j < p; ++j) {
+        const int wish = jpvt[j];
+        jpvt[j] = wish < 0 ? -(j + 1) : j + 1;
+        if (wish <= 0) continue;
+        if (j != free.first) Blas1::DSwap(n, x(free.first), 1, x(j), 1);
+        jpvt[j] = jpvt[free.first];
+        jpvt[free.first] = j + 1;
+        ++free.first;
+    }
+    for (int j = p - 1; j >= 0; --j) {
+        if (jpvt[j] >= 0) continue;
+        jpvt[j] = -jpvt[j];
+        --free.last;
+        if (j != free.last) {
+            Blas1::DSwap(n, x(free.last), 1, x(j), 1);
+            std::swap(jpvt[j], jpvt[free.last]);
+        }
+    }
+    return free;
+}
+
+/// Remaining norms of the free columns: what they are now and what they were when last computed from the elements.
+struct ColumnNorms {
+    double* current;
+    double* computed;
+
+    void Compute(int j, int rows, const double* column) const
+    {
+        current[j] = computed[j] = Blas1::DNrm2(rows, column, 1);
+    }
+
+    /// Row l of column j left the remaining part: takes its share from the norm, and computes the norm anew when too
+    /// much of it has cancelled.
+    void RemoveRow(int j, int l, int n, const double* column) const
+    {
+        if (current[j] == 0.0) return;
+        const double share = std::fabs(column[l]) / current[j];
+        const double left = std::max(1.0 - share * share, 0.0);
+        const double ratio = current[j] / computed[j];
+        if (1.0 + 0.05 * left * (ratio * ratio) != 1.0)
+            current[j] *= std::sqrt(left);
+        else
+            Compute(j, n - 1 - l, column + l + 1);
+    }
+};
+
+} // namespace
+
+void Linpack::Dqrdc(double* x, int ldx, int n, int p, double* qraux, int* jpvt, double* work, int job)
+{
+    const DenseColumns columns{x, ldx};
+    const FreeRange free = job != 0 ? ArrangeInitialAndFinal(columns, n, p, jpvt) : FreeRange{0, 0};
+    const ColumnNorms norms{qraux, work};
+    for (int j = free.first; j < free.last; ++j) norms.Compute(j, n, columns(j));
+
+    for (int l = 0; l < std::min(n, p); ++l) {
+        if (l >= free.first && l + 1 < free.last) {
+            int largest = l;
+            double norm = 0.0;
+            for (int j = l; j < free.last; ++j)
+                if (qraux[j] > norm) {
+                    norm = qraux[j];
+                    largest = j;
+                }
+            if (largest != l) {
+                Blas1::DSwap(n, columns(l), 1, columns(largest), 1);
+                qraux[largest] = qraux[l];
+                work[largest] = work[l];
+                std::swap(jpvt[largest], jpvt[l]);
+            }
+        }
+
+        qraux[l] = 0.0;
+        if (l == n - 1) break;
+        double* const column = columns(l);
+        const double norm = MakeReflection(column + l, n - l);
+        if (norm == 0.0) continue;
+        for (int j = l + 1; j < p; ++j) {
+            double* const later = columns(j);
+            Reflect(column + l, n - l, later + l);
+            if (j >= free.first && j < free.last) norms.RemoveRow(j, l, n, later);
+        }
+        qraux[l] = column[l];
+        column[l] = -norm;
+    }
+}
+
+int Linpack::Dqrsl(const double* x, int ldx, int n, int k, const double* qraux, const double* y, double* qy,
+                   double* qty, double* b, double* rsd, double* xb, int job)
+{
+    const bool wantQy = job / 10000 != 0;
+    const bool wantQty = job % 10000 != 0;
+    const bool wantB = job % 1000 / 100 != 0;
+    const bool wantRsd = job % 100 / 10 != 0;
+    const bool wantXb = job % 10 != 0;
+    if (n < 1) return 0;
+    const int reflections = std::min(k, n - 1);
+    if (reflections == 0) {
+        const double only = y[0];
+        if (wantQy) qy[0] = only;
+        if (wantQty) qty[0] = only;
+        if (wantXb) xb[0] = only;
+        if (wantB && x[0] != 0.0) b[0] = only / x[0];
+        if (wantRsd) rsd[0] = 0.0;
+        return wantB && x[0] == 0.0 ? 1 : 0;
+    }
+
+    // A reflection keeps its first element in qraux; a column without one is left alone.
+    const DenseColumns columns{x, ldx};
+    const auto apply = [&columns, qraux, n](int j, double* vector) {
+        if (qraux[j] != 0.0) ReflectBy(qraux[j], columns(j) + j + 1, n - 1 - j, vector + j);
+    };
+    if (wantQy) Blas1::DCopy(n, y, 1, qy, 1);
+    if (wantQty) Blas1::DCopy(n, y, 1, qty, 1);
+    if (wantQy)
+        for (int j = reflections - 1; j >= 0; --j) apply(j, qy);
+    if (!wantQty) return 0;
+    for (int j = 0; j < reflections; ++j) apply(j, qty);
+
+    // qty splits into the part in the space of X(k) and the part orthogonal to it.
+    if (wantB) Blas1::DCopy(k, qty, 1, b, 1);
+    if (wantXb) Blas1::DCopy(k, qty, 1, xb, 1);
+    if (wantRsd) Blas1::DCopy(n - k, qty + k, 1, rsd + k, 1);
+    if (wantXb) std::fill(xb + k, xb + n, 0.0);
+    if (wantRsd) std::fill(rsd, rsd + k, 0.0);
+
+    int info = 0;
+    if (wantB)
+        for (int j = k - 1; j >= 0; --j) {
+            if (columns(j)[j] == 0.0) {
+                info = j + 1;
+                break;
+            }
+            b[j] /= columns(j)[j];
+            Blas1::Daxpy(j, -b[j], columns(j), 1, b, 1);
+        }
+    for (int j = reflections - 1; j >= 0; --j) {
+        if (wantRsd) apply(j, rsd);
+        if (wantXb) apply(j, xb);
+    }
+    return info;
+}
+
+} // namespace MCMath_930

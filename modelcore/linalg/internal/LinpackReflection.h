@@ -1,0 +1,40 @@
+// Householder reflections in the form of LINPACK.
+#pragma once
+
+#include "modelcore/linalg/Blas1.h"
+
+#include <cmath>
+
+namespace MCMath_930::internal {
+
+/// Turns a vector into the reflection v that maps it to (-norm, 0, ..., 0): v is the vector over its norm, which takes
+/// the sign of the first element, plus 1 in the first element. Applying it is y += t*v with t = -(v'y)/v[0].
+/// @return the signed norm; 0 for a zero vector, which is left as it is
+inline double MakeReflection(double* v, int count)
+{
+    double norm = Blas1::DNrm2(count, v, 1);
+    if (norm == 0.0) return norm;
+    if (v[0] != 0.0) norm = std::copysign(norm, v[0]);
+    Blas1::DScal(count, 1.0 / norm, v, 1);
+    v[0] += 1.0;
+    return norm;
+}
+
+inline void Reflect(const double* v, int count, double* y)
+{
+    const double t = -Blas1::DDot(count, v, 1, y, 1) / v[0];
+    Blas1::Daxpy(count, t, v, 1, y, 1);
+}
+
+/// Reflect for a reflection whose first element is kept apart from the `count` elements after it.
+inline void ReflectBy(double first, const double* rest, int count, double* y)
+{
+    double dot = 0.0;
+    dot += first * y[0];
+    for (int i = 0; i < count; ++i) dot += rest[i] * y[i + 1];
+    const double t = -dot / first;
+    Blas1::Daxpy(1, t, &first, 1, y, 1);
+    Blas1::Daxpy(count, t, rest, 1, y + 1, 1);
+}
+
+} // namespace MCMath_930::internal

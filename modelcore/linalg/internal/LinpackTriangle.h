@@ -1,0 +1,64 @@
+// Loops over an upper triangle that several LINPACK families share; Columns is one of the views of LinpackColumns.h.
+#pragma once
+
+#include "modelcore/linalg/Blas1.h"
+#include "modelcore/linalg/internal/LinpackColumns.h"
+
+namespace MCMath_930::internal {
+
+/// b becomes the solution of U*x = b, by columns from the last.
+template <class Columns>
+void SolveUpper(const Columns& u, int n, double* b)
+{
+    for (int k = n - 1; k >= 0; --k) {
+        const double* const column = u(k);
+        const int first = u.FirstRow(k);
+        b[k] /= column[k];
+        Blas1::Daxpy(k - first, -b[k], column + first, 1, b + first, 1);
+    }
+}
+
+/// b becomes the solution of trans(U)*x = b, by dot products from the first.
+template <class Columns>
+void SolveUpperTransposed(const Columns& u, int n, double* b)
+{
+    for (int k = 0; k < n; ++k) {
+        const double* const column = u(k);
+        const int first = u.FirstRow(k);
+        b[k] = (b[k] - Blas1::DDot(k - first, column + first, 1, b + first, 1)) / column[k];
+    }
+}
+
+/// The 1-norm of a symmetric matrix of which the upper triangle is stored; sums has room for n column sums.
+template <class Columns>
+double SymmetricNorm(const Columns& a, int n, double* sums)
+{
+    for (int j = 0; j < n; ++j) {
+        const double* const column = a(j);
+        const int first = a.FirstRow(j);
+        sums[j] = Blas1::DASum(j - first + 1, column + first, 1);
+        for (int i = first; i < j; ++i) sums[i] += std::fabs(column[i]);
+    }
+    double norm = 0.0;
+    for (int j = 0; j < n; ++j) norm = Blas1::D_Max(norm, sums[j]);
+    return norm;
+}
+
+/// Inverts an upper triangle in place, by columns; stops after the given number of steps, n for all.
+template <class Columns>
+void InvertUpper(const Columns& u, int n, int steps)
+{
+    for (int k = 0; k < steps; ++k) {
+        double* const column = u(k);
+        column[k] = 1.0 / column[k];
+        Blas1::DScal(k, -column[k], column, 1);
+        for (int j = k + 1; j < n; ++j) {
+            double* const later = u(j);
+            const double t = later[k];
+            later[k] = 0.0;
+            Blas1::Daxpy(k + 1, t, column, 1, later, 1);
+        }
+    }
+}
+
+} // namespace MCMath_930::internal

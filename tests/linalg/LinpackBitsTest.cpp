@@ -1,0 +1,195 @@
+// The factorisations against plain transcriptions of the published loops, bit for bit, under every kernel set.
+#include "LinpackPlain.h"
+
+#include "modelcore/linalg/Linpack.h"
+
+#include "support/AllKernels.h"
+#include "support/Bits.h"
+#include "support/Random.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+using MCMath_930::Linpack;
+
+namespace {
+
+constexpr int kOrders[] = {0,  1,  2,  3,  5,  6,  7,  8,  9,  16, 17, 23, 24,
+                           25, 31, 32, 33, 47, 48, 49, 63, 64, 65, 96, 97, 130};
+constexpr double kUntouched = 77.0; // what stands between n and lda, and outside a symmetric matrix's triangle
+
+std::size_t Size(int n)
+{
+    return static_cast<std::size_t>(n);
+}
+
+enum class Kind { Dense, SmallIntegers, SignedZeros, Symmetric, SymmetricIntegers, PositiveDefinite, NotDefinite };
+
+struct Case {
+    Kind kind;
+    const char* name;
+};
+
+/// An m x n matrix with a leading dimension larger than m. Symmetric kinds fill the upper triangle only.
+Plain::Matrix Make(Kind kind, int m, int n)
+{
+    TestRandom random(static_cast<std::uint64_t>(1000 * n + m));
+    const int lda = m + 3;
+    Plain::Matrix a{std::vector<double>(Size(lda) * Size(n), kUntouched), lda};
+    for (int j = 0; j < n; ++j)
+        for (int i = 0; i < m; ++i) {
+            double value = random.Uniform(-1.0, 1.0);
+            switch (kind) {
+            case Kind::Dense: break;
+            // Many ties, zero multipliers and, at small orders, zero pivots.
+            case Kind::SmallIntegers:
+            case Kind::SymmetricIntegers: value = random.Below(3) - 1; break;
+            case Kind::SignedZeros:
+                if (random.Below(2) == 0) value = random.Below(2) == 0 ? -0.0 : 0.0;
+                if (j % 5 == 2) value = i < 2 ? -0.0 : 0.0;
+                break;
+            case Kind::Symmetric: break;
+            case Kind::PositiveDefinite: value = i == j ? n + 0.5 : value; break;
+            case Kind::NotDefinite: value = i == j ? (j == 2 * n / 3 ? 0.1 : n + 0.5) : value; break;
+            }
+            if (kind < Kind::Symmetric || i <= j) a(i, j) = value;
+        }
+    return a;
+}
+
+/// Runs check(start) on every order and kind.
+template <class Check>
+void ForEachMatrix(std::initializer_list<Case> cases, Check check)
+{
+    for (const Case& c : cases)
+        for (const int n : kOrders) {
+            SCOPED_TRACE(testing::Message() << c.name << ", order " << n);
+            check(Make(c.kind, n, n), n);
+        }
+}
+
+std::vector<double> Pack(Plain::Matrix a, int n)
+{
+    std::vector<double> packed;
+    for (int j = 0; j < n; ++j)
+        for (int i = 0; i <= j; ++i) packed.push_back(a(i, j));
+    return packed;
+}
+
+} // namespace
+
+TEST(LinpackBits, GeneralFactorsAndInverse)
+{
+    ForEachMatrix({{Kind::Dense, "dense"}, {Kind::SmallIntegers, "integers"}, {Kind::SignedZeros, "zeros"}},
+                  [](const Plain::Matrix& start, int n) {
+                      Plain::Matrix factors = start;
+                      std::vector<int> expectedPivots(Size(n));
+                      const int info = Plain::Dgefa(factors, n, expectedPivots);
+                      Plain::Matrix inverse = factors;
+                      if (info == 0) Plain::DgediInverse(inverse, n, expectedPivots);
+                      ForEachKernelSet([&] {
+                          Plain::Matrix a = start;
+                          std::vector<int> pivots(Size(n));
+                          EXPECT_EQ(Linpack::Dgefa(a.values.data(), a.lda, n, pivots.data()), info);
+                          EXPECT_EQ(pivots, expectedPivots);
+                          EXPECT_TRUE(SameBits(a.values, factors.values));
+                          if (info != 0) return;
+                          std::vector<double> work(Size(n));
+                          Linpack::Dgedi(a.values.data(), a.lda, n, pivots.data(), nullptr, work.data(), 1);
+                          EXPECT_TRUE(SameBits(a.values, inverse.values));
+                      });
+                  });
+}
+
+TEST(LinpackBits, TriangularInverses)
+{
+    for (const bool upper : {true, false})
+        ForEachMatrix({{Kind::Dense, "dense"}, {Kind::SignedZeros, "zeros"}}, [upper](Plain::Matrix start, int n) {
+            for (int i = 0; i < n; ++i) start(i, i) += start(i, i) < 0.0 ? -2.0 : 2.0;
+            Plain::Matrix expected = start;
+            upper ? Plain::InvertUpper(expected, n) : Plain::InvertLower(expected, n);
+            ForEachKernelSet([&] {
+                Plain::Matrix t = start;
+                EXPECT_EQ(Linpack::Dtrdi(t.values.data(), t.lda, n, nullptr, upper ? 11 : 10), 0);
+                EXPECT_TRUE(SameBits(t.values, expected.values));
+            });
+        });
+}
+
+// A failed factorisation leaves the columns after the failing one as they were.
+TEST(LinpackBits, PositiveDefiniteFactorsAndInverseDenseAndPacked)
+{
+    ForEachMatrix({{Kind::PositiveDefinite, "definite"}, {Kind::NotDefinite, "not definite"}},
+                  [](const Plain::Matrix& start, int n) {
+                      Plain::Matrix factor = start;
+                      const int info = Plain::Dpofa(factor, n);
+                      Plain::Matrix inverse = factor;
+                      if (info == 0) Plain::DpodiInverse(inverse, n);
+                      ForEachKernelSet([&] {
+                          Plain::Matrix a = start;
+                          std::vector<double> ap = Pack(a, n);
+                          EXPECT_EQ(Linpack::Dpofa(a.values.data(), a.lda, n), info);
+                          EXPECT_EQ(Linpack::Dppfa(ap.data(), n), info);
+                          EXPECT_TRUE(SameBits(a.values, factor.values));
+                          EXPECT_TRUE(SameBits(ap, Pack(factor, n)));
+                          if (info != 0) return;
+                          Linpack::Dpodi(a.values.data(), a.lda, n, nullptr, 1);
+                          Linpack::Dppdi(ap.data(), n, nullptr, 1);
+                          EXPECT_TRUE(SameBits(a.values, inverse.values));
+                          EXPECT_TRUE(SameBits(ap, Pack(inverse, n)));
+                      });
+                  });
+}
+
+TEST(LinpackBits, IndefiniteFactorsDenseAndPacked)
+{
+    ForEachMatrix(
+        {{Kind::Symmetric, "random"}, {Kind::SymmetricIntegers, "integers"}, {Kind::PositiveDefinite, "definite"}},
+        [](const Plain::Matrix& start, int n) {
+            Plain::Matrix factors = start;
+            std::vector<int> expectedPivots(Size(n));
+            const int info = Plain::Dsifa(factors, n, expectedPivots);
+            ForEachKernelSet([&] {
+                Plain::Matrix a = start;
+                std::vector<double> ap = Pack(a, n);
+                std::vector<int> pivots(Size(n));
+                EXPECT_EQ(Linpack::Dsifa(a.values.data(), a.lda, n, pivots.data()), info);
+                EXPECT_EQ(pivots, expectedPivots);
+                EXPECT_EQ(Linpack::Dspfa(ap.data(), n, pivots.data()), info);
+                EXPECT_EQ(pivots, expectedPivots);
+                EXPECT_TRUE(SameBits(a.values, factors.values));
+                EXPECT_TRUE(SameBits(ap, Pack(factors, n)));
+            });
+        });
+}
+
+TEST(LinpackBits, QrWithAndWithoutPivoting)
+{
+    struct Shape {
+        int n, p;
+    };
+    constexpr Shape kShapes[] = {{1, 1},   {2, 2},   {3, 5},   {5, 3},   {8, 8},   {9, 17},   {33, 7},
+                                 {40, 33}, {64, 64}, {65, 66}, {20, 90}, {97, 97}, {130, 49}, {70, 130}};
+    for (const Kind kind : {Kind::Dense, Kind::SignedZeros})
+        for (const bool pivot : {false, true})
+            for (const Shape& shape : kShapes) {
+                const int n = shape.n;
+                const int p = shape.p;
+                SCOPED_TRACE(testing::Message() << n << " x " << p << (pivot ? ", pivoted" : ""));
+                const Plain::Matrix start = Make(kind, n, p);
+                Plain::Matrix expected = start;
+                std::vector<double> expectedAux(Size(p));
+                std::vector<int> expectedPivots(Size(p));
+                Plain::Dqrdc(expected, n, p, expectedAux, expectedPivots, pivot);
+                ForEachKernelSet([&] {
+                    Plain::Matrix x = start;
+                    std::vector<double> aux(Size(p)), work(Size(p));
+                    std::vector<int> pivots(Size(p));
+                    Linpack::Dqrdc(x.values.data(), x.lda, n, p, aux.data(), pivots.data(), work.data(), pivot ? 1 : 0);
+                    EXPECT_TRUE(SameBits(x.values, expected.values));
+                    EXPECT_TRUE(SameBits(aux, expectedAux));
+                    EXPECT_EQ(pivots, expectedPivots);
+                });
+            }
+}

@@ -1,0 +1,394 @@
+// Small systems against the values that the published routines give for them, to 15 digits.
+#include "modelcore/linalg/Linpack.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <initializer_list>
+#include <vector>
+
+using MCMath_930::Linpack;
+using Doubles = std::vector<double>;
+using Integers = std::vector<int>;
+
+namespace {
+
+void ExpectNear(const double* actual, std::initializer_list<double> expected, double tolerance = 2e-14)
+{
+    std::size_t i = 0;
+    for (const double value : expected) {
+        EXPECT_NEAR(actual[i], value, tolerance * std::fmax(1.0, std::fabs(value))) << "element " << i;
+        ++i;
+    }
+}
+
+void ExpectNear(const Doubles& actual, std::initializer_list<double> expected, double tolerance = 2e-14)
+{
+    ExpectNear(actual.data(), expected, tolerance);
+}
+
+/// G = [4 -2 1 3; 2 5 -1 0; 1 3 6 -2; -8 1 2 7], by columns.
+const Doubles kGeneral{4, 2, 1, -8, -2, 5, 3, 1, 1, -1, 6, 2, 3, 0, -2, 7};
+
+/// P = [4 1 -2 2; 1 3 0.5 -1; -2 0.5 5 1.5; 2 -1 1.5 6].
+const Doubles kDefinite{4, 1, -2, 2, 1, 3, 0.5, -1, -2, 0.5, 5, 1.5, 2, -1, 1.5, 6};
+const Doubles kDefinitePacked{4, 1, 3, -2, 0.5, 5, 2, -1, 1.5, 6};
+
+/// S = [0 2 1 -1; 2 0 3 1; 1 3 -1 2; -1 1 2 0].
+const Doubles kIndefinite{0, 2, 1, -1, 2, 0, 3, 1, 1, 3, -1, 2, -1, 1, 2, 0};
+const Doubles kIndefinitePacked{0, 2, 0, 1, 3, -1, -1, 1, 2, 0};
+
+const Doubles kRight{1, 2, 3, 4};
+
+/// The factor of P by Dpofa, below the diagonal 0.
+Doubles DefiniteFactor()
+{
+    Doubles r = kDefinite;
+    EXPECT_EQ(Linpack::Dpofa(r.data(), 4, 4), 0);
+    for (std::size_t j = 0; j < 4; ++j)
+        for (std::size_t i = j + 1; i < 4; ++i) r[i + 4 * j] = 0.0;
+    return r;
+}
+
+} // namespace
+
+TEST(LinpackReference, General)
+{
+    Doubles a = kGeneral, z(4), work(4), det(2);
+    Integers ipvt(4);
+    EXPECT_NEAR(Linpack::Dgeco(a.data(), 4, 4, ipvt.data(), z.data()), 0.278778986836206, 2e-15);
+    EXPECT_EQ(ipvt, (Integers{4, 2, 3, 4}));
+    ExpectNear(a, {-8, 0.25, 0.125, 0.5, 1, 5.25, -0.595238095238095, 0.285714285714286, 2, -0.5, 6.54761904761905,
+                   -0.283636363636364, 7, 1.75, -2.16666666666667, 7.61454545454545});
+    ExpectNear(z, {0.247371316786893, -0.225608265069079, 0.262776623059054, 0.264243795084974});
+    Doubles b = kRight;
+    Linpack::Dgesl(a.data(), 4, 4, ipvt.data(), b.data(), 0);
+    ExpectNear(b, {0.0472779369627507, 0.462750716332378, 0.408309455587393, 0.44269340974212});
+    b = kRight;
+    Linpack::Dgesl(a.data(), 4, 4, ipvt.data(), b.data(), 1);
+    ExpectNear(b, {0.697230181470869, 0.407831900668577, 0.329512893982808, 0.36676217765043});
+    Linpack::Dgedi(a.data(), 4, 4, ipvt.data(), det.data(), work.data(), 11);
+    ExpectNear(det, {2.094, 3});
+    ExpectNear(a, {0.120821394460363, -0.0396370582617001, 0.0434574976122254, 0.131327602674307, 0.0549188156638013,
+                   0.163801337153773, -0.0711556829035339, 0.059694364851958, 0.00573065902578797, 0.0257879656160458,
+                   0.140401146131805, -0.0372492836676218, -0.0501432664756447, 0.0243553008595989, 0.0214899713467049,
+                   0.0759312320916905});
+}
+
+// The second pivot is exactly zero: the elimination goes on and names it.
+TEST(LinpackReference, GeneralSingular)
+{
+    Doubles a{1, 2, 0, 0, 2, 4, 0, 0, 1, 0, 1, 0, 0, 0, 0, 3}, det(2), z(4);
+    Integers ipvt(4);
+    EXPECT_EQ(Linpack::Dgefa(a.data(), 4, 4, ipvt.data()), 2);
+    EXPECT_EQ(ipvt, (Integers{2, 2, 3, 4}));
+    EXPECT_EQ(a, (Doubles{2, -0.5, 0, 0, 4, 0, 0, 0, 0, 1, 1, 0, 0, 0, 0, 3}));
+    Linpack::Dgedi(a.data(), 4, 4, ipvt.data(), det.data(), nullptr, 10);
+    EXPECT_EQ(det, (Doubles{0, 0}));
+    a = {1, 2, 0, 0, 2, 4, 0, 0, 1, 0, 1, 0, 0, 0, 0, 3};
+    EXPECT_EQ(1.0 + Linpack::Dgeco(a.data(), 4, 4, ipvt.data(), z.data()), 1.0);
+}
+
+TEST(LinpackReference, Band)
+{
+    constexpr int n = 6, ml = 1, mu = 2, lda = 5;
+    Doubles abd(lda * n, 99.0), z(n), det(2); // the rows for the fill-in need not be set
+    for (int j = 1; j <= n; ++j)
+        for (int i = std::max(1, j - mu); i <= std::min(n, j + ml); ++i)
+            abd[static_cast<std::size_t>(i - j + ml + mu + (j - 1) * lda)] = 10 * i + j;
+    Integers ipvt(n);
+    EXPECT_NEAR(Linpack::Dgbco(abd.data(), lda, n, ml, mu, ipvt.data(), z.data()), 0.000951545635079823, 1e-16);
+    EXPECT_EQ(ipvt, (Integers{2, 3, 4, 5, 6, 6}));
+    ExpectNear(abd.data() + 3, {21, -0.523809523809524});
+    ExpectNear(abd.data() + 15,
+               {24, 34, 44, 54, 0.250915159345392, 35, 45, 55, 65, -0.19687284076819, 46, 56, 66, 0.56414752344985});
+    Doubles b{1, 2, 3, 4, 5, 6};
+    Linpack::Dgbsl(abd.data(), lda, n, ml, mu, ipvt.data(), b.data(), 0);
+    ExpectNear(b, {0.230376674454338, -0.126051929930526, -0.0016554046024163, -0.00111222496724842, 0.203603021672657,
+                   -0.109609036495799});
+    b = {1, 2, 3, 4, 5, 6};
+    Linpack::Dgbsl(abd.data(), lda, n, ml, mu, ipvt.data(), b.data(), 1);
+    ExpectNear(b,
+               {3.49483035598189, -1.78300637694289, -0.0222444993449688, -0.0160367320859076, 0.893594115484043,
+                -0.656114860472041},
+               1e-13);
+    Linpack::Dgbdi(abd.data(), lda, n, ml, mu, ipvt.data(), det.data());
+    ExpectNear(det, {-5.721864, 7}, 1e-13);
+}
+
+TEST(LinpackReference, PositiveDefiniteBand)
+{
+    constexpr int n = 6, m = 2, lda = 3;
+    Doubles abd(lda * n, 0.0), z(n), det(2);
+    for (int j = 1; j <= n; ++j)
+        for (int i = std::max(1, j - m); i <= j; ++i)
+            abd[static_cast<std::size_t>(i - j + m + (j - 1) * lda)] = i == j ? 10.0 + i : 1.0 / (i + j);
+    int info = -1;
+    EXPECT_NEAR(Linpack::Dpbco(abd.data(), lda, n, m, z.data(), &info), 0.783872616737774, 2e-15);
+    EXPECT_EQ(info, 0);
+    ExpectNear(abd,
+               {0, 0, 3.3166247903554, 0, 0.100503781525921, 3.46264335297457, 0.0753778361444409, 0.0555714876783198,
+                3.60433488893241, 0.0481327846032691, 0.0388927046821003, 3.74114562568324, 0.0346804622355789,
+                0.0293392198853789, 3.87271693720515, 0.0267297801276413, 0.0232717395755444, 3.99984299004242});
+    Doubles b{1, 2, 3, 4, 5, 6};
+    Linpack::Dpbsl(abd.data(), lda, n, m, b.data());
+    ExpectNear(b, {0.081140701327755, 0.156897756714108, 0.220612132626637, 0.276345554776776, 0.327196902258203,
+                   0.37141376697436});
+    Linpack::Dpbdi(abd.data(), lda, n, m, det.data());
+    ExpectNear(det, {5.75420202719676, 6});
+    abd[2] = -1.0;
+    EXPECT_EQ(Linpack::Dpbfa(abd.data(), lda, n, m), 1);
+}
+
+TEST(LinpackReference, Tridiagonal)
+{
+    Doubles c{0, 1, -3, 2, 1}, d{2, 4, 1, 5, 3}, e{1, -1, 2, 1, 0}, b{1, 2, 3, 4, 5};
+    EXPECT_EQ(Linpack::Dgtsl(5, c.data(), d.data(), e.data(), b.data()), 0);
+    ExpectNear(b, {0.942857142857143, -0.885714285714286, -4.6, 2.47142857142857, 0.842857142857143});
+    c = {0, 2, 0}, d = {1, 2, 0}, e = {1, 1, 0}, b = {1, 1, 1};
+    EXPECT_EQ(Linpack::Dgtsl(3, c.data(), d.data(), e.data(), b.data()), 2);
+    Doubles definite{4, 5, 6, 5, 4}, right{1, 2, 3, 4, 5};
+    const Doubles off{1, -1, 2, 1};
+    Linpack::Dptsl(5, definite.data(), off.data(), right.data());
+    ExpectNear(right, {0.13437849944009, 0.462486002239642, 0.446808510638298, 0.390817469204927, 1.15229563269877});
+    ExpectNear(definite, {4, 4.75, 4.94736842105263, 4.75, 4});
+    for (const int n : {1, 2, 3, 4}) { // 2 on the diagonal and 1 beside it; right side for the solution 1, 2, 3 ...
+        Doubles diagonal(5, 2.0), sides(5, 1.0), x(5), y(5), c2(5, 1.0), e2(5, 1.0), d2(5, 2.0);
+        for (int i = 0; i < n; ++i)
+            x[static_cast<std::size_t>(i)] = 2.0 * (i + 1) + (i > 0 ? i : 0) + (i + 1 < n ? i + 2 : 0);
+        y = x;
+        Linpack::Dptsl(n, diagonal.data(), sides.data(), x.data());
+        EXPECT_EQ(Linpack::Dgtsl(n, c2.data(), d2.data(), e2.data(), y.data()), 0);
+        for (int i = 0; i < n; ++i) {
+            EXPECT_NEAR(x[static_cast<std::size_t>(i)], i + 1, 1e-14);
+            EXPECT_NEAR(y[static_cast<std::size_t>(i)], i + 1, 1e-14);
+        }
+    }
+}
+
+TEST(LinpackReference, PositiveDefiniteDenseAndPacked)
+{
+    Doubles a = kDefinite, ap = kDefinitePacked, z(4), zp(4), det(2), detp(2);
+    int info = -1;
+    const double rcond = Linpack::Dpoco(a.data(), 4, 4, z.data(), &info);
+    EXPECT_NEAR(rcond, 0.0345716895913685, 1e-16);
+    EXPECT_EQ(info, 0);
+    EXPECT_EQ(Linpack::Dppco(ap.data(), 4, zp.data(), &info), rcond);
+    ExpectNear(ap, {2, 0.5, 1.6583123951777, -1, 0.603022689155527, 1.90692517849118, 1, -0.904534033733291,
+                    1.59704983698637, 1.27720397744448});
+    ExpectNear(z, {0.311405028923136, -0.243391656194057, 0.230186061577463, -0.215017253305343});
+    EXPECT_EQ(z, zp);
+    Doubles b = kRight, bp = kRight;
+    Linpack::Dposl(a.data(), 4, 4, b.data());
+    ExpectNear(b, {-0.869731800766284, 1.42145593869732, -0.268199233716475, 1.26053639846743}, 1e-13);
+    Linpack::Dppsl(ap.data(), 4, bp.data());
+    EXPECT_EQ(b, bp);
+    Linpack::Dpodi(a.data(), 4, 4, det.data(), 11);
+    Linpack::Dppdi(ap.data(), 4, detp.data(), 11);
+    ExpectNear(det, {6.525, 1});
+    EXPECT_EQ(det, detp);
+    ExpectNear(ap,
+               {1.15325670498084, -0.739463601532567, 0.842911877394636, 0.743295019157088, -0.53639846743295,
+                0.704980842911877, -0.693486590038314, 0.521072796934866, -0.513409961685824, 0.613026819923372},
+               1e-13);
+    a = kIndefinite;
+    a[0] = 1.0;
+    EXPECT_EQ(Linpack::Dpoco(a.data(), 4, 4, z.data(), &info), 0.0);
+    EXPECT_EQ(info, 2);
+}
+
+TEST(LinpackReference, IndefiniteDenseAndPacked)
+{
+    Doubles a = kIndefinite, ap = kIndefinitePacked, z(4), zp(4), det(2), detp(2), work(4);
+    Integers kpvt(4), inert(3), inertp(3);
+    EXPECT_NEAR(Linpack::Dsico(a.data(), 4, 4, kpvt.data(), z.data()), 1.0 / 7.0, 1e-15);
+    EXPECT_EQ(kpvt, (Integers{1, 2, -3, -3}));
+    EXPECT_NEAR(Linpack::Dspco(ap.data(), 4, kpvt.data(), zp.data()), 1.0 / 7.0, 1e-15);
+    ExpectNear(ap, {4, 1, -3.25, 0.5, -0.5, -1, -0.25, -1.75, 2, 0});
+    ExpectNear(z, {-0.375, -0.105769230769231, 0.115384615384615, 0.403846153846154});
+    EXPECT_EQ(z, zp);
+    Doubles b = kRight, bp = kRight;
+    Linpack::Dsisl(a.data(), 4, 4, kpvt.data(), b.data());
+    ExpectNear(b, {-1.25, 0.75, 1, 1.5});
+    Linpack::Dspsl(ap.data(), 4, kpvt.data(), bp.data());
+    EXPECT_EQ(b, bp);
+    Linpack::Dsidi(a.data(), 4, 4, kpvt.data(), det.data(), inert.data(), work.data(), 111);
+    Linpack::Dspdi(ap.data(), 4, kpvt.data(), detp.data(), inertp.data(), work.data(), 111);
+    ExpectNear(det, {5.2, 1});
+    EXPECT_EQ(det, detp);
+    EXPECT_EQ(inert, (Integers{2, 2, 0}));
+    EXPECT_EQ(inertp, inert);
+    ExpectNear(ap, {0.25, 0.25, -0.0576923076923077, 0, 0.153846153846154, -0.0769230769230769, -0.5,
+                    0.0384615384615385, 0.230769230769231, 0.307692307692308});
+}
+
+TEST(LinpackReference, Triangular)
+{
+    Doubles z(4), det(2), t = kGeneral;
+    EXPECT_NEAR(Linpack::Dtrco(t.data(), 4, 4, z.data(), 1), 0.315904431013346, 1e-15);
+    EXPECT_NEAR(Linpack::Dtrco(t.data(), 4, 4, z.data(), 0), 0.209262978516219, 1e-15);
+    const struct {
+        int job;
+        std::initializer_list<double> x;
+    } kSolutions[] = {{0, {0.25, 0.3, 0.308333333333333, 0.726190476190476}},
+                      {1, {-0.0821428571428571, 0.538095238095238, 0.69047619047619, 0.571428571428571}},
+                      {10, {1.26547619047619, 0.1, 0.309523809523809, 0.571428571428571}},
+                      {11, {0.25, 0.5, 0.541666666666667, 0.619047619047619}}};
+    for (const auto& [job, x] : kSolutions) {
+        Doubles b = kRight;
+        EXPECT_EQ(Linpack::Dtrsl(t.data(), 4, 4, b.data(), job), 0);
+        ExpectNear(b, x);
+    }
+    EXPECT_EQ(Linpack::Dtrdi(t.data(), 4, 4, det.data(), 111), 0);
+    ExpectNear(det, {8.4, 2});
+    ExpectNear(t.data() + 12, {-0.114285714285714, 0.00952380952380952, 0.0476190476190476, 0.142857142857143});
+    EXPECT_EQ(t[1], 2.0); // the other triangle is not touched
+
+    // Zero diagonals: found first from the end at which the inversion starts; Dtrsl then leaves b alone.
+    t = kGeneral;
+    t[5] = t[10] = 0.0;
+    Doubles b = kRight;
+    EXPECT_EQ(Linpack::Dtrsl(t.data(), 4, 4, b.data(), 0), 2);
+    EXPECT_EQ(b, kRight);
+    EXPECT_EQ(Linpack::Dtrdi(t.data(), 4, 4, det.data(), 100), 0);
+    EXPECT_EQ(det[0], 0.0);
+    EXPECT_EQ(Linpack::Dtrdi(t.data(), 4, 4, nullptr, 11), 2);
+    EXPECT_EQ(Linpack::Dtrdi(t.data(), 4, 4, nullptr, 10), 3);
+}
+
+TEST(LinpackReference, CholeskyWithPivoting)
+{
+    Doubles work(4), a = kDefinite;
+    Integers jpvt(4, 0);
+    EXPECT_EQ(Linpack::Dchdc(a.data(), 4, 4, work.data(), jpvt.data(), 1), 4);
+    EXPECT_EQ(jpvt, (Integers{4, 3, 2, 1}));
+    ExpectNear(a.data() + 12, {0.816496580927726, -1.16247638743819, 1.05587515712346, 0.93118721777712});
+    a = kDefinite;
+    jpvt = {0, 1, -1, 0};
+    EXPECT_EQ(Linpack::Dchdc(a.data(), 4, 4, work.data(), jpvt.data(), 1), 4);
+    EXPECT_EQ(jpvt, (Integers{2, 4, 1, 3}));
+    ExpectNear(a.data() + 8, {0.577350269189626, 0.980196058819607, 1.64495664165995});
+    ExpectNear(a.data() + 12, {0.288675134594813, 0.700140042014005, -1.73435645914147, 1.19099885007063});
+    for (int j = 1; j <= 4; ++j) // rank 2
+        for (int i = 1; i <= 4; ++i) a[static_cast<std::size_t>(i - 1 + 4 * (j - 1))] = i * j + (5 - i) * (5 - j);
+    jpvt = {0, 0, 0, 0};
+    EXPECT_EQ(Linpack::Dchdc(a.data(), 4, 4, work.data(), jpvt.data(), 1), 2);
+    EXPECT_EQ(jpvt, (Integers{1, 4, 3, 2}));
+    ExpectNear(a.data() + 8, {2.66789187539966, 2.42535625036333});
+    a = kDefinite;
+    EXPECT_EQ(Linpack::Dchdc(a.data(), 4, 4, work.data(), nullptr, 0), 4);
+    Doubles r = DefiniteFactor();
+    ExpectNear(a.data() + 12, {r[12], r[13], r[14], r[15]});
+}
+
+TEST(LinpackReference, CholeskyUpdateAndDowndate)
+{
+    const Doubles before = DefiniteFactor(), x{1, 2, -1, 0.5}, y{3};
+    Doubles r = before, z{1, -1, 2, 0.5}, rho{2}, c(4), s(4);
+    Linpack::Dchud(r.data(), 4, 4, x.data(), z.data(), 4, 1, y.data(), rho.data(), c.data(), s.data());
+    ExpectNear(r.data() + 12, {1.11803398874989, -0.657793514480272, 1.26471008549536, 1.72273506145142});
+    ExpectNear(z, {2.23606797749979, 0.807633441433877, 1.02905064589422, 2.30275745510784});
+    ExpectNear(rho, {2.6899983448708});
+    ExpectNear(c, {0.894427190999916, 0.727218092353424, 0.932407362730017, 0.741381542654867});
+    ExpectNear(s, {0.447213595499958, 0.686406472983644, -0.361409061766379, 0.671083756479539});
+
+    EXPECT_EQ(Linpack::Dchdd(r.data(), 4, 4, x.data(), z.data(), 4, 1, y.data(), rho.data(), c.data(), s.data()), 0);
+    for (std::size_t i = 0; i < 16; ++i) EXPECT_NEAR(r[i], before[i], 2e-14) << i;
+    ExpectNear(z, {1, -1, 2, 0.5}, 1e-13);
+    ExpectNear(rho, {2}, 1e-13);
+
+    const Doubles tooLong{10, 0, 0, 0}, kept = r;
+    EXPECT_EQ(Linpack::Dchdd(r.data(), 4, 4, tooLong.data(), z.data(), 4, 1, y.data(), rho.data(), c.data(), s.data()),
+              -1);
+    EXPECT_EQ(r, kept);
+    const Doubles large{1e3};
+    EXPECT_EQ(Linpack::Dchdd(r.data(), 4, 4, x.data(), z.data(), 4, 1, large.data(), rho.data(), c.data(), s.data()),
+              -1); // r is the factor before x was added, and x is too long for it
+    rho[0] = -1.0;
+    Linpack::Dchud(r.data(), 4, 4, x.data(), z.data(), 4, 1, y.data(), rho.data(), c.data(), s.data());
+    EXPECT_EQ(rho[0], -1.0);
+    rho[0] = 2.0;
+    EXPECT_EQ(Linpack::Dchdd(r.data(), 4, 4, x.data(), z.data(), 4, 1, large.data(), rho.data(), c.data(), s.data()),
+              1);
+    EXPECT_EQ(rho[0], -1.0);
+}
+
+TEST(LinpackReference, CholeskyPermutations)
+{
+    Doubles r = DefiniteFactor(), z{1, -1, 2, 0.5}, c(2), s(4);
+    Linpack::Dchex(r.data(), 4, 4, 2, 4, z.data(), 4, 1, c.data(), s.data(), 1);
+    ExpectNear(r, {2, 0, 0, 0, 1, 2.23606797749979, 0, 0, 0.5, -0.670820393249937, -1.51657508881031, 0, -1,
+                   1.11803398874989, -1.15391582844263, -1.19099885007063});
+    ExpectNear(z, {1, 2.11855620853043, 0.156366597340886, -0.858643743663922});
+    ExpectNear(c, {0.780972776901263, -0.404519917477945});
+    ExpectNear(s, {0.624565066057277, 0.914529188360676});
+    // The left shift takes it back, up to the signs of rows.
+    Linpack::Dchex(r.data(), 4, 4, 2, 4, z.data(), 4, 1, c.data(), s.data(), 2);
+    const Doubles original = DefiniteFactor();
+    for (std::size_t i = 0; i < 16; ++i) EXPECT_NEAR(std::fabs(r[i]), std::fabs(original[i]), 2e-15) << i;
+
+    r = DefiniteFactor(), z = {1, -1, 2, 0.5};
+    Linpack::Dchex(r.data(), 4, 4, 2, 4, z.data(), 4, 1, c.data(), s.data(), 2);
+    ExpectNear(r,
+               {2, 0, 0, 0, -1, 2, 0, 0, 1, 1.25, 1.85404962177392, 0, 0.5, 0.5, -1.14613976618751, 1.08920321169359});
+    ExpectNear(z, {1, 1.60541383391342, 1.4727051379693, -0.709778837722164});
+    ExpectNear(c, {0.301511344577764, 0.724882435609076});
+    ExpectNear(s, {0.953462589245592, 0.688872596744459});
+}
+
+TEST(LinpackReference, OrthogonalDecompositions)
+{
+    // [1 2 1; 1 -1 5; 1 3 -2; 1 0 2; 1 4 3]
+    const Doubles x0{1, 1, 1, 1, 1, 2, -1, 3, 0, 4, 1, 5, -2, 2, 3}, y{1, 3, 2, -1, 4};
+    Doubles x = x0, aux(3), work(5), qy(5), qty(5), b(3), rsd(5), xb(5);
+    Integers jpvt(3, 0);
+    Linpack::Dqrdc(x.data(), 5, 5, 3, aux.data(), jpvt.data(), work.data(), 1);
+    EXPECT_EQ(jpvt, (Integers{3, 2, 1}));
+    ExpectNear(aux, {1.1524985703326, 1.48109886063189, 1.66927694490286});
+    ExpectNear(x, {-6.557438524302, 0.762492851663023, -0.304997140665209, 0.304997140665209, 0.457495710997814,
+                   -0.457495710997814, 5.45808553198084, -0.6687970481368, 0.119153774424443, -0.554127036646478,
+                   -1.37248713299344, 1.35067378113812, -1.1366439225692, 0.463323081201642, -0.580861509696854});
+    const Doubles factored = x;
+    EXPECT_EQ(Linpack::Dqrsl(x.data(), 5, 5, 3, aux.data(), y.data(), qy.data(), qty.data(), b.data(), rsd.data(),
+                             xb.data(), 11111),
+              0);
+    EXPECT_EQ(x, factored);
+    ExpectNear(qy, {-2.79993017509853, -0.52846148052369, 2.91189830043137, -2.24037649285764, 3.063116213331});
+    ExpectNear(qty, {-3.3549685473173, 3.5662900782732, 0.370868711895693, -2.21512203122046, 1.40764054696516});
+    ExpectNear(b, {0.528700906344411, 0.734138972809668, -0.326283987915409});
+    ExpectNear(rsd, {-0.670694864048338, 1.41691842900302, 1.18126888217523, -1.73111782477341, -0.196374622356496});
+    ExpectNear(xb, {1.67069486404834, 1.58308157099698, 0.818731117824774, 0.731117824773413, 4.1963746223565});
+    // Outputs in one array, the others not used.
+    Doubles shared = y;
+    EXPECT_EQ(Linpack::Dqrsl(x.data(), 5, 5, 3, aux.data(), shared.data(), nullptr, shared.data(), b.data(),
+                             shared.data(), nullptr, 110),
+              0);
+    EXPECT_EQ(shared, rsd);
+    x[10 + 2] = 0.0;
+    EXPECT_EQ(
+        Linpack::Dqrsl(x.data(), 5, 5, 3, aux.data(), y.data(), nullptr, qty.data(), b.data(), nullptr, nullptr, 100),
+        3);
+
+    x = x0;
+    jpvt = {-1, 0, 1}; // the last first, the first last
+    Linpack::Dqrdc(x.data(), 5, 5, 3, aux.data(), jpvt.data(), work.data(), 1);
+    EXPECT_EQ(jpvt, (Integers{3, 2, 1}));
+    EXPECT_EQ(x, factored);
+
+    Doubles single{-2.0}, out(1), right{3.0};
+    EXPECT_EQ(Linpack::Dqrsl(single.data(), 1, 1, 1, aux.data(), right.data(), qy.data(), qty.data(), out.data(),
+                             rsd.data(), xb.data(), 11111),
+              0);
+    EXPECT_EQ(out[0], -1.5);
+    EXPECT_EQ(rsd[0], 0.0);
+
+    x = x0;
+    Doubles s(3), e(3), u(25), v(9);
+    EXPECT_EQ(Linpack::Dsvdc(x.data(), 5, 5, 3, s.data(), e.data(), u.data(), 5, v.data(), 3, work.data(), 11), 0);
+    ExpectNear(s, {6.81601902954144, 5.51079465599381, 1.08306364005035});
+    ExpectNear(u, {0.258625956057627, 0.670472495387245, -0.103914028821918, 0.3079325105077, 0.614783450792963,
+                   -0.304556103618228, 0.446259606017813, -0.657978516950826, 0.0928371926852155, -0.516278481704621,
+                   0.254022398406502, 0.240132063336324, 0.546684857259068, 0.53279452218889, -0.543207950268396});
+    ExpectNear(v, {0.256440068073168, 0.292571239134035, 0.921216891680892, -0.170522830595505, -0.924444042817726,
+                   0.341064767961329, 0.951399209444871, -0.244551184275181, -0.187174417422042});
+}

@@ -1,0 +1,390 @@
+// Properties on random and on awkward matrices: residuals, inverses, determinants, inertia, condition, decompositions.
+#include "modelcore/linalg/Linpack.h"
+
+#include "support/Random.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <vector>
+
+using MCMath_930::Linpack;
+using Doubles = std::vector<double>;
+using Integers = std::vector<int>;
+
+namespace {
+
+constexpr double kEps = 0x1p-52;
+
+std::size_t At(int i, int j, int lda)
+{
+    return static_cast<std::size_t>(i) + static_cast<std::size_t>(j) * static_cast<std::size_t>(lda);
+}
+
+std::size_t Size(int n)
+{
+    return static_cast<std::size_t>(n);
+}
+
+/// n x n, by columns; symmetric kinds in full.
+Doubles RandomMatrix(int n, bool symmetric, double diagonal, int band)
+{
+    TestRandom random(static_cast<std::uint64_t>(n));
+    Doubles a = random.Vector(Size(n) * Size(n), -1.0, 1.0);
+    for (int j = 0; j < n; ++j)
+        for (int i = 0; i < n; ++i) {
+            if (symmetric && i > j) a[At(i, j, n)] = a[At(j, i, n)];
+            if (std::abs(i - j) > band) a[At(i, j, n)] = 0.0;
+            if (i == j) a[At(i, j, n)] += diagonal;
+        }
+    if (symmetric)
+        for (int j = 0; j < n; ++j)
+            for (int i = j + 1; i < n; ++i) a[At(i, j, n)] = a[At(j, i, n)];
+    return a;
+}
+
+Doubles Packed(const Doubles& a, int n)
+{
+    Doubles ap;
+    for (int j = 0; j < n; ++j)
+        for (int i = 0; i <= j; ++i) ap.push_back(a[At(i, j, n)]);
+    return ap;
+}
+
+/// Elements (i, j) to row i - j + diagonal of an array with the given leading dimension.
+Doubles Banded(const Doubles& a, int n, int lda, int diagonal, int below, int above)
+{
+    Doubles abd(Size(lda) * Size(n));
+    for (int j = 0; j < n; ++j)
+        for (int i = std::max(0, j - above); i <= std::min(n - 1, j + below); ++i)
+            abd[At(i - j + diagonal, j, lda)] = a[At(i, j, n)];
+    return abd;
+}
+
+/// Largest |A*x - b| against what rounding allows, |A| |x| n eps.
+double Residual(const Doubles& a, int n, const Doubles& x, const Doubles& b, bool transposed)
+{
+    double worst = 0.0, scale = 0.0, largest = 0.0;
+    for (int i = 0; i < n; ++i) {
+        double sum = -b[Size(i)], row = 0.0;
+        for (int j = 0; j < n; ++j) {
+            const double element = transposed ? a[At(j, i, n)] : a[At(i, j, n)];
+            sum += element * x[Size(j)];
+            row += std::fabs(element);
+        }
+        worst = std::max(worst, std::fabs(sum));
+        scale = std::max(scale, row);
+        largest = std::max(largest, std::fabs(x[Size(i)]));
+    }
+    return worst / (scale * largest * n * kEps);
+}
+
+} // namespace
+
+TEST(LinpackSolve, ResidualsAreOfTheOrderOfRounding)
+{
+    struct Solver {
+        const char* name;
+        bool symmetric;
+        double diagonal; // times n, added
+        int band;
+        bool transposed;
+        /// Factors a copy of A, estimates its condition and turns b into x.
+        std::function<double(Doubles a, int n, Doubles& b)> run;
+    };
+    const auto general = [](int job) {
+        return [job](Doubles a, int n, Doubles& b) {
+            Integers pivots(Size(n));
+            Doubles z(Size(n));
+            const double rcond = Linpack::Dgeco(a.data(), n, n, pivots.data(), z.data());
+            Linpack::Dgesl(a.data(), n, n, pivots.data(), b.data(), job);
+            return rcond;
+        };
+    };
+    const auto band = [](int job) {
+        return [job](const Doubles& a, int n, Doubles& b) {
+            Integers pivots(Size(n));
+            Doubles z(Size(n)), abd = Banded(a, n, 11, 6, 3, 3);
+            const double rcond = Linpack::Dgbco(abd.data(), 11, n, 3, 3, pivots.data(), z.data());
+            Linpack::Dgbsl(abd.data(), 11, n, 3, 3, pivots.data(), b.data(), job);
+            return rcond;
+        };
+    };
+    const Solver kSolvers[] = {
+        {"general", false, 0, 999, false, general(0)},
+        {"general transposed", false, 0, 999, true, general(1)},
+        {"band", false, 0, 3, false, band(0)},
+        {"band transposed", false, 0, 3, true, band(1)},
+        {"tridiagonal", false, 0, 1, false,
+         [](const Doubles& a, int n, Doubles& b) {
+             Doubles c(Size(n)), d(Size(n)), e(Size(n));
+             for (int i = 0; i < n; ++i) {
+                 if (i > 0) c[Size(i)] = a[At(i, i - 1, n)];
+                 d[Size(i)] = a[At(i, i, n)];
+                 if (i + 1 < n) e[Size(i)] = a[At(i, i + 1, n)];
+             }
+             EXPECT_EQ(Linpack::Dgtsl(n, c.data(), d.data(), e.data(), b.data()), 0);
+             return 0.5;
+         }},
+        {"definite", true, 1, 999, false,
+         [](Doubles a, int n, Doubles& b) {
+             Doubles z(Size(n));
+             int info = -1;
+             const double rcond = Linpack::Dpoco(a.data(), n, n, z.data(), &info);
+             EXPECT_EQ(info, 0);
+             Linpack::Dposl(a.data(), n, n, b.data());
+             return rcond;
+         }},
+        {"definite packed", true, 1, 999, false,
+         [](const Doubles& a, int n, Doubles& b) {
+             Doubles z(Size(n)), ap = Packed(a, n);
+             int info = -1;
+             const double rcond = Linpack::Dppco(ap.data(), n, z.data(), &info);
+             Linpack::Dppsl(ap.data(), n, b.data());
+             return rcond;
+         }},
+        {"definite band", true, 1, 2, false,
+         [](const Doubles& a, int n, Doubles& b) {
+             Doubles z(Size(n)), abd = Banded(a, n, 4, 2, 0, 2);
+             int info = -1;
+             const double rcond = Linpack::Dpbco(abd.data(), 4, n, 2, z.data(), &info);
+             Linpack::Dpbsl(abd.data(), 4, n, 2, b.data());
+             return rcond;
+         }},
+        {"indefinite", true, 0, 999, false,
+         [](Doubles a, int n, Doubles& b) {
+             Integers pivots(Size(n));
+             Doubles z(Size(n));
+             const double rcond = Linpack::Dsico(a.data(), n, n, pivots.data(), z.data());
+             Linpack::Dsisl(a.data(), n, n, pivots.data(), b.data());
+             return rcond;
+         }},
+        {"indefinite packed", true, 0, 999, false,
+         [](const Doubles& a, int n, Doubles& b) {
+             Integers pivots(Size(n));
+             Doubles z(Size(n)), ap = Packed(a, n);
+             const double rcond = Linpack::Dspco(ap.data(), n, pivots.data(), z.data());
+             Linpack::Dspsl(ap.data(), n, pivots.data(), b.data());
+             return rcond;
+         }},
+        {"least squares", false, 0, 999, false,
+         [](Doubles a, int n, Doubles& b) {
+             Doubles aux(Size(n)), y = b;
+             Linpack::Dqrdc(a.data(), n, n, n, aux.data(), nullptr, nullptr, 0);
+             EXPECT_EQ(Linpack::Dqrsl(a.data(), n, n, n, aux.data(), y.data(), nullptr, y.data(), b.data(), nullptr,
+                                      nullptr, 100),
+                       0);
+             return 0.5;
+         }},
+    };
+    for (const Solver& solver : kSolvers)
+        for (const int n : {1, 2, 3, 7, 20, 65, 130}) {
+            SCOPED_TRACE(testing::Message() << solver.name << ", order " << n);
+            const Doubles a = RandomMatrix(n, solver.symmetric, solver.diagonal * n, solver.band);
+            const Doubles b = TestRandom(5).Vector(Size(n), -1.0, 1.0);
+            Doubles x = b;
+            const double rcond = solver.run(a, n, x);
+            EXPECT_LE(Residual(a, n, x, b, solver.transposed), 16.0);
+            EXPECT_TRUE(rcond > 1e-6 && rcond <= 1.0 + 16 * kEps) << rcond;
+        }
+}
+
+TEST(LinpackSolve, InverseTimesMatrixIsTheUnitMatrix)
+{
+    for (const int n : {1, 2, 7, 65, 130}) {
+        const auto expectUnit = [n](const Doubles& a, const Doubles& inverse) {
+            double worst = 0.0;
+            for (int i = 0; i < n; ++i)
+                for (int j = 0; j < n; ++j) {
+                    double sum = i == j ? -1.0 : 0.0;
+                    for (int k = 0; k < n; ++k) {
+                        const bool stored = inverse.size() == a.size();
+                        const int p = std::min(i, k), q = std::max(i, k);
+                        sum += (stored ? inverse[At(i, k, n)] : inverse[Size(q * (q + 1) / 2 + p)]) * a[At(k, j, n)];
+                    }
+                    worst = std::max(worst, std::fabs(sum));
+                }
+            EXPECT_LE(worst, 1e-10) << "order " << n;
+        };
+        Integers pivots(Size(n));
+        Doubles work(Size(n)), a = RandomMatrix(n, false, 0.0, n), inverse = a;
+        EXPECT_EQ(Linpack::Dgefa(inverse.data(), n, n, pivots.data()), 0);
+        Linpack::Dgedi(inverse.data(), n, n, pivots.data(), nullptr, work.data(), 1);
+        expectUnit(a, inverse);
+
+        a = RandomMatrix(n, true, 0.0, n);
+        inverse = Packed(a, n);
+        EXPECT_EQ(Linpack::Dspfa(inverse.data(), n, pivots.data()), 0);
+        Linpack::Dspdi(inverse.data(), n, pivots.data(), nullptr, nullptr, work.data(), 1);
+        expectUnit(a, inverse);
+    }
+}
+
+// A = L*D*trans(L) with L unit lower triangular of small integers: determinant and inertia are those of D, exactly
+// known.
+TEST(LinpackSolve, DeterminantAndInertiaOfKnownMatrices)
+{
+    constexpr int n = 40;
+    TestRandom random(11);
+    Doubles l(n * n), a(n * n);
+    for (int j = 0; j < n; ++j)
+        for (int i = j; i < n; ++i) l[At(i, j, n)] = i == j ? 1 : (i - j < 3 ? random.Below(3) - 1 : 0);
+    const auto d = [](int k) { return k % 3 == 0 ? -2.0 : k % 7 == 1 ? -1.0 : 1.0; };
+    double sign = 1.0, power = 0.0;
+    int negative = 0;
+    for (int k = 0; k < n; ++k) {
+        sign *= d(k) < 0 ? -1 : 1;
+        negative += d(k) < 0;
+        power += d(k) == -2.0;
+        for (int i = 0; i < n; ++i)
+            for (int j = 0; j < n; ++j) a[At(i, j, n)] += l[At(i, k, n)] * d(k) * l[At(j, k, n)];
+    }
+    const double expected = sign * std::exp2(power);
+    Integers pivots(n), inert(3);
+    Doubles det(2), work(n), copy = a;
+    EXPECT_EQ(Linpack::Dgefa(copy.data(), n, n, pivots.data()), 0);
+    Linpack::Dgedi(copy.data(), n, n, pivots.data(), det.data(), work.data(), 10);
+    EXPECT_NEAR(det[0] * std::pow(10.0, det[1]) / expected, 1.0, 1e-7);
+    copy = a;
+    EXPECT_EQ(Linpack::Dsifa(copy.data(), n, n, pivots.data()), 0);
+    Linpack::Dsidi(copy.data(), n, n, pivots.data(), det.data(), inert.data(), nullptr, 110);
+    EXPECT_NEAR(det[0] * std::pow(10.0, det[1]) / expected, 1.0, 1e-7);
+    EXPECT_EQ(inert, (Integers{n - negative, negative, 0}));
+}
+
+TEST(LinpackSolve, DeterminantScalesAndEndsForInfinity)
+{
+    Doubles diagonal{1e-300, 0, 0, 1e-9}, det(2), work(2);
+    EXPECT_EQ(Linpack::Dtrdi(diagonal.data(), 2, 2, det.data(), 101), 0);
+    EXPECT_NEAR(det[0] * std::pow(10.0, det[1] + 309), 1.0, 1e-12);
+    for (const double bad : {std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()}) {
+        diagonal = {bad, 0, 0, 2.0};
+        Linpack::Dtrdi(diagonal.data(), 2, 2, det.data(), 101);
+        EXPECT_FALSE(std::isfinite(det[0]));
+    }
+}
+
+TEST(LinpackSolve, ZeroMatricesAndZeroOrders)
+{
+    Doubles a(9), z(3), e(3), u(9), v(9), det(2);
+    Integers pivots(3, 0), inert(3);
+    EXPECT_EQ(Linpack::Dgeco(a.data(), 3, 3, pivots.data(), z.data()), 0.0);
+    EXPECT_EQ(Linpack::Dsifa(a.data(), 3, 3, pivots.data()), 1);
+    Linpack::Dsidi(a.data(), 3, 3, pivots.data(), det.data(), inert.data(), nullptr, 110);
+    EXPECT_EQ(det[0], 0.0);
+    EXPECT_EQ(inert, (Integers{0, 0, 3}));
+    EXPECT_EQ(Linpack::Dpofa(a.data(), 3, 3), 1);
+    pivots = {0, 0, 0};
+    EXPECT_EQ(Linpack::Dchdc(a.data(), 3, 3, z.data(), pivots.data(), 1), 0);
+    EXPECT_EQ(Linpack::Dsvdc(a.data(), 3, 3, 3, z.data(), e.data(), u.data(), 3, v.data(), 3, det.data(), 11), 0);
+    EXPECT_EQ(z, (Doubles{0, 0, 0}));
+
+    int info = -1;
+    EXPECT_EQ(Linpack::Dgeco(nullptr, 1, 0, nullptr, nullptr), 0.0);
+    EXPECT_EQ(Linpack::Dgbco(nullptr, 4, 0, 1, 1, nullptr, nullptr), 0.0);
+    EXPECT_EQ(Linpack::Dpoco(nullptr, 1, 0, nullptr, &info), 0.0);
+    EXPECT_EQ(info, 0);
+    EXPECT_EQ(Linpack::Dsico(nullptr, 1, 0, nullptr, nullptr), 0.0);
+    EXPECT_EQ(Linpack::Dtrco(nullptr, 1, 0, nullptr, 0), 0.0);
+    EXPECT_EQ(Linpack::Dgtsl(0, nullptr, nullptr, nullptr, nullptr), 0);
+    Linpack::Dptsl(0, nullptr, nullptr, nullptr);
+    Linpack::Dqrdc(nullptr, 1, 0, 0, nullptr, nullptr, nullptr, 0);
+    EXPECT_EQ(Linpack::Dsvdc(nullptr, 1, 0, 0, nullptr, nullptr, nullptr, 1, nullptr, 1, nullptr, 11), 0);
+}
+
+TEST(LinpackSolve, NaNAndInfinityEndEveryLoop)
+{
+    for (const double bad : {std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()})
+        for (const int n : {3, 70})
+            for (const int p : {3, 70, 73}) {
+                const int m = std::max(n, p);
+                Doubles a = RandomMatrix(m, false, 0.0, m), s(Size(m) + 1), e(Size(m)), u(Size(m * m)), v(Size(m * m)),
+                        z(Size(m));
+                Integers pivots(Size(m));
+                a[At(2, 1, m)] = bad;
+                Doubles copy = a;
+                Linpack::Dsvdc(copy.data(), m, n, p, s.data(), e.data(), u.data(), m, v.data(), m, z.data(), 11);
+                copy = a;
+                Linpack::Dqrdc(copy.data(), m, n, p, e.data(), pivots.data(), z.data(), 1);
+                copy = a;
+                Linpack::Dgeco(copy.data(), m, m, pivots.data(), z.data());
+                copy = a;
+                copy[At(1, 2, m)] = bad;
+                Linpack::Dsico(copy.data(), m, m, pivots.data(), z.data());
+                Linpack::Dpofa(copy.data(), m, m);
+            }
+}
+
+TEST(LinpackSolve, QrReproducesTheMatrixAndFindsItsRank)
+{
+    constexpr int n = 90, p = 50, rank = 20;
+    TestRandom random(2);
+    Doubles left = random.Vector(n * rank, -1, 1), right = random.Vector(rank * p, -1, 1), x0(n * p), aux(p), work(p);
+    for (int j = 0; j < p; ++j)
+        for (int i = 0; i < n; ++i)
+            for (int k = 0; k < rank; ++k) x0[At(i, j, n)] += left[At(i, k, n)] * right[At(k, j, rank)];
+    Doubles x = x0;
+    Integers jpvt(p, 0);
+    Linpack::Dqrdc(x.data(), n, n, p, aux.data(), jpvt.data(), work.data(), 1);
+    EXPECT_GT(std::fabs(x[At(rank - 1, rank - 1, n)]), 1e-3);
+    EXPECT_LT(std::fabs(x[At(rank, rank, n)]), 1e-12);
+    for (int j = 0; j < p; ++j) { // Q times column j of R is the column that jpvt names
+        Doubles column(n);
+        std::copy_n(x.data() + At(0, j, n), j + 1, column.data());
+        Linpack::Dqrsl(x.data(), n, n, p, aux.data(), column.data(), column.data(), nullptr, nullptr, nullptr, nullptr,
+                       10000);
+        for (int i = 0; i < n; ++i)
+            EXPECT_NEAR(column[Size(i)], x0[At(i, jpvt[Size(j)] - 1, n)], 1e-12) << i << " " << j;
+    }
+}
+
+TEST(LinpackSolve, SingularValuesAndVectors)
+{
+    struct Shape {
+        int n, p, job;
+    };
+    for (const auto& [n, p, job] : {Shape{1, 1, 11},
+                                    {5, 1, 11},
+                                    {1, 5, 21},
+                                    {12, 7, 21},
+                                    {7, 12, 11},
+                                    {60, 60, 11},
+                                    {90, 33, 11},
+                                    {33, 90, 21}}) {
+        SCOPED_TRACE(testing::Message() << n << " x " << p << ", job " << job);
+        const int k = std::min(n, p);
+        const int columns = job == 11 ? n : k;
+        const Doubles x0 = TestRandom(8).Vector(Size(n * p), -1, 1);
+        Doubles x = x0, s(Size(k) + 1), e(Size(p)), u(Size(n * columns)), v(Size(p * p)), work(Size(n));
+        ASSERT_EQ(Linpack::Dsvdc(x.data(), n, n, p, s.data(), e.data(), u.data(), n, v.data(), p, work.data(), job), 0);
+        for (int i = 1; i < k; ++i) EXPECT_GE(s[Size(i - 1)], s[Size(i)]);
+        const auto expectOrthonormal = [](const Doubles& q, int rows, int count) {
+            for (int a = 0; a < count; ++a)
+                for (int b = 0; b <= a; ++b) {
+                    double sum = 0.0;
+                    for (int i = 0; i < rows; ++i) sum += q[At(i, a, rows)] * q[At(i, b, rows)];
+                    EXPECT_NEAR(sum, a == b ? 1.0 : 0.0, 1e-13);
+                }
+        };
+        expectOrthonormal(u, n, columns);
+        expectOrthonormal(v, p, p);
+        for (int i = 0; i < n; ++i)
+            for (int j = 0; j < p; ++j) {
+                double sum = 0.0;
+                for (int m = 0; m < k; ++m) sum += u[At(i, m, n)] * s[Size(m)] * v[At(j, m, p)];
+                EXPECT_NEAR(sum, x0[At(i, j, n)], 1e-13);
+            }
+        Doubles only(Size(k) + 1);
+        x = x0;
+        Linpack::Dsvdc(x.data(), n, n, p, only.data(), e.data(), nullptr, 1, nullptr, 1, work.data(), 0);
+        EXPECT_EQ(only, s);
+    }
+    // The values of the n x n matrix of ones are n and zeros.
+    Doubles ones(20 * 20, 1.0), s(20), e(20), work(20);
+    EXPECT_EQ(Linpack::Dsvdc(ones.data(), 20, 20, 20, s.data(), e.data(), nullptr, 1, nullptr, 1, work.data(), 0), 0);
+    EXPECT_NEAR(s[0], 20.0, 1e-13);
+    EXPECT_NEAR(s[1], 0.0, 1e-13);
+}
