@@ -40,6 +40,8 @@ public:
     void Display() const;
 
 private:
+    Record* CopyWideRow(const double* from);
+
     int fnRecords;
     int fnVars;
     double* fpLead;

@@ -130,7 +130,7 @@ void Value::TakeType(std::uint16_t tag)
     case TypeString: fData.string = new std::string; break;
     case TypeArray: fData.array = new Array; break;
     case TypeMap: fData.map = new Map; break;
-    default: throw MCException(kWrongType, "Value type wrong!");
+    default: ThrowWrongType();
     }
     fType = tag;
 }
@@ -153,9 +153,9 @@ void Value::AssertTypeOrInvalid(std::uint16_t tag)
         std::as_const(*this).AssertTypeOrInvalid(tag);
 }
 
-void Value::AssertTypeOrInvalid(std::uint16_t tag) const
+void Value::ThrowWrongType()
 {
-    if (fType != tag) throw MCException(kWrongType, "Value type wrong!");
+    throw MCException(kWrongType, "Value type wrong!");
 }
 
 void Value::AssertArray(int index) const
@@ -173,32 +173,7 @@ void Value::AssertMap()
     Swap(fresh);
 }
 
-// Readers
-
-bool Value::GetBool() const
-{
-    AssertTypeOrInvalid(TypeBool);
-    return fData.boolean;
-}
-
-long long Value::GetInteger() const
-{
-    AssertTypeOrInvalid(TypeInteger);
-    return fData.integer;
-}
-
-double Value::GetReal() const
-{
-    if (IsNull()) return SYSMISVALUE;
-    AssertTypeOrInvalid(TypeReal);
-    return fData.real;
-}
-
-const std::string& Value::GetStringRef() const
-{
-    AssertTypeOrInvalid(TypeString);
-    return *fData.string;
-}
+// References to the payload
 
 Value::operator bool&()
 {

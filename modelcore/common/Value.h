@@ -149,10 +149,23 @@ public:
     /// @name Readers
     /// Each throws 13 for a value of another type, except as said.
     /// @{
-    bool GetBool() const;
-    long long GetInteger() const;
+    bool GetBool() const
+    {
+        AssertTypeOrInvalid(TypeBool);
+        return fData.boolean;
+    }
+    long long GetInteger() const
+    {
+        AssertTypeOrInvalid(TypeInteger);
+        return fData.integer;
+    }
     /// System-missing for null.
-    double GetReal() const;
+    double GetReal() const
+    {
+        if (IsNull()) return SYSMISVALUE;
+        AssertTypeOrInvalid(TypeReal);
+        return fData.real;
+    }
     /// The value as text; never throws. A string as it is, "" for null, "true" or "false", an integer in decimal, a
     /// real with the fewest digits that read back to the same double ("0.1", "100000", "1e+300", "nan", "-inf"). An
     /// array is
@@ -160,7 +173,11 @@ public:
     /// the backslash and control characters are escaped as in JSON and all other bytes stand as they are.
     std::string GetString() const;
     /// The held string; valid until the value changes.
-    const std::string& GetStringRef() const;
+    const std::string& GetStringRef() const
+    {
+        AssertTypeOrInvalid(TypeString);
+        return *fData.string;
+    }
 
     operator bool() const { return GetBool(); }
     operator long long() const { return GetInteger(); }
@@ -264,7 +281,10 @@ public:
     /// throws 13 "Value type wrong!".
     void AssertTypeOrInvalid(std::uint16_t tag);
     /// The value must have the tag; null is not converted. Throws 13 "Value type wrong!".
-    void AssertTypeOrInvalid(std::uint16_t tag) const;
+    void AssertTypeOrInvalid(std::uint16_t tag) const
+    {
+        if (fType != tag) ThrowWrongType();
+    }
     /// Throws 13 "This value is not an array!" for another type, 14 "Out of this array bounds!" for an index that is
     /// negative or beyond the size. The size itself passes.
     void AssertArray(int index) const;
@@ -309,6 +329,7 @@ private:
         fType = other.fType;
         fData = other.fData;
     }
+    [[noreturn]] static void ThrowWrongType();
     void CopyHeap(const Value& other);
     void ReleaseHeap() noexcept;
     void DeleteEmptied() noexcept;

@@ -10,32 +10,69 @@
 
 namespace MCCommon_930 {
 
+namespace {
+
+// The first 8 bytes of a name, filled up with zeros, as a number that orders as they do.
+std::uint64_t FirstBytes(const std::string& name)
+{
+    std::uint64_t bytes = 0;
+    for (std::size_t i = 0; i < 8; ++i)
+        bytes = bytes << 8 | (i < name.size() ? static_cast<unsigned char>(name[i]) : 0u);
+    return bytes;
+}
+
+} // namespace
+
 ValueRecord::ValueRecord(ValueRecord&& other) noexcept
-    : fvValues(std::move(other.fvValues)), fPositions(std::move(other.fPositions))
+    : fvValues(std::move(other.fvValues)), fvNames(std::move(other.fvNames)),
+      fvSortedNames(std::move(other.fvSortedNames))
 {}
 
 ValueRecord& ValueRecord::operator=(const ValueRecord& other)
 {
-    ValueRecord copy(other);
-    fvValues.swap(copy.fvValues);
-    fPositions.swap(copy.fPositions);
-    return *this;
+    return ValueRecord::operator=(ValueRecord(other));
 }
 
 ValueRecord& ValueRecord::operator=(ValueRecord&& other) noexcept
 {
     ValueRecord taken(std::move(other));
     fvValues.swap(taken.fvValues);
-    fPositions.swap(taken.fPositions);
+    fvNames.swap(taken.fvNames);
+    fvSortedNames.swap(taken.fvSortedNames);
     return *this;
 }
 
 ValueRecord::~ValueRecord() = default;
 
+// The place in fvSortedNames where a name stands or would be put in.
+std::size_t ValueRecord::PlaceOf(const std::string& name) const
+{
+    const std::uint64_t firstBytes = FirstBytes(name);
+    // The number of entries with smaller first bytes, by halves: the steps are the same for every name, so the
+    // processor does not guess them wrong.
+    const SortedName* first = fvSortedNames.data();
+    const SortedName* const end = first + fvSortedNames.size();
+    for (std::size_t left = fvSortedNames.size(); left > 0;) {
+        const std::size_t half = (left + 1) / 2;
+        first += first[half - 1].firstBytes < firstBytes ? half : 0;
+        left -= half;
+    }
+    const auto before = [&](const SortedName& entry) {
+        return entry.firstBytes == firstBytes && fvNames[static_cast<std::size_t>(entry.position)] < name;
+    };
+    if (first != end && before(*first)) first = std::partition_point(first + 1, end, before);
+    return static_cast<std::size_t>(first - fvSortedNames.data());
+}
+
+bool ValueRecord::IsNameAt(std::size_t place, const std::string& name) const
+{
+    return place < fvSortedNames.size() && fvNames[static_cast<std::size_t>(fvSortedNames[place].position)] == name;
+}
+
 int ValueRecord::IndexOf(const std::string& name) const
 {
-    const auto at = fPositions.find(name);
-    return at != fPositions.end() && IsPosition(at->second) ? at->second : -1;
+    const std::size_t place = PlaceOf(name);
+    return IsNameAt(place, name) ? fvSortedNames[place].position : -1;
 }
 
 bool ValueRecord::Contains(const std::string& name) const
@@ -46,11 +83,6 @@ bool ValueRecord::Contains(const std::string& name) const
 Value ValueRecord::Get(const std::string& name) const
 {
     return Get(IndexOf(name));
-}
-
-const Value& ValueRecord::Get(int index) const
-{
-    return IsPosition(index) ? fvValues[static_cast<std::size_t>(index)] : Value::NULL_VALUE;
 }
 
 Value& ValueRecord::operator[](const std::string& name)
@@ -65,21 +97,16 @@ const Value& ValueRecord::operator[](const std::string& name) const
 
 Value& ValueRecord::operator[](int index)
 {
-    if (IsPosition(index)) return fvValues[static_cast<std::size_t>(index)];
+    if (IsPosition(index)) return ValueAt(index);
     fOutside.Clear();
     return fOutside;
-}
-
-const Value& ValueRecord::operator[](int index) const
-{
-    return Get(index);
 }
 
 bool ValueRecord::Set(const std::string& name, const Value& v, bool checkType)
 {
     const int index = IndexOf(name);
     if (!IsPosition(index)) return false;
-    Value& field = fvValues[static_cast<std::size_t>(index)];
+    Value& field = ValueAt(index);
     if (checkType && !field.IsNull() && field.GetType() != v.GetType()) return false;
     field = v;
     return true;
@@ -124,15 +151,25 @@ int ValueRecord::Add(const std::string& name, const Value& v)
 {
     const int index = IndexOf(name);
     if (IsPosition(index)) {
-        fvValues[static_cast<std::size_t>(index)] = v;
+        ValueAt(index) = v;
         return index;
     }
-    // All that can run out of memory comes before the record changes, and the value may stand in the record itself.
-    Value added(v);
-    if (fvValues.size() == fvValues.capacity()) fvValues.reserve(std::max<std::size_t>(8, 2 * fvValues.size()));
+    // Value and name may stand in the record itself, and all that can run out of memory comes before it changes.
+    Value addedValue(v);
+    std::string addedName(name);
+    const std::size_t place = PlaceOf(name);
+    if (fvValues.size() == fvValues.capacity() || fvNames.size() == fvNames.capacity() ||
+        fvSortedNames.size() == fvSortedNames.capacity()) {
+        const std::size_t room = std::max<std::size_t>(8, 2 * fvValues.size());
+        fvValues.reserve(room);
+        fvNames.reserve(room);
+        fvSortedNames.reserve(room);
+    }
     const int position = Size();
-    fPositions.insert_or_assign(name, position);
-    fvValues.push_back(std::move(added));
+    fvValues.push_back(std::move(addedValue));
+    fvNames.push_back(std::move(addedName));
+    fvSortedNames.insert(fvSortedNames.begin() + static_cast<std::ptrdiff_t>(place),
+                         {FirstBytes(fvNames.back()), position});
     return position;
 }
 
@@ -147,9 +184,10 @@ bool ValueRecord::Remove(const std::string& name)
     const int index = IndexOf(name);
     if (!IsPosition(index)) return false;
     fvValues.erase(fvValues.begin() + index);
-    std::erase_if(fPositions, [index](const auto& field) { return field.second == index; });
-    for (auto& field : fPositions)
-        if (field.second > index) --field.second;
+    fvNames.erase(fvNames.begin() + index);
+    std::erase_if(fvSortedNames, [index](const SortedName& entry) { return entry.position == index; });
+    for (SortedName& entry : fvSortedNames)
+        if (entry.position > index) --entry.position;
     return true;
 }
 
@@ -160,17 +198,12 @@ void ValueRecord::ClearValues()
 
 std::vector<std::string> ValueRecord::Names() const
 {
-    std::vector<std::string> names(fvValues.size());
-    for (const auto& [name, position] : fPositions)
-        if (IsPosition(position)) names[static_cast<std::size_t>(position)] = name;
-    return names;
+    return fvNames;
 }
 
 std::string ValueRecord::GetName(int index) const
 {
-    for (const auto& [name, position] : fPositions)
-        if (position == index && IsPosition(index)) return name;
-    return {};
+    return IsPosition(index) ? fvNames[static_cast<std::size_t>(index)] : std::string();
 }
 
 int ValueRecord::Size() const
@@ -182,11 +215,10 @@ void ValueRecord::Display() const
 {
     MCDisplay_930::DisplayStart("ValueRecord");
     MCDisplay_930::Display("Number of fields", Size());
-    const std::vector<std::string> names = Names();
-    for (std::size_t i = 0; i < names.size(); ++i) {
+    for (std::size_t i = 0; i < fvValues.size(); ++i) {
         std::ostringstream text;
         fvValues[i].Display(text);
-        MCDisplay_930::Display(names[i], text.str());
+        MCDisplay_930::Display(fvNames[i], text.str());
     }
     MCDisplay_930::DisplayEnd("ValueRecord");
 }
@@ -194,7 +226,8 @@ void ValueRecord::Display() const
 void ValueRecord::Clear()
 {
     fvValues.clear();
-    fPositions.clear();
+    fvNames.clear();
+    fvSortedNames.clear();
 }
 
 } // namespace MCCommon_930

@@ -4,16 +4,17 @@
 #include "modelcore/common/Value.h"
 #include "modelcore/modelcore_export.h"
 
+#include <cstddef>
 #include <cstdint>
-#include <map>
 #include <string>
 #include <vector>
 
 namespace MCCommon_930 {
 
-/// A row of named values: the values in field order, and an ordered map from a field's name to its position. Names are
-/// byte strings, compared case-sensitively; the empty name is a name like any other. Lookup by name takes O(log n)
-/// comparisons, by position constant time.
+/// A row of named values: the values in field order, and an ordered map from a field's name to its position, kept as
+/// the names in field order and the positions in the order of the names. Names are byte strings, compared
+/// case-sensitively; the empty name is a name like any other. Lookup by name takes O(log n) comparisons, by position
+/// constant time.
 ///
 /// Every operation that takes a name finds it through IndexOf, so a class that redefines IndexOf alone redefines the
 /// lookup (say, without regard to case) for all of them.
@@ -36,7 +37,7 @@ public:
     virtual Value Get(const std::string& name) const;
 
     /// The value at a position, from 0; a constant null value for a position outside.
-    virtual const Value& Get(int index) const;
+    virtual const Value& Get(int index) const { return IsPosition(index) ? ValueAt(index) : Value::NULL_VALUE; }
 
     /// The stored value. Outside the record the reading forms refer to a constant null value, the writing forms to a
     /// null value that is no part of the record: what is written there is lost (Add makes fields, Set says whether it
@@ -44,7 +45,7 @@ public:
     virtual Value& operator[](const std::string& name);
     virtual const Value& operator[](const std::string& name) const;
     virtual Value& operator[](int index);
-    virtual const Value& operator[](int index) const;
+    virtual const Value& operator[](int index) const { return IsPosition(index) ? ValueAt(index) : Value::NULL_VALUE; }
 
     /// Assigns to a field.
     ///
@@ -80,8 +81,7 @@ public:
     /// The names in field order.
     virtual std::vector<std::string> Names() const;
 
-    /// The name of the field at a position; empty for a position outside. Looks through the names: to walk over all of
-    /// them take Names.
+    /// The name of the field at a position; empty for a position outside.
     virtual std::string GetName(int index) const;
 
     virtual int Size() const;
@@ -95,8 +95,20 @@ public:
 private:
     bool IsPosition(int index) const { return index >= 0 && static_cast<std::size_t>(index) < fvValues.size(); }
 
+    const Value& ValueAt(int index) const { return fvValues[static_cast<std::size_t>(index)]; }
+    Value& ValueAt(int index) { return fvValues[static_cast<std::size_t>(index)]; }
+    std::size_t PlaceOf(const std::string& name) const;
+    bool IsNameAt(std::size_t place, const std::string& name) const;
+
+    // Sorts as its name does: the first bytes settle most comparisons without a look at the name itself.
+    struct SortedName {
+        std::uint64_t firstBytes;
+        std::int32_t position;
+    };
+
     std::vector<Value> fvValues;
-    std::map<std::string, std::int32_t> fPositions;
+    std::vector<std::string> fvNames; // by position
+    std::vector<SortedName> fvSortedNames;
     Value fOutside; // what the writing forms of operator[] refer to outside the record
 };
 

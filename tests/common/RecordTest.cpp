@@ -8,7 +8,9 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
+#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -138,6 +140,23 @@ TEST(MemoryRecordIterator, DeliversLeadRowAndTrail)
     without.Display();
     EXPECT_THAT(capture.Text(), HasSubstr("Number of variables: 0\nTrailing column indicator: false\n"
                                           "Position of the next record: 1\nFinished indicator: 1\n"));
+}
+
+TEST(MemoryRecordIterator, CopiesRowsOfAnyWidth)
+{
+    for (const int nVars : {0, 1, 3, 4, 5, 7, 8, 63, 64, 65, 200}) {
+        const auto width = static_cast<std::size_t>(nVars);
+        std::vector<double> lead{-1, -2, -3}, data(3 * width), trail{-4, -5, -6};
+        std::iota(data.begin(), data.end(), 1.0);
+        MemoryRecordIterator iterator(3, nVars, lead.data(), data.data(), trail.data());
+        for (std::size_t p = 0; p < 3; ++p) {
+            std::vector<double> expected{lead[p]};
+            expected.insert(expected.end(), data.begin() + static_cast<std::ptrdiff_t>(p * width),
+                            data.begin() + static_cast<std::ptrdiff_t>((p + 1) * width));
+            expected.push_back(trail[p]);
+            EXPECT_EQ(Elements(*iterator.Next()), expected) << nVars;
+        }
+    }
 }
 
 TEST(MemoryRecordIterator, WithoutRowsItStartsFinishedUntilANewPass)

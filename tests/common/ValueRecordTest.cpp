@@ -1,10 +1,13 @@
 #include "modelcore/common/ValueRecord.h"
 #include "support/DisplayCapture.h"
+#include "support/Random.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cctype>
+#include <cstddef>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -68,6 +71,29 @@ TEST(ValueRecord, NamesAreBytesAndLookupIsExact)
         EXPECT_TRUE(record[outside].IsNull());
         EXPECT_EQ(record.GetName(outside), "");
     }
+}
+
+// Names that share their first bytes, with zeros and the highest byte among them, added and removed at random.
+TEST(ValueRecord, LookupEqualsThatOfAnOrderedMap)
+{
+    TestRandom random(3);
+    ValueRecord record;
+    std::map<std::string, int> values;
+    for (int step = 0; step < 3000; ++step) {
+        std::string name(static_cast<std::size_t>(6 + random.Below(5)), 'a');
+        for (std::size_t i = 6; i < name.size(); ++i) name[i] = "\0a\xff"[random.Below(3)];
+        if (random.Below(3) == 0) name.erase(0, 6);
+        ASSERT_EQ(record.Contains(name), values.contains(name));
+        if (random.Below(4) == 0) {
+            ASSERT_EQ(record.Remove(name), values.erase(name) == 1);
+        } else {
+            record.Add(name, step);
+            values[name] = step;
+        }
+        ASSERT_EQ(record.Size(), static_cast<int>(values.size()));
+    }
+    for (const auto& [name, value] : values) EXPECT_EQ(record.Get(name), value);
+    Dump(record);
 }
 
 TEST(ValueRecord, SetChecksTheTypeWhenAsked)
