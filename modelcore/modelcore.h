@@ -42,6 +42,8 @@
 #include "modelcore/xml/XMLDocType.h"
 #include "modelcore/xml/XMLElement.h"
 #include "modelcore/xml/XMLInterface.h"
+#include "modelcore/xml/XMLObj.h"
 #include "modelcore/xml/XMLString.h"
 #include "modelcore/xml/XMLUtil.h"
+#include "modelcore/xml/XMLValueStream.h"
 #include "modelcore/xml/XMLWrite.h"

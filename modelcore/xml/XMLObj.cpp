@@ -1,0 +1,115 @@
+// Writer of the flat value stream.
+#include "modelcore/xml/XMLObj.h"
+
+#include "modelcore/common/MCMV.h"
+#include "modelcore/xml/XMLUtil.h"
+#include "modelcore/xml/XMLValueStream.h"
+#include "modelcore/xml/XMLWrite.h"
+#include "modelcore/xml/internal/ValueStream.h"
+
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <utility>
+
+namespace MCXML_930 {
+
+namespace {
+
+std::string TextOfReal(double value)
+{
+    if (MCCommon_930::MCMV::IsMissing(value)) return std::string(internal::kMissingReal);
+    if (std::isinf(value)) return std::string(value > 0.0 ? internal::kInfinity : internal::kMinusInfinity);
+    char text[32];
+    if (!std::isnan(value)) return std::string(text, std::to_chars(text, text + sizeof text, value).ptr);
+    const auto bits = std::bit_cast<std::uint64_t>(value); // the first bits of a NaN are ones: always 16 digits
+    char* const end = std::to_chars(text, text + sizeof text, bits, 16).ptr;
+    return std::string(internal::kNaN).append(text, end).append(")");
+}
+
+} // namespace
+
+XMLObj::XMLObj(std::string name, int nTabs) : fName(std::move(name)), fnTabs(nTabs) {}
+
+int XMLObj::StartObj(std::ostream& os) const
+{
+    return Write(os, XMLUtil::GetTabs(fnTabs) + "<" + fName + ">\n");
+}
+
+int XMLObj::EndObj(std::ostream& os) const
+{
+    return Write(os, XMLUtil::GetTabs(fnTabs) + "</" + fName + ">\n");
+}
+
+int XMLObj::WriteSubElement(std::ostream& os, int value) const
+{
+    return WriteLine(os, nullptr, std::to_string(value));
+}
+
+int XMLObj::WriteSubElement(std::ostream& os, unsigned int value) const
+{
+    return WriteLine(os, nullptr, std::to_string(value));
+}
+
+int XMLObj::WriteSubElement(std::ostream& os, long value) const
+{
+    return WriteLine(os, nullptr, std::to_string(value));
+}
+
+int XMLObj::WriteSubElement(std::ostream& os, bool value) const
+{
+    return WriteLine(os, nullptr, std::string(value ? internal::kTrue : internal::kFalse));
+}
+
+int XMLObj::WriteSubElement(std::ostream& os, double value) const
+{
+    return WriteLine(os, internal::kDoubleType, TextOfReal(value));
+}
+
+int XMLObj::WriteSubElement(std::ostream& os, const std::string& value) const
+{
+    std::string text;
+    internal::AppendEncoded(text, value);
+    return WriteLine(os, internal::kStringType, text);
+}
+
+int XMLObj::WriteSubElement(std::ostream& os, const char* value) const
+{
+    return WriteSubElement(os, std::string(value != nullptr ? value : ""));
+}
+
+int XMLObj::WriteLine(std::ostream& os, const char* type, const std::string& value) const
+{
+    std::string line = XMLUtil::GetTabs(fnTabs + 1);
+    line.append("<").append(internal::kItemName);
+    if (type != nullptr) line.append(" ").append(internal::kTypeAttribute).append("=\"").append(type).append("\"");
+    line.append(" ").append(internal::kValueAttribute).append("=\"").append(value).append("\"/>\n");
+    return Write(os, line);
+}
+
+int StartRoot(std::ostream& os, const std::string& copyrightText)
+{
+    std::string text = XMLUtil::FIRST_LINE;
+    text.append("\n<").append(internal::kRootName).append(" ").append(internal::kCopyright).append("=\"");
+    internal::AppendEncoded(text, copyrightText);
+    text.append("\">\n");
+    return Write(os, text);
+}
+
+int EndRoot(std::ostream& os)
+{
+    return Write(os, std::string("</") + internal::kRootName + ">\n");
+}
+
+int WriteHeader(std::ostream& os, const std::string& text)
+{
+    return StartRoot(os, text);
+}
+
+int EndHeader(std::ostream& os)
+{
+    return EndRoot(os);
+}
+
+} // namespace MCXML_930
