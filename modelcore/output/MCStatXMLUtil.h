@@ -2,7 +2,11 @@
 #pragma once
 
 #include "modelcore/modelcore_export.h"
+#include "modelcore/output/MCVariateData.h"
+#include "modelcore/output/MCXMLCoordinates.h"
+#include "modelcore/output/MCXMLCoordinatesGroup.h"
 #include "modelcore/output/MCXMLCounts.h"
+#include "modelcore/output/MCXMLRecordInfo.h"
 
 #include <string>
 #include <vector>
@@ -56,6 +60,7 @@ public:
                                              const std::string& statistic, const std::string* values, int count);
     static XMLElement* CreateElemCoordinates(const std::string& feature, const std::string& field,
                                              const std::string& statistic, const std::vector<std::string>& values);
+    static XMLElement* CreateElemCoordinates(const MCXMLCoordinates& coordinates);
 
     /// An "Array" element of type "real", "int" or "string". Strings are quoted: see ReplaceSpecialChar.
     static XMLElement* CreateElemArray(const double* values, int count);
@@ -84,6 +89,31 @@ public:
     /// of an array are put between double quotes and separated by one blank.
     static std::string ReplaceSpecialChar(const std::string& item);
 
+    // Chart data and records
+
+    /// An element for the data of a chart of one, two or more variables, without the data.
+    static XMLElement* CreateElemUnivarData(const std::string& description);
+    static XMLElement* CreateElemBivarData(const std::string& description);
+    static XMLElement* CreateElemMultivariateData(const std::string& description);
+    /// The whole data of a chart: "UnivariateData" for no or one variable, "BivariateData" for two, "MultivariateData"
+    /// for more.
+    static XMLElement* CreateElemVarData(const MCVariateData& data);
+    /// A "CoordinatesGroup" element: coordinates that belong together.
+    static XMLElement* CreateElemCoordinatesGroup(XMLElement* first, const std::vector<XMLElement*>& rest,
+                                                  const std::string& description);
+    static XMLElement* CreateElemCoordinatesGroup(const MCXMLCoordinatesGroup& group);
+    /// A "RecordInfo" element: values of one record, an "Array" for each row.
+    static XMLElement* CreateElemRecordInfo(const std::string& recordId, const std::string& recordLabel,
+                                            const std::vector<std::vector<double>>& rows);
+    static XMLElement* CreateElemRecordInfo(const std::string& recordId, const std::string& recordLabel,
+                                            const std::vector<std::vector<int>>& rows);
+    static XMLElement* CreateElemRecordInfo(const MCXMLRecordInfo& record);
+    /// Appends a "RecordInfo" element for each record to the element.
+    static void AddRecordInfos(XMLElement& element, const std::vector<MCXMLRecordInfo>& records);
+    /// A "FieldInfo" element: the value of one field, and whether it is null.
+    static XMLElement* CreateElemFieldInfo(const std::string& fieldName, double value, bool isNull);
+    static XMLElement* CreateElemFieldInfo(const std::string& fieldName, const std::string& value, bool isNull);
+
     // Model parameters
 
     /// A "Covariate" element: a numeric field raised to a power.
@@ -110,13 +140,20 @@ public:
     static XMLElement* CreateElemRowColLabels(const std::string& dimension, const std::vector<XMLElement*>& labels);
     /// A "MatrixLabels" element: the labels of the dimensions.
     static XMLElement* CreateElemMatrixLabels(const std::vector<XMLElement*>& rowColLabels);
-    /// A "Matrix" element, whose value lists are row by row.
+    /// A "SegmentInfo" element: which rows and columns of a matrix a segment holds.
+    static XMLElement* CreateElemSegmentInfo(XMLElement* indices);
+    static XMLElement* CreateElemSegmentInfo(const std::vector<XMLElement*>& indices);
+    /// An "Indices" element: numbers of rows or columns, counted from 0, in an "Array".
+    static XMLElement* CreateElemIndices(XMLElement* array, const std::string& dimension);
+    /// A "SegmentData" element: usually a "SegmentInfo" element and the "Array" of its values.
+    static XMLElement* CreateElemSegmentData(XMLElement* info, XMLElement* values);
+    /// A "Matrix" element. Its values are row by row; those of a symmetric matrix are the lower triangle with the
+    /// diagonal.
     ///
-    /// @param labels     a "MatrixLabels" element or null
-    /// @param segments   "SegmentInfo" elements, the parts of a matrix of which not all is stored
-    /// @param a, b       what follows them, usually an "Array" of the values; each may be null
-    /// @param kind       what the values are, for instance "covariance"
-    /// @param symmetric  true when only the lower triangle is given
+    /// @param labels    a "MatrixLabels" element
+    /// @param segments  "SegmentData" elements, when only parts of the matrix are given
+    /// @param a, b      what follows them: usually the "Array" of all values as a, nothing as b
+    /// @param kind      what the values are, for instance "covariance"
     static XMLElement* CreateElemMatrix(XMLElement* labels, const std::vector<XMLElement*>& segments, XMLElement* a,
                                         XMLElement* b, unsigned int nbRows, unsigned int nbCols,
                                         const std::string& kind, bool symmetric);

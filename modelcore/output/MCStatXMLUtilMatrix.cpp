@@ -42,6 +42,26 @@ XMLElement* MCStatXMLUtil::CreateElemMatrixLabels(const std::vector<XMLElement*>
     return ElementBuilder("MatrixLabels").Children(rowColLabels).Release();
 }
 
+XMLElement* MCStatXMLUtil::CreateElemSegmentInfo(XMLElement* indices)
+{
+    return ElementBuilder("SegmentInfo").Child(indices).Release();
+}
+
+XMLElement* MCStatXMLUtil::CreateElemSegmentInfo(const std::vector<XMLElement*>& indices)
+{
+    return ElementBuilder("SegmentInfo").Children(indices).Release();
+}
+
+XMLElement* MCStatXMLUtil::CreateElemIndices(XMLElement* array, const std::string& dimension)
+{
+    return ElementBuilder("Indices").Attribute("dimension", dimension).Child(array).Release();
+}
+
+XMLElement* MCStatXMLUtil::CreateElemSegmentData(XMLElement* info, XMLElement* values)
+{
+    return ElementBuilder("SegmentData").Child(info).Child(values).Release();
+}
+
 XMLElement* MCStatXMLUtil::CreateElemMatrix(XMLElement* labels, const std::vector<XMLElement*>& segments, XMLElement* a,
                                             XMLElement* b, unsigned int nbRows, unsigned int nbCols,
                                             const std::string& kind, bool symmetric)

@@ -1,12 +1,13 @@
 #include "modelcore/output/MCStatXMLUtil.h"
 
+#include "modelcore/common/MCDisplay.h"
 #include "modelcore/common/MCMV.h"
 #include "modelcore/xml/ExportFormat.h"
 #include "modelcore/xml/XMLElement.h"
 
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -90,6 +91,30 @@ TEST(MCStatXMLUtil, Elements)
                                 XMLElement::Create("b"), 2, 2, "k", true),
          "<Matrix kind=\"k\" nbRows=\"2\" symmetric=\"true\" nbCols=\"2\" "
          "rowMajor=\"true\"><MatrixLabels/><s/><t/><b/></Matrix>"},
+        {Util::CreateElemUnivarData("d"), "<UnivariateData description=\"d\"/>"},
+        {Util::CreateElemBivarData("d"), "<BivariateData description=\"d\"/>"},
+        {Util::CreateElemMultivariateData("d"), "<MultivariateData description=\"d\"/>"},
+        {Util::CreateElemCoordinates(MCXMLCoordinates{"f", "", "s", {1, kMissing}}),
+         "<Coordinates feature=\"f\" statistic=\"s\">1 __MISSING__</Coordinates>"},
+        {Util::CreateElemCoordinatesGroup(XMLElement::Create("a"), {nullptr, XMLElement::Create("b")}, "d"),
+         "<CoordinatesGroup description=\"d\"><a/><b/></CoordinatesGroup>"},
+        {MCXMLCoordinatesGroup{"d", {{"f", "x", "", {}}, {"g", "", "", {2}}}}.GetCoordinatesGroup(),
+         "<CoordinatesGroup description=\"d\"><Coordinates feature=\"f\" field=\"x\"/>"
+         "<Coordinates feature=\"g\">2</Coordinates></CoordinatesGroup>"},
+        {Util::CreateElemRecordInfo("7", "seven", std::vector<std::vector<int>>{{1, 2}, {}}),
+         "<RecordInfo recordId=\"7\" recordLabel=\"seven\"><Array type=\"int\">1 2</Array><Array "
+         "type=\"int\"/></RecordInfo>"},
+        {Util::CreateElemRecordInfo(MCXMLRecordInfo{"7", "", {{0.5, 12}}}),
+         "<RecordInfo recordId=\"7\" recordLabel=\"\"><Array type=\"real\">0.5 12</Array></RecordInfo>"},
+        {Util::CreateElemFieldInfo("n", 0.5, false),
+         "<FieldInfo fieldName=\"n\" fieldValue=\"0.5\" isNull=\"false\"/>"},
+        {Util::CreateElemFieldInfo("n", "v", true), "<FieldInfo fieldName=\"n\" fieldValue=\"v\" isNull=\"true\"/>"},
+        {Util::CreateElemSegmentInfo(XMLElement::Create("a")), "<SegmentInfo><a/></SegmentInfo>"},
+        {Util::CreateElemSegmentInfo(std::vector{XMLElement::Create("a"), XMLElement::Create("b")}),
+         "<SegmentInfo><a/><b/></SegmentInfo>"},
+        {Util::CreateElemIndices(XMLElement::Create("a"), "row"), "<Indices dimension=\"row\"><a/></Indices>"},
+        {Util::CreateElemSegmentData(XMLElement::Create("a"), XMLElement::Create("b")),
+         "<SegmentData><a/><b/></SegmentData>"},
     };
     for (const auto& c : cases) EXPECT_EQ(Text(c.element), c.expected);
 }
@@ -129,4 +154,51 @@ TEST(MCStatXMLUtil, ValueLists)
     EXPECT_EQ(ListText([&](XMLElement& e) { Util::AddIntList(e, ints.data(), 0); }), "<l/>");
     EXPECT_EQ(ListText([&](XMLElement& e) { Util::AddStringList(e, "a \"b"); }), "<l>a \"b</l>");
     EXPECT_EQ(ListText([&](XMLElement& e) { Util::AddStringList(e, {"a", "b", "c"}); }), "<l>a b c</l>");
+}
+
+TEST(MCStatXMLUtil, VariateDataPicksItsElementByTheNumberOfVariables)
+{
+    MCVariateData data{"d", {}, {{"mean", 2.5}}};
+    const std::string statistic = "<Statistic name=\"mean\" value=\"2.5\"/>";
+    std::string variables;
+    for (const char* const name : {"UnivariateData", "UnivariateData", "BivariateData", "MultivariateData"}) {
+        const std::string expected =
+            "<" + std::string(name) + " description=\"d\">" + variables + statistic + "</" + name + ">";
+        EXPECT_EQ(Text(Util::CreateElemVarData(data)), expected);
+        data.fVariables.push_back({"v" + std::to_string(data.fVariables.size()), "", "", {1}});
+        variables += Text(data.fVariables.back().GetCoordinates());
+    }
+
+    const std::vector<MCXMLCoordinates> coordinates{{"a", "", "", {}}, {"b", "", "", {}}, {"c", "", "", {}}};
+    const struct {
+        int first, count;
+        const char* expected;
+    } ranges[] = {{0, 3, "abc"}, {1, 1, "b"}, {1, 2147483647, "bc"}, {-1, 2, "a"}, {3, 1, ""}, {1, 0, ""}, {1, -1, ""}};
+    for (const auto& range : ranges) {
+        std::string expected = "<l/>";
+        if (*range.expected != '\0') expected = "<l>";
+        for (const char* c = range.expected; *c != '\0'; ++c)
+            expected += std::string("<Coordinates feature=\"") + *c + "\"/>";
+        if (*range.expected != '\0') expected += "</l>";
+        EXPECT_EQ(ListText([&](XMLElement& e) {
+                      MCVariateData::AddCoordinatesToVarData(&e, coordinates, range.first, range.count);
+                  }),
+                  expected);
+    }
+    MCVariateData::AddCoordinatesToVarData(nullptr, coordinates, 0, 3);
+}
+
+TEST(MCStatXMLUtil, RecordsDisplayTheirFields)
+{
+    std::ostringstream os;
+    std::ostream* const before = MCDisplay_930::SetDisplayStream(&os);
+    MCVariateData{"d", {{"f", "x", "s", {1, 2}}}, {{"mean", 1.5}}}.Display();
+    MCXMLCoordinatesGroup{"g", {{"f", "", "", {}}}}.Display();
+    MCXMLRecordInfo{"7", "seven", {{1}}}.Display();
+    MCXMLCounts{4, 3, 2, 1}.Display();
+    MCDisplay_930::SetDisplayStream(before);
+    for (const char* const line :
+         {"MCVariateData display start\n", "Feature: f\n", "mean: 1.5\n", "MCVariateData display end\n",
+          "MCXMLCoordinatesGroup display start\n", "Values: (empty)\n", "Record label: seven\n", "Cardinality: 1\n"})
+        EXPECT_NE(os.str().find(line), std::string::npos) << line << os.str();
 }

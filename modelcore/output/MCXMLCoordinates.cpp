@@ -1,0 +1,24 @@
+// The record behind a "Coordinates" element.
+#include "modelcore/output/MCXMLCoordinates.h"
+
+#include "modelcore/common/MCDisplay.h"
+#include "modelcore/output/MCStatXMLUtil.h"
+
+namespace MCXML_930 {
+
+XMLElement* MCXMLCoordinates::GetCoordinates() const
+{
+    return MCStatXMLUtil::CreateElemCoordinates(*this);
+}
+
+void MCXMLCoordinates::Display() const
+{
+    MCDisplay_930::DisplayStart("MCXMLCoordinates");
+    MCDisplay_930::Display("Feature", fFeature);
+    MCDisplay_930::Display("Field", fField);
+    MCDisplay_930::Display("Statistic", fStatistic);
+    MCDisplay_930::Display("Values", fValues);
+    MCDisplay_930::DisplayEnd("MCXMLCoordinates");
+}
+
+} // namespace MCXML_930
