@@ -77,17 +77,11 @@ TEST(Value, ConstructionAndAssignmentTakeTheTypeOfTheirArgument)
     EXPECT_EQ(Value(static_cast<const char*>(nullptr)).GetStringRef(), "");
 
     for (Value value : OneOfEach()) { // whatever it held before
-        value = true;
-        EXPECT_EQ(value.GetType(), 1);
-        value.SetValue(-1);
-        EXPECT_EQ(value.GetType(), 2);
-        EXPECT_EQ(value.GetInteger(), -1);
-        value = 5LL;
-        EXPECT_EQ(value.GetType(), 2);
-        value = 1.5;
-        EXPECT_EQ(value.GetType(), 3);
-        value = "literal";
-        EXPECT_EQ(value.GetType(), 4);
+        EXPECT_EQ((value = true).GetType(), 1);
+        EXPECT_EQ((value = -1).GetInteger(), -1);
+        EXPECT_EQ((value = 5LL).GetType(), 2);
+        EXPECT_EQ((value = 1.5).GetType(), 3);
+        EXPECT_EQ((value = "literal").GetType(), 4);
         value.SetValue(zeros);
         EXPECT_EQ(value.GetStringRef().size(), 3u);
     }
@@ -95,74 +89,55 @@ TEST(Value, ConstructionAndAssignmentTakeTheTypeOfTheirArgument)
 
 TEST(Value, MissingIsNullOrTheOneReal)
 {
-    const double infinity = Value::MCVALUE_INFINITY;
-    struct Case {
-        Value value;
-        bool missing, systemMissing, numeric;
-    };
-    const Case cases[] = {
-        {Value(), true, false, false},          {Value(Value::SYSMISVALUE), true, true, true},
-        {Value(-infinity), false, false, true}, {Value(std::nan("")), false, false, true},
-        {Value(0), false, false, true},         {Value(false), false, false, false},
-        {Value(""), false, false, false},       {Array({Value()}), false, false, false},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.value.GetString());
-        EXPECT_EQ(c.value.IsMissing(), c.missing);
-        EXPECT_EQ(c.value.IsSystemMissingValue(), c.systemMissing);
-        EXPECT_EQ(c.value.IsNumericValue(), c.numeric);
-    }
+    EXPECT_TRUE(Value().IsMissing() && !Value().IsSystemMissingValue() && !Value().IsNumericValue());
+    const Value missing(Value::SYSMISVALUE);
+    EXPECT_TRUE(missing.IsMissing() && missing.IsSystemMissingValue() && missing.IsNumericValue());
+    for (const double real : {-Value::MCVALUE_INFINITY, std::nan(""), std::nextafter(Value::SYSMISVALUE, 0.0), 0.0})
+        EXPECT_TRUE(!Value(real).IsMissing() && Value(real).IsNumericValue()) << real;
+    EXPECT_TRUE(!Value(0).IsMissing() && Value(0).IsNumericValue());
+    for (const Value& value : {Value(false), Value(""), Array({Value()})})
+        EXPECT_TRUE(!value.IsMissing() && !value.IsNumericValue()) << value;
 }
 
-TEST(Value, ReadersRefuseEveryOtherType)
+TEST(Value, OtherTypesAreRefusedAndNothingIsConverted)
 {
+    const struct {
+        int type;
+        std::function<void(const Value&)> read;
+        const char* refusal;
+        std::function<void(Value&)> write;
+    } uses[] = {
+        {1, [](const Value& v) { v.GetBool(); }, kWrongType, [](Value& v) { static_cast<bool&>(v) = true; }},
+        {2, [](const Value& v) { v.GetInteger(); }, kWrongType, [](Value& v) { static_cast<long long&>(v) += 3; }},
+        {3, [](const Value& v) { v.GetReal(); }, kWrongType, [](Value& v) { static_cast<double&>(v) += 0.5; }},
+        {4, [](const Value& v) { v.GetStringRef(); }, kWrongType,
+         [](Value& v) { static_cast<std::string&>(v) += "x"; }},
+        {5, [](const Value& v) { v[0]; }, kNoArray, [](Value& v) { v[0] = 1; }},
+        {6, [](const Value& v) { v["k"]; }, kWrongType, [](Value& v) { v["k"] = 1; }},
+    };
+    const char* const fromNull[] = {"",  "true", "3",         "0.5",
+                                    "x", "[1]",  "{\"k\": 1}"}; // null is 0.0, not missing, at first
     for (const Value& value : OneOfEach()) {
         SCOPED_TRACE(value.GetString());
         const int type = value.GetType();
-        EXPECT_EQ(Thrown([&] { value.GetBool(); }), type == 1 ? "" : kWrongType);
-        EXPECT_EQ(Thrown([&] { value.GetInteger(); }), type == 2 ? "" : kWrongType);
-        EXPECT_EQ(Thrown([&] { value.GetReal(); }), type == 3 || type == 0 ? "" : kWrongType);
-        EXPECT_EQ(Thrown([&] { value.GetStringRef(); }), type == 4 ? "" : kWrongType);
-        EXPECT_EQ(Thrown([&] { value.GetString(); }), "");
-        EXPECT_EQ(Thrown([&] { value[0]; }), type == 5 ? "" : kNoArray);
-        EXPECT_EQ(Thrown([&] { value["k"]; }), type == 6 ? "" : kWrongType);
-        EXPECT_EQ(Thrown([&] { value.AssertTypeOrInvalid(static_cast<std::uint16_t>(type)); }), "");
+        for (const auto& use : uses) {
+            const bool readable = type == use.type || (type == 0 && use.type == 3); // a null real is system-missing
+            EXPECT_EQ(Thrown([&] { use.read(value); }), readable ? "" : use.refusal) << use.type;
+            Value written(value);
+            EXPECT_EQ(Thrown([&] { use.write(written); }), type == use.type || type == 0 ? "" : kWrongType) << use.type;
+            // A refusal changes nothing.
+            const std::string expected = type == 0 ? fromNull[use.type] : value.GetString();
+            EXPECT_TRUE(type == use.type || written.GetString() == expected) << written;
+        }
         EXPECT_EQ(value.Size(), type == 5 ? 2 : type == 6 ? 1 : 0);
         EXPECT_EQ(value.Contains("k"), type == 6);
         EXPECT_EQ(value.Names().size(), type == 6 ? 1u : 0u);
     }
     EXPECT_EQ(Value().GetReal(), Value::SYSMISVALUE);
-    const double real = std::as_const(OneOfEach()[3]);
-    const std::string text = std::as_const(OneOfEach()[2]); // as text of any type renders
-    EXPECT_EQ(real, 2.5);
+    const Value integer = -7;
+    const std::string text = integer; // as text of any type renders
     EXPECT_EQ(text, "-7");
-}
-
-TEST(Value, ReferencesWriteThroughAndConvertNullAlone)
-{
-    Value b, i, r, s;
-    static_cast<bool&>(b) = true;
-    static_cast<long long&>(i) += 3;
-    static_cast<double&>(r) += 0.5; // null became 0.0, not system-missing
-    static_cast<std::string&>(s) += "x";
-    EXPECT_TRUE(b.GetBool());
-    EXPECT_EQ(i.GetInteger(), 3);
-    EXPECT_EQ(r.GetReal(), 0.5);
-    EXPECT_EQ(s.GetStringRef(), "x");
-
-    for (Value value : OneOfEach()) {
-        if (value.IsNull()) continue;
-        const std::string before = value.GetString();
-        const int type = value.GetType();
-        EXPECT_EQ(Thrown([&] { static_cast<void>(static_cast<bool&>(value)); }), type == 1 ? "" : kWrongType);
-        EXPECT_EQ(Thrown([&] { static_cast<void>(static_cast<long long&>(value)); }), type == 2 ? "" : kWrongType);
-        EXPECT_EQ(Thrown([&] { static_cast<void>(static_cast<double&>(value)); }), type == 3 ? "" : kWrongType);
-        EXPECT_EQ(Thrown([&] { static_cast<void>(static_cast<std::string&>(value)); }), type == 4 ? "" : kWrongType);
-        EXPECT_EQ(Thrown([&] { value[0]; }), type == 5 ? "" : kWrongType);
-        EXPECT_EQ(Thrown([&] { value["k"]; }), type == 6 ? "" : kWrongType);
-        EXPECT_EQ(Thrown([&] { value.Resize(2); }), type == 5 ? "" : kWrongType);
-        EXPECT_EQ(value.GetString(), before); // nothing refused has changed it
-    }
+    EXPECT_EQ(Thrown([&] { Value(integer).Resize(2); }), kWrongType);
 }
 
 TEST(Value, AssertionsConvertOnlyWhereTheySaySo)
