@@ -20,7 +20,8 @@ public:
     DoseResponseFit(const DoseResponseFit&) = delete; // the progress report points into the object
     DoseResponseFit& operator=(const DoseResponseFit&) = delete;
 
-    /// @param cases   rows of responses, dose, subjects; read once for each trial of the parameters
+    /// @param cases   rows of responses, dose, subjects, at least one; read once for each trial of the
+    ///                parameters
     /// @param cancel  polled before each pass
     MCCommon_930::MCStatus Fit(MCCommon_930::MultiPassRecordIter& cases, MCMath_930::MCCancelInfo& cancel);
 

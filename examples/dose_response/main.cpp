@@ -39,28 +39,13 @@ private:
 
 int main(int argc, char** argv)
 {
-    // Beetles killed by carbon disulphide after five hours: log10 of the dose in mg/l (Bliss 1935, Annals of Applied
-    // Biology 22, 134-167). The last dose was not recorded for ten beetles; they are left out.
+    // Beetles killed by carbon disulphide after five hours: log10 of the dose in mg/l, number of beetles (Bliss 1935,
+    // Annals of Applied Biology 22, 134-167). The last row is ours, to show what becomes of a missing dose.
     double killed[] = {6, 13, 18, 28, 52, 53, 61, 60, 9};
-    double cases[] = {1.6907,
-                      59,
-                      1.7242,
-                      60,
-                      1.7552,
-                      62,
-                      1.7842,
-                      56,
-                      1.8113,
-                      63,
-                      1.8369,
-                      59,
-                      1.8610,
-                      62,
-                      1.8839,
-                      60,
-                      MCCommon_930::MCMV::Missing(),
-                      10};
-    MCCommon_930::MemoryRecordIterator rows(9, 2, killed, cases, nullptr);
+    double cases[][2] = {{1.6907, 59}, {1.7242, 60}, {1.7552, 62},
+                         {1.7842, 56}, {1.8113, 63}, {1.8369, 59},
+                         {1.8610, 62}, {1.8839, 60}, {MCCommon_930::MCMV::Missing(), 10}};
+    MCCommon_930::MemoryRecordIterator rows(9, 2, killed, &cases[0][0], nullptr);
 
     DoseResponseFit fit;
     Watch watch(fit, argc > 1 ? std::atoi(argv[1]) : -1);
