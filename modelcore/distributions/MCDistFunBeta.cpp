@@ -2,6 +2,7 @@
 #include "modelcore/distributions/MCDistFun.h"
 
 #include "modelcore/common/MCMV.h"
+#include "modelcore/distributions/internal/Domain.h"
 #include "modelcore/distributions/internal/IncompleteBeta.h"
 #include "modelcore/distributions/internal/RootSearch.h"
 
@@ -13,6 +14,7 @@ namespace MCMath_930 {
 
 using internal::BetaTails;
 using internal::DoubleDouble;
+using internal::IsPositiveFinite;
 using internal::Probe;
 using internal::Root;
 using internal::UnitPoint;
@@ -28,11 +30,6 @@ constexpr double kNormalDf = 1e30;
 // Squares and products beyond these bounds leave the range in which they can be held as two doubles.
 constexpr double kTiny = 1e-140;
 constexpr double kHuge = 1e140;
-
-bool IsPositiveFinite(double x)
-{
-    return x > 0.0 && x <= std::numeric_limits<double>::max();
-}
 
 /// The point df/(df + t^2) of the unit interval, for 0 < t < kHuge and finite df > 0.
 UnitPoint StudentPoint(double t, double df)

@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Writes the table of exact values that the tests and the accuracy program compare with (needs mpmath).
 
-Usage: distribution_table.py POINTS SEED > tests/data/distributions.txt     (the committed table: 12 points, seed 1)
+Usage: distribution_table.py POINTS SEED [FUNCTION] > TABLE      (tests/data/distributions.txt: 12 points, seed 1)
+FUNCTION keeps only the functions whose names begin so.
 
 One line a point: function, region, the arguments as shortest decimals that read back to the same double, and the exact
-value to 20 digits. Every value is summed here from its defining series with 60 digits; nothing is taken from the library.
+value to 20 digits. Lines of quantiles have, before the value x, the sensitivity x * density(x) / smaller tail. Every value is summed here from its defining series with 60 digits; nothing is taken from the library.
 """
 import math
 import random
@@ -77,6 +78,44 @@ def f_tails(x, df1, df2):
     return beta_tails(scaled / (scaled + df2), df2 / (scaled + df2), mpf(df1) / 2, mpf(df2) / 2)
 
 
+def gamma_weight(x, a):
+    return exp(a * log(x) - x - loggamma(a))
+
+
+def gamma_tails(x, a):
+    x, a = mpf(x), mpf(a)
+    if x <= a + 1:
+        term = total = 1 / a
+        k = a
+        while term > TINY * total:
+            k += 1
+            term *= x / k
+            total += term
+        lower = total * gamma_weight(x, a)
+        return lower, 1 - lower
+    # Lentz's method for the continued fraction of the upper tail
+    b = x + 1 - a
+    c = mpf(10) ** 300
+    d = 1 / b
+    h = d
+    i = 0
+    while True:
+        i += 1
+        an = -i * (i - a)
+        b += 2
+        d = 1 / (an * d + b)
+        c = b + an / c
+        h *= c * d
+        if abs(c * d - 1) < TINY:
+            break
+    upper = h * gamma_weight(x, a)
+    return 1 - upper, upper
+
+
+def beta_weight(x, y, a, b):
+    return exp(a * log(x) + b * log(y) + loggamma(a + b) - loggamma(a) - loggamma(b))
+
+
 # Points
 
 def near_mean(a, b, sigmas):
@@ -110,6 +149,26 @@ def probability():
                           0.5 + random.choice([-1, 1]) * log_uniform(1e-12, 0.4)])
 
 
+def gamma_point(low, high, scale):
+    """A point and a shape; scale 2 makes them chi-square and its degrees of freedom."""
+    shape = log_uniform(low, high)
+    x = shape * math.exp(max(-300.0, min(300.0, random.uniform(-1, 1) * random.choice([2, 8, 36]) / math.sqrt(shape))))
+    return x * scale, shape * scale
+
+
+def quantile_row(point, tails, weight):
+    """The arguments of a quantile near a given point x, params: p rounded to a double, its quantile to first order in
+    that rounding, and the sensitivity. The weight is x times the density."""
+    x, params = point[0], point[1:]
+    lower, upper = tails(x, *params)
+    p = float(lower)
+    if not 1e-300 < p < 1 - 1e-6:
+        return None
+    pull = weight(x, *params)
+    exact = mpf(x) * (1 + (mpf(p) - lower) / pull)
+    return (p,) + tuple(params), abs(pull) / min(lower, upper), exact
+
+
 FAMILIES = [("small", 0.01, 1), ("medium", 1, 50), ("large", 50, 2000), ("huge", 2000, 1e6)]
 
 
@@ -122,6 +181,15 @@ def rows():
     yield "tavodnlgam", "medium", lambda: (random.uniform(2.1, 20),), lambda x: loggamma(mpf(x))
     yield "tavodnlgam", "large", lambda: (log_uniform(20, 1e300),), lambda x: loggamma(mpf(x))
     for region, low, high in FAMILIES:
+        yield "CdfChi", region, lambda: gamma_point(low, high, 2), lambda x, df: gamma_tails(mpf(x) / 2, mpf(df) / 2)[0]
+        yield "SigChi", region, lambda: gamma_point(low, high, 2), lambda x, df: gamma_tails(mpf(x) / 2, mpf(df) / 2)[1]
+        yield "CdfGam", region, lambda: gamma_point(low, high, 1) + (log_uniform(0.1, 10),), \
+            lambda x, shape, rate: gamma_tails(mpf(x) * mpf(rate), shape)[0]
+        yield "PdfGamma", region, lambda: gamma_point(low, high, 1) + (log_uniform(0.9, 1.1),), \
+            lambda x, shape, rate: gamma_weight(mpf(x) * mpf(rate), mpf(shape)) / mpf(x)
+        yield "IdfChi", region, lambda: quantile_row(gamma_point(low, high, 2), \
+            lambda x, df: gamma_tails(mpf(x) / 2, mpf(df) / 2), \
+            lambda x, df: gamma_weight(mpf(x) / 2, mpf(df) / 2)), None
         yield "CdfBeta", region, lambda: beta_point(low, high), lambda x, a, b: beta_tails(mpf(x), 1 - mpf(x), a, b)[0]
         yield "CdfT", region, lambda: t_point(low, high), t_cdf
         yield "SigT", region, lambda: (lambda t, df: (-t, df))(*t_point(low, high)), lambda t, df: t_cdf(-t, df)
@@ -132,15 +200,25 @@ def rows():
 
 def main():
     points, seed = int(sys.argv[1]), int(sys.argv[2])
+    only = sys.argv[3] if len(sys.argv) > 3 else ""
     for function, region, make, exact in rows():
+        if not function.startswith(only):
+            continue
         random.seed("%s %s %d" % (function, region, seed))
         written = 0
         while written < points:
             args = make()
-            value = exact(*args)
+            if exact is None:  # a quantile
+                if args is None:
+                    continue
+                args, sensitivity, value = args
+                words = [*[repr(float(v)) for v in args], nstr(sensitivity, 5)]
+            else:
+                value = exact(*args)
+                words = [repr(float(v)) for v in args]
             if 0 < abs(value) < mpf(10) ** -300:
                 continue
-            print(function, region, *[repr(float(v)) for v in args], nstr(value, 20))
+            print(function, region, *words, nstr(value, 20))
             written += 1
 
 

@@ -42,6 +42,14 @@ double LogGamma(double x)
     return -std::log(x * Polynomial(kReciprocalGamma[x < 0.25 ? 0 : 1], x));
 }
 
+double LogGammaOnePlus(double a)
+{
+    if (a >= 0.5) return LogGamma(1.0 + a);
+    auto row = kReciprocalGamma[a < 0.25 ? 0 : 1];
+    row.back() -= 1.0;
+    return -std::log1p(Polynomial(row, a));
+}
+
 ScaledNumber GammaWeight(double x)
 {
     if (x >= 8.0) return {std::sqrt(x * kInverseTwoPi), -StirlingRemainder(x)};

@@ -18,6 +18,9 @@ inline double StirlingRemainder(double x)
 /// ln Gamma(x) for x > 0.
 double LogGamma(double x);
 
+/// ln Gamma(1 + a) for 0 < a <= 1, with an error relative to a.
+double LogGammaOnePlus(double a);
+
 /// A positive number kept as factor * exp(exponent), so that several exponents meet in one exp.
 struct ScaledNumber {
     double factor;

@@ -119,15 +119,6 @@ double LogGammaRatio(double b, double a)
            (StirlingRemainder(c + a) - StirlingRemainder(c)) - std::log1p(excess);
 }
 
-/// ln Gamma(1 + a) for 0 < a <= 1, with an error relative to a.
-double LogGammaOnePlus(double a)
-{
-    if (a >= 0.5) return LogGamma(1.0 + a);
-    auto row = kReciprocalGamma[a < 0.25 ? 0 : 1];
-    row.back() -= 1.0;
-    return -std::log1p(Polynomial(row, a));
-}
-
 /// Both tails for a <= 1 and small x, from
 ///   I_x(a, b) = x^a / (a B(a, b)) * (1 + a * sum over k >= 1 of (1-b)(2-b)...(k-b) / k! * x^k / (a + k)).
 /// Its logarithm is small whenever I is near 1, so that the other tail follows without cancellation: a mass that sits

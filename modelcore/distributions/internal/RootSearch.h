@@ -2,6 +2,7 @@
 #pragma once
 
 #include <bit>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 
@@ -60,5 +61,31 @@ Root SearchRoot(double start, double low, double high, Evaluate evaluate)
         }
     }
 }
+
+/// How a tail of a distribution on the positive axis moves at x.
+struct TailAt {
+    double tail;
+    double weight; ///< x times the density
+    double slope;  ///< x times the derivative of ln weight
+    bool isLower;
+};
+
+/// The probe for tail(x) = target: Halley's step for ln(tail/target) as a function of ln x. Where a tail is a power of
+/// x the step is exact, where it is nearly normal it converges fast, and no target is too small for it.
+///
+/// @param tolerance  of ln(tail/target) before the last step, which cubes it
+inline Probe ProbeTail(double x, const TailAt& at, double target, double tolerance)
+{
+    const double excess = std::log(at.tail / target);
+    const double rate = (at.isLower ? at.weight : -at.weight) / at.tail;
+    const double newton = excess / rate;
+    const double bend = 1.0 - 0.5 * newton * (at.slope - rate);
+    const double step = bend > 0.5 ? newton / bend : newton;
+    const int side = (excess > 0.0) - (excess < 0.0);
+    return {at.isLower ? side : -side, x * std::exp(-step), std::fabs(excess) <= tolerance};
+}
+
+/// Tolerance of ProbeTail for full accuracy.
+inline constexpr double kFullTolerance = 4e-6;
 
 } // namespace MCMath_930::internal

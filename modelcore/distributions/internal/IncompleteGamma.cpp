@@ -1,0 +1,132 @@
+// The regularised incomplete gamma function: Pearson's series up to x = a, the continued fraction beyond.
+#include "modelcore/distributions/internal/IncompleteGamma.h"
+
+#include "modelcore/distributions/internal/AccurateLog.h"
+#include "modelcore/distributions/internal/GammaPieces.h"
+
+#include <cmath>
+#include <limits>
+
+namespace MCMath_930::internal {
+
+namespace {
+
+constexpr double kTolerance = 1e-14;
+constexpr double kMaxExponent = 709.0;
+constexpr double kLeastResult = 3.3e-308; // exp(-708): what is below counts as 0
+constexpr int kMaxTerms = 200000;
+
+/// Sum of x^k / ((a+1)(a+2)...(a+k)) over k >= 0; NaN when it takes too long. Two terms share one division.
+double Series(double x, double a)
+{
+    const double square = x * x;
+    double term = 1.0;
+    double sum = 1.0;
+    double n = a;
+    for (int k = 0; k < kMaxTerms; k += 2) {
+        const double second = n + 2.0;
+        const double inverse = 1.0 / ((n + 1.0) * second);
+        const double first = term * (x * second * inverse);
+        term *= square * inverse;
+        sum += first + term;
+        n = second;
+        if (term <= kTolerance) return sum;
+    }
+    return std::numeric_limits<double>::quiet_NaN();
+}
+
+/// Q(a, x) / weight by the continued fraction 1/(x+1-a - 1(1-a)/(x+3-a - 2(2-a)/(x+5-a - ...))); NaN when it takes too
+/// long.
+double Fraction(double x, double a)
+{
+    constexpr double kLarge = 1.34e154;
+    double shape = 1.0 - a;
+    double linear = shape + x + 1.0;
+    double numeratorOld = 1.0;
+    double denominatorOld = x;
+    double numerator = x + 1.0;
+    double denominator = x * linear;
+    for (int term = 1; term < kMaxTerms; ++term) {
+        shape += 1.0;
+        linear += 2.0;
+        const double cross = shape * term;
+        const double numeratorNew = linear * numerator - cross * numeratorOld;
+        const double denominatorNew = linear * denominator - cross * denominatorOld;
+        numeratorOld = numerator;
+        denominatorOld = denominator;
+        numerator = numeratorNew;
+        denominator = denominatorNew;
+        const double product = numerator * denominatorOld;
+        if (std::fabs(product - numeratorOld * denominator) <= 0.1 * kTolerance * std::fabs(product))
+            return numerator / denominator;
+        if (std::fabs(numerator) >= kLarge || std::fabs(denominator) >= kLarge) {
+            numeratorOld /= kLarge;
+            denominatorOld /= kLarge;
+            numerator /= kLarge;
+            denominator /= kLarge;
+        }
+    }
+    return std::numeric_limits<double>::quiet_NaN();
+}
+
+/// Both tails for a < 1 and x <= 1 from ln P = a ln x - ln Gamma(1 + a) + ln(1 + a * sum of (-x)^k / (k! (a + k))): for
+/// small a the lower tail is nearly 1, and its logarithm keeps the digits of the upper one.
+void SmallShape(const DoubleDouble& x, double a, GammaTails& tails)
+{
+    double term = 1.0;
+    double sum = 0.0;
+    for (int k = 1; k <= 30; ++k) { // at x = 1 the 20th term is below 1e-18
+        term *= -x.head / k;
+        sum += term / (a + k);
+        if (std::fabs(term) < 1e-17 * std::fabs(sum)) break;
+    }
+    const DoubleDouble exponent = a * AccurateLog(x) + ExactSum(-LogGammaOnePlus(a), std::log1p(a * sum));
+    tails.lower = std::exp(exponent.head) * (1.0 + exponent.tail);
+    tails.upper = -std::expm1(exponent.head) - exponent.tail * tails.lower;
+}
+
+} // namespace
+
+double GammaDensityTimesX(const DoubleDouble& x, double a)
+{
+    // The exponent is held in two doubles: one rounding of a ln x would cost a*ln x of them.
+    const ScaledNumber scale = GammaWeight(a);
+    const DoubleDouble excess = x - DoubleDouble{a};
+    const DoubleDouble relative = excess / DoubleDouble{a};
+    const DoubleDouble deviance = std::fabs(relative.head) <= kSmallDeviation
+                                      ? a * SmallDeviance(relative)
+                                      : excess - a * AccurateLog(x / DoubleDouble{a});
+    const DoubleDouble exponent = DoubleDouble{scale.exponent} - deviance;
+    if (exponent.head < -708.0) return 0.0;
+    return scale.factor * std::exp(exponent.head) * (1.0 + exponent.tail);
+}
+
+GammaTails IncompleteGamma(const DoubleDouble& x, double a)
+{
+    constexpr double kMaxTermEstimate = 2147483647.0;
+    GammaTails tails{0.0, 0.0, 0.0, false};
+    const double point = x.head;
+    const bool series = point <= 1.0 || point <= a;
+    // The estimated number of terms can only come near the limit for extreme shapes.
+    if (series && (a > 1e6 || a < 1e-6)) {
+        const double root = 2.0 * std::sqrt(-14.0 / std::log10(point / (a + 1.0))) + 10.0;
+        if (!(root * root < kMaxTermEstimate)) return tails;
+    } else if (!series && 4.0 * std::log(point) >= kMaxExponent) {
+        return tails;
+    }
+    tails.weight = GammaDensityTimesX(x, a);
+    tails.reached = true;
+    if (series && a < 1.0 && point <= 1.0) {
+        SmallShape(x, a, tails);
+        return tails;
+    }
+    double& near = series ? tails.lower : tails.upper;
+    double& far = series ? tails.upper : tails.lower;
+    if (tails.weight > 0.0) near = series ? tails.weight / a * Series(point, a) : tails.weight * Fraction(point, a);
+    if (near < kLeastResult) near = 0.0;
+    far = 1.0 - near;
+    tails.reached = near <= 1.0; // false for NaN too
+    return tails;
+}
+
+} // namespace MCMath_930::internal

@@ -1,0 +1,21 @@
+// The regularised incomplete gamma function.
+#pragma once
+
+#include "modelcore/distributions/internal/DoubleDouble.h"
+
+namespace MCMath_930::internal {
+
+struct GammaTails {
+    double lower;  ///< P(a, x)
+    double upper;  ///< Q(a, x) = 1 - P(a, x)
+    double weight; ///< x^a exp(-x) / Gamma(a): the density times x
+    bool reached;  ///< false when the caller has to take its normal approximation
+};
+
+/// x^a exp(-x) / Gamma(a) for finite x > 0 and a > 0; 0 when its logarithm is below -708.
+double GammaDensityTimesX(const DoubleDouble& x, double a);
+
+/// Both tails for finite x > 0 and a > 0. x may carry more digits than a double, as a product of two does.
+GammaTails IncompleteGamma(const DoubleDouble& x, double a);
+
+} // namespace MCMath_930::internal
