@@ -34,6 +34,18 @@ public:
     /// Relative error at most 1e-15. Algorithm AS 241, PPND16 (Wichura 1988).
     static double IdfStdNorm(double p);
 
+    /// P(X <= x) of the normal distribution, sd > 0; missing for other sd.
+    static double CdfNorm(double x, double mean, double sd);
+
+    /// The normal quantile of p, 0 < p < 1, sd > 0; exactly the mean at 0.5.
+    static double IdfNorm(double p, double mean, double sd);
+
+    /// The standard normal density, exp(-x^2/2) / sqrt(2 pi). Relative error at most 1e-15.
+    static double PdfNormalStandard(double x);
+
+    /// The normal density. Only sd = 0 (and NaN) is refused: a negative sd gives a negative density, on purpose.
+    static double PdfNormal(double x, double mean, double sd);
+
     // Gamma function
 
     /// ln Gamma(x) for x > 0; missing for other x. Relative error at most 2e-15, except near the zeros x = 1 and x = 2:
@@ -72,6 +84,10 @@ public:
     /// missing for other a or b.
     static double CdfBeta(double x, double a, double b);
 
+    /// The beta quantile of p, 0 <= p <= 1, a, b > 0 and finite; p itself at 0 and 1. Halley's method on the logarithm
+    /// of the smaller tail inside a shrinking bracket, at most 252 evaluations, usually three.
+    static double IdfBeta(const double& p, const double& a, const double& b);
+
     /// P(T <= t) of Student's t with df > 0 degrees of freedom, which need not be whole; infinite df is the normal
     /// distribution. Missing for other df.
     static double CdfT(double t, double df);
@@ -89,14 +105,20 @@ public:
     /// @param b  absolute tolerance of the search, in t; not above 0 means 1e-20
     ///
     /// The search stops when it meets either tolerance. Halley's method inside a shrinking bracket, started from Hill
-    /// (1970), Algorithm 396, CACM 13, 619-620: usually two evaluations of the distribution, at most 200.
+    /// (1970), Algorithm 396, CACM 13, 619-620: usually two evaluations of the distribution, at most 252.
     static double IdfT(double p, double df, double a, double b);
+
+    /// The density of Student's t, df > 0; else err = 1 and missing. 0 where its logarithm is below -708.
+    static double PdfT(double t, double df, long& err);
 
     /// P(F <= x) of the F distribution, df1, df2 > 0; 0 for x <= 0. Missing for other degrees of freedom.
     static double CdfF(double x, double df1, double df2);
 
     /// The upper tail P(F > x), df1, df2 > 0; 1 for x <= 0. Missing for other degrees of freedom.
     static double SigF(double x, double df1, double df2);
+
+    /// The F quantile of p, 0 <= p < 1, df1, df2 > 0; 0 at p = 0. Missing when it exceeds the range of a double.
+    static double IdfF(double p, double df1, double df2);
 
 private:
     static double prbnrm(double x);
@@ -113,6 +135,9 @@ private:
     static internal::BetaTails cbttails(double t, double df, bool wantWeight);
     static double tavocdft(double t, double df, long& fault);
     static double tavocdff(double x, double df1, double df2, long& fault);
+    static double tavoidff(double p, double df1, double df2, long& fault);
+    static double betinv(double p, double a, double b, long& fault);
+    static double betodd(double p, double a, double b);
     static double tavoidft(double p, double df, double a, double b, long& fault);
 };
 

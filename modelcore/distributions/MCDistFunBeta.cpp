@@ -2,9 +2,10 @@
 #include "modelcore/distributions/MCDistFun.h"
 
 #include "modelcore/common/MCMV.h"
+#include "modelcore/distributions/internal/AccurateLog.h"
 #include "modelcore/distributions/internal/Domain.h"
+#include "modelcore/distributions/internal/GammaPieces.h"
 #include "modelcore/distributions/internal/IncompleteBeta.h"
-#include "modelcore/distributions/internal/RootSearch.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,17 +16,12 @@ namespace MCMath_930 {
 using internal::BetaTails;
 using internal::DoubleDouble;
 using internal::IsPositiveFinite;
-using internal::Probe;
-using internal::Root;
 using internal::UnitPoint;
 using MCCommon_930::MCMV;
 
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
-
-// From here on Student's t and the normal distribution agree in every digit down to the least double.
-constexpr double kNormalDf = 1e30;
 
 // Squares and products beyond these bounds leave the range in which they can be held as two doubles.
 constexpr double kTiny = 1e-140;
@@ -49,32 +45,6 @@ UnitPoint FisherPoint(double x, double df1, double df2)
 double CauchyTail(double t)
 {
     return std::atan(1.0 / t) / kPi;
-}
-
-/// A start for the point t > 0 with P(T > t) = q < 0.5: Hill (1970), Algorithm 396, which gives six digits for df >= 1;
-/// below, the leading term of the tail, where the search has to do the work.
-double StudentStart(double q, double df, double z)
-{
-    if (df < 1.0) return std::sqrt(df) * std::pow(2.0 * q, -1.0 / df);
-    const double p = 2.0 * q;
-    const double a = 1.0 / (df - 0.5);
-    const double b = 48.0 / (a * a);
-    double c = ((20700.0 * a / b - 98.0) * a - 16.0) * a + 96.36;
-    const double d = ((94.5 / (b + c) - 3.0) / b + 1.0) * std::sqrt(a * 0.5 * kPi) * df;
-    double y = std::pow(d * p, 2.0 / df);
-    if (y > 0.05 + a) {
-        const double x = z;
-        y = x * x;
-        if (df < 5.0) c += 0.3 * (df - 4.5) * (x + 0.6);
-        c += (((0.05 * d * x - 5.0) * x - 7.0) * x - 2.0) * x + b;
-        y = (((((0.4 * y + 6.3) * y + 36.0) * y + 94.5) / c - y - 3.0) / b + 1.0) * x;
-        y = std::expm1(a * y * y);
-    } else {
-        y = ((1.0 / (((df + 6.0) / (df * y) - 0.089 * d - 0.822) * (df + 2.0) * 3.0) + 0.5 / (df + 4.0)) * y - 1.0) *
-                (df + 1.0) / (df + 2.0) +
-            1.0 / y;
-    }
-    return std::sqrt(df * y);
 }
 
 } // namespace
@@ -148,7 +118,7 @@ double MCDistFun::tavocdft(double t, double df, long& fault)
     if (std::isnan(t)) return t;
     if (t == 0.0) return 0.5;
     if (std::isinf(t)) return t > 0.0 ? 1.0 : 0.0;
-    if (df >= kNormalDf) return prbnrm(t);
+    if (df >= internal::kNormalDf) return prbnrm(t);
     const double w = std::fabs(t);
     const double tail = df == 1.0 ? CauchyTail(w) : 0.5 * cbttails(w, df, false).lower;
     return t > 0.0 ? 1.0 - tail : tail;
@@ -169,54 +139,32 @@ double MCDistFun::SigT(double t, double df)
     return tavocdft(-t, df, fault);
 }
 
-double MCDistFun::tavoidft(double p, double df, double a, double b, long& fault)
+double MCDistFun::PdfT(double t, double df, long& err)
 {
-    constexpr double kRelativeTolerance = 1e-12;
-    constexpr double kAbsoluteTolerance = 1e-20;
-    fault = 0;
-    if (!(p > 0.0) || !(p < 1.0) || !(df > 0.0)) {
-        fault = 1;
+    err = 0;
+    if (!(df > 0.0)) {
+        err = 1;
         return MCMV::Missing();
     }
-    if (p == 0.5) return 0.0;
-    if (df >= kNormalDf) return probit(p);
-    const double q = std::min(p, 1.0 - p);
-    const double centre = 0.5 - q; // P(0 < T < t), exact where it is the smaller number
-    double t = 0.0;
-    if (df == 1.0) {
-        t = q < 0.25 ? 1.0 / std::tan(kPi * q) : std::tan(kPi * centre);
-    } else if (df == 2.0) {
-        t = 2.0 * centre / std::sqrt(2.0 * q * (1.0 - q));
-    } else {
-        const double relative = a > 0.0 ? a : kRelativeTolerance;
-        const double absolute = b > 0.0 ? b : kAbsoluteTolerance;
-        const auto evaluate = [&](double x) {
-            const BetaTails tails = cbttails(x, df, true);
-            const double excess = q < 0.25 ? q - 0.5 * tails.lower : 0.5 * tails.upper - centre;
-            // Halley's step: the density is weight/x, its logarithmic derivative -(df + 1) x/(df + x^2).
-            const double newton = excess / tails.weight * x;
-            const double bend = 0.5 * newton * (df + 1.0) / (df / x + x);
-            const double step = newton / std::max(1.0 + bend, 0.5);
-            // An error of e in the probability before a Halley step leaves e^3 after it.
-            const bool close = std::fabs(excess) <= std::min(std::cbrt(relative), 1e-4) * std::min(q, centre) ||
-                               std::fabs(step) <= absolute;
-            return Probe{(excess > 0.0) - (excess < 0.0), x - step, close};
-        };
-        const double start = StudentStart(q, df, -probit(q));
-        const Root root = internal::SearchRoot(start, 0.0, std::numeric_limits<double>::max(), evaluate);
-        if (!root.found) {
-            fault = 2;
-            return MCMV::Missing();
-        }
-        t = root.x;
+    if (std::isnan(t)) return t;
+    if (std::isinf(t)) return 0.0;
+    if (df >= internal::kNormalDf) return PdfNormalStandard(t);
+    constexpr double kHalfLogPi = 0.5723649429247001;
+    // Everything is kept relative to (df + 1)/2 ln(1 + t^2/df), which alone can be large.
+    DoubleDouble exponent{internal::LogGammaRatio(0.5 * df, 0.5) - 0.5 * std::log(df) - kHalfLogPi};
+    const double w = std::fabs(t);
+    if (w >= kHuge) {
+        exponent = exponent - (df + 1.0) * internal::AccurateLog(DoubleDouble{w} / DoubleDouble{std::sqrt(df)});
+    } else if (w > kTiny) {
+        const DoubleDouble ratio = internal::ExactProduct(w, w) / DoubleDouble{df};
+        const DoubleDouble half = 0.5 * internal::ExactSum(df, 1.0);
+        const DoubleDouble log = ratio.head <= internal::kSmallDeviation
+                                     ? ratio - internal::SmallDeviance(ratio)
+                                     : internal::AccurateLog(DoubleDouble{1.0} + ratio);
+        exponent = exponent - half * log;
     }
-    return p < 0.5 ? -t : t;
-}
-
-double MCDistFun::IdfT(double p, double df, double a, double b)
-{
-    long fault = 0;
-    return tavoidft(p, df, a, b, fault);
+    if (exponent.head < -708.0) return 0.0;
+    return std::exp(exponent.head) * (1.0 + exponent.tail);
 }
 
 double MCDistFun::tavocdff(double x, double df1, double df2, long& fault)

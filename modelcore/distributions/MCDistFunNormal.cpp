@@ -89,4 +89,27 @@ double MCDistFun::IdfStdNorm(double p)
     return probit(p);
 }
 
+double MCDistFun::CdfNorm(double x, double mean, double sd)
+{
+    return sd > 0.0 ? CdfStdNorm((x - mean) / sd) : MCMV::Missing();
+}
+
+double MCDistFun::IdfNorm(double p, double mean, double sd)
+{
+    if (!(p > 0.0) || !(p < 1.0) || !(sd > 0.0)) return MCMV::Missing();
+    return p == 0.5 ? mean : mean + sd * probit(p);
+}
+
+double MCDistFun::PdfNormalStandard(double x)
+{
+    if (std::isnan(x)) return x;
+    return internal::ExpMinusSquare(std::fabs(x), 0.5) * internal::kInverseSqrtTwoPi;
+}
+
+double MCDistFun::PdfNormal(double x, double mean, double sd)
+{
+    if (sd == 0.0 || std::isnan(sd)) return MCMV::Missing();
+    return PdfNormalStandard((x - mean) / sd) / sd;
+}
+
 } // namespace MCMath_930

@@ -57,6 +57,15 @@ inline const std::map<std::string, std::function<double(const Arguments&)>>& Exa
         {"CdfGam", [](const Arguments& v) { return MCDistFun::CdfGam(v[0], v[1], v[2]); }},
         {"PdfGamma", [](const Arguments& v) { return MCDistFun::PdfGamma(v[0], v[1], v[2]); }},
         {"CdfBeta", [](const Arguments& v) { return MCDistFun::CdfBeta(v[0], v[1], v[2]); }},
+        {"IdfBeta", [](const Arguments& v) { return MCDistFun::IdfBeta(v[0], v[1], v[2]); }},
+        {"IdfT", [](const Arguments& v) { return MCDistFun::IdfT(v[0], v[1], 1e-12, 1e-20); }},
+        {"IdfF", [](const Arguments& v) { return MCDistFun::IdfF(v[0], v[1], v[2]); }},
+        {"PdfNormalStandard", [](const Arguments& v) { return MCDistFun::PdfNormalStandard(v[0]); }},
+        {"PdfT",
+         [](const Arguments& v) {
+             long err = 0;
+             return MCDistFun::PdfT(v[0], v[1], err);
+         }},
         {"CdfT", [](const Arguments& v) { return MCDistFun::CdfT(v[0], v[1]); }},
         {"SigT", [](const Arguments& v) { return MCDistFun::SigT(v[0], v[1]); }},
         {"CdfF", [](const Arguments& v) { return MCDistFun::CdfF(v[0], v[1], v[2]); }},

@@ -73,6 +73,16 @@ def t_cdf(t, df):
     return t_tail(t, df) if t < 0 else 1 - t_tail(t, df)
 
 
+def t_density(t, df):
+    t, df = mpf(t), mpf(df)
+    return exp(loggamma((df + 1) / 2) - loggamma(df / 2) - (df + 1) / 2 * log(1 + t * t / df)) / sqrt(df * mp.pi)
+
+
+def f_weight(x, df1, df2):
+    scaled = mpf(x) * mpf(df1)
+    return beta_weight(scaled / (scaled + df2), df2 / (scaled + df2), mpf(df1) / 2, mpf(df2) / 2)
+
+
 def f_tails(x, df1, df2):
     scaled = mpf(x) * mpf(df1)
     return beta_tails(scaled / (scaled + df2), df2 / (scaled + df2), mpf(df1) / 2, mpf(df2) / 2)
@@ -162,7 +172,7 @@ def quantile_row(point, tails, weight):
     x, params = point[0], point[1:]
     lower, upper = tails(x, *params)
     p = float(lower)
-    if not 1e-300 < p < 1 - 1e-6:
+    if not 1e-300 < p < 1 - 1e-6 or p == 0.5:
         return None
     pull = weight(x, *params)
     exact = mpf(x) * (1 + (mpf(p) - lower) / pull)
@@ -176,6 +186,7 @@ def rows():
     """(function, region, a maker of arguments, the exact value)"""
     yield "CdfStdNorm", "body", lambda: (random.uniform(-5, 8),), normal_cdf
     yield "CdfStdNorm", "tail", lambda: (random.uniform(-37, -5),), normal_cdf
+    yield "PdfNormalStandard", "all", lambda: (random.uniform(-37, 37),), lambda x: exp(-mpf(x) ** 2 / 2) / sqrt(2 * mp.pi)
     yield "IdfStdNorm", "all", lambda: (probability(),), normal_quantile
     yield "tavodnlgam", "small", lambda: (log_uniform(1e-300, 0.9),), lambda x: loggamma(mpf(x))
     yield "tavodnlgam", "medium", lambda: (random.uniform(2.1, 20),), lambda x: loggamma(mpf(x))
@@ -195,6 +206,13 @@ def rows():
         yield "SigT", region, lambda: (lambda t, df: (-t, df))(*t_point(low, high)), lambda t, df: t_cdf(-t, df)
         yield "CdfF", region, lambda: f_point(low, high), lambda *args: f_tails(*args)[0]
         yield "SigF", region, lambda: f_point(low, high), lambda *args: f_tails(*args)[1]
+        yield "IdfBeta", region, lambda: quantile_row(beta_point(low, high), \
+            lambda x, a, b: beta_tails(mpf(x), 1 - mpf(x), a, b), \
+            lambda x, a, b: beta_weight(mpf(x), 1 - mpf(x), mpf(a), mpf(b)) / (1 - mpf(x))), None
+        yield "PdfT", region, lambda: t_point(low, high), t_density
+        yield "IdfT", region, lambda: quantile_row(t_point(low, high), \
+            lambda t, df: (t_cdf(t, df), 1 - t_cdf(t, df)), lambda t, df: mpf(t) * t_density(t, df)), None
+        yield "IdfF", region, lambda: quantile_row(f_point(low, high), f_tails, f_weight), None
     yield "CdfBeta", "mixed", lambda: beta_point(0.01, 1e5), lambda x, a, b: beta_tails(mpf(x), 1 - mpf(x), a, b)[0]
 
 

@@ -8,6 +8,9 @@
 
 namespace MCMath_930::internal {
 
+/// From here on Student's t and the normal distribution agree in every digit down to the least double.
+inline constexpr double kNormalDf = 1e30;
+
 /// False for NaN.
 inline bool IsPositiveFinite(double x)
 {

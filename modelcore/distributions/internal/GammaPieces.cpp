@@ -50,6 +50,16 @@ double LogGammaOnePlus(double a)
     return -std::log1p(Polynomial(row, a));
 }
 
+double LogGammaRatio(double b, double a)
+{
+    // Up to where Stirling's series holds: Gamma(b + a)/Gamma(b) = Gamma(c + a)/Gamma(c) / prod (1 + a/(b + j)).
+    double excess = 0.0; // the product less 1
+    double c = b;
+    for (; c < 8.0; c += 1.0) excess += a / c * (1.0 + excess);
+    return (c - 0.5) * std::log1p(a / c) + a * (std::log(c + a) - 1.0) +
+           (StirlingRemainder(c + a) - StirlingRemainder(c)) - std::log1p(excess);
+}
+
 ScaledNumber GammaWeight(double x)
 {
     if (x >= 8.0) return {std::sqrt(x * kInverseTwoPi), -StirlingRemainder(x)};

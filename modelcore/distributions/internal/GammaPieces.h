@@ -21,6 +21,9 @@ double LogGamma(double x);
 /// ln Gamma(1 + a) for 0 < a <= 1, with an error relative to a.
 double LogGammaOnePlus(double a);
 
+/// ln(Gamma(b + a) / Gamma(b)) for b > 0 and 0 < a <= 1, with an error relative to a.
+double LogGammaRatio(double b, double a);
+
 /// A positive number kept as factor * exp(exponent), so that several exponents meet in one exp.
 struct ScaledNumber {
     double factor;

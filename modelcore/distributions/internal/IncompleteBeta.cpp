@@ -108,17 +108,6 @@ double ContinuedFraction(const Side& side, double distance)
     return std::numeric_limits<double>::quiet_NaN();
 }
 
-/// ln(Gamma(b + a) / Gamma(b)) for 0 < a <= 1, with an error relative to a.
-double LogGammaRatio(double b, double a)
-{
-    // Up to where Stirling's series holds: Gamma(b + a)/Gamma(b) = Gamma(c + a)/Gamma(c) / prod (1 + a/(b + j)).
-    double excess = 0.0; // the product less 1
-    double c = b;
-    for (; c < 8.0; c += 1.0) excess += a / c * (1.0 + excess);
-    return (c - 0.5) * std::log1p(a / c) + a * (std::log(c + a) - 1.0) +
-           (StirlingRemainder(c + a) - StirlingRemainder(c)) - std::log1p(excess);
-}
-
 /// Both tails for a <= 1 and small x, from
 ///   I_x(a, b) = x^a / (a B(a, b)) * (1 + a * sum over k >= 1 of (1-b)(2-b)...(k-b) / k! * x^k / (a + k)).
 /// Its logarithm is small whenever I is near 1, so that the other tail follows without cancellation: a mass that sits

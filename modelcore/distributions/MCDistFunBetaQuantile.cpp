@@ -1,0 +1,186 @@
+// MCDistFun: quantiles of the beta, t and F distributions.
+#include "modelcore/distributions/MCDistFun.h"
+
+#include "modelcore/common/MCMV.h"
+#include "modelcore/distributions/internal/Domain.h"
+#include "modelcore/distributions/internal/GammaPieces.h"
+#include "modelcore/distributions/internal/IncompleteBeta.h"
+#include "modelcore/distributions/internal/RootSearch.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace MCMath_930 {
+
+using internal::BetaTails;
+using internal::IsPositiveFinite;
+using internal::Probe;
+using internal::Root;
+using internal::UnitPoint;
+using MCCommon_930::MCMV;
+
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+constexpr double kLargest = std::numeric_limits<double>::max();
+
+/// A start for the point t > 0 with P(T > t) = q < 0.5: Hill (1970), Algorithm 396, which gives six digits for df >= 1;
+/// below, the leading term
+/// of the tail, where the search has to do the work. z is the normal quantile of q.
+double StudentStart(double q, double df, double z)
+{
+    if (df < 1.0) return std::sqrt(df) * std::pow(2.0 * q, -1.0 / df);
+    const double p = 2.0 * q;
+    const double a = 1.0 / (df - 0.5);
+    const double b = 48.0 / (a * a);
+    double c = ((20700.0 * a / b - 98.0) * a - 16.0) * a + 96.36;
+    const double d = ((94.5 / (b + c) - 3.0) / b + 1.0) * std::sqrt(a * 0.5 * kPi) * df;
+    double y = std::pow(d * p, 2.0 / df);
+    if (y > 0.05 + a) {
+        const double x = z;
+        y = x * x;
+        if (df < 5.0) c += 0.3 * (df - 4.5) * (x + 0.6);
+        c += (((0.05 * d * x - 5.0) * x - 7.0) * x - 2.0) * x + b;
+        y = (((((0.4 * y + 6.3) * y + 36.0) * y + 94.5) / c - y - 3.0) / b + 1.0) * x;
+        y = std::expm1(a * y * y);
+    } else {
+        y = ((1.0 / (((df + 6.0) / (df * y) - 0.089 * d - 0.822) * (df + 2.0) * 3.0) + 0.5 / (df + 4.0)) * y - 1.0) *
+                (df + 1.0) / (df + 2.0) +
+            1.0 / y;
+    }
+    return std::sqrt(df * y);
+}
+
+double LogBeta(double a, double b)
+{
+    return internal::LogGamma(a) + internal::LogGamma(b) - internal::LogGamma(a + b);
+}
+
+/// A start for the odds x/(1 - x) with lower tail p, z the normal quantile of p: Cran, Martin and Thomas (1977),
+/// Algorithm AS 109, Applied Statistics 26, 111-114, for both shapes above 1; otherwise the leading terms at the two
+/// ends, which are all there is to tiny shapes.
+double BetaStart(double p, double a, double b, double z)
+{
+    if (a > 1.0 && b > 1.0) {
+        const double r = (z * z - 3.0) / 6.0;
+        const double s = 1.0 / (2.0 * a - 1.0);
+        const double t = 1.0 / (2.0 * b - 1.0);
+        const double h = 2.0 / (s + t);
+        const double w = -z * std::sqrt(std::max(h + r, 0.0)) / h - (t - s) * (r + 5.0 / 6.0 - 2.0 / (3.0 * h));
+        return a / b * std::exp(-2.0 * w);
+    }
+    const double logBeta = LogBeta(a, b);
+    const double fromLeft = std::exp((std::log(p * a) + logBeta) / a);
+    const double fromRight = std::exp((std::log((1.0 - p) * b) + logBeta) / b);
+    return fromLeft < fromRight ? fromLeft / (1.0 - std::min(fromLeft, 0.5))
+                                : (1.0 - std::min(fromRight, 0.5)) / fromRight;
+}
+
+} // namespace
+
+double MCDistFun::tavoidft(double p, double df, double a, double b, long& fault)
+{
+    constexpr double kRelativeTolerance = 1e-12;
+    constexpr double kAbsoluteTolerance = 1e-20;
+    fault = 0;
+    if (!(p > 0.0) || !(p < 1.0) || !(df > 0.0)) {
+        fault = 1;
+        return MCMV::Missing();
+    }
+    if (p == 0.5) return 0.0;
+    if (df >= internal::kNormalDf) return probit(p);
+    const double q = std::min(p, 1.0 - p);
+    const double centre = 0.5 - q; // P(0 < T < t), exact where it is the smaller number
+    double t = 0.0;
+    if (df == 1.0) {
+        t = q < 0.25 ? 1.0 / std::tan(kPi * q) : std::tan(kPi * centre);
+    } else if (df == 2.0) {
+        t = 2.0 * centre / std::sqrt(2.0 * q * (1.0 - q));
+    } else {
+        const double relative = std::clamp(std::cbrt(a > 0.0 ? a : kRelativeTolerance), internal::kFullTolerance, 0.1);
+        const double absolute = b > 0.0 ? b : kAbsoluteTolerance;
+        const bool isLower = q >= 0.25; // of |T|
+        const double target = isLower ? 2.0 * centre : 2.0 * q;
+        const auto evaluate = [&](double x) {
+            const BetaTails tails = cbttails(x, df, true);
+            const double tail = isLower ? tails.upper : tails.lower;
+            const double slope = 1.0 - (df + 1.0) / (df / x / x + 1.0);
+            Probe probe = internal::ProbeTail(x, {tail, 2.0 * tails.weight, slope, isLower}, target, relative);
+            // A short step means the root is near only where the tail is already about right.
+            const bool near = tail < 2.0 * target && target < 2.0 * tail;
+            if (near && std::fabs(probe.next - x) <= absolute) probe.close = true;
+            return probe;
+        };
+        const Root root = internal::SearchRoot(StudentStart(q, df, probit(q)), 0.0, kLargest, evaluate);
+        if (!root.found) {
+            fault = 2;
+            return MCMV::Missing();
+        }
+        t = root.x;
+    }
+    return p < 0.5 ? -t : t;
+}
+
+double MCDistFun::IdfT(double p, double df, double a, double b)
+{
+    long fault = 0;
+    return tavoidft(p, df, a, b, fault);
+}
+
+/// The odds x/(1 - x) of the beta quantile, for 0 < p < 1; infinite when they exceed every double. Halley's method on
+/// the logarithm of the smaller tail as a function of the log odds: there it is concave, and straight at both ends.
+double MCDistFun::betodd(double p, double a, double b)
+{
+    const bool isLower = p < 0.5;
+    const double target = isLower ? p : 1.0 - p;
+    const auto evaluate = [&](double odds) {
+        const UnitPoint point = UnitPoint::Dividing({odds}, {1.0});
+        const BetaTails tails = cbtaux(point, a, b, true);
+        const double slope = a * point.y.head - b * point.x.head;
+        return internal::ProbeTail(odds, {isLower ? tails.lower : tails.upper, tails.weight, slope, isLower}, target,
+                                   internal::kFullTolerance);
+    };
+    const Root root = internal::SearchRoot(BetaStart(p, a, b, probit(p)), 0.0, kLargest, evaluate);
+    return root.found ? root.x : HUGE_VAL;
+}
+
+double MCDistFun::betinv(double p, double a, double b, long& fault)
+{
+    fault = 0;
+    if (!internal::IsProbability(p) || !IsPositiveFinite(a) || !IsPositiveFinite(b)) {
+        fault = 1;
+        return MCMV::Missing();
+    }
+    if (p == 0.0 || p == 1.0) return p;
+    const double odds = betodd(p, a, b);
+    return odds < 1.0 ? odds / (1.0 + odds) : 1.0 / (1.0 + 1.0 / odds);
+}
+
+double MCDistFun::IdfBeta(const double& p, const double& a, const double& b)
+{
+    long fault = 0;
+    return betinv(p, a, b, fault);
+}
+
+double MCDistFun::tavoidff(double p, double df1, double df2, long& fault)
+{
+    fault = 0;
+    if (!(p >= 0.0) || !(p < 1.0) || !IsPositiveFinite(df1) || !IsPositiveFinite(df2)) {
+        fault = 1;
+        return MCMV::Missing();
+    }
+    if (p == 0.0) return 0.0;
+    const double x = betodd(p, 0.5 * df1, 0.5 * df2) / df1 * df2;
+    if (!std::isinf(x)) return x;
+    fault = 2;
+    return MCMV::Missing();
+}
+
+double MCDistFun::IdfF(double p, double df1, double df2)
+{
+    long fault = 0;
+    return tavoidff(p, df1, df2, fault);
+}
+
+} // namespace MCMath_930
