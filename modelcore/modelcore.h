@@ -1,8 +1,13 @@
 // The whole public interface of modelcore, and nothing else.
 #pragma once
 
+#include "modelcore/accumulators/MCAccumXProdPair.h"
+#include "modelcore/accumulators/MCCatStats.h"
+#include "modelcore/accumulators/MCContStats.h"
+#include "modelcore/accumulators/MCHashKey.h"
 #include "modelcore/accumulators/MCMeansXProdData.h"
 #include "modelcore/accumulators/MCMeansXProducts.h"
+#include "modelcore/accumulators/MCPackedInt.h"
 #include "modelcore/accumulators/MCProvMeans.h"
 #include "modelcore/common/IMCVariable.h"
 #include "modelcore/common/MCBitSet.h"

@@ -1,0 +1,220 @@
+#include "modelcore/accumulators/MCAccumXProdPair.h"
+#include "modelcore/common/MCMV.h"
+#include "support/Bits.h"
+#include "support/DisplayCapture.h"
+#include "support/Random.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+using namespace MCMath_930;
+
+namespace {
+
+constexpr double kMissing = MCCommon_930::MCMV::gMissingValue;
+
+/// Rows of p values, some missing, then the case weight.
+struct Data {
+    Data(TestRandom& random, int rows, int variables) : p(static_cast<std::size_t>(variables))
+    {
+        for (int r = 0; r < rows; ++r) {
+            std::vector<double> row = random.Vector(p + 1, 0.5, 3.0);
+            for (std::size_t i = 1; i < p; ++i) row[i] += 0.5 * row[i - 1];
+            for (std::size_t i = 1; i < p; ++i)
+                if (random.Below(5) == 0) row[i] = kMissing;
+            cases.push_back(std::move(row));
+        }
+    }
+
+    void Feed(MCAccumXProdPair& pairs, std::size_t first, std::size_t last) const
+    {
+        for (std::size_t r = first; r < last; ++r)
+            for (std::size_t i = 1; i < p; ++i)
+                for (std::size_t j = 0; j < i; ++j)
+                    if (Complete(cases[r], i, j))
+                        pairs.Update(static_cast<int>(i), cases[r][i], static_cast<int>(j), cases[r][j], cases[r][p]);
+    }
+
+    static bool Complete(const std::vector<double>& row, std::size_t i, std::size_t j)
+    {
+        return row[i] != kMissing && row[j] != kMissing;
+    }
+
+    /// Weight and covariance of what the pair (i, j) selects of variables a and b, in long double.
+    std::pair<double, double> Covariance(std::size_t i, std::size_t j, std::size_t a, std::size_t b) const
+    {
+        long double total = 0.0L, meanA = 0.0L, meanB = 0.0L, sum = 0.0L;
+        for (const auto& row : cases)
+            if (Complete(row, i, j)) {
+                total += row[p];
+                meanA += static_cast<long double>(row[p]) * row[a];
+                meanB += static_cast<long double>(row[p]) * row[b];
+            }
+        meanA /= total;
+        meanB /= total;
+        for (const auto& row : cases)
+            if (Complete(row, i, j)) sum += row[p] * (row[a] - meanA) * (row[b] - meanB);
+        return {static_cast<double>(total), static_cast<double>(sum / (total - 1.0L))};
+    }
+
+    void Expect(const MCAccumXProdPair& pairs) const
+    {
+        const MCSymMatrix covar = pairs.GetCovar();
+        ASSERT_EQ(covar.GetNRows(), static_cast<int>(p));
+        std::vector<double> most(p), variance(p);
+        for (std::size_t i = 1; i < p; ++i)
+            for (std::size_t j = 0; j < i; ++j) {
+                EXPECT_NEAR(covar.GetElem(static_cast<int>(i), static_cast<int>(j)), Covariance(i, j, i, j).second,
+                            2e-13);
+                for (const std::size_t v : {i, j})
+                    if (const auto [weight, value] = Covariance(i, j, v, v); weight > most[v] + 1e-9) {
+                        most[v] = weight;
+                        variance[v] = value;
+                    }
+            }
+        const MCSymMatrix& corr = pairs.GetCorr();
+        for (std::size_t i = 0; i < p; ++i) {
+            EXPECT_NEAR(covar.GetElem(static_cast<int>(i), static_cast<int>(i)), variance[i], 2e-13);
+            for (std::size_t j = 0; j <= i; ++j) {
+                const double c = covar.GetElem(static_cast<int>(i), static_cast<int>(j));
+                EXPECT_NEAR(corr.GetElem(static_cast<int>(i), static_cast<int>(j)),
+                            c / std::pow(variance[i], 0.25) / std::pow(variance[j], 0.25), 1e-12);
+            }
+        }
+    }
+
+    std::size_t p;
+    std::vector<std::vector<double>> cases;
+};
+
+std::vector<double> State(const MCAccumXProdPair& pairs)
+{
+    const DisplayCapture capture;
+    pairs.Display();
+    const std::string text = capture.Text();
+    std::vector<double> state(text.begin(), text.end());
+    const MCSymMatrix& covar = pairs.GetCovar();
+    state.insert(state.end(), covar.AsSpan().begin(), covar.AsSpan().end());
+    return state;
+}
+
+MCAccumXProdPair Fed(int nVars, int nAccum, std::vector<std::vector<double>> xyw)
+{
+    MCAccumXProdPair pairs(nVars, nAccum);
+    for (const auto& c : xyw)
+        for (int k = 0; k < nVars * (nVars - 1) / 2; ++k) pairs.Update(k, c[0], c[1], c[2]);
+    return pairs;
+}
+
+} // namespace
+
+TEST(MCAccumXProdPair, EachPairUsesTheCasesThatHaveBoth)
+{
+    TestRandom random(17);
+    const Data data(random, 300, 5);
+    for (const int nAccum : {0, 1, 2, 7, 1000}) {
+        MCAccumXProdPair pairs(5, nAccum);
+        EXPECT_EQ(pairs.GetNAccum(), std::max(nAccum, 1));
+        data.Feed(pairs, 0, 300);
+        EXPECT_TRUE(pairs.Finish());
+        data.Expect(pairs);
+        EXPECT_TRUE(pairs.Finish()); // nothing left
+        data.Expect(pairs);
+    }
+}
+
+TEST(MCAccumXProdPair, MergedPiecesGiveTheWholeWithBatchesOpenOrFolded)
+{
+    TestRandom random(18);
+    const Data data(random, 200, 4);
+    for (const bool finish : {true, false}) {
+        std::vector<MCAccumXProdPair> pieces(4, MCAccumXProdPair(4, 16));
+        const std::size_t cuts[] = {0, 90, 97, 200, 200};
+        for (std::size_t i = 0; i < 4; ++i) {
+            data.Feed(pieces[i], cuts[i], cuts[i + 1]);
+            if (finish) pieces[i].Finish();
+        }
+        MCAccumXProdPair one(0, 1);
+        for (const MCAccumXProdPair& piece : pieces) EXPECT_TRUE(one.Merge(piece));
+        EXPECT_EQ(one.GetNAccum(), 16);
+        MCAccumXProdPair together(4, 3);
+        EXPECT_TRUE(together.Merge(std::vector<const MCAccumXProdPair*>{&pieces[3], nullptr, &pieces[1], &pieces[2]}));
+        EXPECT_TRUE(together.Merge(std::vector<MCAccumXProdPair*>{&pieces[0]}));
+        EXPECT_EQ(together.GetNAccum(), 3);
+        for (MCAccumXProdPair* const merged : {&one, &together}) {
+            EXPECT_TRUE(merged->Finish());
+            data.Expect(*merged);
+        }
+    }
+}
+
+TEST(MCAccumXProdPair, FinishStopsAtThePairThatCannotBeFolded)
+{
+    MCAccumXProdPair pairs(3, 100);
+    for (const int k : {0, 1, 2})
+        for (const double x : {1.0, 2.0, 4.0}) pairs.Update(k, x, -x, k == 1 ? 1.0 / 3.0 : 1.0);
+    EXPECT_FALSE(pairs.Finish());
+    EXPECT_NEAR(pairs.GetCovar().GetElem(1, 0), -7.0 / 3.0, 4e-15);
+    EXPECT_EQ(pairs.GetCovar().GetElem(2, 0), 0.0);
+    EXPECT_EQ(pairs.GetCovar().GetElem(2, 1), 0.0);
+    EXPECT_TRUE(pairs.Update(1, 4.0, -4.0, 1.0));
+    EXPECT_TRUE(pairs.Finish());
+    EXPECT_NEAR(pairs.GetCovar().GetElem(2, 1), -7.0 / 3.0, 4e-15);
+
+    MCAccumXProdPair thin(2, 1); // a fold that cannot be made keeps its batch
+    EXPECT_FALSE(thin.Update(0, 1.0, 1.0, 1.0));
+    EXPECT_TRUE(thin.Update(0, 3.0, 2.0, 1.0));
+    EXPECT_EQ(thin.GetCovar().GetElem(1, 0), 1.0);
+    EXPECT_FALSE(Fed(2, 1, {{1, 1, 0}, {2, 2, 0}}).Update(0, 1.0, 1.0, 0.0));
+
+    MCAccumXProdPair gap(3, 10); // pairs without a case do not stop it
+    gap.Update(2, 1.0, 5.0, 1.0);
+    gap.Update(2, 2.0, 7.0, 1.0);
+    EXPECT_TRUE(gap.Finish());
+    EXPECT_EQ(gap.GetCovar().GetElem(2, 1), 1.0);
+    EXPECT_EQ(gap.GetCovar().GetElem(1, 1), 2.0);
+    EXPECT_EQ(gap.GetCovar().GetElem(0, 0), 0.0);
+    EXPECT_EQ(gap.GetCorr().GetElem(1, 0), kMissing);
+    EXPECT_EQ(gap.GetCorr().GetElem(1, 1), std::sqrt(2.0));
+    for (const int nVars : {0, 1}) EXPECT_TRUE(MCAccumXProdPair(nVars, 5).Finish());
+    EXPECT_EQ(MCAccumXProdPair(1, 5).GetCorr().GetElem(0, 0), kMissing);
+}
+
+TEST(MCAccumXProdPair, TheFirstOfEqualPairsGivesTheVariance)
+{
+    MCAccumXProdPair pairs(3, 1); // variable 0 is y in pairs 0 and 1
+    for (const double y : {1.0, 3.0}) pairs.Update(0, 0.0, y, 1.0);
+    for (const double y : {1.0, 7.0}) pairs.Update(1, 0.0, y, 1.0);
+    EXPECT_EQ(pairs.GetCovar().GetElem(0, 0), 2.0);
+    pairs.Update(1, 0.0, 4.0, 0.5);
+    EXPECT_EQ(pairs.GetCovar().GetElem(0, 0), 12.0);
+}
+
+TEST(MCAccumXProdPair, RefusalsChangeNothing)
+{
+    const MCAccumXProdPair some = Fed(3, 2, {{1, 2, 1}, {2, 5, 2}, {4, 4, 1}});
+    const MCAccumXProdPair other = Fed(4, 2, {{1, 2, 1}, {2, 5, 2}});
+    using Entries = std::vector<const MCAccumXProdPair*>;
+    MCAccumXProdPair pairs(some);
+    EXPECT_FALSE(pairs.Merge(other));
+    for (const Entries& entries : {Entries{}, Entries{nullptr}, Entries{&some, &other}, Entries{&other}})
+        EXPECT_FALSE(pairs.Merge(entries));
+    MCAccumXProdPair none(0, 1);
+    EXPECT_FALSE(none.Merge(Entries{&some, &other}));
+    EXPECT_EQ(none.GetNVars(), 0);
+    for (const auto& [i, j] : {std::pair{1, 1}, {0, 1}, {3, 0}, {1, -1}})
+        EXPECT_FALSE(pairs.Update(i, 1.0, j, 1.0, 1.0));
+    EXPECT_FALSE(pairs.Update(-1, 1.0, 1.0, 1.0));
+    EXPECT_FALSE(pairs.Update(3, 1.0, 1.0, 1.0));
+    EXPECT_TRUE(pairs.Merge(MCAccumXProdPair(3, 9)));
+    EXPECT_TRUE(SameBits(State(pairs), State(some)));
+
+    pairs.InitAccumCounts(); // drops the third case
+    EXPECT_TRUE(SameBits(State(pairs), State(Fed(3, 2, {{1, 2, 1}, {2, 5, 2}}))));
+    pairs.InitAll();
+    pairs.SetNAccum(-2);
+    EXPECT_TRUE(SameBits(State(pairs), State(MCAccumXProdPair(3, 1))));
+}

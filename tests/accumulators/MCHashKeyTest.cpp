@@ -1,0 +1,79 @@
+#include "modelcore/accumulators/MCHashKey.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+using namespace MCMath_930;
+using MCCommon_930::Value;
+
+TEST(MCHashKey, KeysAreEqualWhenTheirValuesAre)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    Value list;
+    list[0] = 1;
+    Value other;
+    other[0] = 1;
+    const std::vector<std::pair<Value, Value>> equal = {
+        {0.0, -0.0}, {nan, -nan}, {Value(), Value::SYSMISVALUE}, {"ab", std::string("ab")}, {7, 7LL}, {list, other}};
+    for (const auto& [a, b] : equal) {
+        EXPECT_TRUE(MCHashKey({a, 1}) == MCHashKey({b, 1})) << a.GetString();
+        EXPECT_EQ(MCHashKey({a}).Hash(), MCHashKey({b}).Hash()) << a.GetString();
+    }
+    // Each differs from all others; equal texts in different places and near numbers among them.
+    const std::vector<std::vector<Value>> different = {{},
+                                                       {Value()},
+                                                       {Value(), Value()},
+                                                       {1},
+                                                       {1.0},
+                                                       {std::nextafter(1.0, 2.0)},
+                                                       {true},
+                                                       {"1"},
+                                                       {"a", "bc"},
+                                                       {"ab", "c"},
+                                                       {"abc"},
+                                                       {"", "abc"},
+                                                       {std::string("abc\0", 4)},
+                                                       {1, 2},
+                                                       {2, 1},
+                                                       {list},
+                                                       {"[1]"},
+                                                       {nan}};
+    std::set<std::uint64_t> hashes;
+    for (std::size_t i = 0; i < different.size(); ++i) {
+        hashes.insert(MCHashKey(different[i]).Hash());
+        for (std::size_t j = 0; j < i; ++j)
+            EXPECT_FALSE(MCHashKey(different[i]) == MCHashKey(different[j])) << i << ", " << j;
+    }
+    EXPECT_EQ(hashes.size(), different.size());
+}
+
+TEST(MCHashKey, CountsFactorLevelCombinations)
+{
+    std::unordered_map<MCHashKey, int> cells;
+    MCHashKey key;
+    for (int i = 0; i < 3000; ++i) {
+        key.Clear();
+        key.Append(i % 3 == 0 ? "low" : "high");
+        key.Append(i % 5);
+        key.Append(0.5 * (i % 2));
+        ++cells[key];
+    }
+    EXPECT_EQ(key.Size(), 3);
+    EXPECT_EQ(cells.size(), 20u);
+    EXPECT_EQ((cells[MCHashKey({"low", 4, 0.5})]), 100);
+    EXPECT_EQ((cells[MCHashKey({"high", 4, 0.0})]), 200);
+    EXPECT_TRUE(MCHashKey(std::vector<double>{1.0, 2.0}) == MCHashKey({1.0, 2.0}));
+}
+
+TEST(MCHashKey, HashesSpreadOverLowBits)
+{
+    std::vector<int> buckets(64);
+    for (int i = 0; i < 6400; ++i) ++buckets[MCHashKey({i, 1}).Hash() % 64];
+    for (const int count : buckets) EXPECT_NEAR(count, 100, 60); // 6 standard deviations
+}
