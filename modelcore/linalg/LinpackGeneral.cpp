@@ -4,12 +4,149 @@
 #include "modelcore/linalg/internal/LinpackDeterminant.h"
 #include "modelcore/linalg/internal/LinpackElimination.h"
 
+#include "modelcore/linalg/kernels/TileProduct.h"
+
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <utility>
 
 namespace MCMath_930 {
 
 using namespace internal;
+
+namespace {
+
+/// Elimination by blocks of columns. Every element receives the same updates in the same order as in the published
+/// loop, which takes one column at a time; only when they are done differs.
+class BlockedElimination {
+public:
+    /// Below this order the loop by single columns is faster.
+    static constexpr int kSmallestOrder = 40;
+
+    BlockedElimination(double* a, int lda, int n, int* ipvt) : fa{a, lda}, fn(n), fPivots(ipvt), fWork(n) {}
+
+    bool HasWorkspace() const { return static_cast<bool>(fWork); }
+
+    int Factor()
+    {
+        constexpr int kBlock = 64;
+        for (int first = 0; first < fn; first += kBlock) {
+            const int last = std::min(fn, first + kBlock);
+            FactorPanel(first, last);
+            Update(first, last, last, fn);
+            RestoreOrder(first, last);
+        }
+        return fInfo;
+    }
+
+private:
+    static constexpr int kNarrow = 8; // columns that are eliminated one at a time
+
+    void FactorPanel(int first, int last);
+    void FactorNarrowPanel(int first, int last);
+    void Update(int first, int last, int from, int to);
+    void SolveTriangle(int first, int last, int from, int to);
+    void RestoreOrder(int first, int last);
+
+    /// Whether a step in the range found no pivot and therefore does nothing.
+    bool HasZeroPivot(int first, int last) const
+    {
+        for (int k = first; k < last; ++k)
+            if (fa(k)[k] == 0.0) return true;
+        return false;
+    }
+
+    DenseColumns<double> fa;
+    int fn;
+    int* fPivots;
+    TileWorkspace fWork;
+    int fInfo = 0;
+};
+
+/// Factors columns first..last-1, the halves one after the other. Row exchanges reach these columns only, and their
+/// multipliers too.
+void BlockedElimination::FactorPanel(int first, int last)
+{
+    if (last - first <= kNarrow) {
+        FactorNarrowPanel(first, last);
+        return;
+    }
+    const int half = first + std::max(kNarrow, (last - first) / 2 / kNarrow * kNarrow);
+    FactorPanel(first, half);
+    Update(first, half, half, last);
+    FactorPanel(half, last);
+    for (int j = first; j < half; ++j)
+        for (int k = half; k < last; ++k) std::swap(fa(j)[k], fa(j)[fPivots[k] - 1]);
+}
+
+void BlockedElimination::FactorNarrowPanel(int first, int last)
+{
+    for (int k = first; k < last; ++k) {
+        double* const column = fa(k);
+        const int below = fn - 1 - k;
+        if (below == 0) {
+            fPivots[k] = fn;
+            if (column[k] == 0.0) fInfo = fn;
+            return;
+        }
+        const int pivotRow = PivotColumn(column, k, below, fPivots);
+        if (pivotRow < 0) {
+            fInfo = k + 1;
+            continue;
+        }
+        if (pivotRow != k)
+            for (int j = first; j < last; ++j)
+                if (j != k) std::swap(fa(j)[k], fa(j)[pivotRow]);
+        AddOuterProduct(fa(k + 1) + k + 1, fa.lda, static_cast<std::size_t>(last - 1 - k), fa(k + 1) + k, fa.lda,
+                        column + k + 1, static_cast<std::size_t>(below));
+    }
+}
+
+/// Steps first..last-1 on the columns from..to-1.
+void BlockedElimination::Update(int first, int last, int from, int to)
+{
+    for (int j = from; j < to; ++j) {
+        double* const column = fa(j);
+        for (int k = first; k < last; ++k) std::swap(column[k], column[fPivots[k] - 1]);
+    }
+    if (HasZeroPivot(first, last)) {
+        for (int j = from; j < to; ++j)
+            for (int k = first; k < last; ++k)
+                if (fa(k)[k] != 0.0) Blas1::Daxpy(fn - 1 - k, fa(j)[k], fa(k) + k + 1, 1, fa(j) + k + 1, 1);
+        return;
+    }
+    if (from == to) return;
+    SolveTriangle(first, last, from, to);
+    AddProduct<ZeroFactor::Skips>(
+        fWork, to - from, fn - last, last - first, [=, this](int r) { return fa(from + r) + last; },
+        [=, this](int r, int k) { return fa(from + r)[first + k]; }, [=, this](int k) { return fa(first + k) + last; });
+}
+
+/// The part of the steps that stays within rows first..last-1: a unit lower triangle applied to those rows.
+void BlockedElimination::SolveTriangle(int first, int last, int from, int to)
+{
+    if (last - first <= kNarrow) {
+        ApplyUnitLower(fa(from) + first, fa.lda, static_cast<std::size_t>(to - from), fa(first) + first, fa.lda,
+                       last - first);
+        return;
+    }
+    const int half = first + std::max(kNarrow, (last - first) / 2 / kNarrow * kNarrow);
+    SolveTriangle(first, half, from, to);
+    AddProduct<ZeroFactor::Skips>(
+        fWork, to - from, last - half, half - first, [=, this](int r) { return fa(from + r) + half; },
+        [=, this](int r, int k) { return fa(from + r)[first + k]; }, [=, this](int k) { return fa(first + k) + half; });
+    SolveTriangle(half, last, from, to);
+}
+
+/// The published routine does not exchange the multipliers of earlier columns: takes those exchanges back.
+void BlockedElimination::RestoreOrder(int first, int last)
+{
+    for (int j = first; j < last; ++j)
+        for (int k = last - 1; k > j; --k) std::swap(fa(j)[k], fa(j)[fPivots[k] - 1]);
+}
+
+} // namespace
 
 double Linpack::Dgeco(double* a, int lda, int n, int* ipvt, double* z)
 {
@@ -24,16 +161,25 @@ double Linpack::Dgeco(double* a, int lda, int n, int* ipvt, double* z)
 int Linpack::Dgefa(double* a, int lda, int n, int* ipvt)
 {
     if (n < 1) return 0;
+    if (n >= BlockedElimination::kSmallestOrder) {
+        BlockedElimination elimination(a, lda, n, ipvt);
+        if (elimination.HasWorkspace()) return elimination.Factor();
+    }
     const DenseColumns columns{a, lda};
     int info = 0;
     for (int k = 0; k < n - 1; ++k) {
         double* const column = columns(k);
         const int below = n - 1 - k;
         const int pivotRow = PivotColumn(column, k, below, ipvt);
-        if (pivotRow < 0)
+        if (pivotRow < 0) {
             info = k + 1;
-        else
-            for (int j = k + 1; j < n; ++j) EliminateInColumn(columns(j), column, k, below, pivotRow);
+            continue;
+        }
+        double* const next = columns(k + 1);
+        if (pivotRow != k)
+            for (int j = k + 1; j < n; ++j) std::swap(columns(j)[k], columns(j)[pivotRow]);
+        AddOuterProduct(next + k + 1, lda, static_cast<std::size_t>(below), next + k, lda, column + k + 1,
+                        static_cast<std::size_t>(below));
     }
     ipvt[n - 1] = n;
     return columns(n - 1)[n - 1] == 0.0 ? n : info;

@@ -88,10 +88,142 @@ double LargestMagnitudeBody(const double* x, std::size_t count)
     return largest[0];
 }
 
+void AddOuterProductBody(double* __restrict c, std::ptrdiff_t columnStep, std::size_t columns, const double* factors,
+                         std::ptrdiff_t factorStep, const double* __restrict x, std::size_t count)
+{
+    for (std::size_t j = 0; j < columns; ++j, c += columnStep, factors += factorStep)
+        if (*factors != 0.0) AddScaledBody(c, *factors, x, count);
+}
+
+// The tile stays in registers while its terms are added, so each part of it is sized for the registers there are: all
+// of it for 16 registers of four doubles, a quarter for 16 of two.
+#ifdef __GNUC__
+#ifdef __AVX__
+constexpr int kPartLines = kTileLines;
+typedef double Vector __attribute__((vector_size(32), aligned(8), may_alias));
+#else
+constexpr int kPartLines = kTileLines / 2;
+typedef double Vector __attribute__((vector_size(16), aligned(8), may_alias));
+#endif
+constexpr int kVectorWidth = static_cast<int>(sizeof(Vector) / sizeof(double));
+constexpr int kPartWidth = 2 * kVectorWidth;
+
+void AddProductPart(double* const* lines, int offset, const double* __restrict left, const double* __restrict right,
+                    std::size_t depth)
+{
+    Vector sum[kPartLines][2];
+#pragma GCC unroll 6
+    for (int r = 0; r < kPartLines; ++r) {
+        sum[r][0] = *reinterpret_cast<const Vector*>(lines[r] + offset);
+        sum[r][1] = *reinterpret_cast<const Vector*>(lines[r] + offset + kVectorWidth);
+    }
+    for (std::size_t k = 0; k < depth; ++k, left += kTileLines, right += kTileWidth) {
+        const Vector first = *reinterpret_cast<const Vector*>(right);
+        const Vector second = *reinterpret_cast<const Vector*>(right + kVectorWidth);
+#pragma GCC unroll 6
+        for (int r = 0; r < kPartLines; ++r) {
+            sum[r][0] += left[r] * first;
+            sum[r][1] += left[r] * second;
+        }
+    }
+#pragma GCC unroll 6
+    for (int r = 0; r < kPartLines; ++r) {
+        *reinterpret_cast<Vector*>(lines[r] + offset) = sum[r][0];
+        *reinterpret_cast<Vector*>(lines[r] + offset + kVectorWidth) = sum[r][1];
+    }
+}
+#else
+constexpr int kPartLines = 1;
+constexpr int kPartWidth = kTileWidth;
+
+void AddProductPart(double* const* lines, int offset, const double* left, const double* right, std::size_t depth)
+{
+    for (std::size_t k = 0; k < depth; ++k, left += kTileLines, right += kTileWidth)
+        for (int w = 0; w < kPartWidth; ++w) lines[0][offset + w] += left[0] * right[w];
+}
+#endif
+
+void AddProductTileBody(double* const* lines, const double* left, const double* right, std::size_t depth)
+{
+    for (int r = 0; r < kTileLines; r += kPartLines)
+        for (int offset = 0; offset < kTileWidth; offset += kPartWidth)
+            AddProductPart(lines + r, offset, left + r, right + offset, depth);
+}
+
+void ApplyUnitLowerToColumn(double* column, const double* lower, std::ptrdiff_t lowerStep, int order)
+{
+    for (int k = 0; k < order - 1; ++k, lower += lowerStep) {
+        const double t = column[k];
+        if (t == 0.0) continue;
+        for (int i = k + 1; i < order; ++i) column[i] += t * lower[i];
+    }
+}
+
+#if defined(__GNUC__) && defined(__AVX__)
+constexpr int kTriangle = 8;
+
+/// Element i of vector j becomes element j of vector i.
+void Transpose(Vector* v)
+{
+    const Vector a = __builtin_shufflevector(v[0], v[1], 0, 4, 2, 6);
+    const Vector b = __builtin_shufflevector(v[0], v[1], 1, 5, 3, 7);
+    const Vector c = __builtin_shufflevector(v[2], v[3], 0, 4, 2, 6);
+    const Vector d = __builtin_shufflevector(v[2], v[3], 1, 5, 3, 7);
+    v[0] = __builtin_shufflevector(a, c, 0, 1, 4, 5);
+    v[1] = __builtin_shufflevector(b, d, 0, 1, 4, 5);
+    v[2] = __builtin_shufflevector(a, c, 2, 3, 6, 7);
+    v[3] = __builtin_shufflevector(b, d, 2, 3, 6, 7);
+}
+
+/// Four columns of kTriangle rows side by side.
+/// @return false, and nothing done, when a factor is 0
+bool ApplyUnitLowerToFour(double* c, std::ptrdiff_t columnStep, const double* lower, std::ptrdiff_t lowerStep)
+{
+    Vector row[kTriangle];
+#pragma GCC unroll 4
+    for (int j = 0; j < 4; ++j) {
+        row[j] = *reinterpret_cast<const Vector*>(c + j * columnStep);
+        row[j + 4] = *reinterpret_cast<const Vector*>(c + j * columnStep + 4);
+    }
+    Transpose(row);
+    Transpose(row + 4);
+    auto zero = row[0] == 0.0;
+#pragma GCC unroll 8
+    for (int k = 0; k < kTriangle - 1; ++k) {
+        zero |= row[k] == 0.0;
+#pragma GCC unroll 8
+        for (int i = k + 1; i < kTriangle; ++i) row[i] += lower[k * lowerStep + i] * row[k];
+    }
+    if ((zero[0] | zero[1] | zero[2] | zero[3]) != 0) return false;
+    Transpose(row);
+    Transpose(row + 4);
+#pragma GCC unroll 4
+    for (int j = 0; j < 4; ++j) {
+        *reinterpret_cast<Vector*>(c + j * columnStep) = row[j];
+        *reinterpret_cast<Vector*>(c + j * columnStep + 4) = row[j + 4];
+    }
+    return true;
+}
+#endif
+
+void ApplyUnitLowerBody(double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* lower,
+                        std::ptrdiff_t lowerStep, int order)
+{
+    std::size_t j = 0;
+#if defined(__GNUC__) && defined(__AVX__)
+    if (order == kTriangle)
+        for (; j + 4 <= columns; j += 4, c += 4 * columnStep)
+            if (!ApplyUnitLowerToFour(c, columnStep, lower, lowerStep))
+                for (int q = 0; q < 4; ++q) ApplyUnitLowerToColumn(c + q * columnStep, lower, lowerStep, order);
+#endif
+    for (; j < columns; ++j, c += columnStep) ApplyUnitLowerToColumn(c, lower, lowerStep, order);
+}
+
 } // namespace
 
 extern const KernelTable kTable;
-const KernelTable kTable = {MODELCORE_KERNEL_NAME, AddScaledBody, AddOuterProductsBody, ScaleBody, RotateBody,
-                            LargestMagnitudeBody};
+const KernelTable kTable = {
+    MODELCORE_KERNEL_NAME, AddScaledBody,      AddOuterProductsBody, ScaleBody,         RotateBody,
+    LargestMagnitudeBody,  AddProductTileBody, AddOuterProductBody,  ApplyUnitLowerBody};
 
 } // namespace MCMath_930::internal::MODELCORE_KERNEL_SET

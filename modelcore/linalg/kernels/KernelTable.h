@@ -5,6 +5,10 @@
 
 namespace MCMath_930::internal {
 
+/// A tile of a product: this many lines of the result by this many neighbouring elements of each.
+inline constexpr int kTileLines = 6;
+inline constexpr int kTileWidth = 8;
+
 /// One complete set of kernels, compiled for one instruction set.
 struct KernelTable {
     const char* name;
@@ -15,6 +19,11 @@ struct KernelTable {
     void (*scale)(double* x, double c, std::size_t count);
     void (*rotate)(double* x, double* y, double c, double s, std::size_t count);
     double (*largestMagnitude)(const double* x, std::size_t count);
+    void (*addProductTile)(double* const* lines, const double* left, const double* right, std::size_t depth);
+    void (*addOuterProduct)(double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* factors,
+                            std::ptrdiff_t factorStep, const double* x, std::size_t count);
+    void (*applyUnitLower)(double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* lower,
+                           std::ptrdiff_t lowerStep, int order);
 };
 
 } // namespace MCMath_930::internal

@@ -70,4 +70,29 @@ inline std::size_t FirstLargest(const double* x, std::size_t count)
     return 0; // x[0] is a NaN
 }
 
+/// One tile of a product: lines[r][w] += left[k*kTileLines + r] * right[k*kTileWidth + w] for r < kTileLines and
+/// w < kTileWidth, k = 0 .. depth-1 in this order, each product rounded before it is added. Operands are packed as
+/// TileProduct.h does it; the lines must not overlap them.
+inline void AddProductTile(double* const* lines, const double* left, const double* right, std::size_t depth)
+{
+    Kernels().addProductTile(lines, left, right, depth);
+}
+
+/// Column j of c, columnStep apart, += factors[j*factorStep] * x for j in [0, columns), each column `count` elements
+/// long. A column whose factor is 0 is not touched, so that signed zeros and infinities stay as they are. Two roundings
+/// per element. x and the factors must not overlap what is written.
+inline void AddOuterProduct(double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* factors,
+                            std::ptrdiff_t factorStep, const double* x, std::size_t count)
+{
+    Kernels().addOuterProduct(c, columnStep, columns, factors, factorStep, x, count);
+}
+
+/// Applies a unit lower triangle to columns of c, in place: for k = 0 .. order-2, rows i > k of a column receive
+/// lower(i, k) times its row k, unless that is 0. lower(i, k) is at lower[k*lowerStep + i]. Two roundings per term.
+inline void ApplyUnitLower(double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* lower,
+                           std::ptrdiff_t lowerStep, int order)
+{
+    Kernels().applyUnitLower(c, columnStep, columns, lower, lowerStep, order);
+}
+
 } // namespace MCMath_930::internal
