@@ -1,0 +1,18 @@
+// One scored case of a classification model, seen from one target category.
+#pragma once
+
+#include "modelcore/common/MCMV.h"
+#include "modelcore/modelcore_export.h"
+
+namespace MCMath_930 {
+
+struct MODELCORE_EXPORT ClassDataInfo {
+    double fdProbability = MCCommon_930::MCMV::gMissingValue; ///< predicted for this category
+    bool fbHit = false;                                       ///< whether this category was observed
+    double fdFreqWeight = 1.0;
+
+    /// Reversed on purpose: sorting puts the highest probabilities first.
+    bool operator<(const ClassDataInfo& other) const { return fdProbability > other.fdProbability; }
+};
+
+} // namespace MCMath_930
