@@ -119,8 +119,9 @@ void BlockedElimination::Update(int first, int last, int from, int to)
     if (from == to) return;
     SolveTriangle(first, last, from, to);
     AddProduct<ZeroFactor::Skips>(
-        fWork, to - from, fn - last, last - first, [=, this](int r) { return fa(from + r) + last; },
-        [=, this](int r, int k) { return fa(from + r)[first + k]; }, [=, this](int k) { return fa(first + k) + last; });
+        fWork, to - from, last - first, [=, this](int r) { return fa(from + r) + last; },
+        [=, this](int) { return fn - last; }, [=, this](int r, int k) { return fa(from + r)[first + k]; },
+        RowsOperand{[=, this](int k) { return fa(first + k) + last; }});
 }
 
 /// The part of the steps that stays within rows first..last-1: a unit lower triangle applied to those rows.
@@ -134,8 +135,9 @@ void BlockedElimination::SolveTriangle(int first, int last, int from, int to)
     const int half = first + std::max(kNarrow, (last - first) / 2 / kNarrow * kNarrow);
     SolveTriangle(first, half, from, to);
     AddProduct<ZeroFactor::Skips>(
-        fWork, to - from, last - half, half - first, [=, this](int r) { return fa(from + r) + half; },
-        [=, this](int r, int k) { return fa(from + r)[first + k]; }, [=, this](int k) { return fa(first + k) + half; });
+        fWork, to - from, half - first, [=, this](int r) { return fa(from + r) + half; },
+        [=, this](int) { return last - half; }, [=, this](int r, int k) { return fa(from + r)[first + k]; },
+        RowsOperand{[=, this](int k) { return fa(first + k) + half; }});
     SolveTriangle(half, last, from, to);
 }
 

@@ -4,6 +4,7 @@
 #include "modelcore/linalg/internal/LinpackCondition.h"
 #include "modelcore/linalg/internal/LinpackDeterminant.h"
 #include "modelcore/linalg/internal/LinpackTriangle.h"
+#include "modelcore/linalg/kernels/OrderedCholesky.h"
 
 #include <algorithm>
 #include <cmath>
@@ -33,6 +34,21 @@ int FactorCholesky(const Columns& a, int n)
         column[j] = std::sqrt(pivot);
     }
     return 0;
+}
+
+/// The same for a whole triangle, by blocks when it is large.
+template <class Columns>
+int FactorWholeCholesky(const Columns& a, int n)
+{
+    using Blocked = OrderedCholesky<Columns>;
+    if (n >= Blocked::kSmallestOrder) {
+        Blocked blocked(a, n);
+        if (blocked.HasWorkspace()) {
+            const int done = blocked.Factor([](int, double left) { return left <= 0.0 ? -1.0 : std::sqrt(left); });
+            return done == n ? 0 : done + 1;
+        }
+    }
+    return FactorCholesky(a, n);
 }
 
 /// @param factor      factors the matrix and returns info
@@ -114,7 +130,7 @@ double Linpack::Dpoco(double* a, int lda, int n, double* z, int* info)
 
 int Linpack::Dpofa(double* a, int lda, int n)
 {
-    return FactorCholesky(DenseColumns{a, lda}, n);
+    return FactorWholeCholesky(DenseColumns{a, lda}, n);
 }
 
 void Linpack::Dposl(const double* a, int lda, int n, double* b)
@@ -135,7 +151,7 @@ double Linpack::Dppco(double* ap, int n, double* z, int* info)
 
 int Linpack::Dppfa(double* ap, int n)
 {
-    return FactorCholesky(PackedColumns{ap}, n);
+    return FactorWholeCholesky(PackedColumns{ap}, n);
 }
 
 void Linpack::Dppsl(const double* ap, int n, double* b)

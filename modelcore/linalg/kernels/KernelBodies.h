@@ -219,11 +219,63 @@ void ApplyUnitLowerBody(double* c, std::ptrdiff_t columnStep, std::size_t column
     for (; j < columns; ++j, c += columnStep) ApplyUnitLowerToColumn(c, lower, lowerStep, order);
 }
 
+#if defined(__GNUC__) && defined(__AVX__)
+/// Four lines of kTriangle elements side by side.
+void FinishFourCholeskyLines(double* const* sums, const double* const* lines, const double* const* diagonal)
+{
+    Vector sum[kTriangle];
+    Vector line[kTriangle];
+#pragma GCC unroll 4
+    for (int q = 0; q < 4; ++q) {
+        sum[q] = *reinterpret_cast<const Vector*>(sums[q]);
+        sum[q + 4] = *reinterpret_cast<const Vector*>(sums[q] + 4);
+        line[q] = *reinterpret_cast<const Vector*>(lines[q]);
+        line[q + 4] = *reinterpret_cast<const Vector*>(lines[q] + 4);
+    }
+    Transpose(sum);
+    Transpose(sum + 4);
+    Transpose(line);
+    Transpose(line + 4);
+#pragma GCC unroll 8
+    for (int k = 0; k < kTriangle; ++k) {
+        const double pivot = diagonal[k][k];
+        sum[k] = pivot == 0.0 ? Vector{} : (line[k] - sum[k]) / pivot;
+#pragma GCC unroll 8
+        for (int i = k + 1; i < kTriangle; ++i) sum[i] += diagonal[i][k] * sum[k];
+    }
+    Transpose(sum);
+    Transpose(sum + 4);
+#pragma GCC unroll 4
+    for (int q = 0; q < 4; ++q) {
+        *reinterpret_cast<Vector*>(sums[q]) = sum[q];
+        *reinterpret_cast<Vector*>(sums[q] + 4) = sum[q + 4];
+    }
+}
+#endif
+
+void FinishCholeskyLinesBody(double* const* sums, const double* const* lines, int count, const double* const* diagonal,
+                             int order)
+{
+#if defined(__GNUC__) && defined(__AVX__)
+    if (order == kTriangle && count == 4) {
+        FinishFourCholeskyLines(sums, lines, diagonal);
+        return;
+    }
+#endif
+    for (int q = 0; q < count; ++q) {
+        double* const sum = sums[q];
+        for (int k = 0; k < order; ++k) {
+            for (int m = 0; m < k; ++m) sum[k] += diagonal[k][m] * sum[m];
+            sum[k] = diagonal[k][k] == 0.0 ? 0.0 : (lines[q][k] - sum[k]) / diagonal[k][k];
+        }
+    }
+}
+
 } // namespace
 
 extern const KernelTable kTable;
 const KernelTable kTable = {
-    MODELCORE_KERNEL_NAME, AddScaledBody,      AddOuterProductsBody, ScaleBody,         RotateBody,
-    LargestMagnitudeBody,  AddProductTileBody, AddOuterProductBody,  ApplyUnitLowerBody};
+    MODELCORE_KERNEL_NAME, AddScaledBody,      AddOuterProductsBody, ScaleBody,          RotateBody,
+    LargestMagnitudeBody,  AddProductTileBody, AddOuterProductBody,  ApplyUnitLowerBody, FinishCholeskyLinesBody};
 
 } // namespace MCMath_930::internal::MODELCORE_KERNEL_SET

@@ -9,6 +9,9 @@ namespace MCMath_930::internal {
 inline constexpr int kTileLines = 6;
 inline constexpr int kTileWidth = 8;
 
+/// How many lines of a triangular solution are worked on side by side.
+inline constexpr int kLinesAtOnce = 4;
+
 /// One complete set of kernels, compiled for one instruction set.
 struct KernelTable {
     const char* name;
@@ -24,6 +27,8 @@ struct KernelTable {
                             std::ptrdiff_t factorStep, const double* x, std::size_t count);
     void (*applyUnitLower)(double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* lower,
                            std::ptrdiff_t lowerStep, int order);
+    void (*finishCholeskyLines)(double* const* sums, const double* const* lines, int count,
+                                const double* const* diagonal, int order);
 };
 
 } // namespace MCMath_930::internal

@@ -95,4 +95,13 @@ inline void ApplyUnitLower(double* c, std::ptrdiff_t columnStep, std::size_t col
     Kernels().applyUnitLower(c, columnStep, columns, lower, lowerStep, order);
 }
 
+/// Finishes elements 0 .. order-1, order <= 8, of up to kLinesAtOnce lines of a Cholesky factor: for k in order,
+/// sums[q][k] += diagonal[k][m]*sums[q][m] for m = 0 .. k-1, then sums[q][k] = (lines[q][k] - sums[q][k]) /
+/// diagonal[k][k], or 0 when that pivot is 0. diagonal[k] is line k of the finished diagonal block.
+inline void FinishCholeskyLines(double* const* sums, const double* const* lines, int count,
+                                const double* const* diagonal, int order)
+{
+    Kernels().finishCholeskyLines(sums, lines, count, diagonal, order);
+}
+
 } // namespace MCMath_930::internal

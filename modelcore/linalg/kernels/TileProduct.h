@@ -36,21 +36,57 @@ private:
     std::unique_ptr<double[]> fLeft;
 };
 
-/// Packs right(k)[first + w] for w < width as strips of kTileWidth, the last one filled up with zeros.
-template <class Right>
-void PackRight(double* packed, Right right, int first, int width, int depth)
-{
-    for (int w = 0; w < width; w += kTileWidth) {
-        const int used = std::min(kTileWidth, width - w);
+/// A right operand whose row k is contiguous: at(k) is where its element 0 stands.
+template <class Row>
+struct RowsOperand {
+    Row row;
+
+    double operator()(int k, int w) const { return row(k)[w]; }
+
+    void PackStrip(double* packed, int w, int first, int depth) const
+    {
         for (int k = 0; k < depth; ++k, packed += kTileWidth) {
-            const double* const from = right(k) + first + w;
-            if (used == kTileWidth) {
-                for (int i = 0; i < kTileWidth; ++i) packed[i] = from[i];
-            } else {
-                std::copy_n(from, used, packed);
-                std::fill(packed + used, packed + kTileWidth, 0.0);
-            }
+            const double* const from = row(first + k) + w;
+            for (int i = 0; i < kTileWidth; ++i) packed[i] = from[i];
         }
+    }
+};
+
+/// A right operand whose columns are contiguous: line(w) is where element (0, w) stands, the depth runs along it.
+template <class Line>
+struct LinesOperand {
+    Line line;
+
+    double operator()(int k, int w) const { return line(w)[k]; }
+
+    void PackStrip(double* packed, int w, int first, int depth) const
+    {
+        const double* from[kTileWidth];
+        for (int i = 0; i < kTileWidth; ++i) from[i] = line(w + i) + first;
+        for (int k = 0; k < depth; ++k, packed += kTileWidth)
+            for (int i = 0; i < kTileWidth; ++i) packed[i] = from[i][k];
+    }
+};
+
+template <class Row>
+RowsOperand(Row) -> RowsOperand<Row>;
+template <class Line>
+LinesOperand(Line) -> LinesOperand<Line>;
+
+/// Packs elements w0 .. w0 + width - 1 of terms first .. first + depth - 1 as strips of kTileWidth elements, the last
+/// strip filled up with zeros.
+template <class Right>
+void PackRight(double* packed, const Right& right, int w0, int width, int first, int depth)
+{
+    for (int w = 0; w < width; w += kTileWidth, packed += static_cast<std::ptrdiff_t>(kTileWidth) * depth) {
+        const int used = std::min(kTileWidth, width - w);
+        if (used == kTileWidth) {
+            right.PackStrip(packed, w0 + w, first, depth);
+            continue;
+        }
+        for (int k = 0; k < depth; ++k)
+            for (int i = 0; i < kTileWidth; ++i)
+                packed[k * kTileWidth + i] = i < used ? right(first + k, w0 + w + i) : 0.0;
     }
 }
 
@@ -64,22 +100,25 @@ void PackLeft(double* packed, Left left, int first, int lines, int depth)
 }
 
 /// The tiles of up to kTileLines lines, from packed operands.
-/// @param line  line(r) is where element 0 of line r stands
-template <class Line>
-void AddProductToLines(Line line, int lines, int width, const double* left, const double* right, int depth)
+/// @param line    line(r) is where element 0 of line r stands
+/// @param length  length(r) is how many elements line r has, not less than those of the line before it
+template <class Line, class Length>
+void AddProductToLines(Line line, Length length, int lines, const double* left, const double* right, int depth)
 {
     double edge[kTileLines][kTileWidth] = {};
     double* target[kTileLines];
-    for (int w = 0; w < width; w += kTileWidth, right += static_cast<std::ptrdiff_t>(kTileWidth) * depth) {
-        const int used = std::min(kTileWidth, width - w);
-        const bool whole = used == kTileWidth;
+    const int shortest = length(0);
+    const int longest = length(lines - 1);
+    for (int w = 0; w < longest; w += kTileWidth, right += static_cast<std::ptrdiff_t>(kTileWidth) * depth) {
+        const bool whole = w + kTileWidth <= shortest;
+        const auto used = [&](int r) { return std::clamp(length(r) - w, 0, kTileWidth); };
         for (int r = 0; r < kTileLines; ++r) {
             target[r] = whole && r < lines ? line(r) + w : edge[r];
-            if (!whole && r < lines) std::copy_n(line(r) + w, used, edge[r]);
+            if (!whole && r < lines) std::copy_n(line(r) + w, used(r), edge[r]);
         }
         AddProductTile(target, left, right, static_cast<std::size_t>(depth));
         if (!whole)
-            for (int r = 0; r < lines; ++r) std::copy_n(edge[r], used, line(r) + w);
+            for (int r = 0; r < lines; ++r) std::copy_n(edge[r], used(r), line(r) + w);
     }
 }
 
@@ -89,54 +128,62 @@ enum class ZeroFactor {
     Skips       ///< its terms are left out, as Daxpy leaves them out
 };
 
-/// Whether multiplying by a zero factor could show: a -0.0 in the lines would become +0.0, an infinity or NaN in the
-/// right operand would become a NaN.
-template <class Line>
-bool ZeroFactorShows(Line line, int lines, int width, const double* right, int depth)
+/// AddProductToLines with the terms of zero factors left out. Multiplying by them could show: a -0.0 in the lines would
+/// become +0.0, an infinity or NaN in the right operand would become a NaN. Only then the slow loop is needed.
+template <class Line, class Length>
+void AddProductSkippingZeros(Line line, Length length, int lines, const double* left, const double* right, int depth)
 {
-    const int packed = (width + kTileWidth - 1) / kTileWidth * kTileWidth * depth;
-    for (int i = 0; i < packed; ++i)
-        if (!std::isfinite(right[i])) return true;
+    int zeros = 0;
+    for (int i = 0; i < kTileLines * depth; ++i) zeros += left[i] == 0.0;
+    const int longest = length(lines - 1);
+    bool shows = false;
+    if (zeros > 0) {
+        const int packed = (longest + kTileWidth - 1) / kTileWidth * kTileWidth * depth;
+        for (int i = 0; i < packed; ++i) shows |= !std::isfinite(right[i]);
+        for (int r = 0; r < lines; ++r)
+            for (int w = 0; w < length(r); ++w) shows |= line(r)[w] == 0.0 && std::signbit(line(r)[w]);
+    }
+    if (!shows) {
+        AddProductToLines(line, length, lines, left, right, depth);
+        return;
+    }
     for (int r = 0; r < lines; ++r)
-        for (int w = 0; w < width; ++w)
-            if (line(r)[w] == 0.0 && std::signbit(line(r)[w])) return true;
-    return false;
+        for (int k = 0; k < depth; ++k) {
+            const double factor = left[k * kTileLines + r];
+            if (factor == 0.0) continue;
+            for (int w = 0; w < length(r); ++w)
+                line(r)[w] += factor * right[(w / kTileWidth * depth + k) * kTileWidth + w % kTileWidth];
+        }
 }
 
 /// C += left * right, the terms of every element in the order of k.
 ///
-/// @param line   line(r) is where element 0 of line r stands, r in [0, lines)
-/// @param left   left(r, k) is a factor of line r
-/// @param right  right(k) is where the `width` elements of row k stand
-template <ZeroFactor kZeros, class Line, class Left, class Right>
-void AddProduct(const TileWorkspace& work, int lines, int width, int depth, Line line, Left left, Right right)
+/// @param line    line(r) is where element 0 of line r stands, r in [0, lines)
+/// @param length  length(r) is how many elements line r has, not less than those of the line before it
+/// @param left    left(r, k) is a factor of line r, k in [0, depth)
+/// @param right   a RowsOperand or LinesOperand
+template <ZeroFactor kZeros, class Line, class Length, class Left, class Right>
+void AddProduct(const TileWorkspace& work, int lines, int depth, Line line, Length length, Left left,
+                const Right& right)
 {
     if (lines <= 0) return;
+    const int width = length(lines - 1);
     for (int k0 = 0; k0 < depth; k0 += TileWorkspace::kDepth) {
         const int terms = std::min(TileWorkspace::kDepth, depth - k0);
         for (int w0 = 0; w0 < width; w0 += work.Width()) {
             const int count = std::min(work.Width(), width - w0);
-            PackRight(
-                work.Right(), [&](int k) { return right(k0 + k); }, w0, count, terms);
+            PackRight(work.Right(), right, w0, count, k0, terms);
             for (int r0 = 0; r0 < lines; r0 += kTileLines) {
                 const int used = std::min(kTileLines, lines - r0);
                 const auto part = [&](int r) { return line(r0 + r) + w0; };
+                const auto partLength = [&](int r) { return std::clamp(length(r0 + r) - w0, 0, count); };
+                if (partLength(used - 1) == 0) continue;
                 PackLeft(
                     work.Left(), [&](int r, int k) { return left(r, k0 + k); }, r0, used, terms);
-                if constexpr (kZeros == ZeroFactor::Skips) {
-                    int zeros = 0;
-                    for (int i = 0; i < kTileLines * terms; ++i) zeros += work.Left()[i] == 0.0;
-                    if (zeros > 0 && ZeroFactorShows(part, used, count, work.Right(), terms)) {
-                        for (int r = 0; r < used; ++r)
-                            for (int k = 0; k < terms; ++k) {
-                                const double factor = work.Left()[k * kTileLines + r];
-                                if (factor != 0.0)
-                                    AddScaled(part(r), factor, right(k0 + k) + w0, static_cast<std::size_t>(count));
-                            }
-                        continue;
-                    }
-                }
-                AddProductToLines(part, used, count, work.Left(), work.Right(), terms);
+                if constexpr (kZeros == ZeroFactor::Skips)
+                    AddProductSkippingZeros(part, partLength, used, work.Left(), work.Right(), terms);
+                else
+                    AddProductToLines(part, partLength, used, work.Left(), work.Right(), terms);
             }
         }
     }
