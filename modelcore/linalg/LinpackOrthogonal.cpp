@@ -4,6 +4,7 @@
 #include "modelcore/linalg/Blas1.h"
 #include "modelcore/linalg/internal/LinpackColumns.h"
 #include "modelcore/linalg/internal/LinpackReflection.h"
+#include "modelcore/linalg/internal/ReflectionBlock.h"
 
 #include <algorithm>
 #include <cmath>
@@ -70,10 +71,77 @@ struct ColumnNorms {
     }
 };
 
+/// Reflections are put off and applied to the later columns a block at a time: without pivoting nobody looks at those
+/// columns before.
+class BlockedReflections {
+public:
+    /// With fewer columns the loop by single reflections is faster.
+    static constexpr int kFewestColumns = 24;
+
+    BlockedReflections(double* x, int ldx, int n, int p, double* qraux)
+        : fx{x, ldx}, fn(n), fp(p), fAux(qraux), fStrip(n)
+    {}
+
+    bool HasWorkspace() const { return static_cast<bool>(fStrip); }
+
+    void Decompose()
+    {
+        const int steps = std::min(fn, fp);
+        for (int first = 0; first < steps; first += kBlock) {
+            const int last = std::min(steps, first + kBlock);
+            for (int group = first; group < last; group += kGroup) {
+                const int end = std::min(last, group + kGroup);
+                for (int l = group; l < end; ++l) Reflect(l, first, end);
+                Apply(group, end, end, last);
+            }
+            Apply(first, last, last, fp);
+            for (int l = first; l < last; ++l)
+                if (fAux[l] != 0.0) fx(l)[l] = -fNorms[l - first];
+        }
+    }
+
+private:
+    static constexpr int kBlock = 32;
+    static constexpr int kGroup = 8;
+
+    /// Makes reflection l and applies it up to column end.
+    void Reflect(int l, int first, int end)
+    {
+        fAux[l] = 0.0;
+        if (l == fn - 1) return;
+        double* const v = fx(l) + l;
+        fNorms[l - first] = MakeReflection(v, fn - l);
+        if (fNorms[l - first] == 0.0) return;
+        fAux[l] = v[0];
+        if (l + 1 < end) ReflectColumns(v, fn - l, fx(l + 1) + l, fx.lda, end - l - 1);
+    }
+
+    /// Applies reflections begin..end-1 to columns from..to-1. A reflection of the block has not given its first
+    /// element back to R yet.
+    void Apply(int begin, int end, int from, int to)
+    {
+        if (from >= to) return;
+        fStrip.Apply(
+            fx, from, to, begin, end - begin, [=, this](int q) { return fAux[begin + q] != 0.0 ? begin + q : -1; },
+            [=, this](int q) { return fx(begin + q); });
+    }
+
+    DenseColumns<double> fx;
+    int fn;
+    int fp;
+    double* fAux;
+    ReflectionStrip fStrip;
+    double fNorms[kBlock] = {};
+};
+
 } // namespace
 
 void Linpack::Dqrdc(double* x, int ldx, int n, int p, double* qraux, int* jpvt, double* work, int job)
 {
+    if (job == 0 && std::min(n, p) >= BlockedReflections::kFewestColumns) {
+        BlockedReflections blocked(x, ldx, n, p, qraux);
+        if (blocked.HasWorkspace()) return blocked.Decompose();
+    }
     const DenseColumns columns{x, ldx};
     const FreeRange free = job != 0 ? ArrangeInitialAndFinal(columns, n, p, jpvt) : FreeRange{0, 0};
     const ColumnNorms norms{qraux, work};
@@ -101,11 +169,8 @@ void Linpack::Dqrdc(double* x, int ldx, int n, int p, double* qraux, int* jpvt, 
         double* const column = columns(l);
         const double norm = MakeReflection(column + l, n - l);
         if (norm == 0.0) continue;
-        for (int j = l + 1; j < p; ++j) {
-            double* const later = columns(j);
-            Reflect(column + l, n - l, later + l);
-            if (j >= free.first && j < free.last) norms.RemoveRow(j, l, n, later);
-        }
+        if (l + 1 < p) ReflectColumns(column + l, n - l, columns(l + 1) + l, ldx, p - l - 1);
+        for (int j = std::max(free.first, l + 1); j < free.last; ++j) norms.RemoveRow(j, l, n, columns(j));
         qraux[l] = column[l];
         column[l] = -norm;
     }

@@ -3,7 +3,11 @@
 
 #include "modelcore/linalg/Blas1.h"
 
+#include "modelcore/linalg/kernels/Kernels.h"
+
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 
 namespace MCMath_930::internal {
 
@@ -24,6 +28,20 @@ inline void Reflect(const double* v, int count, double* y)
 {
     const double t = -Blas1::DDot(count, v, 1, y, 1) / v[0];
     Blas1::Daxpy(count, t, v, 1, y, 1);
+}
+
+/// Reflect for `columns` columns y, columnStep apart: their dot products side by side, while a few of them are in
+/// cache.
+inline void ReflectColumns(const double* v, int count, double* y, std::ptrdiff_t columnStep, int columns)
+{
+    constexpr int kColumnsAtOnce = 8;
+    for (int j = 0; j < columns; j += kColumnsAtOnce, y += kColumnsAtOnce * columnStep) {
+        const int used = std::min(kColumnsAtOnce, columns - j);
+        double factors[kColumnsAtOnce];
+        DotColumns(factors, y, columnStep, static_cast<std::size_t>(used), v, static_cast<std::size_t>(count));
+        for (int q = 0; q < used; ++q) factors[q] = -factors[q] / v[0];
+        AddOuterProduct(y, columnStep, static_cast<std::size_t>(used), factors, 1, v, static_cast<std::size_t>(count));
+    }
 }
 
 /// Reflect for a reflection whose first element is kept apart from the `count` elements after it.

@@ -271,11 +271,113 @@ void FinishCholeskyLinesBody(double* const* sums, const double* const* lines, in
     }
 }
 
+#ifdef __GNUC__
+constexpr int kStripVectors = 4;
+
+void ReflectStripPart(double* strip, const double* v, const double* factors, const double* next, double* dots,
+                      std::size_t rows)
+{
+    Vector factor[kStripVectors] = {};
+    Vector dot[kStripVectors] = {};
+#pragma GCC unroll 4
+    for (int q = 0; q < kStripVectors; ++q) {
+        if (v != nullptr) factor[q] = *reinterpret_cast<const Vector*>(factors + q * kVectorWidth);
+        if (next != nullptr) dot[q] = *reinterpret_cast<const Vector*>(dots + q * kVectorWidth);
+    }
+    if (v == nullptr) {
+        for (std::size_t i = 0; i < rows; ++i, strip += kStripWidth)
+#pragma GCC unroll 4
+            for (int q = 0; q < kStripVectors; ++q)
+                dot[q] += next[i] * *reinterpret_cast<const Vector*>(strip + q * kVectorWidth);
+    } else if (next == nullptr) {
+        for (std::size_t i = 0; i < rows; ++i, strip += kStripWidth)
+#pragma GCC unroll 4
+            for (int q = 0; q < kStripVectors; ++q)
+                *reinterpret_cast<Vector*>(strip + q * kVectorWidth) += v[i] * factor[q];
+    } else {
+        for (std::size_t i = 0; i < rows; ++i, strip += kStripWidth)
+#pragma GCC unroll 4
+            for (int q = 0; q < kStripVectors; ++q) {
+                Vector* const at = reinterpret_cast<Vector*>(strip + q * kVectorWidth);
+                const Vector row = *at + v[i] * factor[q];
+                *at = row;
+                dot[q] += next[i] * row;
+            }
+    }
+    if (next != nullptr)
+#pragma GCC unroll 4
+        for (int q = 0; q < kStripVectors; ++q) *reinterpret_cast<Vector*>(dots + q * kVectorWidth) = dot[q];
+}
+#else
+constexpr int kStripVectors = 1;
+constexpr int kVectorWidth = 1;
+
+void ReflectStripPart(double* strip, const double* v, const double* factors, const double* next, double* dots,
+                      std::size_t rows)
+{
+    for (std::size_t i = 0; i < rows; ++i, strip += kStripWidth) {
+        if (v != nullptr) *strip += v[i] * *factors;
+        if (next != nullptr) *dots += next[i] * *strip;
+    }
+}
+#endif
+
+void ReflectStripBody(double* strip, const double* v, const double* factors, const double* next, double* dots,
+                      std::size_t rows)
+{
+    constexpr int kPart = kStripVectors * kVectorWidth;
+    for (int j = 0; j < kStripWidth; j += kPart)
+        ReflectStripPart(strip + j, v, v != nullptr ? factors + j : nullptr, next, next != nullptr ? dots + j : nullptr,
+                         rows);
+}
+
+void DotColumnsBody(double* dots, const double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* x,
+                    std::size_t count)
+{
+    const auto rows = static_cast<std::ptrdiff_t>(count);
+    std::size_t j = 0;
+#if defined(__GNUC__) && defined(__AVX__)
+    for (; j + 8 <= columns; j += 8, c += 8 * columnStep) {
+        Vector first = {};
+        Vector second = {};
+        std::ptrdiff_t i = 0;
+        for (; i + 4 <= rows; i += 4) {
+            Vector part[8];
+#pragma GCC unroll 8
+            for (int q = 0; q < 8; ++q) part[q] = *reinterpret_cast<const Vector*>(c + q * columnStep + i);
+            Transpose(part);
+            Transpose(part + 4);
+#pragma GCC unroll 4
+            for (int q = 0; q < 4; ++q) {
+                first += x[i + q] * part[q];
+                second += x[i + q] * part[q + 4];
+            }
+        }
+        *reinterpret_cast<Vector*>(dots + j) = first;
+        *reinterpret_cast<Vector*>(dots + j + 4) = second;
+        for (; i < rows; ++i)
+            for (int q = 0; q < 8; ++q) dots[j + static_cast<std::size_t>(q)] += x[i] * c[q * columnStep + i];
+    }
+#endif
+    for (; j + 4 <= columns; j += 4, c += 4 * columnStep) {
+        double sum[4] = {};
+        for (std::ptrdiff_t i = 0; i < rows; ++i)
+            for (int q = 0; q < 4; ++q) sum[q] += x[i] * c[q * columnStep + i];
+        for (int q = 0; q < 4; ++q) dots[j + static_cast<std::size_t>(q)] = sum[q];
+    }
+    for (; j < columns; ++j, c += columnStep) {
+        double sum = 0.0;
+        for (std::ptrdiff_t i = 0; i < rows; ++i) sum += x[i] * c[i];
+        dots[j] = sum;
+    }
+}
+
 } // namespace
 
 extern const KernelTable kTable;
 const KernelTable kTable = {
     MODELCORE_KERNEL_NAME, AddScaledBody,      AddOuterProductsBody, ScaleBody,          RotateBody,
-    LargestMagnitudeBody,  AddProductTileBody, AddOuterProductBody,  ApplyUnitLowerBody, FinishCholeskyLinesBody};
+    LargestMagnitudeBody,  AddProductTileBody, AddOuterProductBody,  ApplyUnitLowerBody, FinishCholeskyLinesBody,
+    ReflectStripBody,      DotColumnsBody};
 
 } // namespace MCMath_930::internal::MODELCORE_KERNEL_SET

@@ -9,6 +9,9 @@ namespace MCMath_930::internal {
 inline constexpr int kTileLines = 6;
 inline constexpr int kTileWidth = 8;
 
+/// A strip of columns stored row by row.
+inline constexpr int kStripWidth = 16;
+
 /// How many lines of a triangular solution are worked on side by side.
 inline constexpr int kLinesAtOnce = 4;
 
@@ -29,6 +32,10 @@ struct KernelTable {
                            std::ptrdiff_t lowerStep, int order);
     void (*finishCholeskyLines)(double* const* sums, const double* const* lines, int count,
                                 const double* const* diagonal, int order);
+    void (*reflectStrip)(double* strip, const double* v, const double* factors, const double* next, double* dots,
+                         std::size_t rows);
+    void (*dotColumns)(double* dots, const double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* x,
+                       std::size_t count);
 };
 
 } // namespace MCMath_930::internal

@@ -1,6 +1,8 @@
 // The choice among the compiled kernel sets: once, at the first call.
 #include "modelcore/linalg/kernels/Kernels.h"
 
+#include "modelcore/linalg/kernels/TileProduct.h"
+
 #include <vector>
 
 namespace MCMath_930::internal {
@@ -50,6 +52,26 @@ const KernelTable& ChooseKernels()
     const KernelTable* const fastest = UsableKernelTables().back();
     activeKernels.store(fastest, std::memory_order_relaxed);
     return *fastest;
+}
+
+void AddOuterProducts(double* packed, std::size_t order, const double* left, const double* right, std::size_t count)
+{
+    // For fewer rows or terms the packing costs more than the tile saves.
+    constexpr std::size_t kSmallestOrder = 32;
+    constexpr std::size_t kFewestTerms = 16;
+    if (order >= kSmallestOrder && count >= kFewestTerms) {
+        const int n = static_cast<int>(order);
+        if (const TileWorkspace work(n); work) {
+            AddProduct<ZeroFactor::Multiplies>(
+                work, n, static_cast<int>(count),
+                [packed](int i) { return packed + static_cast<std::ptrdiff_t>(i) * (i + 1) / 2; },
+                [](int i) { return i + 1; },
+                [left, n](int i, int k) { return left[static_cast<std::ptrdiff_t>(k) * n + i]; },
+                RowsOperand{[right, n](int k) { return right + static_cast<std::ptrdiff_t>(k) * n; }});
+            return;
+        }
+    }
+    Kernels().addOuterProducts(packed, order, left, right, count);
 }
 
 } // namespace MCMath_930::internal

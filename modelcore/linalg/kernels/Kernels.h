@@ -41,11 +41,8 @@ inline void AddScaled(double* y, double c, const double* x, std::size_t count)
 /// packed(i,j) += left[k][i] * right[k][j] for k = 0 .. count-1 in this order and all j <= i < order. packed is a lower
 /// triangle row by row; left and right hold count rows of order values. Each product is rounded before it is added,
 /// and each element adds its own terms in the order of k, so any grouping of elements or calls gives the same bits.
-inline void AddOuterProducts(double* packed, std::size_t order, const double* left, const double* right,
-                             std::size_t count)
-{
-    Kernels().addOuterProducts(packed, order, left, right, count);
-}
+MODELCORE_EXPORT void AddOuterProducts(double* packed, std::size_t order, const double* left, const double* right,
+                                       std::size_t count);
 
 /// x[j] *= c for j in [0, count). One rounding per element.
 inline void Scale(double* x, double c, std::size_t count)
@@ -102,6 +99,22 @@ inline void FinishCholeskyLines(double* const* sums, const double* const* lines,
                                 const double* const* diagonal, int order)
 {
     Kernels().finishCholeskyLines(sums, lines, count, diagonal, order);
+}
+
+/// On a strip of kStripWidth columns stored row by row: row i += v[i]*factors, then dots += next[i] * row i, for i in
+/// [0, rows) in order. Without v only the dots, without next only the first half is done. Two roundings per term.
+inline void ReflectStrip(double* strip, const double* v, const double* factors, const double* next, double* dots,
+                         std::size_t rows)
+{
+    Kernels().reflectStrip(strip, v, factors, next, dots, rows);
+}
+
+/// dots[j] = x . column j of c, columnStep apart, for j in [0, columns): each sum from 0 in index order, several of
+/// them side by side. Two roundings per term.
+inline void DotColumns(double* dots, const double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* x,
+                       std::size_t count)
+{
+    Kernels().dotColumns(dots, c, columnStep, columns, x, count);
 }
 
 } // namespace MCMath_930::internal
