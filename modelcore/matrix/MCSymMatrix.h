@@ -11,6 +11,7 @@
 namespace MCMath_930 {
 
 class MCBitSet;
+class MCSparseVector;
 
 /// A symmetric matrix of order n held as its lower triangle: cross products, covariances, information matrices.
 ///
@@ -33,6 +34,10 @@ public:
 
     /// The zero matrix of order n; an empty one when n is not in [0, kMaxRows].
     explicit MCSymMatrix(int n);
+
+    /// The matrix of order n with the given n(n+1)/2 packed elements; an empty one when there are not so many, or n is
+    /// not in [0, kMaxRows].
+    MCSymMatrix(int n, std::span<const double> packed);
 
     MCSymMatrix(const MCSymMatrix& other) = default;
     MCSymMatrix& operator=(const MCSymMatrix& other);
@@ -76,25 +81,88 @@ public:
     const double* GetRowPtr(int i) const { return i >= 0 && i < fnRows ? Row(i) : nullptr; }
 
     // ---------------------------------------------------------------------------------------------------------------
-    // Structure
+    // Copies from and to square arrays of n*n elements, row by row or (being symmetric, the same) column by column
 
-    /// Makes this the zero matrix of order n.
+    /// Takes order and elements from the lower triangle of a square array: element (i, j), i >= j, at i*n + j of an
+    /// array by rows, which is the upper triangle of one by columns.
     /// @return  false, and nothing changed, when n is not in [0, kMaxRows]
+    bool CopyFromSquare(const double* square, int n);
+
+    /// Writes both triangles to a square array of n*n elements.
+    void CopyToSquare(double* square) const;
+
+    /// Takes order and elements from n(n+1)/2 packed elements. False, and nothing changed, unless there are so many for
+    /// some order in [0, kMaxRows].
+    bool CopyFromPacked(std::span<const double> packed);
+
+    // ---------------------------------------------------------------------------------------------------------------
+    // Order
+
+    /// Makes this the zero matrix of order n. This and the next two return false, and change nothing, when n is not in
+    /// [0, kMaxRows].
     bool SetNRows(int n);
 
     /// Changes the order to n. Elements that lie in both the old and the new matrix stay, new ones are 0.
-    /// @return  false, and nothing changed, when n is not in [0, kMaxRows]
     bool Resize(int n);
+
+    /// Makes the order n for a result that will be written whole: what the elements are is not said.
+    bool ResizeNRows(int n);
+
+    /// Takes order and elements of a symmetric matrix of any kind.
+    /// @return  false, and nothing changed, when its order is not in [0, kMaxRows]
+    bool ResizeNCopy(const IMCSymMatrix& source);
+
+    // ---------------------------------------------------------------------------------------------------------------
+    // Rows and structure
 
     bool GetRow(int i, std::vector<double>& row) const override;
     bool PutRow(int i, const std::vector<double>& row) override;
-    void GetDiagonal(std::vector<double>& diag) const override;
+    int GetIndexFirstInRow(int i) const override { return IsRow(i) ? 0 : -1; }
+    int GetIndexLastInRow(int i) const override { return IsRow(i) ? fnRows - 1 : -1; }
+
+    /// The stored part of column j: the elements (j, j) to (n-1, j). False, and col as it was, for j outside [0, n).
+    bool GetPCol(int j, std::vector<double>& col) const;
+
+    /// The coefficients of the regression of variable target on the swept ones: after the sweeps element (target, j)
+    /// for swept j, and 0 for every other j. n values.
+    /// @return  false when target is outside [0, n) or swept itself, or swept has fewer than n bits
+    bool GetRegCoeffs(int target, const MCBitSet& swept, std::vector<double>& coeffs) const;
+
     void AddToDiagonal(double x) override;
+
+    /// Adds x to the diagonal elements first to first+count-1. False when they do not all exist.
+    bool AddToDiagonalPart(int first, int count, double x);
+
+    /// Clamps a correlation matrix away from 1 and -1: off the diagonal, what is >= 1 becomes 1 - eps, what is <= -1
+    /// becomes -(1 - eps). False, and nothing changed, unless 0 <= eps < 1.
+    bool AdjustOffDiagCorr(double eps);
+
+    /// Replaces diagonal elements that are exactly 0 by x. Returns how many there were.
+    int ReplaceDiagZeroes(double x);
+
+    /// Sets to 0 the covariances of variables without variance: rows and columns whose diagonal element is exactly 0.
+    /// Returns how many there are.
+    int SetCovarZeros();
+
     void MultiplyByNumber(double x) override;
     void ChangeSign() override;
-    double Trace() const override;
+    double TraceOfProduct(const IMCSymMatrix& B) const override;
     void ZeroOut() override;
+    void ZeroOutNonDiag() override;
+
+    /// Sets row and column i to 0. False for i outside [0, n).
+    bool ZeroOutRow(int i);
+
+    /// Sets to 0 every element of magnitude at most tol; a NaN stays. Returns how many, zeros not counted; -1 for a tol
+    /// that is negative or NaN. There is no usual tol: it is in the unit of the elements.
+    int ZeroOutAllSmall(double tol);
+
+    /// Sets to 0 the rows and columns whose diagonal element is at most tol times the largest one in magnitude. Returns
+    /// how many; -1 for a tol that is negative or NaN. 1e-12 is usual.
+    int ZeroOutRowsForSmallDiag(double tol);
+
     void Clear() override;
+    void ClearAll() override;
 
     /// Spreads the matrix out to order n: what was row (and column) i becomes row positions[i], and every element of
     /// the other rows is 0. Rows may change places.
@@ -106,11 +174,34 @@ public:
     /// @return  false, and nothing changed, unless as many bits are set as there are rows
     bool Expand(const MCBitSet& kept);
 
-    /// Removes row and column k.
-    /// @return  false, and nothing changed, for k outside [0, n)
+    /// Expand(kept) into another matrix, packed or with both triangles.
+    bool ExpandSym(const MCBitSet& kept, MCSymMatrix& out) const;
+    bool ExpandSymToRect(const MCBitSet& kept, MCRectMatrix& out) const;
+
+    /// Removes row and column k. False, and nothing changed, for k outside [0, n).
     bool DeleteOneRow(int k);
 
+    /// The rectangular block of the given rows and columns, in the order given. False for a number outside [0, n).
+    bool ExtractRectangle(const std::vector<int>& rows, const std::vector<int>& cols, MCRectMatrix& out) const;
+
+    /// The rectangular block whose rows are those with a set bit, whose columns those without: the covariances between
+    /// a subset and its complement. rows holds at most n bits; those it lacks count as not set.
+    bool ExtractOffBlock(const MCBitSet& rows, MCRectMatrix& out) const;
+
+    /// Number and order of the diagonal blocks of a matrix that consists of equal ones, for SetNBlocks.
+    int GetBlockSize() const { return fnBlocks > 0 ? fnRows / fnBlocks : 0; }
+
+    /// Says that the matrix is to be seen as nBlocks diagonal blocks of equal order. The elements do not change; a
+    /// change of the order makes it one block again. False unless nBlocks >= 1 divides the order.
+    bool SetNBlocks(int nBlocks);
+
     void Display() const override;
+
+    /// Display with both triangles.
+    void DisplayF() const;
+
+    /// A short form of Display: the order, trace and extreme elements.
+    void DisplayS() const;
 
     // ---------------------------------------------------------------------------------------------------------------
     // Sweep (MCSymMatrixSweep.cpp)
@@ -164,6 +255,155 @@ public:
     bool SweepOnAll(double tol, const std::vector<double>& origDiag, MCBitSet& swept, bool check);
     bool SweepOnAll(double tol, const double* origDiag, MCBitSet& swept, bool check);
 
+    // ---------------------------------------------------------------------------------------------------------------
+    // Cholesky factor (MCSymMatrixCholesky.cpp). L is the lower triangle that LTChol leaves. Zeros on its diagonal mark
+    // redundant rows: a solution has 0 there, an inverse a zero row and column.
+
+    using IMCSymMatrix::LTChol;
+    int LTChol(const std::vector<double>& refDiag, double tol, bool check) override;
+    int LTChol(const std::vector<double>& refDiag, double tol, MCBitSet& kept, bool check) override;
+    int LTDetInverse(double det[2], int job) override;
+    int CholInverse(const std::vector<double>& refDiag, double tol, IMCSymMatrix& out) const override;
+    bool LTSolve(const std::vector<double>& b, std::vector<double>& x) const override;
+    void LTLLTrans() override;
+    void LTLTransL() override;
+
+    /// Replaces L by its inverse, or generalised inverse, as LTDetInverse(nullptr, 10) does. Always true.
+    bool LTInverse();
+
+    /// Solves L*x = b by forward substitution. x may be b. False when b is shorter than n.
+    bool LTSubstitute(const std::vector<double>& b, std::vector<double>& x) const;
+
+    /// Solves L'*x = b by back substitution. x may be b. False when b is shorter than n.
+    bool TSolveSubst(const std::vector<double>& b, std::vector<double>& x) const;
+
+    /// The numbers of the rows that LTChol(refDiag, tol, kept, true) would keep, ascending. The matrix does not change.
+    /// Memory: a copy of the matrix.
+    /// @return  how many, the rank; -1, and rows as they were, for invalid arguments
+    int CholIndNonRed(const std::vector<double>& refDiag, double tol, std::vector<int>& rows) const;
+
+    /// Replaces L by the factor of L*L' + v*v', by plane rotations (LINPACK's Dchud). False when v is shorter than n.
+    bool LTCholUpdateR1(const std::vector<double>& v);
+
+    /// Replaces L by the factor of L*L' - v*v', by plane rotations (LINPACK's Dchdd).
+    /// @return  false, and nothing changed, when v is shorter than n, a diagonal element of L is 0, or the difference
+    /// is
+    ///          not positive definite
+    bool LTCholDowndate(const std::vector<double>& v);
+
+    /// Adds the smallest amounts to the diagonal that the modified Cholesky factorisation of Gill, Murray and Wright
+    /// (Practical Optimization, 1981, section 4.4.2.2) finds sufficient to make the matrix positive definite. A matrix
+    /// that is sufficiently so does not change. Memory: a copy of the matrix.
+    /// @param delta  smallest pivot allowed, relative to the largest element (or 1); > 0, 1e-8 is usual
+    /// @return  the number of diagonal elements raised; -1, and nothing changed, when delta is not above 0 or an
+    /// element
+    ///          is not finite
+    int TransformToPositiveDefinite(double delta);
+
+    // ---------------------------------------------------------------------------------------------------------------
+    // Products that only a packed matrix forms, and cross products accumulated in place (MCSymMatrixProducts.cpp). The
+    // letters are those of IMCSymMatrix; further ones:
+    //
+    //    B            a block: of this matrix in VBW, symmetric operand        -  or const IMCSymMatrix& B
+    //                 of the order of SSub in SSubBSSub
+    //    SSub         sub-matrix of S with the given row numbers, also         const std::vector<int>& rows
+    //                 SymSub
+    //    SpV, SpW     sparse vector                                            const MCSparseVector&
+    //    Vii, Wii     vector with an index increment: element i at v[i*incr]   const double* v, int incr
+    //    Sym          symmetric matrix                                         const IMCSymMatrix&
+    //    RDiag        R times a diagonal matrix                                R and const std::vector<double>& d
+    //    By           between the factors of a product that becomes S itself
+    //
+    // A name without S (RTransByR, RByRTrans, RTransSymR) forms S itself: the matrix takes the order of the result.
+
+    bool ComputeAXpY(double a, const IMCSymMatrix& X) override;
+
+    double ComputeVSWii(const std::vector<double>& v, const double* w, int incr) const; ///< v'*S*w
+    double ComputeViiSW(const double* v, int incr, const std::vector<double>& w) const; ///< v'*S*w
+
+    /// v'*S*w over the elements that the sparse vectors hold. Missing when one is not valid or reaches beyond n.
+    double ComputeSpVSSpW(const MCSparseVector& v, const MCSparseVector& w) const;
+
+    /// v'*B*w, where B is the block of nRows rows from firstRow on and nCols columns from firstCol on; v and w hold
+    /// nRows and nCols values.
+    double ComputeVBW(const std::vector<double>& v, int firstRow, int nRows, const std::vector<double>& w, int firstCol,
+                      int nCols) const;
+
+    /// v'*B*v and v'*B*w, where B is diagonal block number block (see SetNBlocks); v and w hold GetBlockSize() values.
+    double ComputeBlockVSV(int block, const std::vector<double>& v) const;
+    double ComputeBlockVSW(int block, const std::vector<double>& v, const std::vector<double>& w) const;
+
+    /// v'*SSub*w; v and w hold one value for each of the rows.
+    double ComputeVSymSubW(const std::vector<double>& v, const std::vector<int>& rows,
+                           const std::vector<double>& w) const;
+
+    /// SSub*B*SSub.
+    bool ComputeSSubBSSub(const std::vector<int>& rows, const IMCSymMatrix& B, IMCSymMatrix& out) const;
+
+    /// R*S*R' with both triangles.
+    bool ComputeRSRTrans2(const IMCRectMatrix& R, MCRectMatrix& out) const;
+
+    /// (R*D)*S*(R*D)'
+    bool ComputeRDiagSRDiagTrans(const IMCRectMatrix& R, const std::vector<double>& d, IMCSymMatrix& out) const;
+
+    /// M*G*N, where G is this matrix; M has n columns, N has n rows.
+    bool ComputeMGN(const IMCRectMatrix& M, const IMCRectMatrix& N, MCRectMatrix& out) const;
+
+    bool ComputeRTransByR(const IMCRectMatrix& R);                           ///< S := R'*R
+    bool ComputeRByRTrans(const IMCRectMatrix& R);                           ///< S := R*R'
+    bool ComputeRTransSymR(const IMCRectMatrix& R, const IMCSymMatrix& sym); ///< S := R'*Sym*R
+
+    /// Row i times row j of S, and row i times v, over the columns [first, first+count).
+    double ComputeDotProduct2RowsPart(int i, int j, int first, int count) const;
+    double ComputeDotProductRowPart(int i, const std::vector<double>& v, int first, int count) const;
+
+    /// Row i times row j of L, thus over the columns up to the smaller of i and j.
+    double ComputeDotProduct2LRows(int i, int j) const;
+
+    /// S := v*v', of the order of v. False when v has more than kMaxRows values.
+    bool SetToVV(const std::vector<double>& v);
+
+    /// S := the lower triangle of v*w', elements v_i*w_j for i >= j. False unless v and w have the same length.
+    bool SetToVW(const std::vector<double>& v, const std::vector<double>& w);
+
+    /// S += v*v'. False when v is shorter than n, as in the three members that follow.
+    bool IncrementByVV(const std::vector<double>& v);
+
+    /// S += f*x*x': each element (i, j) receives (f*x_i)*x_j.
+    bool UpdateXX(const std::vector<double>& x, double f);
+
+    /// S += f*d*d' with d = x - means.
+    bool UpdateXXCentered(const std::vector<double>& x, const std::vector<double>& means, double f);
+
+    /// The same on the rows and columns [first, first+count) alone; x holds n values.
+    bool UpdateXXPart(const std::vector<double>& x, int first, int count, double f);
+
+    /// S += sum over the rows z of Z of w*z*z', row by row. False when Z has not n columns or there are fewer weights
+    /// than rows.
+    bool UpdateZZ(const IMCRectMatrix& Z, const std::vector<double>& weights);
+
+    // ---------------------------------------------------------------------------------------------------------------
+    // Matrices that need not be positive definite (MCSymMatrixIndefinite.cpp). All work on a copy of the matrix.
+
+    /// By LINPACK's Dspco and Dspdi.
+    bool ComputeDeterminant(double tol, double* det) const override;
+
+    /// Solves S*x = b by LINPACK's Dspco and Dspsl, symmetric indefinite elimination. x may be b.
+    /// @return  false, and x as it was, for order 0, b shorter than n, a negative tol, or an estimated reciprocal
+    ///          condition that is not above tol
+    bool SolveIndefinite(const std::vector<double>& b, std::vector<double>& x, double tol) const;
+
+    /// Solves S*x = b with a generalised inverse: elimination with the complete pivoting of Bunch and Parlett (1971)
+    /// ends when no remaining element is larger than tol times the largest element of S; the unknowns that remain are
+    /// 0. For a singular S this solves the system if it has a solution. x may be b.
+    /// @return  the rank found; -1, and x as it was, for b shorter than n or a negative tol
+    int SolveIndefiniteGI(const std::vector<double>& b, std::vector<double>& x, double tol) const;
+
+protected:
+    void MultiplyByS(const double* a, std::size_t rows, double* out) const override;
+    void MultiplyByL(const double* a, std::size_t rows, double* out) const override;
+    void MultiplyByLTrans(const double* a, std::size_t rows, double* out) const override;
+
 private:
     static constexpr bool IsOrder(int n) { return n >= 0 && n <= kMaxRows; }
 
@@ -184,7 +424,18 @@ private:
     bool RowsValid(const std::vector<int>& rows) const;
     bool PivotAllowed(int k, double tol, const double* origDiag, const MCBitSet& swept) const;
 
+    void SetOrder(int n)
+    {
+        fnRows = n;
+        fnBlocks = 1;
+    }
+    void FillFullRows(int first, int count, double* rows) const;
+    void SubstituteForward(double* x) const;
+    void SubstituteBack(double* x) const;
+    bool SetToOuterProducts(int order, const double* left, const double* right, std::size_t count);
+
     int fnRows = 0;
+    int fnBlocks = 1;
     std::vector<double> fvElem;
 };
 

@@ -13,20 +13,6 @@ using namespace MCMath_930;
 
 namespace {
 
-std::vector<double> Diagonal(const MCSymMatrix& s)
-{
-    std::vector<double> diag;
-    s.GetDiagonal(diag);
-    return diag;
-}
-
-MCSymMatrix FromTriangle(int n, const std::vector<double>& elements)
-{
-    MCSymMatrix s(n);
-    std::copy(elements.begin(), elements.end(), s.AsSpan().begin());
-    return s;
-}
-
 /// The definition, on a full square array and with the bits in a plain vector.
 bool DefiningSweep(std::vector<std::vector<double>>& s, int row, double tol, const std::vector<double>& ref,
                    std::vector<bool>& swept)
@@ -66,20 +52,20 @@ void ExpectRefused(MCSymMatrix& s, MCBitSet& swept, const std::function<bool(MCS
 
 TEST(MCSymMatrixSweep, SmallExactCase)
 {
-    MCSymMatrix s = FromTriangle(2, {4, 2, 3});
+    MCSymMatrix s = FromTriangle({4, 2, 3});
     const std::vector<double> ref = Diagonal(s);
     MCBitSet swept(2);
     ASSERT_TRUE(s.Sweep(0, 1e-12, ref, swept, true));
-    EXPECT_TRUE(SameMatrix(s, FromTriangle(2, {-0.25, 0.5, 2})));
+    EXPECT_TRUE(SameMatrix(s, FromTriangle({-0.25, 0.5, 2})));
     EXPECT_TRUE(swept.IsIn(0));
 
-    s = FromTriangle(2, {4, 2, 5}); // both pivots are powers of two: nothing is rounded
+    s = FromTriangle({4, 2, 5}); // both pivots are powers of two: nothing is rounded
     swept.Clear();
     ASSERT_TRUE(s.SweepOnAll(1e-12, {4, 5}, swept, true));
-    EXPECT_TRUE(SameMatrix(s, FromTriangle(2, {-0.3125, 0.125, -0.25}))); // minus the inverse
+    EXPECT_TRUE(SameMatrix(s, FromTriangle({-0.3125, 0.125, -0.25}))); // minus the inverse
     EXPECT_EQ(swept.Count(), 2);
     ASSERT_TRUE(s.SweepOnAll(1e-12, {4, 5}, swept, true));
-    EXPECT_TRUE(SameMatrix(s, FromTriangle(2, {4, 2, 5})));
+    EXPECT_TRUE(SameMatrix(s, FromTriangle({4, 2, 5})));
     EXPECT_EQ(swept, MCBitSet(2));
 }
 
@@ -169,7 +155,7 @@ TEST(MCSymMatrixSweep, InvalidArgumentsAreRefused)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        MCSymMatrix s = FromTriangle(3, {1, 0.5, 1, 0.25, 0.5, 1});
+        MCSymMatrix s = FromTriangle({1, 0.5, 1, 0.25, 0.5, 1});
         MCBitSet swept(c.nBits);
         MCBitSet selected(4);
         selected.Set(c.k < 0 ? 3 : c.k, true);
@@ -190,7 +176,7 @@ TEST(MCSymMatrixSweep, InvalidArgumentsAreRefused)
 TEST(MCSymMatrixSweep, PivotAtTheToleranceIsRefusedWithAndWithoutCheck)
 {
     for (const bool check : {true, false}) {
-        MCSymMatrix s = FromTriangle(2, {0.25, 0.125, 1});
+        MCSymMatrix s = FromTriangle({0.25, 0.125, 1});
         MCBitSet swept(2);
         ExpectRefused(s, swept, [&](auto& m, auto& b) { return m.Sweep(0, 0.25, {1.0, 1.0}, b, check); });
         EXPECT_TRUE(s.Sweep(0, std::nextafter(0.25, 0.0), {1.0, 1.0}, swept, check));
@@ -202,7 +188,7 @@ TEST(MCSymMatrixSweep, PivotAtTheToleranceIsRefusedWithAndWithoutCheck)
 TEST(MCSymMatrixSweep, RowThatMakesASweptRowCollinearIsRefused)
 {
     for (const double tol : {0.01, 0.05}) {
-        MCSymMatrix s = FromTriangle(3, {1.09, 1, 1, 0.3, 0, 1.25});
+        MCSymMatrix s = FromTriangle({1.09, 1, 1, 0.3, 0, 1.25});
         const std::vector<double> ref = Diagonal(s);
         MCBitSet swept(3);
         ASSERT_TRUE(s.SweepOnMany({0, 1}, tol, ref, swept, true));
@@ -247,7 +233,7 @@ TEST(MCSymMatrixSweep, RedundantColumnsAreLeftAliasedAndTheOthersSwept)
 TEST(MCSymMatrixSweep, NanFlowsAndLargerArgumentsAreFine)
 {
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    MCSymMatrix s = FromTriangle(2, {1, nan, 4});
+    MCSymMatrix s = FromTriangle({1, nan, 4});
     MCBitSet swept(40);
     EXPECT_TRUE(s.Sweep(0, 1e-8, {1, 4, -1}, swept, true)); // the third reference value belongs to no row
     EXPECT_EQ(s.GetElem(0, 0), -1.0);

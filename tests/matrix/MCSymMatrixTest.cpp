@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -147,11 +148,92 @@ TEST(MCSymMatrix, ElementwiseOperations)
     EXPECT_TRUE(SameMatrix(s, MCSymMatrix(3)));
 }
 
+TEST(MCSymMatrix, CopiesFromAndToArrays)
+{
+    MCSymMatrix s;
+    ASSERT_TRUE(s.CopyFromPacked(std::vector<double>{0, 10, 11, 20, 21, 22}));
+    EXPECT_TRUE(SameMatrix(s, Places(3)));
+    EXPECT_TRUE(SameMatrix(MCSymMatrix(3, s.AsSpan()), s));
+    EXPECT_EQ(MCSymMatrix(2, s.AsSpan()).GetNRows(), 0);
+    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.CopyFromPacked(std::vector<double>(4)); }));
+    double square[9];
+    s.CopyToSquare(square);
+    EXPECT_EQ(std::vector<double>(square, square + 9), (std::vector<double>{0, 10, 20, 10, 11, 21, 20, 21, 22}));
+    square[1] = square[2] = square[5] = -1.0; // the upper triangle is not read
+    ASSERT_TRUE(s.SetNRows(1) && s.CopyFromSquare(square, 3));
+    EXPECT_TRUE(SameMatrix(s, Places(3)));
+    EXPECT_TRUE(Refuses(s, [&](MCSymMatrix& m) { return m.CopyFromSquare(square, -1) || m.ResizeNRows(-1); }));
+    MCSymMatrix copy(7);
+    ASSERT_TRUE(copy.ResizeNCopy(s) && copy.ResizeNCopy(copy));
+    EXPECT_TRUE(SameMatrix(copy, s));
+}
+
+TEST(MCSymMatrix, RowsTreatedBySizeOfTheirElements)
+{
+    MCSymMatrix s = FromTriangle({4, 1, 0, 2, 3, 1e-14});
+    EXPECT_EQ(s.ReplaceDiagZeroes(5.0), 1);
+    EXPECT_EQ(s.GetElem(1, 1), 5.0);
+    EXPECT_EQ(s.ZeroOutRowsForSmallDiag(-1.0), -1);
+    EXPECT_EQ(s.ZeroOutRowsForSmallDiag(1e-12), 1);
+    EXPECT_EQ(Elements(s), (std::vector<double>{4, 1, 5, 0, 0, 0}));
+    s = FromTriangle({4, 1, 0, 2, 3, 1e-14});
+    EXPECT_EQ(s.SetCovarZeros(), 1);
+    EXPECT_EQ(Elements(s), (std::vector<double>{4, 0, 0, 2, 0, 1e-14}));
+    EXPECT_EQ(s.ZeroOutAllSmall(std::nan("")), -1);
+    EXPECT_EQ(s.ZeroOutAllSmall(2.0), 2);
+    EXPECT_EQ(Elements(s), (std::vector<double>{4, 0, 0, 0, 0, 0}));
+    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.AddToDiagonalPart(2, 2, 1.0) || m.ZeroOutRow(3); }));
+    EXPECT_TRUE(s.AddToDiagonalPart(1, 2, 1.5));
+    EXPECT_EQ(Elements(s), (std::vector<double>{4, 0, 1.5, 0, 0, 1.5}));
+}
+
+TEST(MCSymMatrix, CorrelationsAreClampedAwayFromOne)
+{
+    MCSymMatrix s = FromTriangle({1, 1.0, 1, -1.2, 0.5, 1});
+    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.AdjustOffDiagCorr(1.0) || m.AdjustOffDiagCorr(-0.1); }));
+    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.AdjustOffDiagCorr(std::nan("")); }));
+    EXPECT_TRUE(s.AdjustOffDiagCorr(0.001));
+    EXPECT_EQ(Elements(s), (std::vector<double>{1, 0.999, 1, -0.999, 0.5, 1}));
+}
+
+TEST(MCSymMatrix, PartsOfRowsAndBlocks)
+{
+    const MCSymMatrix s = Places(4);
+    std::vector<double> values;
+    EXPECT_TRUE(s.GetPCol(1, values));
+    EXPECT_EQ(values, (std::vector<double>{11, 21, 31}));
+    EXPECT_FALSE(s.GetPCol(4, values));
+    MCBitSet swept(4);
+    swept.Set(0);
+    swept.Set(3);
+    EXPECT_TRUE(s.GetRegCoeffs(1, swept, values));
+    EXPECT_EQ(values, (std::vector<double>{10, 0, 0, 31}));
+    EXPECT_FALSE(s.GetRegCoeffs(0, swept, values) || s.GetRegCoeffs(4, swept, values) ||
+                 s.GetRegCoeffs(1, MCBitSet(3), values));
+    MCRectMatrix block(1, 1);
+    EXPECT_FALSE(s.ExtractRectangle({0, 4}, {1}, block) || s.ExtractOffBlock(MCBitSet(5), block));
+    EXPECT_EQ(block.GetNRows(), 1);
+    EXPECT_TRUE(s.ExtractRectangle({2, 0}, {3}, block));
+    EXPECT_EQ(block.GetElem(0, 0), 32.0);
+    EXPECT_TRUE(s.ExtractOffBlock(swept, block)); // rows 0 and 3, columns 1 and 2
+    EXPECT_TRUE(block.GetNRows() == 2 && block.GetElem(1, 0) == 31.0 && block.GetElem(0, 1) == 20.0);
+    MCBitSet kept(6);
+    for (const int i : {0, 1, 3, 5}) kept.Set(i);
+    MCSymMatrix wide;
+    ASSERT_TRUE(s.ExpandSym(kept, wide) && s.ExpandSymToRect(kept, block));
+    EXPECT_TRUE(wide.GetElem(5, 3) == 32.0 && block.GetElem(3, 5) == 32.0 && block.GetElem(4, 4) == 0.0);
+    EXPECT_FALSE(s.ExpandSym(swept, wide) || s.ExpandSymToRect(swept, block));
+}
+
 TEST(MCSymMatrix, DisplayIsFramed)
 {
     const DisplayCapture capture;
     Places(2).Display();
     EXPECT_TRUE(capture.Text().starts_with("MCSymMatrix display start\nNumber of rows: 2\n"));
     EXPECT_NE(capture.Text().find("11"), std::string::npos);
+    EXPECT_TRUE(capture.Text().ends_with("MCSymMatrix display end\n"));
+    Places(2).DisplayS();
+    EXPECT_NE(capture.Text().find("Trace: 11\nLargest diagonal element: 11\n"), std::string::npos);
+    Places(2).DisplayF();
     EXPECT_TRUE(capture.Text().ends_with("MCSymMatrix display end\n"));
 }

@@ -6,6 +6,10 @@
 #include "support/Bits.h"
 #include "support/Random.h"
 
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
 inline MCMath_930::MCRectMatrix RandomRect(TestRandom& random, int rows, int cols)
 {
     MCMath_930::MCRectMatrix matrix(rows, cols);
@@ -18,6 +22,21 @@ inline MCMath_930::MCSymMatrix RandomSym(TestRandom& random, int n)
     MCMath_930::MCSymMatrix matrix(n);
     for (double& element : matrix.AsSpan()) element = random.Uniform(-1.0, 1.0);
     return matrix;
+}
+
+/// The matrix with the given n(n+1)/2 packed elements.
+inline MCMath_930::MCSymMatrix FromTriangle(const std::vector<double>& elements)
+{
+    MCMath_930::MCSymMatrix matrix;
+    EXPECT_TRUE(matrix.CopyFromPacked(elements));
+    return matrix;
+}
+
+inline std::vector<double> Diagonal(const MCMath_930::MCSymMatrix& matrix)
+{
+    std::vector<double> diag;
+    matrix.GetDiagonal(diag);
+    return diag;
 }
 
 /// The cross products of n + 2 random rows, summed in long double.
@@ -47,6 +66,120 @@ inline ::testing::AssertionResult SameMatrix(const MCMath_930::MCRectMatrix& act
     if (actual.GetNRows() != expected.GetNRows() || actual.GetNCols() != expected.GetNCols())
         return ::testing::AssertionFailure() << "the shapes differ";
     return SameBits(actual.AsSpan(), expected.AsSpan());
+}
+
+/// A matrix in long double whose products are plain triple loops: the oracle of all products.
+struct Naive {
+    int rows;
+    int cols;
+    std::vector<long double> elements = std::vector<long double>(static_cast<std::size_t>(rows * cols));
+
+    long double& At(int i, int j) { return elements[static_cast<std::size_t>(i * cols + j)]; }
+    long double At(int i, int j) const { return elements[static_cast<std::size_t>(i * cols + j)]; }
+
+    Naive T() const
+    {
+        Naive transposed{cols, rows};
+        for (int i = 0; i < rows; ++i)
+            for (int j = 0; j < cols; ++j) transposed.At(j, i) = At(i, j);
+        return transposed;
+    }
+
+    Naive Lower() const
+    {
+        Naive lower{rows, cols};
+        for (int i = 0; i < rows; ++i)
+            for (int j = 0; j <= i; ++j) lower.At(i, j) = At(i, j);
+        return lower;
+    }
+
+    /// The elements that are in the given rows and columns; 0 elsewhere.
+    Naive Part(int firstRow, int nRows, int firstCol, int nCols) const
+    {
+        Naive part{rows, cols};
+        for (int i = firstRow; i < firstRow + nRows; ++i)
+            for (int j = firstCol; j < firstCol + nCols; ++j) part.At(i, j) = At(i, j);
+        return part;
+    }
+
+    long double Trace() const
+    {
+        long double sum = 0.0L;
+        for (int i = 0; i < rows; ++i) sum += At(i, i);
+        return sum;
+    }
+};
+
+inline Naive operator*(const Naive& a, const Naive& b)
+{
+    EXPECT_EQ(a.cols, b.rows);
+    Naive product{a.rows, b.cols};
+    for (int i = 0; i < a.rows; ++i)
+        for (int j = 0; j < b.cols; ++j)
+            for (int k = 0; k < a.cols; ++k) product.At(i, j) += a.At(i, k) * b.At(k, j);
+    return product;
+}
+
+template <class Matrix>
+Naive ToNaive(const Matrix& matrix, int rows, int cols)
+{
+    Naive naive{rows, cols};
+    for (int i = 0; i < rows; ++i)
+        for (int j = 0; j < cols; ++j) naive.At(i, j) = matrix.GetElem(i, j);
+    return naive;
+}
+
+inline Naive ToNaive(const MCMath_930::IMCSymMatrix& matrix)
+{
+    return ToNaive(matrix, matrix.GetNRows(), matrix.GetNRows());
+}
+
+inline Naive ToNaive(const MCMath_930::IMCRectMatrix& matrix)
+{
+    return ToNaive(matrix, matrix.GetNRows(), matrix.GetNCols());
+}
+
+/// A column.
+inline Naive ToNaive(const std::vector<double>& v)
+{
+    return {static_cast<int>(v.size()), 1, {v.begin(), v.end()}};
+}
+
+inline Naive DiagonalOf(const std::vector<double>& d)
+{
+    Naive diagonal{static_cast<int>(d.size()), static_cast<int>(d.size())};
+    for (int i = 0; i < diagonal.rows; ++i) diagonal.At(i, i) = d[static_cast<std::size_t>(i)];
+    return diagonal;
+}
+
+inline Naive Scalar(long double x)
+{
+    return {1, 1, {x}};
+}
+
+/// The result of a member that returns a vector or a matrix through its last argument.
+template <class Result, class Call>
+Naive Formed(Call call)
+{
+    Result out;
+    EXPECT_TRUE(call(out));
+    return ToNaive(out);
+}
+
+/// Equal up to tolerance, relative to the largest element or 1.
+inline ::testing::AssertionResult Near(const Naive& actual, const Naive& expected, double tolerance = 1e-13)
+{
+    if (actual.rows != expected.rows || actual.cols != expected.cols)
+        return ::testing::AssertionFailure()
+               << actual.rows << " x " << actual.cols << " instead of " << expected.rows << " x " << expected.cols;
+    long double scale = 1.0L;
+    for (const long double x : expected.elements) scale = std::max(scale, std::fabs(x));
+    for (int i = 0; i < actual.rows; ++i)
+        for (int j = 0; j < actual.cols; ++j)
+            if (!(std::fabs(actual.At(i, j) - expected.At(i, j)) <= tolerance * scale))
+                return ::testing::AssertionFailure() << "element (" << i << ", " << j << "): " << actual.At(i, j)
+                                                     << " instead of " << expected.At(i, j);
+    return ::testing::AssertionSuccess();
 }
 
 /// Runs call on the matrix, which must return false and leave every bit of it as it was.

@@ -1,0 +1,254 @@
+#include "modelcore/matrix/MCDiagMatrix.h"
+
+#include "modelcore/common/MCBitSet.h"
+#include "modelcore/common/MCDisplay.h"
+#include "modelcore/matrix/internal/CholeskyArguments.h"
+#include "modelcore/matrix/internal/Operands.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace MCMath_930 {
+
+namespace {
+
+/// Stores a diagonal result in a diagonal or a packed matrix; false, and out as it was, when out is neither.
+bool StoreDiagonal(MCDiagMatrix&& result, IMCSymMatrix& out)
+{
+    if (internal::IsPacked(out)) return result.FillDenseMatrix(static_cast<MCSymMatrix&>(out));
+    if (out.GetMatrixKind() != IMCSymMatrix::kDiagonalMatrix) return false;
+    static_cast<MCDiagMatrix&>(out) = std::move(result);
+    return true;
+}
+
+} // namespace
+
+MCDiagMatrix::MCDiagMatrix(int n)
+{
+    SetNRows(n);
+}
+
+MCDiagMatrix::MCDiagMatrix(std::vector<double> diagonal) : fvDiag(std::move(diagonal)) {}
+
+MCDiagMatrix::~MCDiagMatrix() = default;
+
+bool MCDiagMatrix::SetElem(int i, int j, double x)
+{
+    if (i != j) return false;
+    fvDiag[static_cast<std::size_t>(i)] = x;
+    return true;
+}
+
+bool MCDiagMatrix::ReplaceDiagonal(const std::vector<double>& diagonal)
+{
+    if (!Fits(diagonal)) return false;
+    if (&diagonal != &fvDiag) std::copy_n(diagonal.begin(), fvDiag.size(), fvDiag.begin());
+    return true;
+}
+
+bool MCDiagMatrix::SetNRows(int n)
+{
+    if (n < 0) return false;
+    fvDiag.assign(static_cast<std::size_t>(n), 0.0);
+    return true;
+}
+
+bool MCDiagMatrix::Resize(int n)
+{
+    if (n < 0) return false;
+    fvDiag.resize(static_cast<std::size_t>(n), 0.0);
+    return true;
+}
+
+int MCDiagMatrix::LTChol(const std::vector<double>& refDiag, double tol, bool check)
+{
+    MCBitSet kept;
+    return LTChol(refDiag, tol, kept, check);
+}
+
+int MCDiagMatrix::LTChol(const std::vector<double>& refDiag, double tol, MCBitSet& kept, bool check)
+{
+    if (check && !internal::CholeskyArgumentsValid(refDiag, tol, GetNRows())) return -1;
+    if (kept.Size() < GetNRows()) kept.Resize(GetNRows());
+    kept.Clear();
+    for (int i = 0; i < GetNRows(); ++i) {
+        double& d = fvDiag[static_cast<std::size_t>(i)];
+        kept.Set(i, d > tol * refDiag[static_cast<std::size_t>(i)]);
+        d = kept.IsIn(i) ? std::sqrt(d) : 0.0;
+    }
+    return GetNRows() - kept.Count();
+}
+
+int MCDiagMatrix::LTDetInverse(double det[2], int job)
+{
+    const auto zeros = static_cast<int>(std::count(fvDiag.begin(), fvDiag.end(), 0.0));
+    if (job % 10 != 0) {
+        internal::DecimalProduct(fvDiag, det);
+        if (zeros > 0) det[1] = 0.0;
+    }
+    if (job / 10 % 10 != 0) LTInverse();
+    return zeros;
+}
+
+int MCDiagMatrix::CholInverse(const std::vector<double>& refDiag, double tol, IMCSymMatrix& out) const
+{
+    if (!Fits(refDiag)) return -1;
+    MCDiagMatrix inverse(*this);
+    const int rank = GetNRows() - inverse.LTChol(refDiag, tol, false);
+    inverse.LTInverse();
+    inverse.LTLTransL();
+    return StoreDiagonal(std::move(inverse), out) ? rank : -1;
+}
+
+bool MCDiagMatrix::LTSolve(const std::vector<double>& b, std::vector<double>& x) const
+{
+    if (!Fits(b)) return false;
+    std::vector<double> solution(fvDiag.size());
+    for (std::size_t i = 0; i < fvDiag.size(); ++i)
+        if (fvDiag[i] != 0.0) solution[i] = b[i] / fvDiag[i] / fvDiag[i];
+    x.swap(solution);
+    return true;
+}
+
+void MCDiagMatrix::LTLLTrans()
+{
+    for (double& d : fvDiag) d *= d;
+}
+
+void MCDiagMatrix::LTLTransL()
+{
+    LTLLTrans();
+}
+
+bool MCDiagMatrix::LTInverse()
+{
+    for (double& d : fvDiag)
+        if (d != 0.0) d = 1.0 / d;
+    return true;
+}
+
+bool MCDiagMatrix::ComputeAXpY(double a, const IMCSymMatrix& X)
+{
+    if (X.GetNRows() != GetNRows()) return false;
+    for (int i = 0; i < GetNRows(); ++i)
+        for (int j = X.GetIndexFirstInRow(i); j < i; ++j)
+            if (X.GetElem(i, j) != 0.0) return false;
+    for (int i = 0; i < GetNRows(); ++i) fvDiag[static_cast<std::size_t>(i)] += a * X.GetElem(i, i);
+    return true;
+}
+
+bool MCDiagMatrix::ComputeLSLTrans(const IMCSymMatrix& L, IMCSymMatrix& out) const
+{
+    MCSymMatrix result;
+    if (!internal::IsPacked(out) || L.GetNRows() != GetNRows() || !result.SetNRows(GetNRows())) return false;
+    for (int i = 0; i < GetNRows(); ++i)
+        for (int j = L.GetIndexFirstInRow(i); j <= i; ++j) {
+            double sum = 0.0;
+            for (int k = std::max(L.GetIndexFirstInRow(i), L.GetIndexFirstInRow(j)); k <= j; ++k)
+                sum += L.GetElem(i, k) * (fvDiag[static_cast<std::size_t>(k)] * L.GetElem(j, k));
+            result.SetElem(i, j, sum);
+        }
+    return internal::StorePacked(std::move(result), out);
+}
+
+bool MCDiagMatrix::ComputeLTransSL(const IMCSymMatrix& L, IMCSymMatrix& out) const
+{
+    MCSymMatrix result;
+    if (!internal::IsPacked(out) || L.GetNRows() != GetNRows() || !result.SetNRows(GetNRows())) return false;
+    for (int k = 0; k < GetNRows(); ++k)
+        for (int i = L.GetIndexFirstInRow(k); i <= k; ++i)
+            for (int j = L.GetIndexFirstInRow(k); j <= i; ++j)
+                result.SetElem(i, j,
+                               result.GetElem(i, j) +
+                                   L.GetElem(k, i) * (fvDiag[static_cast<std::size_t>(k)] * L.GetElem(k, j)));
+    return internal::StorePacked(std::move(result), out);
+}
+
+bool MCDiagMatrix::ComputeSS(const IMCSymMatrix& second, MCRectMatrix& out) const
+{
+    if (second.GetNRows() != GetNRows()) return false;
+    MCRectMatrix result(GetNRows(), GetNRows());
+    for (int i = 0; i < GetNRows(); ++i)
+        for (int j = second.GetIndexFirstInRow(i); j <= second.GetIndexLastInRow(i); ++j)
+            result.SetElem(i, j, fvDiag[static_cast<std::size_t>(i)] * second.GetElem(i, j));
+    out = std::move(result);
+    return true;
+}
+
+bool MCDiagMatrix::ComputeSTransS(IMCSymMatrix& out) const
+{
+    MCDiagMatrix square(*this);
+    square.LTLLTrans();
+    return StoreDiagonal(std::move(square), out);
+}
+
+bool MCDiagMatrix::ComputeDeterminant(double /*tol*/, double* det) const
+{
+    if (fvDiag.empty()) return false;
+    internal::DecimalProduct(fvDiag, det);
+    return true;
+}
+
+void MCDiagMatrix::MultiplyByNumber(double x)
+{
+    for (double& d : fvDiag) d *= x;
+}
+
+void MCDiagMatrix::ChangeSign()
+{
+    for (double& d : fvDiag) d = -d;
+}
+
+void MCDiagMatrix::ZeroOut()
+{
+    std::fill(fvDiag.begin(), fvDiag.end(), 0.0);
+}
+
+void MCDiagMatrix::ZeroOutNonDiag() {}
+
+void MCDiagMatrix::Clear()
+{
+    fvDiag.clear();
+}
+
+void MCDiagMatrix::ClearAll()
+{
+    std::vector<double>().swap(fvDiag);
+}
+
+bool MCDiagMatrix::ExtractSubmatrix(const std::vector<int>& rows, IMCSymMatrix& out) const
+{
+    if (out.GetMatrixKind() != kDiagonalMatrix) return IMCSymMatrix::ExtractSubmatrix(rows, out);
+    if (!AreDistinctRows(rows)) return false;
+    std::vector<double> part;
+    for (const int i : rows) part.push_back(fvDiag[static_cast<std::size_t>(i)]);
+    static_cast<MCDiagMatrix&>(out).fvDiag.swap(part);
+    return true;
+}
+
+void MCDiagMatrix::Display() const
+{
+    MCDisplay_930::DisplayStart("MCDiagMatrix");
+    MCDisplay_930::Display("Number of rows", GetNRows());
+    MCDisplay_930::Display("Diagonal", fvDiag);
+    MCDisplay_930::DisplayEnd("MCDiagMatrix");
+}
+
+void MCDiagMatrix::MultiplyByS(const double* a, std::size_t rows, double* out) const
+{
+    for (; rows > 0; --rows)
+        for (const double d : fvDiag) *out++ = *a++ * d;
+}
+
+void MCDiagMatrix::MultiplyByL(const double* a, std::size_t rows, double* out) const
+{
+    MultiplyByS(a, rows, out);
+}
+
+void MCDiagMatrix::MultiplyByLTrans(const double* a, std::size_t rows, double* out) const
+{
+    MultiplyByS(a, rows, out);
+}
+
+} // namespace MCMath_930

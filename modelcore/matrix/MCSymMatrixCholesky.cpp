@@ -1,0 +1,289 @@
+// MCSymMatrix: the Cholesky factor with tolerance, its inverse, solutions, update and downdate.
+#include "modelcore/matrix/MCSymMatrix.h"
+
+#include "modelcore/common/MCBitSet.h"
+#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/matrix/internal/CholeskyArguments.h"
+#include "modelcore/matrix/internal/Operands.h"
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+#include <numeric>
+#include <utility>
+
+namespace MCMath_930 {
+
+using internal::DotInOrder;
+
+int MCSymMatrix::LTChol(const std::vector<double>& refDiag, double tol, bool check)
+{
+    MCBitSet kept;
+    return LTChol(refDiag, tol, kept, check);
+}
+
+int MCSymMatrix::LTChol(const std::vector<double>& refDiag, double tol, MCBitSet& kept, bool check)
+{
+    if (check && !internal::CholeskyArgumentsValid(refDiag, tol, fnRows)) return -1;
+    if (kept.Size() < fnRows) kept.Resize(fnRows);
+    kept.Clear();
+    for (int i = 0; i < fnRows; ++i) {
+        double* const row = Row(i);
+        for (int j = 0; j < i; ++j) {
+            const double* const other = Row(j);
+            row[j] = other[j] == 0.0 ? 0.0 : (row[j] - DotInOrder(row, other, static_cast<std::size_t>(j))) / other[j];
+        }
+        const double d = row[i] - DotInOrder(row, row, static_cast<std::size_t>(i));
+        const bool keep = d > tol * refDiag[static_cast<std::size_t>(i)];
+        row[i] = keep ? std::sqrt(d) : 0.0;
+        kept.Set(i, keep);
+    }
+    return fnRows - kept.Count();
+}
+
+// Dtrdi for a lower triangle works down the columns; along the rows each element receives the same terms in the same
+// order. Its column additions skip a factor of 0, which the loops here must do as well.
+int MCSymMatrix::LTDetInverse(double det[2], int job)
+{
+    const auto isZero = [this](int i) { return Row(i)[i] == 0.0; };
+    int zeros = 0;
+    for (int i = 0; i < fnRows; ++i) zeros += isZero(i) ? 1 : 0;
+    if (job % 10 != 0) {
+        std::vector<double> diag;
+        GetDiagonal(diag);
+        internal::DecimalProduct(diag, det);
+        if (zeros > 0) det[1] = 0.0;
+    }
+    if (job / 10 % 10 == 0) return zeros;
+
+    std::vector<double> factors(static_cast<std::size_t>(fnRows));
+    for (int k = fnRows - 1; k >= 0; --k) {
+        double* const pivotRow = Row(k);
+        if (isZero(k)) {
+            ZeroOutRow(k);
+            continue;
+        }
+        pivotRow[k] = 1.0 / pivotRow[k];
+        const bool someZero = std::find(pivotRow, pivotRow + k, 0.0) != pivotRow + k;
+        std::copy_n(pivotRow, k, factors.begin());
+        std::fill_n(pivotRow, k, 0.0);
+        for (int i = k; i < fnRows; ++i) {
+            double* const row = Row(i);
+            if (i > k) {
+                if (isZero(i)) continue; // a redundant row stays 0
+                row[k] *= -pivotRow[k];
+            }
+            if (!someZero)
+                internal::AddScaled(row, row[k], factors.data(), static_cast<std::size_t>(k));
+            else
+                for (int j = 0; j < k; ++j)
+                    if (const double factor = factors[static_cast<std::size_t>(j)]; factor != 0.0)
+                        row[j] += factor * row[k];
+        }
+    }
+    return zeros;
+}
+
+bool MCSymMatrix::LTInverse()
+{
+    LTDetInverse(nullptr, 10);
+    return true;
+}
+
+int MCSymMatrix::CholInverse(const std::vector<double>& refDiag, double tol, IMCSymMatrix& out) const
+{
+    if (!internal::IsPacked(out) || !Fits(refDiag)) return -1;
+    auto& inverse = static_cast<MCSymMatrix&>(out);
+    if (&inverse != this) {
+        try {
+            inverse = *this;
+        } catch (const std::bad_alloc&) {
+            inverse.ClearAll();
+            inverse.fnRows = -1;
+            return -1;
+        }
+    }
+    const int refused = inverse.LTChol(refDiag, tol, false);
+    if (refused < 0) return refused;
+    inverse.LTInverse();
+    inverse.LTLTransL();
+    return inverse.fnRows - refused;
+}
+
+int MCSymMatrix::CholIndNonRed(const std::vector<double>& refDiag, double tol, std::vector<int>& rows) const
+{
+    MCSymMatrix factor(*this);
+    MCBitSet kept(fnRows);
+    const int refused = factor.LTChol(refDiag, tol, kept, true);
+    if (refused < 0) return refused;
+    rows.clear();
+    for (int i = kept.Next(0); i >= 0; i = kept.Next(i + 1)) rows.push_back(i);
+    return fnRows - refused;
+}
+
+void MCSymMatrix::SubstituteForward(double* x) const
+{
+    for (int i = 0; i < fnRows; ++i) {
+        const double* const row = Row(i);
+        x[i] = row[i] == 0.0 ? 0.0 : (x[i] - DotInOrder(row, x, static_cast<std::size_t>(i))) / row[i];
+    }
+}
+
+void MCSymMatrix::SubstituteBack(double* x) const
+{
+    for (int i = fnRows - 1; i >= 0; --i) {
+        const double* const row = Row(i);
+        x[i] = row[i] == 0.0 ? 0.0 : x[i] / row[i];
+        if (x[i] != 0.0) internal::AddScaled(x, -x[i], row, static_cast<std::size_t>(i));
+    }
+}
+
+bool MCSymMatrix::LTSubstitute(const std::vector<double>& b, std::vector<double>& x) const
+{
+    if (!Fits(b)) return false;
+    std::vector<double> solution(b.begin(), b.begin() + fnRows);
+    SubstituteForward(solution.data());
+    x.swap(solution);
+    return true;
+}
+
+bool MCSymMatrix::TSolveSubst(const std::vector<double>& b, std::vector<double>& x) const
+{
+    if (!Fits(b)) return false;
+    std::vector<double> solution(b.begin(), b.begin() + fnRows);
+    SubstituteBack(solution.data());
+    x.swap(solution);
+    return true;
+}
+
+bool MCSymMatrix::LTSolve(const std::vector<double>& b, std::vector<double>& x) const
+{
+    return LTSubstitute(b, x) && TSolveSubst(x, x);
+}
+
+// From the last element to the first: what the sums still need stands before it.
+void MCSymMatrix::LTLLTrans()
+{
+    for (int i = fnRows - 1; i >= 0; --i)
+        for (int j = i; j >= 0; --j) Row(i)[j] = DotInOrder(Row(i), Row(j), static_cast<std::size_t>(j) + 1);
+}
+
+// Row m of L adds its products to the rows above before it becomes the first term of its own.
+void MCSymMatrix::LTLTransL()
+{
+    for (int m = 0; m < fnRows; ++m) {
+        double* const row = Row(m);
+        for (int i = 0; i < m; ++i) internal::AddScaled(Row(i), row[i], row, static_cast<std::size_t>(i) + 1);
+        const double pivot = row[m];
+        for (int j = 0; j <= m; ++j) row[j] *= pivot;
+    }
+}
+
+namespace {
+
+struct Rotation {
+    double c;
+    double s;
+};
+
+/// The rotation that takes (a, b) to (length, 0), and the length, >= 0. The scale keeps the squares in range.
+Rotation RotationOf(double a, double b, double& length)
+{
+    const double scale = std::fabs(a) + std::fabs(b);
+    if (scale == 0.0) {
+        length = 0.0;
+        return {1.0, 0.0};
+    }
+    length = scale * std::sqrt((a / scale) * (a / scale) + (b / scale) * (b / scale));
+    return {a / length, b / length};
+}
+
+} // namespace
+
+// Row i of L is column i of the upper factor that Dchud updates.
+bool MCSymMatrix::LTCholUpdateR1(const std::vector<double>& v)
+{
+    if (!Fits(v)) return false;
+    std::vector<Rotation> rotations(static_cast<std::size_t>(fnRows));
+    for (int i = 0; i < fnRows; ++i) {
+        double* const row = Row(i);
+        double x = v[static_cast<std::size_t>(i)];
+        for (int j = 0; j < i; ++j) {
+            const auto [c, s] = rotations[static_cast<std::size_t>(j)];
+            const double turned = c * row[j] + s * x;
+            x = c * x - s * row[j];
+            row[j] = turned;
+        }
+        rotations[static_cast<std::size_t>(i)] = RotationOf(row[i], x, row[i]);
+    }
+    return true;
+}
+
+bool MCSymMatrix::LTCholDowndate(const std::vector<double>& v)
+{
+    std::vector<double> a;
+    for (int i = 0; i < fnRows; ++i)
+        if (Row(i)[i] == 0.0) return false;
+    if (!LTSubstitute(v, a)) return false;
+    double alpha = 1.0 - DotInOrder(a.data(), a.data(), a.size());
+    if (!(alpha > 0.0)) return false;
+    alpha = std::sqrt(alpha);
+
+    std::vector<Rotation> rotations(a.size());
+    for (std::size_t i = a.size(); i-- > 0;) {
+        double length = 0.0;
+        rotations[i] = RotationOf(alpha, a[i], length);
+        alpha = length;
+    }
+    for (int i = 0; i < fnRows; ++i) {
+        double* const row = Row(i);
+        double x = 0.0;
+        for (int j = i; j >= 0; --j) {
+            const auto [c, s] = rotations[static_cast<std::size_t>(j)];
+            const double turned = c * x + s * row[j];
+            row[j] = c * row[j] - s * x;
+            x = turned;
+        }
+    }
+    return true;
+}
+
+int MCSymMatrix::TransformToPositiveDefinite(double delta)
+{
+    const auto finite = [](double x) { return std::isfinite(x); };
+    if (!(delta > 0.0) || !std::all_of(fvElem.begin(), fvElem.end(), finite)) return -1;
+    double diagonal = 0.0; // gamma and xi of the publication
+    double offDiagonal = 0.0;
+    for (int i = 0; i < fnRows; ++i) {
+        diagonal = std::max(diagonal, std::fabs(Row(i)[i]));
+        for (int j = 0; j < i; ++j) offDiagonal = std::max(offDiagonal, std::fabs(Row(i)[j]));
+    }
+    const bool isNull = diagonal + offDiagonal == 0.0;
+    const double smallest = delta * (isNull ? 1.0 : diagonal + offDiagonal);
+    const double n = fnRows;
+    const double betaSquared = isNull || fnRows < 2 ? 1.0 : std::max(diagonal, offDiagonal / std::sqrt(n * n - 1.0));
+
+    // Elimination with the largest remaining diagonal element as pivot; c holds what is left of the matrix.
+    MCSymMatrix c(*this);
+    std::vector<int> order(static_cast<std::size_t>(fnRows));
+    std::iota(order.begin(), order.end(), 0);
+    const auto left = [&](int i) { return std::fabs(c.GetElem(i, i)); };
+    int raised = 0;
+    for (auto pivot = order.begin(); pivot != order.end(); ++pivot) {
+        std::iter_swap(pivot, std::max_element(pivot, order.end(), [&](int i, int j) { return left(i) < left(j); }));
+        const int p = *pivot;
+        double theta = 0.0;
+        for (auto i = pivot + 1; i != order.end(); ++i) theta = std::max(theta, std::fabs(c.GetElem(*i, p)));
+        const double d = std::max({smallest, left(p), theta * theta / betaSquared});
+        if (d > c.GetElem(p, p)) {
+            Row(p)[p] += d - c.GetElem(p, p);
+            ++raised;
+        }
+        for (auto i = pivot + 1; i != order.end(); ++i)
+            for (auto j = pivot + 1; j <= i; ++j)
+                c.SetElem(*i, *j, c.GetElem(*i, *j) - c.GetElem(*i, p) * c.GetElem(*j, p) / d);
+    }
+    return raised;
+}
+
+} // namespace MCMath_930

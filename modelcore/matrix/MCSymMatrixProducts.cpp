@@ -1,0 +1,296 @@
+// MCSymMatrix: products with the packed triangle, traces of products, cross products accumulated in place.
+#include "modelcore/matrix/MCSymMatrix.h"
+
+#include "modelcore/common/MCMV.h"
+#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/matrix/MCSparseVector.h"
+#include "modelcore/matrix/internal/Operands.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace MCMath_930 {
+
+using internal::DenseRows;
+using internal::DotInOrder;
+using internal::Transposed;
+using MCCommon_930::MCMV;
+
+namespace {
+
+/// Rows of the full matrix that are spelled out at a time; with fewer rows to multiply it does not pay.
+constexpr int kRowsAtOnce = 64;
+constexpr std::size_t kFewRows = 4;
+
+std::vector<double> Gathered(const double* v, int incr, int count)
+{
+    std::vector<double> gathered;
+    for (int i = 0; i < count; ++i) gathered.push_back(v[static_cast<std::ptrdiff_t>(i) * incr]);
+    return gathered;
+}
+
+std::vector<double> Scaled(const double* x, double f, std::size_t count)
+{
+    std::vector<double> scaled(x, x + count);
+    for (double& value : scaled) value *= f;
+    return scaled;
+}
+
+} // namespace
+
+// Row k of the triangle gives the terms j <= k of result k, and then term k of the results before it: each result has
+// its terms in index order.
+void MCSymMatrix::MultiplyByS(const double* a, std::size_t rows, double* out) const
+{
+    const auto n = static_cast<std::size_t>(fnRows);
+    if (rows < kFewRows) {
+        for (; rows > 0; --rows, a += n, out += n)
+            for (int k = 0; k < fnRows; ++k) {
+                out[k] = DotInOrder(a, Row(k), static_cast<std::size_t>(k) + 1);
+                internal::AddScaled(out, a[k], Row(k), static_cast<std::size_t>(k));
+            }
+        return;
+    }
+    std::fill_n(out, rows * n, 0.0);
+    std::vector<double> full(n * static_cast<std::size_t>(std::min(kRowsAtOnce, fnRows)));
+    for (int first = 0; first < fnRows; first += kRowsAtOnce) {
+        const int count = std::min(kRowsAtOnce, fnRows - first);
+        FillFullRows(first, count, full.data());
+        internal::AddRowsTimesRows(out, a + first, n, rows, static_cast<std::size_t>(count), full.data(), n);
+    }
+}
+
+void MCSymMatrix::MultiplyByL(const double* a, std::size_t rows, double* out) const
+{
+    const auto n = static_cast<std::size_t>(fnRows);
+    std::fill_n(out, rows * n, 0.0);
+    for (std::size_t k = 0; k < n; ++k)
+        for (std::size_t r = 0; r < rows; ++r)
+            internal::AddScaled(out + r * n, a[r * n + k], Row(static_cast<int>(k)), k + 1);
+}
+
+void MCSymMatrix::MultiplyByLTrans(const double* a, std::size_t rows, double* out) const
+{
+    const auto n = static_cast<std::size_t>(fnRows);
+    for (std::size_t j = 0; j < n; ++j)
+        for (std::size_t r = 0; r < rows; ++r) out[r * n + j] = DotInOrder(a + r * n, Row(static_cast<int>(j)), j + 1);
+}
+
+// No kernel here: X may be this matrix.
+bool MCSymMatrix::ComputeAXpY(double a, const IMCSymMatrix& X)
+{
+    if (X.GetNRows() != fnRows) return false;
+    if (!internal::IsPacked(X)) {
+        for (int i = 0; i < fnRows; ++i)
+            for (int j = X.GetIndexFirstInRow(i); j <= i; ++j) Row(i)[j] += a * X.GetElem(i, j);
+        return true;
+    }
+    const auto& x = static_cast<const MCSymMatrix&>(X).fvElem;
+    for (std::size_t i = 0; i < fvElem.size(); ++i) fvElem[i] += a * x[i];
+    return true;
+}
+
+double MCSymMatrix::ComputeVSWii(const std::vector<double>& v, const double* w, int incr) const
+{
+    return ComputeVSW(v, Gathered(w, incr, fnRows));
+}
+
+double MCSymMatrix::ComputeViiSW(const double* v, int incr, const std::vector<double>& w) const
+{
+    return ComputeVSW(Gathered(v, incr, fnRows), w);
+}
+
+double MCSymMatrix::ComputeSpVSSpW(const MCSparseVector& v, const MCSparseVector& w) const
+{
+    if (!v.IsValid() || !w.IsValid() || v.GetMinVecSize() > fnRows || w.GetMinVecSize() > fnRows)
+        return MCMV::Missing();
+    double sum = 0.0;
+    for (int i = 0; i < v.GetNElements(); ++i) {
+        double rowSum = 0.0;
+        for (int j = 0; j < w.GetNElements(); ++j) rowSum += GetElem(v.GetIndex(i), w.GetIndex(j)) * w.GetValue(j);
+        sum += v.GetValue(i) * rowSum;
+    }
+    return sum;
+}
+
+double MCSymMatrix::ComputeVBW(const std::vector<double>& v, int firstRow, int nRows, const std::vector<double>& w,
+                               int firstCol, int nCols) const
+{
+    if (!IsPart(firstRow, nRows) || !IsPart(firstCol, nCols) || v.size() < static_cast<std::size_t>(nRows) ||
+        w.size() < static_cast<std::size_t>(nCols))
+        return MCMV::Missing();
+    double sum = 0.0;
+    for (int i = 0; i < nRows; ++i) {
+        double rowSum = 0.0;
+        for (int j = 0; j < nCols; ++j)
+            rowSum += fvElem[PackedIndex(firstRow + i, firstCol + j)] * w[static_cast<std::size_t>(j)];
+        sum += v[static_cast<std::size_t>(i)] * rowSum;
+    }
+    return sum;
+}
+
+double MCSymMatrix::ComputeBlockVSV(int block, const std::vector<double>& v) const
+{
+    return ComputeBlockVSW(block, v, v);
+}
+
+double MCSymMatrix::ComputeBlockVSW(int block, const std::vector<double>& v, const std::vector<double>& w) const
+{
+    if (block < 0 || block >= fnBlocks) return MCMV::Missing();
+    const int size = GetBlockSize();
+    return ComputeVBW(v, block * size, size, w, block * size, size);
+}
+
+double MCSymMatrix::ComputeVSymSubW(const std::vector<double>& v, const std::vector<int>& rows,
+                                    const std::vector<double>& w) const
+{
+    MCRectMatrix sub;
+    if (v.size() < rows.size() || w.size() < rows.size() || !ExtractRectangle(rows, rows, sub)) return MCMV::Missing();
+    double sum = 0.0;
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        sum += v[i] * DotInOrder(w.data(), sub.GetRowPtr(static_cast<int>(i)), rows.size());
+    return sum;
+}
+
+bool MCSymMatrix::ComputeSSubBSSub(const std::vector<int>& rows, const IMCSymMatrix& B, IMCSymMatrix& out) const
+{
+    MCRectMatrix sub;
+    return ExtractRectangle(rows, rows, sub) && B.ComputeRSRTrans(sub, out);
+}
+
+bool MCSymMatrix::ComputeRSRTrans2(const IMCRectMatrix& R, MCRectMatrix& out) const
+{
+    MCSymMatrix product;
+    if (!ComputeRSRTrans(R, product)) return false;
+    MCRectMatrix result(product.fnRows, product.fnRows);
+    product.CopyToSquare(result.GetPtr());
+    out = std::move(result);
+    return true;
+}
+
+bool MCSymMatrix::ComputeRDiagSRDiagTrans(const IMCRectMatrix& R, const std::vector<double>& d, IMCSymMatrix& out) const
+{
+    if (R.GetNCols() != fnRows || !Fits(d)) return false;
+    MCRectMatrix scaled(R.GetNRows(), fnRows);
+    for (int i = 0; i < R.GetNRows(); ++i)
+        for (int j = 0; j < fnRows; ++j) scaled.SetElem(i, j, R.GetElem(i, j) * d[static_cast<std::size_t>(j)]);
+    return ComputeRSRTrans(scaled, out);
+}
+
+bool MCSymMatrix::ComputeMGN(const IMCRectMatrix& M, const IMCRectMatrix& N, MCRectMatrix& out) const
+{
+    MCRectMatrix mg;
+    if (N.GetNRows() != fnRows || !ComputeRS(M, mg)) return false;
+    const DenseRows n(N);
+    return internal::StoreProduct(mg.GetPtr(), static_cast<std::size_t>(M.GetNRows()), n.NRows(), n.Ptr(), n.NCols(),
+                                  out);
+}
+
+bool MCSymMatrix::SetToOuterProducts(int order, const double* left, const double* right, std::size_t count)
+{
+    MCSymMatrix result;
+    if (!result.SetNRows(order)) return false;
+    internal::AddOuterProducts(result.GetPtr(), static_cast<std::size_t>(order), left, right, count);
+    *this = std::move(result);
+    return true;
+}
+
+bool MCSymMatrix::ComputeRTransByR(const IMCRectMatrix& R)
+{
+    const DenseRows r(R);
+    return SetToOuterProducts(R.GetNCols(), r.Ptr(), r.Ptr(), r.NRows());
+}
+
+bool MCSymMatrix::ComputeRByRTrans(const IMCRectMatrix& R)
+{
+    const DenseRows r(R);
+    const std::vector<double> transposed = Transposed(r.Ptr(), r.NRows(), r.NCols());
+    return SetToOuterProducts(R.GetNRows(), transposed.data(), transposed.data(), r.NCols());
+}
+
+bool MCSymMatrix::ComputeRTransSymR(const IMCRectMatrix& R, const IMCSymMatrix& sym)
+{
+    return sym.ComputeRTransSR(R, *this);
+}
+
+double MCSymMatrix::ComputeDotProduct2RowsPart(int i, int j, int first, int count) const
+{
+    if (!IsRow(i) || !IsRow(j) || !IsPart(first, count)) return MCMV::Missing();
+    double sum = 0.0;
+    for (int k = first; k < first + count; ++k) sum += GetElem(i, k) * GetElem(j, k);
+    return sum;
+}
+
+double MCSymMatrix::ComputeDotProductRowPart(int i, const std::vector<double>& v, int first, int count) const
+{
+    if (!Fits(v)) return MCMV::Missing();
+    return DotProductColVecIIncrPart(i, v.data(), 1, first, count);
+}
+
+double MCSymMatrix::ComputeDotProduct2LRows(int i, int j) const
+{
+    if (!IsRow(i) || !IsRow(j)) return MCMV::Missing();
+    return DotInOrder(Row(i), Row(j), static_cast<std::size_t>(std::min(i, j)) + 1);
+}
+
+bool MCSymMatrix::SetToVV(const std::vector<double>& v)
+{
+    return SetToVW(v, v);
+}
+
+bool MCSymMatrix::SetToVW(const std::vector<double>& v, const std::vector<double>& w)
+{
+    if (v.size() != w.size() || v.size() > static_cast<std::size_t>(kMaxRows)) return false;
+    ResizeNRows(static_cast<int>(v.size()));
+    double* to = GetPtr();
+    for (std::size_t i = 0; i < v.size(); ++i)
+        for (std::size_t j = 0; j <= i; ++j) *to++ = v[i] * w[j];
+    return true;
+}
+
+bool MCSymMatrix::IncrementByVV(const std::vector<double>& v)
+{
+    return UpdateXX(v, 1.0);
+}
+
+bool MCSymMatrix::UpdateXX(const std::vector<double>& x, double f)
+{
+    return UpdateXXPart(x, 0, fnRows, f);
+}
+
+bool MCSymMatrix::UpdateXXCentered(const std::vector<double>& x, const std::vector<double>& means, double f)
+{
+    if (!Fits(x) || !Fits(means)) return false;
+    std::vector<double> deviation(static_cast<std::size_t>(fnRows));
+    for (std::size_t i = 0; i < deviation.size(); ++i) deviation[i] = x[i] - means[i];
+    return UpdateXX(deviation, f);
+}
+
+bool MCSymMatrix::UpdateXXPart(const std::vector<double>& x, int first, int count, double f)
+{
+    if (!Fits(x) || !IsPart(first, count)) return false;
+    const double* const part = x.data() + first;
+    for (int i = 0; i < count; ++i)
+        internal::AddScaled(Row(first + i) + first, f * part[i], part, static_cast<std::size_t>(i) + 1);
+    return true;
+}
+
+bool MCSymMatrix::UpdateZZ(const IMCRectMatrix& Z, const std::vector<double>& weights)
+{
+    if (Z.GetNCols() != fnRows || weights.size() < static_cast<std::size_t>(Z.GetNRows())) return false;
+    constexpr std::size_t kRowsOfZ = 32;
+    const DenseRows z(Z);
+    std::vector<double> weighted;
+    for (std::size_t first = 0; first < z.NRows(); first += kRowsOfZ) {
+        const std::size_t count = std::min(kRowsOfZ, z.NRows() - first);
+        weighted.clear();
+        for (std::size_t r = first; r < first + count; ++r) {
+            const std::vector<double> row = Scaled(z.Row(r), weights[r], z.NCols());
+            weighted.insert(weighted.end(), row.begin(), row.end());
+        }
+        internal::AddOuterProducts(GetPtr(), z.NCols(), weighted.data(), z.Row(first), count);
+    }
+    return true;
+}
+
+} // namespace MCMath_930

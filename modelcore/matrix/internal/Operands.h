@@ -1,0 +1,113 @@
+// How products read their operands and form their results, whatever the storage of the operands.
+#pragma once
+
+#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/linalg/kernels/TileProduct.h"
+#include "modelcore/matrix/MCRectMatrix.h"
+#include "modelcore/matrix/MCSymMatrix.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+namespace MCMath_930::internal {
+
+/// The rows of a rectangular matrix, one after the other: its own storage when it is dense, a copy when it is not.
+class DenseRows {
+public:
+    explicit DenseRows(const IMCRectMatrix& matrix)
+        : fnRows(static_cast<std::size_t>(matrix.GetNRows())), fnCols(static_cast<std::size_t>(matrix.GetNCols()))
+    {
+        if (matrix.GetMatrixType() == IMCRectMatrix::kDenseMatrix) {
+            fpRows = static_cast<const MCRectMatrix&>(matrix).GetPtr();
+            return;
+        }
+        fvCopy.reserve(fnRows * fnCols);
+        std::vector<double> row;
+        for (int i = 0; i < matrix.GetNRows(); ++i) {
+            matrix.GetRow(i, row);
+            fvCopy.insert(fvCopy.end(), row.begin(), row.end());
+        }
+        fpRows = fvCopy.data();
+    }
+    DenseRows(const DenseRows&) = delete;
+    DenseRows& operator=(const DenseRows&) = delete;
+
+    std::size_t NRows() const { return fnRows; }
+    std::size_t NCols() const { return fnCols; }
+    const double* Ptr() const { return fpRows; }
+    const double* Row(std::size_t i) const { return fpRows + i * fnCols; }
+
+private:
+    std::size_t fnRows;
+    std::size_t fnCols;
+    const double* fpRows = nullptr;
+    std::vector<double> fvCopy;
+};
+
+/// The transpose of rows x cols elements stored row by row. Square tiles keep both sides in cache.
+inline std::vector<double> Transposed(const double* a, std::size_t rows, std::size_t cols)
+{
+    constexpr std::size_t kTile = 16;
+    std::vector<double> out(rows * cols);
+    for (std::size_t i0 = 0; i0 < rows; i0 += kTile)
+        for (std::size_t j0 = 0; j0 < cols; j0 += kTile)
+            for (std::size_t i = i0; i < std::min(rows, i0 + kTile); ++i)
+                for (std::size_t j = j0; j < std::min(cols, j0 + kTile); ++j) out[j * rows + i] = a[i * cols + j];
+    return out;
+}
+
+/// The sum of a[i]*b[i*stride] in index order, from 0.
+inline double DotInOrder(const double* a, const double* b, std::size_t count, std::size_t stride = 1)
+{
+    double sum = 0.0;
+    for (std::size_t i = 0; i < count; ++i) sum += a[i] * b[i * stride];
+    return sum;
+}
+
+/// Stores a result that was formed aside. False, and out as it was, when out is not a packed matrix.
+inline bool StorePacked(MCSymMatrix&& result, IMCSymMatrix& out)
+{
+    if (out.GetMatrixKind() != IMCSymMatrix::kPackedMatrix) return false;
+    static_cast<MCSymMatrix&>(out) = std::move(result);
+    return true;
+}
+
+inline bool IsPacked(const IMCSymMatrix& out)
+{
+    return out.GetMatrixKind() == IMCSymMatrix::kPackedMatrix;
+}
+
+/// out += a*b for a of rows x inner, b of inner x cols and out of rows x cols elements, all row by row. Each element
+/// receives its terms in index order, so the tiles and the plain loop give the same bits.
+inline void AddRowsTimesRows(double* out, const double* a, std::size_t aStride, std::size_t rows, std::size_t inner,
+                             const double* b, std::size_t cols)
+{
+    constexpr std::size_t kFewRows = 3; // most lines of a tile would be empty
+    const TileWorkspace work(rows > kFewRows ? static_cast<int>(cols) : 0);
+    if (rows <= kFewRows || !work) {
+        for (std::size_t i = 0; i < rows; ++i)
+            for (std::size_t k = 0; k < inner; ++k) AddScaled(out + i * cols, a[i * aStride + k], b + k * cols, cols);
+        return;
+    }
+    const auto at = [](auto i) { return static_cast<std::size_t>(i); };
+    AddProduct<ZeroFactor::Multiplies>(
+        work, static_cast<int>(rows), static_cast<int>(inner), [&](int i) { return out + at(i) * cols; },
+        [&](int) { return static_cast<int>(cols); }, [&](int i, int k) { return a[at(i) * aStride + at(k)]; },
+        RowsOperand{[&](int k) { return b + at(k) * cols; }});
+}
+
+/// Stores the product a*b of rows x inner and inner x cols elements. False, and out as it was, when there can be no
+/// matrix of that shape.
+inline bool StoreProduct(const double* a, std::size_t rows, std::size_t inner, const double* b, std::size_t cols,
+                         MCRectMatrix& out)
+{
+    MCRectMatrix result;
+    if (!result.SetNRowsCols(static_cast<int>(rows), static_cast<int>(cols))) return false;
+    AddRowsTimesRows(result.GetPtr(), a, inner, rows, inner, b, cols);
+    out = std::move(result);
+    return true;
+}
+
+} // namespace MCMath_930::internal

@@ -1,0 +1,347 @@
+// The interface of symmetric matrices, run on every kind behind it.
+#include "matrix/Matrices.h"
+#include "modelcore/common/MCBitSet.h"
+#include "modelcore/common/MCMV.h"
+#include "modelcore/matrix/MCDiagMatrix.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <limits>
+#include <memory>
+#include <vector>
+
+using namespace MCMath_930;
+
+namespace {
+
+constexpr double kMissing = MCCommon_930::MCMV::gMissingValue;
+
+std::unique_ptr<IMCSymMatrix> MakePacked(TestRandom& random, int n)
+{
+    return std::make_unique<MCSymMatrix>(RandomSym(random, n));
+}
+
+std::unique_ptr<IMCSymMatrix> MakeDiagonal(TestRandom& random, int n)
+{
+    return std::make_unique<MCDiagMatrix>(random.Vector(static_cast<std::size_t>(n), -1.0, 1.0));
+}
+
+struct Kind {
+    const char* name;
+    std::unique_ptr<IMCSymMatrix> (*make)(TestRandom&, int);
+};
+
+class IMCSymMatrixTest : public ::testing::TestWithParam<Kind> {};
+
+INSTANTIATE_TEST_SUITE_P(AllKinds, IMCSymMatrixTest,
+                         ::testing::Values(Kind{"Packed", MakePacked}, Kind{"Diagonal", MakeDiagonal}),
+                         [](const auto& kind) { return std::string(kind.param.name); });
+
+template <class Call>
+Naive Vec(Call call)
+{
+    return Formed<std::vector<double>>(call);
+}
+template <class Call>
+Naive Rect(Call call)
+{
+    return Formed<MCRectMatrix>(call);
+}
+template <class Call>
+Naive Sym(Call call)
+{
+    return Formed<MCSymMatrix>(call);
+}
+
+} // namespace
+
+TEST_P(IMCSymMatrixTest, ProductsEqualTripleLoops)
+{
+    TestRandom random(101);
+    for (const int n : {0, 1, 2, 3, 7, 8, 33, 70})
+        for (const int k : {0, 1, 3, 4, 9}) {
+            SCOPED_TRACE(::testing::Message() << "order " << n << ", other side " << k);
+            const std::unique_ptr<IMCSymMatrix> owner = GetParam().make(random, n);
+            const IMCSymMatrix& s = *owner;
+            const MCSymMatrix other = RandomSym(random, n);
+            const MCDiagMatrix diagonal(random.Vector(static_cast<std::size_t>(n), -1.0, 1.0));
+            const MCRectMatrix left = RandomRect(random, k, n);
+            const MCRectMatrix right = RandomRect(random, n, k);
+            const MCRectMatrix m = RandomRect(random, n, n);
+            const MCRectMatrix g = RandomRect(random, n, n);
+            const std::vector<double> v = random.Vector(static_cast<std::size_t>(n), -1.0, 1.0);
+            const std::vector<double> w = random.Vector(static_cast<std::size_t>(n), -1.0, 1.0);
+            std::vector<double> column;
+            m.GetCol(0, column);
+            const int a = n / 3, na = n / 2, b = n / 4, nb = n - n / 4; // two parts
+
+            const Naive S = ToNaive(s), O = ToNaive(other), D = ToNaive(diagonal), A = ToNaive(left);
+            const Naive B = ToNaive(right), M = ToNaive(m), G = ToNaive(g), V = ToNaive(v), W = ToNaive(w);
+            const Naive L = S.Lower(), vRow = V.T();
+            struct Case {
+                const char* name;
+                Naive actual;
+                Naive expected;
+            };
+            const Case cases[] = {
+                {"SV", Vec([&](auto& out) { return s.ComputeSV(v, out); }), S * V},
+                {"LV", Vec([&](auto& out) { return s.ComputeLV(v, out); }), L * V},
+                {"LTransV", Vec([&](auto& out) { return s.ComputeLTransV(v, out); }), L.T() * V},
+                {"VSV", Scalar(s.ComputeVSV(v)), vRow * S * V},
+                {"VSW", Scalar(s.ComputeVSW(v, w)), vRow * S * W},
+                {"VSWParts", Scalar(s.ComputeVSWParts(v, a, na, w, b, nb)), vRow * S.Part(a, na, b, nb) * W},
+                {"RS", Rect([&](auto& out) { return s.ComputeRS(left, out); }), A * S},
+                {"RTransS", Rect([&](auto& out) { return s.ComputeRTransS(right, out); }), B.T() * S},
+                {"RSRTrans", Sym([&](auto& out) { return s.ComputeRSRTrans(left, out); }), A * S * A.T()},
+                {"RTransSR", Sym([&](auto& out) { return s.ComputeRTransSR(right, out); }), B.T() * S * B},
+                {"RTransSV", Vec([&](auto& out) { return s.ComputeRTransSV(right, v, out); }), B.T() * (S * V)},
+                {"RVD", Rect([&](auto& out) { return s.ComputeRVD(left, w, out); }), A * S * DiagonalOf(w)},
+                {"RVDParts", Rect([&](auto& out) { return s.ComputeRVDParts(left, a, na, w, 0, n, out); }),
+                 A * S.Part(a, na, 0, n) * DiagonalOf(w)},
+                {"GSG", Rect([&](auto& out) { return s.ComputeGSG(g, out); }), G * S * G},
+                {"GMG", Rect([&](auto& out) { return s.ComputeGMG(m, out); }), S * M * S},
+                {"GMGNG", Rect([&](auto& out) { return s.ComputeGMGNG(m, g, out); }), S * M * S * G * S},
+                {"LSLTrans", Sym([&](auto& out) { return s.ComputeLSLTrans(other, out); }),
+                 O.Lower() * S * O.Lower().T()},
+                {"LSLTrans of itself", Sym([&](auto& out) { return s.ComputeLSLTrans(s, out); }), L * S * L.T()},
+                {"LTransSL", Sym([&](auto& out) { return s.ComputeLTransSL(other, out); }),
+                 O.Lower().T() * S * O.Lower()},
+                {"LTransSL, L diagonal", Sym([&](auto& out) { return s.ComputeLTransSL(diagonal, out); }), D * S * D},
+                {"SS", Rect([&](auto& out) { return s.ComputeSS(other, out); }), S * O},
+                {"SS, second diagonal", Rect([&](auto& out) { return s.ComputeSS(diagonal, out); }), S * D},
+                {"STransS", Sym([&](auto& out) { return s.ComputeSTransS(out); }), S * S},
+                {"TraceOfProduct", Scalar(s.TraceOfProduct(other)), Scalar((S * O).Trace())},
+                {"TraceOfProduct, diagonal", Scalar(s.TraceOfProduct(diagonal)), Scalar((S * D).Trace())},
+                {"TraceOfProductOfThree", Scalar(s.TraceOfProductOfThree(other, s)), Scalar((S * O * S).Trace())},
+                {"Trace", Scalar(s.Trace()), Scalar(S.Trace())},
+                {"VecPartByL", Vec([&](auto& out) { return s.ComputeVecPartByL(v, a, na, out); }),
+                 L.T() * V.Part(a, na, 0, 1)},
+                {"VecIIncrPartByL", Vec([&](auto& out) { return s.ComputeVecIIncrPartByL(m.GetPtr(), n, a, na, out); }),
+                 L.T() * ToNaive(column).Part(a, na, 0, 1)},
+                {"ProductLAndSquare", Rect([&](auto& out) { return s.ComputeProductLAndSquare(m, out); }), L * M},
+                {"dense copy", Sym([&](auto& out) { return s.FillDenseMatrix(out); }), S},
+            };
+            for (const Case& c : cases) EXPECT_TRUE(Near(c.actual, c.expected)) << c.name;
+        }
+}
+
+TEST_P(IMCSymMatrixTest, RowOperationsEqualLoopsOverTheFullMatrix)
+{
+    TestRandom random(102);
+    const int n = 6;
+    const std::unique_ptr<IMCSymMatrix> s = GetParam().make(random, n);
+    const Naive S = ToNaive(*s), L = S.Lower();
+    const std::vector<double> v = random.Vector(2 * n, -1.0, 1.0);
+    const std::vector<double> start = random.Vector(2 * n, -1.0, 1.0);
+    for (int i = 0; i < n; ++i) {
+        std::vector<double> row;
+        ASSERT_TRUE(s->GetRow(i, row));
+        std::vector<double> sum(start);
+        ASSERT_TRUE(s->IncrVecByRow(i, 0.5, sum));
+        long double product = 0.0L;
+        for (int j = 0; j < n; ++j) {
+            EXPECT_EQ(row[static_cast<std::size_t>(j)], s->GetElem(j, i));
+            EXPECT_NEAR(sum[static_cast<std::size_t>(j)],
+                        static_cast<double>(start[static_cast<std::size_t>(j)] + 0.5L * S.At(i, j)), 1e-15);
+            product += S.At(i, j) * v[static_cast<std::size_t>(j)];
+            EXPECT_NEAR(s->ComputeDotProduct2Rows(i, j), static_cast<double>((S * S).At(i, j)), 1e-14);
+        }
+        EXPECT_NEAR(s->ComputeRowDotProductS(i, v), static_cast<double>(product), 1e-14);
+        MCSymMatrix other = RandomSym(random, n);
+        ASSERT_TRUE(s->ComputeSymRowByL(i, other, row));
+        for (int j = 0; j < n; ++j)
+            EXPECT_NEAR(row[static_cast<std::size_t>(j)], static_cast<double>((ToNaive(other) * L).At(i, j)), 1e-14);
+
+        for (int first = 0; first <= n; ++first)
+            for (int count = 0; count <= n - first; ++count) {
+                long double full = 0.0L, lower = 0.0L, lowerRow = 0.0L;
+                std::vector<double> column(start);
+                ASSERT_TRUE(s->UpdateDenseColumnPart(i, -2.0, column.data(), 2, first, count));
+                for (int j = 0; j < n; ++j) {
+                    const bool inside = j >= first && j < first + count;
+                    const auto at = static_cast<std::size_t>(2 * j);
+                    EXPECT_NEAR(column[at], static_cast<double>(start[at] - (inside ? 2.0L : 0.0L) * L.At(j, i)),
+                                1e-15);
+                    full += inside ? S.At(j, i) * v[at] : 0.0L;
+                    lower += inside ? L.At(j, i) * v[at] : 0.0L;
+                    lowerRow += inside ? L.At(j, i) * v[static_cast<std::size_t>(j)] : 0.0L;
+                }
+                EXPECT_NEAR(s->DotProductColVecIIncrPart(i, v.data(), 2, first, count), static_cast<double>(full),
+                            1e-14);
+                EXPECT_NEAR(s->DotProductLColVecIIncrPart(i, v.data(), 2, first, count), static_cast<double>(lower),
+                            1e-14);
+                EXPECT_NEAR(s->DotProductLColDenseRowPart(i, v.data(), first, count), static_cast<double>(lowerRow),
+                            1e-14);
+            }
+    }
+}
+
+TEST_P(IMCSymMatrixTest, EditingAndReductions)
+{
+    TestRandom random(103);
+    const std::unique_ptr<IMCSymMatrix> s = GetParam().make(random, 5);
+    s->SetElem(3, 3, -0.25);
+    const Naive S = ToNaive(*s);
+    const auto expectEach = [&](auto expected) {
+        for (int i = 0; i < 5; ++i)
+            for (int j = 0; j < 5; ++j)
+                EXPECT_EQ(s->GetElem(i, j), static_cast<double>(expected(i, j))) << i << ", " << j;
+    };
+    double maxDiag = 0.0, minDiag = 0.0, maxOff = 0.0, minOff = 0.0;
+    ASSERT_TRUE(s->MaxMinDiagOffDiag(maxDiag, minDiag, maxOff, minOff));
+    for (int i = 0; i < 5; ++i)
+        for (int j = 0; j < i; ++j) {
+            EXPECT_TRUE(S.At(i, i) <= maxDiag && S.At(i, i) >= minDiag);
+            EXPECT_TRUE(S.At(i, j) <= maxOff && S.At(i, j) >= minOff);
+        }
+    std::vector<double> diag;
+    EXPECT_FALSE(s->GetNCheckDiagonal(2.0, diag));
+    EXPECT_EQ(diag[3], 2.0 * s->GetElem(3, 3));
+
+    s->ChangeSign();
+    s->MultiplyByNumber(4.0);
+    expectEach([&](int i, int j) { return -4.0L * S.At(i, j); });
+    ASSERT_TRUE(s->SetRowColToConst(2, 0.0));
+    EXPECT_TRUE(s->IsZeroRow(2));
+    EXPECT_FALSE(s->IsZeroRow(1));
+    expectEach([&](int i, int j) { return i == 2 || j == 2 ? 0.0L : -4.0L * S.At(i, j); });
+    MCSymMatrix sub;
+    ASSERT_TRUE(s->ExtractSubmatrix(std::vector<int>{3, 1, 2}, sub));
+    EXPECT_EQ(sub.GetElem(0, 0), s->GetElem(3, 3));
+    EXPECT_EQ(sub.GetElem(0, 1), s->GetElem(3, 1));
+    MCBitSet bits(5);
+    bits.Set(1);
+    bits.Set(4);
+    ASSERT_TRUE(s->ExtractSubmatrix(bits, sub));
+    EXPECT_EQ(sub.GetElem(1, 0), s->GetElem(4, 1));
+    ASSERT_TRUE(s->ExtractFirstNRows(2, sub));
+    EXPECT_TRUE(Near(ToNaive(sub), ToNaive(*s, 2, 2), 0.0));
+    for (const std::vector<int>& rows : {std::vector<int>{0, 5}, {-1}, {1, 1}}) {
+        EXPECT_FALSE(s->ExtractSubmatrix(rows, sub));
+        EXPECT_EQ(sub.GetNRows(), 2);
+    }
+    ASSERT_TRUE(s->ComputeAXpY(0.5, *s)); // 1.5 times itself
+    expectEach([&](int i, int j) { return i == 2 || j == 2 ? 0.0L : -6.0L * S.At(i, j); });
+    s->ZeroOutNonDiag();
+    s->AddToDiagonal(1.0);
+    EXPECT_EQ(s->GetElem(2, 2), 1.0);
+    EXPECT_EQ(s->GetElem(4, 3), 0.0);
+    s->ZeroOut();
+    expectEach([](int, int) { return 0.0; });
+    EXPECT_FALSE(s->GetRow(5, diag) || s->PutRow(-1, diag) || s->PutRow(1, {1.0}) || s->IsZeroRow(5));
+    s->Clear();
+    EXPECT_EQ(s->GetNRows(), 0);
+    EXPECT_FALSE(s->MaxMinDiag(maxDiag, minDiag));
+}
+
+TEST_P(IMCSymMatrixTest, MismatchedOperandsAreRefused)
+{
+    TestRandom random(104);
+    const std::unique_ptr<IMCSymMatrix> s = GetParam().make(random, 3);
+    const std::vector<double> two{1, 2};
+    const std::vector<double> three{1, 2, 3};
+    std::vector<double> vec{7.0};
+    MCRectMatrix rect = RandomRect(random, 1, 1);
+    MCSymMatrix sym = RandomSym(random, 1);
+    const MCRectMatrix wrong = RandomRect(random, 4, 4);
+    const MCRectMatrix tall = RandomRect(random, 3, 2);
+    const MCSymMatrix four = RandomSym(random, 4);
+    const MCRectMatrix rectBefore(rect);
+    const MCSymMatrix symBefore(sym);
+    EXPECT_FALSE(s->ComputeSV(two, vec) || s->ComputeLV(two, vec) || s->ComputeLTransV(two, vec) ||
+                 s->ComputeRTransSV(wrong, three, vec) || s->ComputeRTransSV(tall, two, vec) ||
+                 s->ComputeVecPartByL(three, 1, 3, vec) || s->LTSolve(two, vec));
+    EXPECT_FALSE(s->ComputeRS(wrong, rect) || s->ComputeRTransS(wrong, rect) || s->ComputeRVD(wrong, three, rect) ||
+                 s->ComputeGSG(tall, rect) || s->ComputeGMG(wrong, rect) || s->ComputeGMGNG(wrong, wrong, rect) ||
+                 s->ComputeSS(four, rect) || s->ComputeProductLAndSquare(tall, rect));
+    EXPECT_FALSE(s->ComputeRSRTrans(tall, sym) || s->ComputeRTransSR(wrong, sym) || s->ComputeLSLTrans(four, sym) ||
+                 s->ComputeLTransSL(four, sym) || s->ComputeAXpY(1.0, four) || s->ExtractFirstNRows(4, sym));
+    EXPECT_EQ(vec, (std::vector<double>{7.0}));
+    EXPECT_TRUE(SameMatrix(rect, rectBefore));
+    EXPECT_TRUE(SameMatrix(sym, symBefore));
+    for (const double refused :
+         {s->ComputeVSV(two), s->ComputeVSW(two, three), s->ComputeVSW(three, two), s->TraceOfProduct(four),
+          s->ComputeVSWParts(three, 2, 2, three, 0, 1), s->ComputeVSWParts(three, 0, 1, three, -1, 2),
+          s->ComputeRowDotProductS(3, three), s->ComputeRowDotProductS(0, two), s->ComputeDotProduct2Rows(0, 3),
+          s->TraceOfProductOfThree(*s, four), s->DotProductLColVecIIncrPart(0, three.data(), 1, 0, 4)})
+        EXPECT_EQ(refused, kMissing);
+
+    MCDiagMatrix diagonal(2); // symmetric results that are not diagonal do not go into a diagonal matrix
+    EXPECT_FALSE(s->ComputeRSRTrans(RandomRect(random, 2, 3), diagonal) || s->ComputeLSLTrans(*s, diagonal));
+    EXPECT_EQ(diagonal.AsVector(), (std::vector<double>{0, 0}));
+}
+
+TEST_P(IMCSymMatrixTest, ResultsMayBeOperands)
+{
+    TestRandom random(105);
+    const std::unique_ptr<IMCSymMatrix> s = GetParam().make(random, 4);
+    const Naive S = ToNaive(*s);
+    std::vector<double> v = random.Vector(4, -1.0, 1.0);
+    const Naive V = ToNaive(v);
+    ASSERT_TRUE(s->ComputeSV(v, v));
+    EXPECT_TRUE(Near(ToNaive(v), S * V));
+    MCRectMatrix r = RandomRect(random, 4, 4);
+    const Naive R = ToNaive(r);
+    ASSERT_TRUE(s->ComputeGSG(r, r));
+    EXPECT_TRUE(Near(ToNaive(r), R * S * R));
+    MCSymMatrix l = RandomSym(random, 4);
+    const Naive L = ToNaive(l).Lower();
+    ASSERT_TRUE(s->ComputeLSLTrans(l, l));
+    EXPECT_TRUE(Near(ToNaive(l), L * S * L.T()));
+    ASSERT_TRUE(s->ComputeSTransS(*s));
+    EXPECT_TRUE(Near(ToNaive(*s), S * S));
+}
+
+// Elements that meet no NaN stay what they are: a skipped term is not one that is multiplied by 0.
+TEST_P(IMCSymMatrixTest, NanReachesOnlyWhatItIsMultipliedWith)
+{
+    TestRandom random(106);
+    const std::unique_ptr<IMCSymMatrix> s = GetParam().make(random, 3);
+    s->SetElem(2, 2, std::numeric_limits<double>::quiet_NaN());
+    std::vector<double> out;
+    ASSERT_TRUE(s->ComputeLV({1, 1, 1}, out));
+    EXPECT_FALSE(std::isnan(out[0]) || std::isnan(out[1]));
+    EXPECT_TRUE(std::isnan(out[2]));
+    MCSymMatrix result;
+    ASSERT_TRUE(s->ComputeLSLTrans(MCSymMatrix(3), result));
+    EXPECT_EQ(result.GetElem(1, 0), 0.0);
+}
+
+TEST_P(IMCSymMatrixTest, CholeskyOfAPositiveDefiniteMatrixOfEachKind)
+{
+    TestRandom random(107);
+    const std::unique_ptr<IMCSymMatrix> s = GetParam().make(random, 5);
+    s->AddToDiagonal(6.0); // diagonally dominant
+    const Naive S = ToNaive(*s);
+    std::vector<double> ref;
+    ASSERT_TRUE(s->GetNCheckDiagonal(1.0, ref));
+    MCSymMatrix inverse;
+    EXPECT_EQ(s->CholInverse(ref, 1e-12, inverse), 5);
+    EXPECT_TRUE(Near(S * ToNaive(inverse), DiagonalOf(std::vector<double>(5, 1.0))));
+    double det[2];
+    ASSERT_TRUE(s->ComputeDeterminant(0.0, det));
+
+    double logDet = 0.0;
+    EXPECT_EQ(s->LTChol(1e-12, logDet, true), 0);
+    EXPECT_NEAR(logDet, std::log(det[0]) + det[1] * std::log(10.0), 1e-13);
+    EXPECT_TRUE(Near(ToNaive(*s).Lower() * ToNaive(*s).Lower().T(), S));
+    std::vector<double> x = random.Vector(5, -1.0, 1.0);
+    const Naive B = ToNaive(x);
+    ASSERT_TRUE(s->LTSolve(x, x));
+    EXPECT_TRUE(Near(S * ToNaive(x), B));
+    double factorDet[2];
+    EXPECT_EQ(s->LTDetInverse(factorDet, 1), 0);
+    EXPECT_NEAR(2.0 * (std::log(factorDet[0]) + factorDet[1] * std::log(10.0)), logDet, 1e-13);
+    s->LTLLTrans();
+    EXPECT_TRUE(Near(ToNaive(*s), S));
+
+    const std::vector<double> short2(2, 1.0);
+    MCBitSet kept;
+    EXPECT_EQ(s->LTChol({1, 1, 1, 1, -1}, 1e-12, true), -1);
+    EXPECT_EQ(s->LTChol(ref, -1e-12, true), -1);
+    EXPECT_EQ(s->LTChol(short2, 1e-12, kept, true), -1);
+    EXPECT_EQ(s->LTChol(std::numeric_limits<double>::quiet_NaN(), logDet, true), -1);
+    EXPECT_TRUE(Near(ToNaive(*s), S));
+    EXPECT_EQ(kept.Size(), 0);
+}
