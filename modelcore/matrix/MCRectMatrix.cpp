@@ -1,9 +1,12 @@
 // MCRectMatrix: storage, shape, copies, display.
 #include "modelcore/matrix/MCRectMatrix.h"
 
+#include "modelcore/common/MCBitSet.h"
 #include "modelcore/common/MCDisplay.h"
+#include "modelcore/matrix/internal/Operands.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace MCMath_930 {
@@ -25,6 +28,11 @@ bool MCRectMatrix::IsShape(int rows, int cols)
 MCRectMatrix::MCRectMatrix(int rows, int cols)
 {
     SetNRowsCols(rows, cols);
+}
+
+MCRectMatrix::MCRectMatrix(int rows, int cols, std::span<const double> rowMajor)
+{
+    if (IsShape(rows, cols) && Area(rows, cols) == rowMajor.size()) CopyFromRowMajor(rowMajor.data(), rows, cols);
 }
 
 // The elements first: an allocation that fails leaves the matrix as it was.
@@ -62,15 +70,20 @@ bool MCRectMatrix::SetNRowsCols(int rows, int cols)
     return true;
 }
 
-bool MCRectMatrix::Resize(int rows, int cols)
+bool MCRectMatrix::ResizeNRowsCols(int rows, int cols)
 {
     if (!IsShape(rows, cols)) return false;
-    if (cols == fnCols) {
-        fvElem.resize(Area(rows, cols), 0.0);
-        fnRows = rows;
-        return true;
-    }
-    MCRectMatrix resized(rows, cols);
+    fvElem.resize(Area(rows, cols));
+    fnRows = rows;
+    fnCols = cols;
+    return true;
+}
+
+bool MCRectMatrix::Resize(int rows, int cols)
+{
+    if (cols == fnCols) return ResizeNRowsCols(rows, cols); // no row moves
+    MCRectMatrix resized;
+    if (!resized.SetNRowsCols(rows, cols)) return false;
     for (int i = 0; i < std::min(rows, fnRows); ++i)
         std::copy_n(GetRowPtr(i), std::min(cols, fnCols), resized.GetRowPtr(i));
     *this = std::move(resized);
@@ -84,25 +97,277 @@ void MCRectMatrix::Clear()
     fnCols = 0;
 }
 
+bool MCRectMatrix::IsValidMatrix() const
+{
+    return IsShape(fnRows, fnCols) && fvElem.size() == Area(fnRows, fnCols);
+}
+
 bool MCRectMatrix::GetRow(int i, std::vector<double>& row) const
 {
-    if (i < 0 || i >= fnRows) return false;
+    if (!IsRow(i)) return false;
     row.assign(GetRowPtr(i), GetRowPtr(i) + fnCols);
     return true;
 }
 
 bool MCRectMatrix::GetCol(int j, std::vector<double>& col) const
 {
-    if (j < 0 || j >= fnCols) return false;
-    col.resize(static_cast<std::size_t>(fnRows));
-    for (int i = 0; i < fnRows; ++i) col[static_cast<std::size_t>(i)] = GetElem(i, j);
+    if (!IsCol(j)) return false;
+    col.resize(ColLength());
+    return CopyColToVec(j, 0, col);
+}
+
+bool MCRectMatrix::CopyColToVec(int j, int first, std::vector<double>& v) const
+{
+    if (!IsCol(j) || first < 0 || v.size() < static_cast<std::size_t>(first) + ColLength()) return false;
+    for (int i = 0; i < fnRows; ++i) v[static_cast<std::size_t>(first + i)] = GetElem(i, j);
     return true;
 }
 
 bool MCRectMatrix::SetRow(int i, const std::vector<double>& row)
 {
-    if (i < 0 || i >= fnRows || row.size() < static_cast<std::size_t>(fnCols)) return false;
+    if (!IsRow(i) || row.size() < RowLength()) return false;
     std::copy_n(row.begin(), fnCols, GetRowPtr(i));
+    return true;
+}
+
+bool MCRectMatrix::CopyFromRowMajor(const double* elements, int rows, int cols)
+{
+    if (!ResizeNRowsCols(rows, cols)) return false;
+    std::copy_n(elements, fvElem.size(), fvElem.begin());
+    return true;
+}
+
+bool MCRectMatrix::CopyFromColMajor(const double* elements, int rows, int cols)
+{
+    if (!CopyFromRowMajor(elements, cols, rows)) return false;
+    Transpose();
+    return true;
+}
+
+void MCRectMatrix::CopyToRowMajor(double* elements) const
+{
+    std::copy(fvElem.begin(), fvElem.end(), elements);
+}
+
+void MCRectMatrix::CopyToColMajor(double* elements) const
+{
+    MCRectMatrix transposed;
+    Transpose(transposed);
+    transposed.CopyToRowMajor(elements);
+}
+
+bool MCRectMatrix::ShiftRows(int by)
+{
+    MCRectMatrix shifted(fnRows, fnCols);
+    for (int i = std::max(0, by); i < fnRows && i - by < fnRows; ++i)
+        std::copy_n(GetRowPtr(i - by), fnCols, shifted.GetRowPtr(i));
+    *this = std::move(shifted);
+    return true;
+}
+
+bool MCRectMatrix::ShiftColumns(int by)
+{
+    MCRectMatrix shifted(fnRows, fnCols);
+    for (int i = 0; i < fnRows; ++i)
+        for (int j = std::max(0, by); j < fnCols && j - by < fnCols; ++j) shifted.SetElem(i, j, GetElem(i, j - by));
+    *this = std::move(shifted);
+    return true;
+}
+
+int MCRectMatrix::AddRow()
+{
+    return Resize(fnRows + 1, fnCols) ? fnRows : -1;
+}
+
+int MCRectMatrix::AddRow(const std::vector<double>& row)
+{
+    const bool isFirst = fnRows == 0 && fnCols == 0;
+    if (!isFirst && row.size() != RowLength()) return -1;
+    if (!Resize(fnRows + 1, static_cast<int>(row.size()))) return -1;
+    SetRow(fnRows - 1, row);
+    return fnRows;
+}
+
+int MCRectMatrix::AddColumn(const std::vector<double>& col)
+{
+    const bool isFirst = fnRows == 0 && fnCols == 0;
+    if (!isFirst && col.size() != ColLength()) return -1;
+    if (!Resize(static_cast<int>(col.size()), fnCols + 1)) return -1;
+    for (int i = 0; i < fnRows; ++i) SetElem(i, fnCols - 1, col[static_cast<std::size_t>(i)]);
+    return fnCols;
+}
+
+bool MCRectMatrix::DeleteOneRow(int i)
+{
+    if (!IsRow(i)) return false;
+    std::copy(fvElem.data() + Index(i + 1, 0), fvElem.data() + fvElem.size(), GetRowPtr(i));
+    return Resize(fnRows - 1, fnCols);
+}
+
+bool MCRectMatrix::DeleteOneCol(int j)
+{
+    if (!IsCol(j)) return false;
+    double* to = fvElem.data();
+    for (int i = 0; i < fnRows; ++i)
+        for (int k = 0; k < fnCols; ++k)
+            if (k != j) *to++ = GetElem(i, k);
+    return ResizeNRowsCols(fnRows, fnCols - 1);
+}
+
+namespace {
+
+bool ArePlaces(const std::vector<int>& positions, int count, int size)
+{
+    MCBitSet taken(size);
+    return size >= 0 && positions.size() == static_cast<std::size_t>(count) &&
+           std::all_of(positions.begin(), positions.end(), [&](int i) { return !taken.IsIn(i) && taken.Set(i); });
+}
+
+std::vector<int> Numbers(const MCBitSet& bits)
+{
+    std::vector<int> numbers;
+    for (int i = bits.Next(0); i >= 0; i = bits.Next(i + 1)) numbers.push_back(i);
+    return numbers;
+}
+
+} // namespace
+
+bool MCRectMatrix::Expand(const std::vector<int>& rowPositions, int rows, const std::vector<int>& colPositions,
+                          int cols)
+{
+    MCRectMatrix wide;
+    if (!ArePlaces(rowPositions, fnRows, rows) || !ArePlaces(colPositions, fnCols, cols) ||
+        !wide.SetNRowsCols(rows, cols))
+        return false;
+    for (int i = 0; i < fnRows; ++i)
+        for (int j = 0; j < fnCols; ++j)
+            wide.SetElem(rowPositions[static_cast<std::size_t>(i)], colPositions[static_cast<std::size_t>(j)],
+                         GetElem(i, j));
+    *this = std::move(wide);
+    return true;
+}
+
+bool MCRectMatrix::ExpandRectangular(const MCBitSet& keptRows, const MCBitSet& keptCols)
+{
+    return Expand(Numbers(keptRows), keptRows.Size(), Numbers(keptCols), keptCols.Size());
+}
+
+bool MCRectMatrix::ExpandSquare(const MCBitSet& kept)
+{
+    return ExpandRectangular(kept, kept);
+}
+
+bool MCRectMatrix::CreateBlockDiagonal(const std::vector<const IMCRectMatrix*>& blocks)
+{
+    long long rows = 0;
+    long long cols = 0;
+    for (const IMCRectMatrix* const block : blocks) {
+        if (block == nullptr) return false;
+        rows += block->GetNRows();
+        cols += block->GetNCols();
+    }
+    constexpr long long kMax = std::numeric_limits<int>::max();
+    MCRectMatrix whole;
+    if (rows > kMax || cols > kMax || !whole.SetNRowsCols(static_cast<int>(rows), static_cast<int>(cols))) return false;
+    int firstRow = 0;
+    int firstCol = 0;
+    std::vector<double> row;
+    for (const IMCRectMatrix* const block : blocks) {
+        for (int i = 0; i < block->GetNRows(); ++i) {
+            block->GetRow(i, row);
+            std::copy(row.begin(), row.end(), whole.GetRowPtr(firstRow + i) + firstCol);
+        }
+        firstRow += block->GetNRows();
+        firstCol += block->GetNCols();
+    }
+    *this = std::move(whole);
+    return true;
+}
+
+void MCRectMatrix::Transpose()
+{
+    fvElem = internal::Transposed(fvElem.data(), ColLength(), RowLength());
+    std::swap(fnRows, fnCols);
+}
+
+void MCRectMatrix::Transpose(MCRectMatrix& out) const
+{
+    MCRectMatrix transposed(*this);
+    transposed.Transpose();
+    out = std::move(transposed);
+}
+
+bool MCRectMatrix::HasRows(const IMCRectMatrix& source, int firstSource, int count, int first) const
+{
+    return count >= 0 && firstSource >= 0 && count <= source.GetNRows() - firstSource && first >= 0 &&
+           count <= fnRows - first;
+}
+
+bool MCRectMatrix::CopyRowToRow(const IMCRectMatrix& source, int sourceRow, int row)
+{
+    return CopyRows(source, sourceRow, 1, row);
+}
+
+bool MCRectMatrix::CopyColToRow(const IMCRectMatrix& source, int sourceCol, int row)
+{
+    std::vector<double> values;
+    return IsRow(row) && source.GetNRows() == fnCols && source.GetCol(sourceCol, values) && SetRow(row, values);
+}
+
+bool MCRectMatrix::CopyColToCol(const IMCRectMatrix& source, int sourceCol, int col)
+{
+    return CopyColumns(source, sourceCol, 1, col);
+}
+
+// The source's rows are read before the first is written: it may be this matrix.
+bool MCRectMatrix::CopyRows(const IMCRectMatrix& source, int firstSource, int count, int first)
+{
+    if (source.GetNCols() != fnCols || !HasRows(source, firstSource, count, first)) return false;
+    std::vector<double> values;
+    std::vector<double> row;
+    for (int i = firstSource; i < firstSource + count; ++i) {
+        source.GetRow(i, row);
+        values.insert(values.end(), row.begin(), row.end());
+    }
+    std::copy(values.begin(), values.end(), fvElem.data() + Index(first, 0));
+    return true;
+}
+
+bool MCRectMatrix::CopyColumns(const IMCRectMatrix& source, int firstSource, int count, int first)
+{
+    if (source.GetNRows() != fnRows || count < 0 || firstSource < 0 || count > source.GetNCols() - firstSource ||
+        first < 0 || count > fnCols - first)
+        return false;
+    std::vector<double> row;
+    for (int i = 0; i < fnRows; ++i) {
+        source.GetRow(i, row);
+        std::copy_n(row.begin() + firstSource, count, GetRowPtr(i) + first);
+    }
+    return true;
+}
+
+bool MCRectMatrix::ExtractRows(const std::vector<int>& rows, IMCRectMatrix& out) const
+{
+    if (out.GetMatrixType() != kDenseMatrix ||
+        !std::all_of(rows.begin(), rows.end(), [this](int i) { return IsRow(i); }))
+        return false;
+    MCRectMatrix part(static_cast<int>(rows.size()), fnCols);
+    double* to = part.GetPtr();
+    for (const int i : rows) to = std::copy_n(GetRowPtr(i), fnCols, to);
+    static_cast<MCRectMatrix&>(out) = std::move(part);
+    return true;
+}
+
+bool MCRectMatrix::ExtractColumns(const std::vector<int>& cols, IMCRectMatrix& out) const
+{
+    if (out.GetMatrixType() != kDenseMatrix ||
+        !std::all_of(cols.begin(), cols.end(), [this](int j) { return IsCol(j); }))
+        return false;
+    MCRectMatrix part(fnRows, static_cast<int>(cols.size()));
+    double* to = part.GetPtr();
+    for (int i = 0; i < fnRows; ++i)
+        for (const int j : cols) *to++ = GetElem(i, j);
+    static_cast<MCRectMatrix&>(out) = std::move(part);
     return true;
 }
 
@@ -113,6 +378,11 @@ void MCRectMatrix::Display() const
     MCDisplay_930::Display("Number of columns", fnCols);
     MCDisplay_930::DisplayRectMatrix(GetPtr(), fnRows, fnCols);
     MCDisplay_930::DisplayEnd("MCRectMatrix");
+}
+
+void MCRectMatrix::DisplayF() const
+{
+    Display(); // every element is stored
 }
 
 } // namespace MCMath_930

@@ -1,4 +1,9 @@
 #include "matrix/Matrices.h"
+#include "modelcore/common/MCBitSet.h"
+#include "modelcore/common/MCMV.h"
+#include "modelcore/matrix/MCDiagMatrix.h"
+#include "modelcore/matrix/MCSparseVector.h"
+#include "support/DisplayCapture.h"
 
 #include <gtest/gtest.h>
 
@@ -9,6 +14,22 @@
 using namespace MCMath_930;
 
 namespace {
+
+constexpr double kMissing = MCCommon_930::MCMV::gMissingValue;
+
+MCRectMatrix FromRows(const std::vector<std::vector<double>>& rows)
+{
+    MCRectMatrix matrix;
+    for (const std::vector<double>& row : rows) matrix.AddRow(row);
+    return matrix;
+}
+
+MCBitSet Bits(int size, const std::vector<int>& set)
+{
+    MCBitSet bits(size);
+    for (const int i : set) bits.Set(i);
+    return bits;
+}
 
 /// Element (i, j) is 10*i + j.
 MCRectMatrix Places(int rows, int cols)
@@ -82,4 +103,246 @@ TEST(MCRectMatrix, RowsColumnsAndMoves)
     EXPECT_TRUE(SameMatrix(taken, copy));
     taken.Clear();
     EXPECT_TRUE(SameMatrix(taken, MCRectMatrix()));
+}
+
+// Places(2, 3) is {{0, 1, 2}, {10, 11, 12}}.
+TEST(MCRectMatrix, ShapeOperations)
+{
+    struct Case {
+        const char* name;
+        bool (*change)(MCRectMatrix&);
+        std::vector<std::vector<double>> expected;
+    };
+    const Case cases[] = {
+        {"zero row", [](MCRectMatrix& m) { return m.AddRow() == 3; }, {{0, 1, 2}, {10, 11, 12}, {0, 0, 0}}},
+        {"row",
+         [](MCRectMatrix& m) {
+             return m.AddRow({7, 8, 9}) == 3;
+         },
+         {{0, 1, 2}, {10, 11, 12}, {7, 8, 9}}},
+        {"column",
+         [](MCRectMatrix& m) {
+             return m.AddColumn({7, 8}) == 4;
+         },
+         {{0, 1, 2, 7}, {10, 11, 12, 8}}},
+        {"delete row", [](MCRectMatrix& m) { return m.DeleteOneRow(0); }, {{10, 11, 12}}},
+        {"delete column", [](MCRectMatrix& m) { return m.DeleteOneCol(1); }, {{0, 2}, {10, 12}}},
+        {"rows down", [](MCRectMatrix& m) { return m.ShiftRows(1); }, {{0, 0, 0}, {0, 1, 2}}},
+        {"rows up", [](MCRectMatrix& m) { return m.ShiftRows(-1); }, {{10, 11, 12}, {0, 0, 0}}},
+        {"rows away", [](MCRectMatrix& m) { return m.ShiftRows(-2); }, {{0, 0, 0}, {0, 0, 0}}},
+        {"columns right", [](MCRectMatrix& m) { return m.ShiftColumns(2); }, {{0, 0, 0}, {0, 0, 10}}},
+        {"columns left", [](MCRectMatrix& m) { return m.ShiftColumns(-1); }, {{1, 2, 0}, {11, 12, 0}}},
+        {"expand",
+         [](MCRectMatrix& m) {
+             return m.Expand({1, 0}, 2, {3, 0, 1}, 4);
+         },
+         {{11, 12, 0, 10}, {1, 2, 0, 0}}},
+        {"expand by bits",
+         [](MCRectMatrix& m) {
+             return m.ExpandRectangular(Bits(3, {0, 2}), Bits(3, {0, 1, 2}));
+         },
+         {{0, 1, 2}, {0, 0, 0}, {10, 11, 12}}},
+        {"expand square",
+         [](MCRectMatrix& m) {
+             return m.Resize(2, 2) && m.ExpandSquare(Bits(3, {1, 2}));
+         },
+         {{0, 0, 0}, {0, 0, 1}, {0, 10, 11}}},
+        {"transpose",
+         [](MCRectMatrix& m) {
+             m.Transpose();
+             return true;
+         },
+         {{0, 10}, {1, 11}, {2, 12}}},
+        {"block diagonal of itself twice",
+         [](MCRectMatrix& m) {
+             return m.DeleteOneRow(0) && m.CreateBlockDiagonal({&m, &m});
+         },
+         {{10, 11, 12, 0, 0, 0}, {0, 0, 0, 10, 11, 12}}},
+        {"row to row", [](MCRectMatrix& m) { return m.CopyRowToRow(m, 0, 1); }, {{0, 1, 2}, {0, 1, 2}}},
+        {"column to column", [](MCRectMatrix& m) { return m.CopyColToCol(m, 0, 2); }, {{0, 1, 0}, {10, 11, 10}}},
+        {"column to row",
+         [](MCRectMatrix& m) { return m.CopyColToRow(Places(3, 2), 1, 0); },
+         {{1, 11, 21}, {10, 11, 12}}},
+        {"overlapping rows",
+         [](MCRectMatrix& m) { return m.AddRow() == 3 && m.CopyRows(m, 0, 2, 1); },
+         {{0, 1, 2}, {0, 1, 2}, {10, 11, 12}}},
+        {"overlapping columns", [](MCRectMatrix& m) { return m.CopyColumns(m, 0, 2, 1); }, {{0, 0, 1}, {10, 10, 11}}},
+        {"extract rows",
+         [](MCRectMatrix& m) {
+             return m.ExtractRows({1, 0, 1}, m);
+         },
+         {{10, 11, 12}, {0, 1, 2}, {10, 11, 12}}},
+        {"extract columns",
+         [](MCRectMatrix& m) {
+             return m.ExtractColumns({2, 0}, m);
+         },
+         {{2, 0}, {12, 10}}},
+        {"scale a column", [](MCRectMatrix& m) { return m.ColScale(1, -2.0); }, {{0, -2, 2}, {10, -22, 12}}},
+        {"clean a column", [](MCRectMatrix& m) { return m.ColClean(2, 0.5) == 1; }, {{0, 1, 0}, {10, 11, 12}}},
+        {"add to a column", [](MCRectMatrix& m) { return m.AddToColumn(0, 5.0); }, {{5, 1, 2}, {15, 11, 12}}},
+        {"add to the diagonal",
+         [](MCRectMatrix& m) {
+             m.AddToDiagonal(5.0);
+             return true;
+         },
+         {{5, 1, 2}, {10, 16, 12}}},
+        {"zero a column", [](MCRectMatrix& m) { return m.ZeroOutCol(1); }, {{0, 0, 2}, {10, 0, 12}}},
+        {"zero a pivot row", [](MCRectMatrix& m) { return m.ZeroOutPivotRow(1, 2); }, {{0, 1, 2}, {0, 0, 12}}},
+        {"zero part of a row", [](MCRectMatrix& m) { return m.ZeroOutRowPart(1, 0, 2); }, {{0, 1, 2}, {0, 0, 12}}},
+        {"add a multiple of itself", [](MCRectMatrix& m) { return m.ComputeAXpY(2.0, m); }, {{0, 3, 6}, {30, 33, 36}}},
+        {"outer product",
+         [](MCRectMatrix& m) {
+             return m.ComputeVecProduct({1, 2}, {3, 4, 5});
+         },
+         {{3, 4, 5}, {6, 8, 10}}},
+        {"subtract a diagonal",
+         [](MCRectMatrix& m) {
+             return m.DeleteOneCol(2) && m.SubtractSymMatrix(MCDiagMatrix({1, 2}));
+         },
+         {{-1, 1}, {10, 9}}},
+        {"from columns",
+         [](MCRectMatrix& m) {
+             return m.CopyFromColMajor(std::vector<double>{1, 2, 3, 4}.data(), 1, 4);
+         },
+         {{1, 2, 3, 4}}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        MCRectMatrix m = Places(2, 3);
+        EXPECT_TRUE(c.change(m));
+        EXPECT_TRUE(SameMatrix(m, FromRows(c.expected)));
+        EXPECT_TRUE(m.IsValidMatrix());
+    }
+    double columns[6];
+    Places(2, 3).CopyToColMajor(columns);
+    EXPECT_EQ(std::vector<double>(columns, columns + 6), (std::vector<double>{0, 10, 1, 11, 2, 12}));
+    EXPECT_TRUE(SameMatrix(MCRectMatrix(3, 2, columns), FromRows({{0, 10}, {1, 11}, {2, 12}})));
+    EXPECT_EQ(MCRectMatrix(2, 2, columns).GetNRows(), 0);
+}
+
+TEST(MCRectMatrix, WrongArgumentsAreRefused)
+{
+    bool (*const calls[])(MCRectMatrix&) = {
+        [](MCRectMatrix& m) {
+            return m.AddRow({1, 2}) >= 0 || m.AddColumn({1, 2, 3}) >= 0;
+        },
+        [](MCRectMatrix& m) { return m.DeleteOneRow(2) || m.DeleteOneCol(-1); },
+        [](MCRectMatrix& m) {
+            return m.Expand({0, 2}, 2, {0, 1, 2}, 3) || m.Expand({0, 0}, 2, {0, 1, 2}, 3);
+        },
+        [](MCRectMatrix& m) {
+            return m.ExpandSquare(Bits(3, {0, 1})) || m.CreateBlockDiagonal({&m, nullptr});
+        },
+        [](MCRectMatrix& m) { return m.CopyRows(m, 1, 2, 0) || m.CopyRows(m, 0, 2, 1) || m.CopyRows(m, 0, -1, 0); },
+        [](MCRectMatrix& m) { return m.CopyColumns(m, 2, 2, 0) || m.CopyColToRow(m, 0, 0) || m.CopyRowToRow(m, 0, 2); },
+        [](MCRectMatrix& m) {
+            return m.ExtractRows({0, 2}, m) || m.ExtractColumns({3}, m);
+        },
+        [](MCRectMatrix& m) { return m.ColScale(3, 1.0) || m.ColClean(0, -1.0) >= 0 || m.AddToColumn(-1, 1.0); },
+        [](MCRectMatrix& m) { return m.ZeroOutRowPart(0, 2, 2) || m.ZeroOutPivotRow(0, 3) || m.ZeroOutCol(3); },
+        [](MCRectMatrix& m) { return m.ComputeAXpY(1.0, Places(3, 2)) || m.SubtractSymMatrix(MCSymMatrix(2)); },
+        [](MCRectMatrix& m) { return m.ComputeMatrixProduct(m, m) || m.ComputeProductMatrixTrans(Places(3, 2), m); },
+        [](MCRectMatrix& m) {
+            return m.ComputeR1TransSR2(MCSymMatrix(3), m, m) || m.ComputeBlockDiagSR(MCSymMatrix(3), m);
+        },
+    };
+    MCRectMatrix m = Places(2, 3);
+    for (const auto call : calls) EXPECT_TRUE(Refuses(m, call));
+    std::vector<double> v{1, 2};
+    EXPECT_FALSE(m.ComputeRV(v, v) || m.ComputeRDiagV({1, 2, 3}, v, v) || m.ComputeVR({1}, v) ||
+                 m.CopyColToVec(0, 1, v) || m.IncrVecByColumn(3, 1.0, v));
+    EXPECT_EQ(v, (std::vector<double>{1, 2}));
+    for (const double refused :
+         {m.ColNorm(3), m.RowNorm(-1), m.DotProductCol(0, {1}), m.DotProductColCol(0, m, 3), m.DotProductRows(0, 2),
+          m.DotProductRowCol(0, m, 0), m.DotProductRowRow(0, Places(2, 2), 0), m.ComputeVRW(v, v),
+          m.TraceOfProductSqS(MCSymMatrix(2)), m.TraceOfProductSubMatSym(1, 0, MCSymMatrix(2))})
+        EXPECT_EQ(refused, kMissing);
+}
+
+TEST(MCRectMatrix, ProductsEqualTripleLoops)
+{
+    TestRandom random(401);
+    for (const int rows : {1, 2, 9, 40})
+        for (const int cols : {1, 3, 8, 70}) {
+            SCOPED_TRACE(::testing::Message() << rows << " x " << cols);
+            const MCRectMatrix r = RandomRect(random, rows, cols);
+            const MCRectMatrix b = RandomRect(random, cols, 5);
+            const MCRectMatrix c = RandomRect(random, 6, cols);
+            const MCRectMatrix r2 = RandomRect(random, rows, 4);
+            const MCSymMatrix s = RandomSym(random, rows);
+            const MCSymMatrix small = RandomSym(random, rows % 2 == 0 ? rows / 2 : rows);
+            const std::vector<double> v = random.Vector(static_cast<std::size_t>(rows), -1.0, 1.0);
+            const std::vector<double> w = random.Vector(static_cast<std::size_t>(cols), -1.0, 1.0);
+            const std::vector<double> d = random.Vector(static_cast<std::size_t>(cols), -1.0, 1.0);
+            const std::vector<int> vIndex{0};
+            const std::vector<int> wIndex{cols - 1};
+            const std::vector<double> vValue{2.0};
+            const std::vector<double> wValue{-3.0};
+            const MCSparseVector spV(vIndex, vValue);
+            const MCSparseVector spW(wIndex, wValue);
+            const int last = cols - 1;
+            std::vector<double> sum(v);
+            ASSERT_TRUE(r.IncrVecByColumn(last, 2.0, sum));
+            MCRectMatrix blockS;
+            ASSERT_TRUE(rows % 2 == 0 ? blockS.CreateBlockDiagonal({&r2, &r2}) : true); // replaced below
+            std::vector<double> square(static_cast<std::size_t>(small.GetNRows() * small.GetNRows()));
+            small.CopyToSquare(square.data());
+            const MCRectMatrix full(small.GetNRows(), small.GetNRows(), square);
+            ASSERT_TRUE(rows % 2 == 0 ? blockS.CreateBlockDiagonal({&full, &full})
+                                      : blockS.CreateBlockDiagonal({&full}));
+            MCRectMatrix wide(r), sq = RandomRect(random, rows, rows);
+            ASSERT_TRUE(wide.Resize(rows + 1, cols + rows));
+
+            const Naive R = ToNaive(r), S = ToNaive(s), V = ToNaive(v), W = ToNaive(w);
+            struct Case {
+                const char* name;
+                Naive actual;
+                Naive expected;
+            };
+            using Vec = std::vector<double>;
+            const Case cases[] = {
+                {"RV", Formed<Vec>([&](auto& out) { return r.ComputeRV(w, out); }), R * W},
+                {"VR", Formed<Vec>([&](auto& out) { return r.ComputeVR(v, out); }), R.T() * V},
+                {"VRW", Scalar(r.ComputeVRW(v, w)), V.T() * R * W},
+                {"RDiagV", Formed<Vec>([&](auto& out) { return r.ComputeRDiagV(d, w, out); }), R * DiagonalOf(d) * W},
+                {"DiagR", Formed<MCRectMatrix>([&](auto& out) { return r.ComputeDiagR(v, out); }), DiagonalOf(v) * R},
+                {"product", Formed<MCRectMatrix>([&](auto& out) { return r.ComputeMatrixProduct(b, out); }),
+                 R * ToNaive(b)},
+                {"product with transpose",
+                 Formed<MCRectMatrix>([&](auto& out) { return r.ComputeProductMatrixTrans(c, out); }),
+                 R * ToNaive(c).T()},
+                {"R1TransSR2", Formed<MCRectMatrix>([&](auto& out) { return r.ComputeR1TransSR2(s, r2, out); }),
+                 R.T() * S * ToNaive(r2)},
+                {"BlockDiagSR", Formed<MCRectMatrix>([&](auto& out) { return r.ComputeBlockDiagSR(small, out); }),
+                 ToNaive(blockS) * R},
+                {"SpVRSpW", Scalar(r.ComputeSpVRSpW(spV, spW)), Scalar(-6.0L * R.At(0, last))},
+                {"column by vector", Scalar(r.DotProductCol(last, v)), Scalar((V.T() * R).At(0, last))},
+                {"columns", Scalar(r.DotProductColCol(0, r2, 3)), Scalar((R.T() * ToNaive(r2)).At(0, 3))},
+                {"rows", Scalar(r.DotProductRows(0, rows - 1)), Scalar((R * R.T()).At(0, rows - 1))},
+                {"row by column", Scalar(r.DotProductRowCol(rows - 1, b, 4)), Scalar((R * ToNaive(b)).At(rows - 1, 4))},
+                {"row by row", Scalar(r.DotProductRowRow(0, c, 5)), Scalar((R * ToNaive(c).T()).At(0, 5))},
+                {"TraceOfProductSqS", Scalar(sq.TraceOfProductSqS(s)), Scalar((ToNaive(sq) * S).Trace())},
+                {"TraceOfProductSubMatSym", Scalar(wide.TraceOfProductSubMatSym(1, cols, s)), Scalar(0)},
+                {"ColNorm", Scalar(r.ColNorm(0) * r.ColNorm(0)), Scalar((R.T() * R).At(0, 0))},
+                {"RowNorm", Scalar(r.RowNorm(0) * r.RowNorm(0)), Scalar((R * R.T()).At(0, 0))},
+                {"column added", Scalar(sum[0]), Scalar(v[0] + 2.0L * R.At(0, last))},
+            };
+            for (const Case& k : cases) EXPECT_TRUE(Near(k.actual, k.expected)) << k.name;
+        }
+}
+
+TEST(MCRectMatrix, RowsAndColumnsAreClassified)
+{
+    const MCRectMatrix m = FromRows({{0, 0, 0, 1}, {0, 5, 0, 1}, {0, 5, 2, 1}, {0, 0, 0, 0}});
+    EXPECT_TRUE(m.IsRowZero(3) && !m.IsRowZero(0) && !m.IsRowZero(4));
+    EXPECT_TRUE(m.IsColZero(0) && !m.IsColZero(2) && !m.IsColZero(4));
+    EXPECT_TRUE(m.IsRowZeroButOne(0) && !m.IsRowZeroButOne(1) && !m.IsRowZeroButOne(3) && !m.IsRowZeroButOne(-1));
+    EXPECT_EQ(m.FindFirstNonZeroInRow(2), 1);
+    EXPECT_EQ(m.FindFirstNonZeroInRow(3), -1);
+    MCRectMatrix top;
+    ASSERT_TRUE(m.ExtractRows({0, 1, 2}, top));
+    EXPECT_TRUE(top.CheckForOnes(3) && !m.CheckForOnes(3) && !top.CheckForOnes(4));
+    const DisplayCapture capture;
+    m.DisplayF();
+    EXPECT_TRUE(capture.Text().starts_with("MCRectMatrix display start\nNumber of rows: 4\nNumber of columns: 4\n"));
 }
