@@ -4,6 +4,7 @@
 #include "modelcore/linalg/Blas1.h"
 #include "modelcore/linalg/internal/LinpackColumns.h"
 #include "modelcore/linalg/internal/LinpackReflection.h"
+#include "modelcore/linalg/internal/RotationQueue.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,8 +23,9 @@ using Columns = DenseColumns<double>;
 class SingularValues {
 public:
     SingularValues(int n, int p, double* s, double* e, const Columns& u, int uColumns, const Columns& v, bool wantV)
-        : fn(n), fp(p), fs(s), fe(e), fu(u), fuColumns(uColumns), fv(v), fWantV(wantV),
-          fColumnSteps(std::min(n - 1, p)), fRowSteps(std::max(0, std::min(p - 2, n))), fOrder(std::min(p, n + 1))
+        : fn(n), fp(p), fs(s), fe(e), fu(u), fuColumns(uColumns), fv(v), fWantV(wantV), fLeft(u, n, uColumns),
+          fRight(v, p, wantV ? p : 0), fColumnSteps(std::min(n - 1, p)), fRowSteps(std::max(0, std::min(p - 2, n))),
+          fOrder(std::min(p, n + 1))
     {}
 
     void Reduce(const Columns& x, double* work);
@@ -31,6 +33,7 @@ public:
     void GenerateU();
     void GenerateV();
     int Iterate();
+    void FinishVectors();
 
 private:
     /// What the next pass of the iteration does with the block of rows first..last.
@@ -53,6 +56,8 @@ private:
     int fuColumns; // 0: no U
     Columns fv;
     bool fWantV;
+    RotationQueue fLeft;
+    RotationQueue fRight;
     int fColumnSteps;
     int fRowSteps;
     int fOrder; // of the bidiagonal matrix
@@ -64,10 +69,8 @@ void SingularValues::ReflectColumn(const Columns& x, int l)
     const bool wanted = l < fColumnSteps;
     double* const column = x(l) + l;
     if (wanted) fs[l] = MakeReflection(column, fn - l);
-    for (int j = l + 1; j < fp; ++j) {
-        if (wanted && fs[l] != 0.0) Reflect(column, fn - l, x(j) + l);
-        fe[j] = x(j)[l];
-    }
+    if (wanted && fs[l] != 0.0 && l + 1 < fp) ReflectColumns(column, fn - l, x(l + 1) + l, x.lda, fp - 1 - l);
+    for (int j = l + 1; j < fp; ++j) fe[j] = x(j)[l];
     if (!wanted) return;
     fs[l] = -fs[l];
     if (WantU()) Blas1::DCopy(fn - l, column, 1, fu(l) + l, 1);
@@ -80,7 +83,8 @@ void SingularValues::ReflectRow(const Columns& x, int l, double* work)
     fe[l] = -MakeReflection(fe + next, fp - next);
     if (next < fn && fe[l] != 0.0) {
         std::fill(work + next, work + fn, 0.0);
-        for (int j = next; j < fp; ++j) Blas1::Daxpy(fn - next, fe[j], x(j) + next, 1, work + next, 1);
+        AddColumns(work + next, x(next) + next, x.lda, static_cast<std::size_t>(fp - next), fe + next,
+                   static_cast<std::size_t>(fn - next));
         for (int j = next; j < fp; ++j) Blas1::Daxpy(fn - next, -fe[j] / fe[next], work + next, 1, x(j) + next, 1);
     }
     if (fWantV) Blas1::DCopy(fp - next, fe + next, 1, fv(l) + next, 1);
@@ -117,7 +121,7 @@ void SingularValues::GenerateU()
             continue;
         }
         double* const column = fu(l);
-        for (int j = l + 1; j < fuColumns; ++j) Reflect(column + l, fn - l, fu(j) + l);
+        if (l + 1 < fuColumns) ReflectColumns(column + l, fn - l, fu(l + 1) + l, fu.lda, fuColumns - 1 - l);
         Blas1::DScal(fn - l, -1.0, column + l, 1);
         column[l] += 1.0;
         std::fill_n(column, l, 0.0);
@@ -129,8 +133,7 @@ void SingularValues::GenerateV()
 {
     for (int l = fp - 1; l >= 0; --l) {
         const int next = l + 1;
-        if (l < fRowSteps && fe[l] != 0.0)
-            for (int j = next; j < fp; ++j) Reflect(fv(l) + next, fp - next, fv(j) + next);
+        if (l < fRowSteps && fe[l] != 0.0) ReflectColumns(fv(l) + next, fp - next, fv(next) + next, fv.lda, fp - next);
         std::fill_n(fv(l), fp, 0.0);
         fv(l)[l] = 1.0;
     }
@@ -177,7 +180,7 @@ void SingularValues::DeflateLast(int first, int last)
             f = -s * fe[k - 1];
             fe[k - 1] = c * fe[k - 1];
         }
-        if (fWantV) Blas1::DRot(fp, fv(k), 1, fv(last), 1, c, s);
+        if (fWantV) fRight.RotateNow(k, last, c, s);
     }
 }
 
@@ -192,7 +195,7 @@ void SingularValues::SplitAtZero(int first, int last)
         f = -s * fe[k];
         fe[k] = c * fe[k];
         // Row n + 1 of a wide matrix has no left vector; it comes here only when a NaN keeps it from being deflated.
-        if (WantU() && k < fn) Blas1::DRot(fn, fu(k), 1, fu(first - 1), 1, c, s);
+        if (WantU() && k < fn) fLeft.RotateNow(k, first - 1, c, s);
     }
 }
 
@@ -217,6 +220,8 @@ void SingularValues::QrStep(int first, int last)
 
     double f = (sFirst + sLast) * (sFirst - sLast) + shift;
     double g = sFirst * eFirst;
+    if (fWantV) fRight.StartSweep(first);
+    if (WantU()) fLeft.StartSweep(first);
     for (int k = first; k < last; ++k) {
         double c, s;
         Blas1::DRotG(&f, &g, &c, &s);
@@ -225,14 +230,14 @@ void SingularValues::QrStep(int first, int last)
         fe[k] = c * fe[k] - s * fs[k];
         g = s * fs[k + 1];
         fs[k + 1] = c * fs[k + 1];
-        if (fWantV) Blas1::DRot(fp, fv(k), 1, fv(k + 1), 1, c, s);
+        if (fWantV) fRight.Rotate(c, s);
         Blas1::DRotG(&f, &g, &c, &s);
         fs[k] = f;
         f = c * fe[k] + s * fs[k + 1];
         fs[k + 1] = -s * fe[k] + c * fs[k + 1];
         g = s * fe[k + 1];
         fe[k + 1] = c * fe[k + 1];
-        if (WantU() && k < fn - 1) Blas1::DRot(fn, fu(k), 1, fu(k + 1), 1, c, s);
+        if (WantU() && k < fn - 1) fLeft.Rotate(c, s);
     }
     fe[last - 1] = f;
 }
@@ -242,12 +247,12 @@ void SingularValues::Settle(int l)
 {
     if (fs[l] < 0.0) {
         fs[l] = -fs[l];
-        if (fWantV) Blas1::DScal(fp, -1.0, fv(l), 1);
+        if (fWantV) fRight.Negate(l);
     }
     for (; l < fOrder - 1 && fs[l] < fs[l + 1]; ++l) {
         std::swap(fs[l], fs[l + 1]);
-        if (fWantV && l < fp - 1) Blas1::DSwap(fp, fv(l), 1, fv(l + 1), 1);
-        if (WantU() && l < fn - 1) Blas1::DSwap(fn, fu(l), 1, fu(l + 1), 1);
+        if (fWantV && l < fp - 1) fRight.Exchange(l, l + 1);
+        if (WantU() && l < fn - 1) fLeft.Exchange(l, l + 1);
     }
 }
 
@@ -290,6 +295,13 @@ int SingularValues::Iterate()
     return 0;
 }
 
+/// Does the rotations and exchanges of vectors that were put off.
+void SingularValues::FinishVectors()
+{
+    if (WantU()) fLeft.Finish();
+    if (fWantV) fRight.Finish();
+}
+
 } // namespace
 
 int Linpack::Dsvdc(double* x, int ldx, int n, int p, double* s, double* e, double* u, int ldu, double* v, int ldv,
@@ -306,7 +318,9 @@ int Linpack::Dsvdc(double* x, int ldx, int n, int p, double* s, double* e, doubl
     decomposition.FinishBidiagonal(columns);
     if (uColumns > 0) decomposition.GenerateU();
     if (wantV) decomposition.GenerateV();
-    return decomposition.Iterate();
+    const int info = decomposition.Iterate();
+    decomposition.FinishVectors();
+    return info;
 }
 
 } // namespace MCMath_930

@@ -150,6 +150,32 @@ void AddProductTileBody(double* const* lines, const double* left, const double* 
             AddProductPart(lines + r, offset, left + r, right + offset, depth);
 }
 
+// y is read and written once for four columns.
+void AddColumnsBody(double* __restrict y, const double* __restrict c, std::ptrdiff_t columnStep, std::size_t columns,
+                    const double* factors, std::size_t count)
+{
+    std::size_t j = 0;
+    while (j < columns) {
+        const double* const f = factors + j;
+        if (j + 4 <= columns && f[0] != 0.0 && f[1] != 0.0 && f[2] != 0.0 && f[3] != 0.0) {
+            for (std::size_t i = 0; i < count; ++i) {
+                double sum = y[i];
+                sum += f[0] * c[i];
+                sum += f[1] * (c + columnStep)[i];
+                sum += f[2] * (c + 2 * columnStep)[i];
+                sum += f[3] * (c + 3 * columnStep)[i];
+                y[i] = sum;
+            }
+            j += 4;
+            c += 4 * columnStep;
+        } else {
+            if (*f != 0.0) AddScaledBody(y, *f, c, count);
+            ++j;
+            c += columnStep;
+        }
+    }
+}
+
 void ApplyUnitLowerToColumn(double* column, const double* lower, std::ptrdiff_t lowerStep, int order)
 {
     for (int k = 0; k < order - 1; ++k, lower += lowerStep) {
@@ -322,6 +348,38 @@ void ReflectStripPart(double* strip, const double* v, const double* factors, con
 }
 #endif
 
+#ifdef __GNUC__
+void RotateStripPart(double* strip, const double* c, const double* s, std::size_t count)
+{
+    Vector kept[kStripVectors]; // column k, still to be turned with the one after it
+#pragma GCC unroll 4
+    for (int q = 0; q < kStripVectors; ++q) kept[q] = *reinterpret_cast<const Vector*>(strip + q * kVectorWidth);
+    for (std::size_t k = 0; k < count; ++k, strip += kStripWidth)
+#pragma GCC unroll 4
+        for (int q = 0; q < kStripVectors; ++q) {
+            const Vector next = *reinterpret_cast<const Vector*>(strip + kStripWidth + q * kVectorWidth);
+            *reinterpret_cast<Vector*>(strip + q * kVectorWidth) = c[k] * kept[q] + s[k] * next;
+            kept[q] = c[k] * next - s[k] * kept[q];
+        }
+#pragma GCC unroll 4
+    for (int q = 0; q < kStripVectors; ++q) *reinterpret_cast<Vector*>(strip + q * kVectorWidth) = kept[q];
+}
+#else
+void RotateStripPart(double* strip, const double* c, const double* s, std::size_t count)
+{
+    for (std::size_t k = 0; k < count; ++k, strip += kStripWidth) {
+        const double turned = c[k] * strip[0] + s[k] * strip[kStripWidth];
+        strip[kStripWidth] = c[k] * strip[kStripWidth] - s[k] * strip[0];
+        strip[0] = turned;
+    }
+}
+#endif
+
+void RotateStripBody(double* strip, const double* c, const double* s, std::size_t count)
+{
+    for (int j = 0; j < kStripWidth; j += kStripVectors * kVectorWidth) RotateStripPart(strip + j, c, s, count);
+}
+
 void ReflectStripBody(double* strip, const double* v, const double* factors, const double* next, double* dots,
                       std::size_t rows)
 {
@@ -376,8 +434,20 @@ void DotColumnsBody(double* dots, const double* c, std::ptrdiff_t columnStep, st
 
 extern const KernelTable kTable;
 const KernelTable kTable = {
-    MODELCORE_KERNEL_NAME, AddScaledBody,      AddOuterProductsBody, ScaleBody,          RotateBody,
-    LargestMagnitudeBody,  AddProductTileBody, AddOuterProductBody,  ApplyUnitLowerBody, FinishCholeskyLinesBody,
-    ReflectStripBody,      DotColumnsBody};
+    .name = MODELCORE_KERNEL_NAME,
+    .addScaled = AddScaledBody,
+    .addOuterProducts = AddOuterProductsBody,
+    .scale = ScaleBody,
+    .rotate = RotateBody,
+    .largestMagnitude = LargestMagnitudeBody,
+    .addProductTile = AddProductTileBody,
+    .addOuterProduct = AddOuterProductBody,
+    .addColumns = AddColumnsBody,
+    .applyUnitLower = ApplyUnitLowerBody,
+    .finishCholeskyLines = FinishCholeskyLinesBody,
+    .reflectStrip = ReflectStripBody,
+    .rotateStrip = RotateStripBody,
+    .dotColumns = DotColumnsBody,
+};
 
 } // namespace MCMath_930::internal::MODELCORE_KERNEL_SET

@@ -28,12 +28,15 @@ struct KernelTable {
     void (*addProductTile)(double* const* lines, const double* left, const double* right, std::size_t depth);
     void (*addOuterProduct)(double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* factors,
                             std::ptrdiff_t factorStep, const double* x, std::size_t count);
+    void (*addColumns)(double* y, const double* c, std::ptrdiff_t columnStep, std::size_t columns,
+                       const double* factors, std::size_t count);
     void (*applyUnitLower)(double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* lower,
                            std::ptrdiff_t lowerStep, int order);
     void (*finishCholeskyLines)(double* const* sums, const double* const* lines, int count,
                                 const double* const* diagonal, int order);
     void (*reflectStrip)(double* strip, const double* v, const double* factors, const double* next, double* dots,
                          std::size_t rows);
+    void (*rotateStrip)(double* strip, const double* c, const double* s, std::size_t count);
     void (*dotColumns)(double* dots, const double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* x,
                        std::size_t count);
 };

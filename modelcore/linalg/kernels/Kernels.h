@@ -84,6 +84,14 @@ inline void AddOuterProduct(double* c, std::ptrdiff_t columnStep, std::size_t co
     Kernels().addOuterProduct(c, columnStep, columns, factors, factorStep, x, count);
 }
 
+/// y += factors[j] * column j of c, columnStep apart, for j = 0 .. columns-1 in this order, leaving out factors of 0; y
+/// and the columns are `count` elements long. Two roundings per term. y must not overlap the columns.
+inline void AddColumns(double* y, const double* c, std::ptrdiff_t columnStep, std::size_t columns,
+                       const double* factors, std::size_t count)
+{
+    Kernels().addColumns(y, c, columnStep, columns, factors, count);
+}
+
 /// Applies a unit lower triangle to columns of c, in place: for k = 0 .. order-2, rows i > k of a column receive
 /// lower(i, k) times its row k, unless that is 0. lower(i, k) is at lower[k*lowerStep + i]. Two roundings per term.
 inline void ApplyUnitLower(double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* lower,
@@ -107,6 +115,13 @@ inline void ReflectStrip(double* strip, const double* v, const double* factors, 
                          std::size_t rows)
 {
     Kernels().reflectStrip(strip, v, factors, next, dots, rows);
+}
+
+/// On kStripWidth rows of a matrix stored column by column: for k = 0 .. count-1 in this order the plane rotation
+/// (c[k], s[k]) of columns k and k + 1, as Rotate does it.
+inline void RotateStrip(double* strip, const double* c, const double* s, std::size_t count)
+{
+    Kernels().rotateStrip(strip, c, s, count);
 }
 
 /// dots[j] = x . column j of c, columnStep apart, for j in [0, columns): each sum from 0 in index order, several of
