@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <memory>
+#include <new>
 #include <utility>
 
 namespace MCMath_930 {
@@ -148,6 +150,54 @@ void BlockedElimination::RestoreOrder(int first, int last)
         for (int k = last - 1; k > j; --k) std::swap(fa(j)[k], fa(j)[fPivots[k] - 1]);
 }
 
+/// The product of inverse(U) with inverse(L), L given by its multipliers. Column k needs the finished columns after it,
+/// so columns cannot go together; rows can, and a strip of them stays in cache while the multipliers go by.
+class RowwiseProduct {
+public:
+    /// Below this order the loop over whole columns is faster.
+    static constexpr int kSmallestOrder = 32;
+
+    RowwiseProduct(const DenseColumns<double>& a, int n, const int* ipvt)
+        : fa(a), fn(n), fPivots(ipvt), fMemory(new (std::nothrow) double[Index(n) + Size(n) * kStripWidth])
+    {}
+
+    bool HasWorkspace() const { return fMemory != nullptr; }
+
+    void Multiply()
+    {
+        for (int k = 0; k < fn - 1; ++k) std::copy(fa(k) + k + 1, fa(k) + fn, fMemory.get() + Index(k));
+        for (int row = 0; row < fn; row += kStripWidth) MultiplyStrip(row, std::min(kStripWidth, fn - row));
+    }
+
+private:
+    static std::size_t Size(int n) { return static_cast<std::size_t>(n); }
+
+    /// Where the multipliers of column k stand; Index(n) is the number of all.
+    std::size_t Index(int k) const { return Size(k) * (2 * Size(fn) - Size(k) - 1) / 2; }
+
+    double* Strip(int column) const { return fMemory.get() + Index(fn) + Size(column) * kStripWidth; }
+
+    void MultiplyStrip(int row, int rows)
+    {
+        for (int j = 0; j < fn; ++j) {
+            double* const strip = Strip(j);
+            const int above = std::clamp(j + 1 - row, 0, rows); // rows of inverse(U) that column j reaches
+            std::copy_n(fa(j) + row, above, strip);
+            std::fill(strip + above, strip + kStripWidth, 0.0);
+        }
+        for (int k = fn - 2; k >= 0; --k) {
+            AddStripColumns(Strip(k), Strip(k + 1), fMemory.get() + Index(k), Size(fn - 1 - k));
+            if (fPivots[k] != k + 1) std::swap_ranges(Strip(k), Strip(k) + kStripWidth, Strip(fPivots[k] - 1));
+        }
+        for (int j = 0; j < fn; ++j) std::copy_n(Strip(j), rows, fa(j) + row);
+    }
+
+    DenseColumns<double> fa;
+    int fn;
+    const int* fPivots;
+    std::unique_ptr<double[]> fMemory;
+};
+
 } // namespace
 
 double Linpack::Dgeco(double* a, int lda, int n, int* ipvt, double* z)
@@ -206,6 +256,10 @@ void Linpack::Dgedi(double* a, int lda, int n, const int* ipvt, double* det, dou
 
     InvertUpper(columns, n, n);
     // inverse(U) * inverse(L), a column of L at a time from the last.
+    if (n >= RowwiseProduct::kSmallestOrder) {
+        RowwiseProduct product(columns, n, ipvt);
+        if (product.HasWorkspace()) return product.Multiply();
+    }
     for (int k = n - 2; k >= 0; --k) {
         double* const column = columns(k);
         for (int i = k + 1; i < n; ++i) {

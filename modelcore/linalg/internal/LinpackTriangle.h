@@ -2,6 +2,7 @@
 #pragma once
 
 #include "modelcore/linalg/Blas1.h"
+#include "modelcore/linalg/internal/BlockedInverse.h"
 #include "modelcore/linalg/internal/LinpackColumns.h"
 
 namespace MCMath_930::internal {
@@ -48,6 +49,11 @@ double SymmetricNorm(const Columns& a, int n, double* sums)
 template <class Columns>
 void InvertUpper(const Columns& u, int n, int steps)
 {
+    using Blocked = BlockedInverse<Columns>;
+    if (steps == n && n >= Blocked::kSmallestOrder) {
+        Blocked blocked(u, n);
+        if (blocked.HasWorkspace()) return blocked.Invert();
+    }
     for (int k = 0; k < steps; ++k) {
         double* const column = u(k);
         column[k] = 1.0 / column[k];

@@ -375,6 +375,36 @@ void RotateStripPart(double* strip, const double* c, const double* s, std::size_
 }
 #endif
 
+#ifdef __GNUC__
+void AddStripColumnsPart(double* y, const double* strip, const double* factors, std::size_t columns)
+{
+    Vector sum[kStripVectors];
+#pragma GCC unroll 4
+    for (int q = 0; q < kStripVectors; ++q) sum[q] = *reinterpret_cast<const Vector*>(y + q * kVectorWidth);
+    for (std::size_t j = 0; j < columns; ++j, strip += kStripWidth) {
+        const double factor = factors[j];
+        if (factor == 0.0) continue;
+#pragma GCC unroll 4
+        for (int q = 0; q < kStripVectors; ++q)
+            sum[q] += factor * *reinterpret_cast<const Vector*>(strip + q * kVectorWidth);
+    }
+#pragma GCC unroll 4
+    for (int q = 0; q < kStripVectors; ++q) *reinterpret_cast<Vector*>(y + q * kVectorWidth) = sum[q];
+}
+#else
+void AddStripColumnsPart(double* y, const double* strip, const double* factors, std::size_t columns)
+{
+    for (std::size_t j = 0; j < columns; ++j, strip += kStripWidth)
+        if (factors[j] != 0.0) *y += factors[j] * *strip;
+}
+#endif
+
+void AddStripColumnsBody(double* y, const double* strip, const double* factors, std::size_t columns)
+{
+    for (int j = 0; j < kStripWidth; j += kStripVectors * kVectorWidth)
+        AddStripColumnsPart(y + j, strip + j, factors, columns);
+}
+
 void RotateStripBody(double* strip, const double* c, const double* s, std::size_t count)
 {
     for (int j = 0; j < kStripWidth; j += kStripVectors * kVectorWidth) RotateStripPart(strip + j, c, s, count);
@@ -447,6 +477,7 @@ const KernelTable kTable = {
     .finishCholeskyLines = FinishCholeskyLinesBody,
     .reflectStrip = ReflectStripBody,
     .rotateStrip = RotateStripBody,
+    .addStripColumns = AddStripColumnsBody,
     .dotColumns = DotColumnsBody,
 };
 

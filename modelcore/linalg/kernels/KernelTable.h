@@ -37,6 +37,7 @@ struct KernelTable {
     void (*reflectStrip)(double* strip, const double* v, const double* factors, const double* next, double* dots,
                          std::size_t rows);
     void (*rotateStrip)(double* strip, const double* c, const double* s, std::size_t count);
+    void (*addStripColumns)(double* y, const double* strip, const double* factors, std::size_t columns);
     void (*dotColumns)(double* dots, const double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* x,
                        std::size_t count);
 };

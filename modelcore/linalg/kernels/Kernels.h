@@ -124,6 +124,13 @@ inline void RotateStrip(double* strip, const double* c, const double* s, std::si
     Kernels().rotateStrip(strip, c, s, count);
 }
 
+/// On kStripWidth rows stored column by column: y += factors[j] * column j for j = 0 .. columns-1 in this order,
+/// leaving out factors of 0. Two roundings per term. y must not be one of the columns.
+inline void AddStripColumns(double* y, const double* strip, const double* factors, std::size_t columns)
+{
+    Kernels().addStripColumns(y, strip, factors, columns);
+}
+
 /// dots[j] = x . column j of c, columnStep apart, for j in [0, columns): each sum from 0 in index order, several of
 /// them side by side. Two roundings per term.
 inline void DotColumns(double* dots, const double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* x,
