@@ -5,8 +5,11 @@
 #include "modelcore/xml/XMLString.h"
 #include "modelcore/xml/internal/NumberText.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cstddef>
 #include <span>
+#include <string_view>
 
 namespace MCXML_930 {
 
@@ -14,7 +17,7 @@ using internal::ElementBuilder;
 
 namespace {
 
-constexpr char kMissing[] = "__MISSING__";
+constexpr std::string_view kMissing = "__MISSING__";
 
 template <class T>
 std::span<const T> ListOf(const T* values, int count)
@@ -22,39 +25,53 @@ std::span<const T> ListOf(const T* values, int count)
     return {values, values != nullptr && count > 0 ? static_cast<std::size_t>(count) : 0};
 }
 
-void AppendItem(std::string& text, double value)
+/// Room for one item of a list of numbers with the blank before it.
+constexpr std::ptrdiff_t kItemRoom = internal::kNumberRoom + 1;
+
+char* WriteItem(char* out, double value)
 {
-    if (MCCommon_930::MCMV::IsMissing(value)) {
-        text.append(kMissing);
-        return;
-    }
-    char number[internal::kNumberRoom];
-    text.append(number, internal::WriteNumber(number, value));
+    if (!MCCommon_930::MCMV::IsMissing(value)) return internal::WriteNumber(out, value);
+    return std::ranges::copy(kMissing, out).out;
 }
 
-void AppendItem(std::string& text, int value)
+char* WriteItem(char* out, int value)
 {
     // "%.0g": a precision of 0 counts as 1.
-    char number[16];
-    const double real = value;
-    text.append(number, std::to_chars(number, number + sizeof number, real, std::chars_format::general, 0).ptr);
+    return std::to_chars(out, out + kItemRoom, static_cast<double>(value), std::chars_format::general, 0).ptr;
 }
 
-void AppendItem(std::string& text, const std::string& value)
+/// Numbers are written to a small array first: a string that grew by each of them would take as long again.
+template <class Number>
+std::string JoinedText(std::span<const Number> values)
 {
-    text.append(value);
+    std::string text;
+    char piece[4096];
+    char* out = piece;
+    for (const Number& value : values) {
+        if (piece + sizeof piece - out < kItemRoom) {
+            text.append(piece, out);
+            out = piece;
+        }
+        if (&value != values.data()) *out++ = ' ';
+        out = WriteItem(out, value);
+    }
+    return text.append(piece, out);
+}
+
+std::string JoinedText(std::span<const std::string> values)
+{
+    std::string text;
+    for (const std::string& value : values) {
+        if (&value != values.data()) text += ' ';
+        text += value;
+    }
+    return text;
 }
 
 template <class T>
 void AddList(XMLElement& element, std::span<const T> values)
 {
-    if (values.empty()) return;
-    std::string text;
-    for (const T& value : values) {
-        if (&value != values.data()) text += ' ';
-        AppendItem(text, value);
-    }
-    element.AddElement(XMLString::Create(text));
+    if (!values.empty()) element.AddElement(XMLString::Create(JoinedText(values)));
 }
 
 template <class T>

@@ -7,31 +7,46 @@
 #include "modelcore/xml/internal/NumberText.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace MCXML_930 {
 
 namespace {
 
-/// What stands around name and value in ="".
-constexpr std::size_t kMarks = 3;
+/// What stands around name and value: a blank, = and two quotes.
+constexpr std::size_t kMarks = 4;
 
 } // namespace
 
-XMLAttribute::XMLAttribute(std::string_view name, std::string_view value, bool isPlain)
-    : NodeLink(false, isPlain, name.size() + value.size() + kMarks), fNameLength(name.size())
+XMLAttribute::XMLAttribute(std::size_t length, bool isPlain) : NodeLink(internal::NodeKind::Attribute, isPlain, length)
+{}
+
+XMLAttribute* XMLAttribute::Allocate(std::size_t length, bool isPlain)
 {
-    char* out = reinterpret_cast<char*>(this + 1);
+    void* const block = ::operator new(sizeof(XMLAttribute) + PrefixSize(isPlain) + length);
+    return new (block) XMLAttribute(length, isPlain);
+}
+
+XMLAttribute* XMLAttribute::Make(std::string_view name, std::string_view value, bool isPlain)
+{
+    XMLAttribute* const attribute = Allocate(name.size() + value.size() + kMarks, isPlain);
+    const std::size_t nameLength = name.size();
+    if (!isPlain) std::memcpy(attribute->Block(), &nameLength, sizeof nameLength);
+    char* out = attribute->Block() + PrefixSize(isPlain);
+    *out++ = ' ';
     out = std::ranges::copy(name, out).out;
     *out++ = '=';
     *out++ = '"';
     out = std::ranges::copy(value, out).out;
     *out = '"';
+    return attribute;
 }
 
-XMLAttribute* XMLAttribute::Make(std::string_view name, std::string_view value, bool isPlain)
+std::size_t XMLAttribute::NameLength() const
 {
-    void* const block = ::operator new(sizeof(XMLAttribute) + name.size() + value.size() + kMarks);
-    return new (block) XMLAttribute(name, value, isPlain);
+    std::size_t length = 0;
+    std::memcpy(&length, Block(), sizeof length);
+    return length;
 }
 
 XMLAttribute* XMLAttribute::Create(const std::string& name, const std::string& value)
@@ -56,12 +71,16 @@ XMLAttribute* XMLAttribute::Create(const std::string& name, double value, bool f
 
 XMLAttribute* XMLAttribute::Clone() const
 {
-    return Make(Name(), Value(), IsPlain());
+    XMLAttribute* const copy = Allocate(GetLength(), IsPlain());
+    std::memcpy(copy->Block(), Block(), PrefixSize(IsPlain()) + GetLength());
+    return copy;
 }
 
 int XMLAttribute::ToString(std::string& out, ExportFormat&) const
 {
-    internal::NodeWriter(out).WriteAttribute(*this);
+    internal::NodeWriter writer(out);
+    writer.WriteAttribute(*this);
+    writer.Finish();
     return 0;
 }
 

@@ -17,8 +17,9 @@ namespace internal {
 class NodeWriter;
 }
 
-/// Name and value of an attribute. Both are kept unescaped, as `name="value"` right behind the object in the same
-/// block of memory (32 bytes and that text), so that an attribute without special characters is written by one copy.
+/// Name and value of an attribute. Both are kept unescaped, as ` name="value"` right behind the object in the same
+/// block of memory: 24 bytes and that text. An attribute without special characters is so written by one copy; only one
+/// with such characters keeps the length of its name too, before the text.
 class MODELCORE_EXPORT XMLAttribute final : public XMLInterface, private internal::NodeLink {
 public:
     /// A new attribute, owned by the caller.
@@ -43,15 +44,21 @@ private:
     friend class XMLElement;
     friend class internal::NodeWriter;
 
-    XMLAttribute(std::string_view name, std::string_view value, bool isPlain);
+    XMLAttribute(std::size_t length, bool isPlain);
+    static XMLAttribute* Allocate(std::size_t length, bool isPlain);
     static XMLAttribute* Make(std::string_view name, std::string_view value, bool isPlain);
     static void* operator new(std::size_t, void* block) { return block; }
 
-    std::string_view AsWritten() const { return {reinterpret_cast<const char*>(this + 1), GetLength()}; }
-    std::string_view Name() const { return AsWritten().substr(0, fNameLength); }
-    std::string_view Value() const { return AsWritten().substr(fNameLength + 2, GetLength() - fNameLength - 3); }
-
-    std::size_t fNameLength;
+    static constexpr std::size_t PrefixSize(bool isPlain) { return isPlain ? 0 : sizeof(std::size_t); }
+    char* Block() { return reinterpret_cast<char*>(this + 1); }
+    const char* Block() const { return reinterpret_cast<const char*>(this + 1); }
+    /// The text ` name="value"` with the value unescaped.
+    std::string_view BlankAndText() const { return {Block() + PrefixSize(IsPlain()), GetLength()}; }
+    std::string_view Text() const { return BlankAndText().substr(1); }
+    /// Name and value of an attribute that is not plain.
+    std::size_t NameLength() const;
+    std::string_view Name() const { return Text().substr(0, NameLength()); }
+    std::string_view Value() const { return Text().substr(NameLength() + 2, Text().size() - NameLength() - 3); }
 };
 
 } // namespace MCXML_930

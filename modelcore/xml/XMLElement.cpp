@@ -10,9 +10,10 @@
 
 namespace MCXML_930 {
 
+using internal::NodeKind;
 using internal::NodeLink;
 
-XMLElement::XMLElement(std::string_view name, bool isPlain) : NodeLink(true, isPlain, name.size())
+XMLElement::XMLElement(std::string_view name, bool isPlain) : NodeLink(NodeKind::Element, isPlain, name.size())
 {
     std::ranges::copy(name, reinterpret_cast<char*>(this + 1));
 }
@@ -29,88 +30,70 @@ XMLElement* XMLElement::Create(const std::string& name)
 
 XMLElement::~XMLElement()
 {
-    // Each child is deleted after its own children have moved into this ring, so that no destructor calls itself.
-    while (fLastChild != nullptr) {
-        NodeLink* const node = fLastChild->Next();
-        if (node == fLastChild) {
-            fLastChild = nullptr;
+    // Each element is deleted after its own ring has moved into this one, so that no destructor calls itself.
+    while (fLast != nullptr) {
+        NodeLink* const node = fLast->Next();
+        if (node == fLast) {
+            fLast = nullptr;
         } else {
-            fLastChild->UnlinkNext();
+            fLast->UnlinkNext();
         }
-        if (!node->IsElement()) {
-            delete static_cast<XMLString*>(node);
-            continue;
-        }
-        auto* const element = static_cast<XMLElement*>(node);
-        if (element->fLastChild != nullptr) {
-            if (fLastChild == nullptr) {
-                fLastChild = element->fLastChild;
-            } else {
-                fLastChild->Splice(element->fLastChild);
+        switch (node->GetKind()) {
+        case NodeKind::Attribute: delete static_cast<XMLAttribute*>(node); break;
+        case NodeKind::Text: delete static_cast<XMLString*>(node); break;
+        case NodeKind::Element: {
+            auto* const element = static_cast<XMLElement*>(node);
+            if (fLast == nullptr) {
+                fLast = element->fLast;
+            } else if (element->fLast != nullptr) {
+                fLast->Splice(element->fLast);
             }
-            element->fLastChild = nullptr;
+            element->fLast = nullptr;
+            delete element;
         }
-        delete element;
-    }
-    if (fLastAttribute != nullptr) {
-        NodeLink* link = fLastAttribute->Next();
-        while (link != fLastAttribute) {
-            NodeLink* const next = link->Next();
-            delete static_cast<XMLAttribute*>(link);
-            link = next;
         }
-        delete static_cast<XMLAttribute*>(link);
     }
 }
 
 XMLElement* XMLElement::Clone() const
 {
     std::unique_ptr<XMLElement> root(Make(Name(), IsPlain()));
-    CopyAttributesTo(*root);
 
+    // source and target are the same element in both trees; node goes through the ring of source.
     const XMLElement* source = this;
     XMLElement* target = root.get();
-    const NodeLink* child = fLastChild != nullptr ? fLastChild->Next() : nullptr;
-    while (child != nullptr) {
-        if (!child->IsElement()) {
-            target->Adopt(static_cast<const XMLString*>(child)->Clone());
+    const NodeLink* node = fLast != nullptr ? fLast->Next() : nullptr;
+    while (node != nullptr) {
+        if (node->GetKind() == NodeKind::Attribute) {
+            target->Append(static_cast<const XMLAttribute*>(node)->Clone());
+        } else if (node->GetKind() == NodeKind::Text) {
+            target->Append(static_cast<const XMLString*>(node)->Clone());
         } else {
-            const auto* const element = static_cast<const XMLElement*>(child);
+            const auto* const element = static_cast<const XMLElement*>(node);
             XMLElement* const copy = Make(element->Name(), element->IsPlain());
             target->Adopt(copy);
-            element->CopyAttributesTo(*copy);
-            if (element->fLastChild != nullptr) {
+            if (element->fLast != nullptr) {
                 source = element;
                 target = copy;
-                child = element->fLastChild->Next();
+                node = element->fLast->Next();
                 continue;
             }
         }
-        while (child == source->fLastChild && source != this) {
-            child = source;
+        while (node == source->fLast && source != this) {
+            node = source;
             source = source->fParent;
             target = target->fParent;
         }
-        child = child != source->fLastChild ? child->Next() : nullptr;
+        node = node != source->fLast ? node->Next() : nullptr;
     }
     return root.release();
-}
-
-void XMLElement::CopyAttributesTo(XMLElement& copy) const
-{
-    if (fLastAttribute == nullptr) return;
-    const NodeLink* link = fLastAttribute;
-    do {
-        link = link->Next();
-        copy.Adopt(static_cast<const XMLAttribute*>(link)->Clone());
-    } while (link != fLastAttribute);
 }
 
 int XMLElement::AddElement(XMLElement* child)
 {
     if (child == nullptr || child == this || child->IsOwned()) return -1;
     // An element without children cannot hold this one, so that trees built from the root down pay nothing here.
-    if (child->fLastChild != nullptr)
+    if (child->HasChildren())
         for (const XMLElement* ancestor = fParent; ancestor != nullptr; ancestor = ancestor->fParent)
             if (ancestor == child) return -1;
     Adopt(child);
@@ -120,7 +103,7 @@ int XMLElement::AddElement(XMLElement* child)
 int XMLElement::AddElement(XMLString* text)
 {
     if (text == nullptr || text->IsOwned()) return -1;
-    Adopt(text);
+    Append(text);
     return 0;
 }
 
@@ -149,28 +132,32 @@ int XMLElement::AddAttribute(const std::string& name, double value, bool fixed)
     return 0;
 }
 
-void XMLElement::Adopt(XMLElement* child)
+void XMLElement::Append(NodeLink* node)
 {
-    child->LinkBehind(fLastChild);
-    child->fParent = this;
-    fLastChild = child;
+    node->LinkBehind(fLast);
+    fLast = node;
 }
 
-void XMLElement::Adopt(XMLString* text)
+void XMLElement::Adopt(XMLElement* child)
 {
-    text->LinkBehind(fLastChild);
-    fLastChild = text;
+    Append(child);
+    child->fParent = this;
 }
 
 void XMLElement::Adopt(XMLAttribute* attribute)
 {
-    attribute->LinkBehind(fLastAttribute);
-    fLastAttribute = attribute;
+    if (!HasChildren()) return Append(attribute);
+    // Behind the last attribute; when there is none, behind the last child, which is before the first.
+    NodeLink* before = fLast;
+    while (before->Next()->IsAttribute()) before = before->Next();
+    attribute->LinkBehind(before);
 }
 
 int XMLElement::ToString(std::string& out, ExportFormat& fmt) const
 {
-    internal::NodeWriter(out).WriteElement(*this, fmt);
+    internal::NodeWriter writer(out);
+    writer.WriteElement(*this, fmt);
+    writer.Finish();
     return 0;
 }
 

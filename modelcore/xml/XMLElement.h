@@ -17,7 +17,7 @@ namespace MCXML_930 {
 /// A named element with its attributes and children (elements and texts), each in the order in which they were added.
 ///
 /// An element owns its attributes and children and deletes them with itself. Writing, cloning and deleting use the same
-/// small stack however deep the tree is. The name stands right behind the object in the same block of memory: 48 bytes
+/// small stack however deep the tree is. The name stands right behind the object in the same block of memory: 40 bytes
 /// and the name.
 class MODELCORE_EXPORT XMLElement final : public XMLInterface, private internal::NodeLink {
 public:
@@ -61,14 +61,13 @@ private:
     static void* operator new(std::size_t, void* block) { return block; }
 
     std::string_view Name() const { return {reinterpret_cast<const char*>(this + 1), GetLength()}; }
+    bool HasChildren() const { return fLast != nullptr && !fLast->IsAttribute(); }
+    void Append(NodeLink* node);
     void Adopt(XMLElement* child);
-    void Adopt(XMLString* text);
     void Adopt(XMLAttribute* attribute);
-    void CopyAttributesTo(XMLElement& copy) const;
 
     XMLElement* fParent = nullptr;
-    NodeLink* fLastAttribute = nullptr;
-    NodeLink* fLastChild = nullptr;
+    NodeLink* fLast = nullptr; // of the ring of attributes, which come first, and children
 };
 
 } // namespace MCXML_930

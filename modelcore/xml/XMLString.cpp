@@ -9,7 +9,7 @@
 
 namespace MCXML_930 {
 
-XMLString::XMLString(std::string_view text, bool isPlain) : NodeLink(false, isPlain, text.size())
+XMLString::XMLString(std::string_view text, bool isPlain) : NodeLink(internal::NodeKind::Text, isPlain, text.size())
 {
     std::ranges::copy(text, reinterpret_cast<char*>(this + 1));
 }
@@ -31,7 +31,9 @@ XMLString* XMLString::Clone() const
 
 int XMLString::ToString(std::string& out, ExportFormat& fmt) const
 {
-    internal::NodeWriter(out).WriteText(*this, fmt);
+    internal::NodeWriter writer(out);
+    writer.WriteText(*this, fmt);
+    writer.Finish();
     return 0;
 }
 

@@ -3,6 +3,7 @@
 #include "modelcore/xml/XMLAttribute.h"
 #include "modelcore/xml/XMLDocType.h"
 #include "modelcore/xml/XMLString.h"
+#include "modelcore/xml/XMLUtil.h"
 #include "modelcore/xml/XMLWrite.h"
 
 #include <gtest/gtest.h>
@@ -49,13 +50,13 @@ ExportFormat Layout(bool format, bool indentation)
 Tree SmallTree()
 {
     Tree a(XMLElement::Create("a"));
-    a->AddAttribute("x", 1.0);
     a->AddElement(XMLElement::Create("b"));
+    a->AddAttribute("x", 1.0); // attributes come first whenever they are added
     a->AddElement(XMLString::Create("text"));
     XMLElement* const c = XMLElement::Create("c");
     c->AddAttribute("y", "2");
-    c->AddAttribute("z", 3.0);
     c->AddElement(XMLElement::Create("d"));
+    c->AddAttribute("z", 3.0);
     a->AddElement(c);
     return a;
 }
@@ -122,8 +123,11 @@ TEST(XMLElement, AttributesAndTextsEscapeTheirOwnCharacters)
     element->AddElement(XMLString::Create(raw));
     EXPECT_EQ(TextOf(*element, Layout(false, false)),
               "<e v=\"&lt;&amp;&gt;&quot; &#32;&#10;\">&lt;&amp;>\"  \n" + raw + "</e>");
-    const std::unique_ptr<XMLAttribute> attribute(XMLAttribute::Create("", "a b"));
-    EXPECT_EQ(TextOf(*attribute), "=\"a b\"");
+    for (const char* const value : {"a b", "a=\"b", ""}) {
+        const std::unique_ptr<XMLAttribute> attribute(XMLAttribute::Create("n=m", value));
+        const std::unique_ptr<XMLAttribute> copy(attribute->Clone());
+        EXPECT_EQ(TextOf(*copy), "n=m=\"" + XMLUtil::Escape(value) + "\"");
+    }
 }
 
 TEST(XMLElement, RefusesNullOwnedAndCircularNodes)

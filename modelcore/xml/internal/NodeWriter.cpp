@@ -6,37 +6,35 @@
 #include "modelcore/xml/XMLString.h"
 #include "modelcore/xml/internal/Escape.h"
 
+#include <cstring>
 #include <ostream>
 
 namespace MCXML_930::internal {
 
-namespace {
-
-// Large enough that the cost of a write to the stream does not count, small enough to stay in the cache.
-constexpr std::size_t kBufferSize = 32 * 1024;
-
-void WriteBytes(std::ostream& os, std::string_view bytes)
+inline void NodeWriter::Put(std::string_view text)
 {
-    os.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    if (text.size() > kBufferSize - fUsed) return PutPastBuffer(text);
+    std::memcpy(fBuffer.get() + fUsed, text.data(), text.size());
+    fUsed += text.size();
 }
-
-} // namespace
 
 void NodeWriter::WriteElement(const XMLElement& root, ExportFormat& fmt)
 {
     // Down to the first child, along the siblings, up to the parent: no stack, whatever the depth.
     const XMLElement* element = &root;
-    if (!OpenTag(*element, fmt)) return;
-    const NodeLink* child = element->fLastChild->Next();
-    for (;;) {
-        if (!child->IsElement()) {
+    const NodeLink* child = OpenTag(root, fmt);
+    while (child != nullptr) {
+        if (child->GetKind() == NodeKind::Text) {
             WriteText(static_cast<const XMLString&>(*child), fmt);
-        } else if (const auto& next = static_cast<const XMLElement&>(*child); OpenTag(next, fmt)) {
-            element = &next;
-            child = element->fLastChild->Next();
-            continue;
+        } else {
+            const auto& next = static_cast<const XMLElement&>(*child);
+            if (const NodeLink* const first = OpenTag(next, fmt); first != nullptr) {
+                element = &next;
+                child = first;
+                continue;
+            }
         }
-        while (child == element->fLastChild) {
+        while (child == element->fLast) {
             CloseTag(*element, fmt);
             if (element == &root) return;
             child = element;
@@ -46,33 +44,40 @@ void NodeWriter::WriteElement(const XMLElement& root, ExportFormat& fmt)
     }
 }
 
-bool NodeWriter::OpenTag(const XMLElement& element, ExportFormat& fmt)
+const NodeLink* NodeWriter::OpenTag(const XMLElement& element, ExportFormat& fmt)
 {
     BreakLine(fmt);
     Indent(fmt);
     Put("<");
     WriteName(element);
-    if (const NodeLink* const last = element.fLastAttribute; last != nullptr) {
+
+    const NodeLink* child = nullptr;
+    if (element.fLast != nullptr) {
         fmt.SetLevel(fmt.GetLevel() + 1);
-        const NodeLink* link = last;
-        do {
-            link = link->Next();
+        const NodeLink* link = element.fLast->Next();
+        for (; link->IsAttribute(); link = link->Next()) {
             const auto& attribute = static_cast<const XMLAttribute&>(*link);
-            // With indentation on, tabs follow the blank that separates attributes.
-            Put(" ");
-            Indent(fmt);
-            WriteAttribute(attribute);
-        } while (link != last);
+            if (attribute.IsPlain() && !fmt.HasIndentation()) {
+                Put(attribute.BlankAndText());
+            } else {
+                // With indentation on, tabs follow the blank that separates attributes.
+                Put(" ");
+                Indent(fmt);
+                WriteAttribute(attribute);
+            }
+            if (link == element.fLast) break;
+        }
         fmt.SetLevel(fmt.GetLevel() - 1);
+        if (!link->IsAttribute()) child = link;
     }
-    if (element.fLastChild == nullptr) {
+    if (child == nullptr) {
         Put("/>");
         fmt.SetIsNewParagraph(true);
-        return false;
+        return nullptr;
     }
     Put(">");
     fmt.SetLevel(fmt.GetLevel() + 1);
-    return true;
+    return child;
 }
 
 void NodeWriter::CloseTag(const XMLElement& element, ExportFormat& fmt)
@@ -108,7 +113,7 @@ void NodeWriter::WriteName(const XMLElement& element)
 
 void NodeWriter::WriteAttribute(const XMLAttribute& attribute)
 {
-    if (attribute.IsPlain()) return Put(attribute.AsWritten());
+    if (attribute.IsPlain()) return Put(attribute.Text());
     std::string text(attribute.Name());
     text += "=\"";
     AppendEscapedValue(text, attribute.Value());
@@ -137,21 +142,26 @@ void NodeWriter::WriteConverted(std::string_view text)
     Put(converted);
 }
 
-void NodeWriter::Put(std::string_view text)
+void NodeWriter::PutPastBuffer(std::string_view text)
 {
-    if (fStream != nullptr && fOut.size() + text.size() > kBufferSize) {
-        Finish();
-        if (text.size() > kBufferSize) return WriteBytes(*fStream, text);
-        fOut.reserve(kBufferSize);
-    }
-    fOut.append(text);
+    Finish();
+    if (text.size() > kBufferSize) return Deliver(text);
+    Put(text);
 }
 
 void NodeWriter::Finish()
 {
-    if (fStream == nullptr || fOut.empty()) return;
-    WriteBytes(*fStream, fOut);
-    fOut.clear();
+    if (fUsed > 0) Deliver({fBuffer.get(), fUsed});
+    fUsed = 0;
+}
+
+void NodeWriter::Deliver(std::string_view text)
+{
+    if (fStream != nullptr) {
+        fStream->write(text.data(), static_cast<std::streamsize>(text.size()));
+    } else {
+        fString->append(text);
+    }
 }
 
 } // namespace MCXML_930::internal

@@ -3,8 +3,11 @@
 
 #include "modelcore/xml/ExportFormat.h"
 #include "modelcore/xml/internal/CodePage.h"
+#include "modelcore/xml/internal/NodeLink.h"
 
+#include <cstddef>
 #include <iosfwd>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,16 +22,17 @@ class XMLString;
 
 namespace MCXML_930::internal {
 
-/// Writes nodes to the end of a string, or through a buffer to a stream. A stream gets the last of the buffer from
-/// Finish, which is not called by a destructor because a stream may be set to throw.
+/// Writes nodes through a buffer to the end of a string or to a stream. Both get the last of the buffer from Finish,
+/// which is not called by a destructor because a stream may be set to throw.
 class NodeWriter {
 public:
-    explicit NodeWriter(std::string& out) : fOut(out) {}
-    NodeWriter(std::ostream& os, bool utf8) : fOut(fBuffer), fStream(&os), fUTF8(utf8) {}
+    explicit NodeWriter(std::string& out) : fString(&out) {}
+    NodeWriter(std::ostream& os, bool utf8) : fStream(&os), fUTF8(utf8) {}
     NodeWriter(const NodeWriter&) = delete;
     NodeWriter& operator=(const NodeWriter&) = delete;
 
     void WriteElement(const XMLElement& root, ExportFormat& fmt);
+    /// Without a blank before it.
     void WriteAttribute(const XMLAttribute& attribute);
     void WriteText(const XMLString& text, ExportFormat& fmt);
     /// Text in the process's code page, converted when the stream wants UTF-8 and unchanged otherwise.
@@ -36,16 +40,22 @@ public:
     void Finish();
 
 private:
-    /// True when the element has children, which are to be written next.
-    bool OpenTag(const XMLElement& element, ExportFormat& fmt);
+    /// Returns the first child, which is to be written next, or null after an empty element.
+    const NodeLink* OpenTag(const XMLElement& element, ExportFormat& fmt);
     void CloseTag(const XMLElement& element, ExportFormat& fmt);
     void BreakLine(const ExportFormat& fmt);
     void Indent(const ExportFormat& fmt);
     void WriteName(const XMLElement& element);
     void Put(std::string_view text);
+    void PutPastBuffer(std::string_view text);
+    void Deliver(std::string_view text);
 
-    std::string fBuffer;
-    std::string& fOut;
+    // Large enough that the cost of a write to the stream does not count, small enough to stay in the cache.
+    static constexpr std::size_t kBufferSize = 32 * 1024;
+
+    std::unique_ptr<char[]> fBuffer{new char[kBufferSize]};
+    std::size_t fUsed = 0;
+    std::string* fString = nullptr;
     std::ostream* fStream = nullptr;
     bool fUTF8 = false;
     std::optional<CodePageReader> fCodePage;

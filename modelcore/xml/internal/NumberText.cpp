@@ -1,13 +1,184 @@
 // Doubles as text in a caller's buffer, the same in every locale.
 #include "modelcore/xml/internal/NumberText.h"
 
+#include "modelcore/xml/internal/PowersOfTen.h"
+
+#include <bit>
 #include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
 
 namespace MCXML_930::internal {
 
+namespace {
+
+constexpr int kDigits = 15;
+constexpr std::uint64_t kDigitLimit = 1'000'000'000'000'000; // 10^15
+
+/// A number of 15 digits: digits * 10^(power - 14) with 10^14 <= digits < 10^15.
+struct Decimal {
+    std::uint64_t digits;
+    int power;
+};
+
+struct Product {
+    std::uint64_t high, low;
+};
+
+Product Multiply(std::uint64_t a, std::uint64_t b)
+{
+#ifdef __SIZEOF_INT128__
+    __extension__ using Wide = unsigned __int128;
+    const Wide product = static_cast<Wide>(a) * b;
+    return {static_cast<std::uint64_t>(product >> 64), static_cast<std::uint64_t>(product)};
+#else
+    constexpr std::uint64_t kLow = 0xFFFFFFFF;
+    const std::uint64_t low = (a & kLow) * (b & kLow);
+    const std::uint64_t mid = (a >> 32) * (b & kLow) + (low >> 32);
+    const std::uint64_t cross = (a & kLow) * (b >> 32) + (mid & kLow);
+    return {(a >> 32) * (b >> 32) + (mid >> 32) + (cross >> 32), cross << 32 | (low & kLow)};
+#endif
+}
+
+constexpr int kFractionBits = 52;
+constexpr int kBias = 1023;
+
+/// floor(log10(v)) for a normal v > 0 with these bits, or, for one value in forty, one less. Exponent and fraction read
+/// as one number are log2(v), too small by up to 0.09; the factor is log10(2) * 2^32.
+int LeadingPower(std::uint64_t bits)
+{
+    const std::int64_t log2 = static_cast<std::int64_t>(bits >> 32) - (std::int64_t{kBias} << 20);
+    return static_cast<int>((log2 * 1292913986) >> (20 + 32));
+}
+
+/// Rounds a normal number > 0, given by its bits, to 15 digits by one product with a power of ten. False when the
+/// number is a tie between two such roundings, or nearer to one than the product can tell.
+bool Round(std::uint64_t bits, Decimal& decimal)
+{
+    constexpr std::uint64_t kHidden = std::uint64_t{1} << kFractionBits;
+    const std::uint64_t m = (bits & (kHidden - 1)) | kHidden;
+    const int exponent = static_cast<int>(bits >> kFractionBits) - kBias - kFractionBits;
+    int power = LeadingPower(bits);
+    for (;; ++power) {
+        const int q = kDigits - 1 - power;
+        const PowerOfTen& ten = kPowersOfTen[static_cast<std::size_t>(q - kLowestPower)];
+        // The upper 117 bits of the product of 181. The bits cut off here and in the table are worth less than two
+        // units of the last bit kept.
+        Product product = Multiply(m, ten.high);
+        const std::uint64_t carry = Multiply(m, ten.low).high;
+        product.low += carry;
+        product.high += product.low < carry ? 1 : 0;
+        // m * 2^exponent * 10^q = product * 2^-(64 + shift); digits are what stands above the fraction.
+        const int shift = -(exponent + ExponentOfTen(q)) - 128;
+        if (shift < 1) continue;
+        std::uint64_t digits = product.high >> shift;
+        if (digits >= kDigitLimit) continue;
+
+        const std::uint64_t half = std::uint64_t{1} << (shift - 1);
+        const std::uint64_t fraction = product.high & (2 * half - 1);
+        constexpr std::uint64_t kUnsure = 2;
+        if (fraction == half && product.low < kUnsure) return false;
+        if (fraction == half - 1 && product.low > ~kUnsure) return false;
+        if (fraction >= half && ++digits == kDigitLimit) {
+            digits /= 10;
+            ++power;
+        }
+        decimal = {digits, power};
+        return true;
+    }
+}
+
+constexpr auto kPairs = [] {
+    std::array<char, 200> pairs{};
+    for (std::size_t i = 0; i < 100; ++i) {
+        pairs[2 * i] = static_cast<char>('0' + i / 10);
+        pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
+    }
+    return pairs;
+}();
+
+void WritePair(char* out, std::uint32_t value)
+{
+    std::memcpy(out, kPairs.data() + 2 * value, 2);
+}
+
+void WriteEight(char* out, std::uint32_t value)
+{
+    const std::uint32_t upper = value / 10000, lower = value % 10000;
+    WritePair(out, upper / 100);
+    WritePair(out + 2, upper % 100);
+    WritePair(out + 4, lower / 100);
+    WritePair(out + 6, lower % 100);
+}
+
+/// How many of eight characters come before trailing zeros.
+int LengthWithoutZeros(const char* text)
+{
+    std::uint64_t word;
+    std::memcpy(&word, text, sizeof word);
+    word ^= 0x3030303030303030;
+    const int zeroBits = std::endian::native == std::endian::little ? std::countl_zero(word) : std::countr_zero(word);
+    return 8 - zeroBits / 8;
+}
+
+/// Copies are of 16 characters whatever is needed: a fixed size is one move, and the buffer has room.
+void CopySixteen(char* out, const char* from)
+{
+    std::memcpy(out, from, 16);
+}
+
+char* WriteDecimal(char* out, const Decimal& decimal)
+{
+    // The digits behind a zero, so that they are sixteen; room for copies that begin later.
+    char text[32] = {};
+    WriteEight(text, static_cast<std::uint32_t>(decimal.digits / 100'000'000));
+    WriteEight(text + 8, static_cast<std::uint32_t>(decimal.digits % 100'000'000));
+    const char* const digits = text + 1;
+    int length = LengthWithoutZeros(text + 8) + 7;
+    if (length == 7) length = LengthWithoutZeros(text) - 1;
+
+    const int power = decimal.power;
+    if (power >= 0 && power < kDigits) {
+        CopySixteen(out, digits);
+        if (length <= power + 1) return out + power + 1;
+        out[power + 1] = '.';
+        CopySixteen(out + power + 2, digits + power + 1);
+        return out + length + 1;
+    }
+    if (power < 0 && power >= -4) {
+        std::memcpy(out, "0.000", 5);
+        CopySixteen(out + 1 - power, digits);
+        return out + 1 - power + length;
+    }
+    *out++ = digits[0];
+    if (length > 1) {
+        *out = '.';
+        CopySixteen(out + 1, digits + 1);
+        out += length;
+    }
+    *out++ = 'e';
+    *out++ = power < 0 ? '-' : '+';
+    auto size = static_cast<std::uint32_t>(power < 0 ? -power : power);
+    if (size >= 100) {
+        *out++ = static_cast<char>('0' + size / 100);
+        size %= 100;
+    }
+    WritePair(out, size);
+    return out + 2;
+}
+
+} // namespace
+
 char* WriteNumber(char* out, double v)
 {
-    return std::to_chars(out, out + kNumberRoom, v, std::chars_format::general, 15).ptr;
+    const auto bits = std::bit_cast<std::uint64_t>(v);
+    const std::uint64_t size = bits & ~(std::uint64_t{1} << 63);
+    Decimal decimal;
+    if (!std::isnormal(v) || !Round(size, decimal))
+        return std::to_chars(out, out + kNumberRoom, v, std::chars_format::general, kDigits).ptr;
+    *out = '-';
+    return WriteDecimal(out + (bits >> 63), decimal);
 }
 
 char* WriteFixedNumber(char* out, double v)
