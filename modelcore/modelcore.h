@@ -7,6 +7,7 @@
 #include "modelcore/accumulators/LiftInfo.h"
 #include "modelcore/accumulators/MCAccumXProdPair.h"
 #include "modelcore/accumulators/MCBarChartData.h"
+#include "modelcore/accumulators/MCBlockFold.h"
 #include "modelcore/accumulators/MCCatStats.h"
 #include "modelcore/accumulators/MCClassificationMatrix.h"
 #include "modelcore/accumulators/MCContStats.h"

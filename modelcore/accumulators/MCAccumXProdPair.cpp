@@ -1,5 +1,6 @@
 #include "modelcore/accumulators/MCAccumXProdPair.h"
 
+#include "modelcore/accumulators/internal/StateStream.h"
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/common/MCMV.h"
 
@@ -14,8 +15,7 @@ using MCCommon_930::MCMV;
 MCAccumXProdPair::MCAccumXProdPair(int nVars, int nAccum)
     : fnVars(nVars >= 0 && nVars <= MCSymMatrix::kMaxRows ? nVars : 0), fnAccum(std::max(nAccum, 1))
 {
-    const auto p = static_cast<std::size_t>(fnVars);
-    fvPairs.resize(p * (p > 0 ? p - 1 : 0) / 2);
+    fvPairs.resize(NPairs(fnVars));
 }
 
 MCAccumXProdPair::~MCAccumXProdPair() = default;
@@ -56,6 +56,12 @@ bool MCAccumXProdPair::Update(int k, double x, double y, double w)
     batch.wyy += wy * y;
     batch.wxy += wx * y;
     return batch.count < fnAccum || IncrStats(pair);
+}
+
+std::size_t MCAccumXProdPair::NPairs(int nVars)
+{
+    const auto p = static_cast<std::size_t>(nVars);
+    return p > 0 ? p * (p - 1) / 2 : 0;
 }
 
 bool MCAccumXProdPair::IncrStats(Pair& pair)
@@ -207,6 +213,34 @@ void MCAccumXProdPair::Display() const
     show("Variances of y", [](const Pair& pair) { return pair.varY; });
     show("Covariances", [](const Pair& pair) { return pair.covar; });
     MCDisplay_930::DisplayEnd("MCAccumXProdPair");
+}
+
+int MCAccumXProdPair::WriteObjectXML(std::ostream& stream, int indent) const
+{
+    internal::StateWriter writer(stream, "MCAccumXProdPair", indent);
+    writer.Write(fnVars);
+    writer.Write(fnAccum);
+    for (Pair pair : fvPairs)
+        for (const double* const number : pair.Numbers()) writer.Write(*number);
+    return writer.Finish();
+}
+
+int MCAccumXProdPair::ReadObjectXML(std::ifstream& stream)
+{
+    internal::StateReader reader(stream, "MCAccumXProdPair");
+    MCAccumXProdPair read(0, 1);
+    reader.Read(read.fnVars);
+    reader.Read(read.fnAccum);
+    reader.Require(read.fnVars >= 0 && read.fnVars <= MCSymMatrix::kMaxRows && read.fnAccum >= 1);
+    const std::size_t count = reader.Ok() ? NPairs(read.fnVars) : 0;
+    while (reader.Ok() && read.fvPairs.size() < count) { // grows with what is there, whatever number was read
+        Pair pair;
+        for (double* const number : pair.Numbers()) reader.Read(*number);
+        read.fvPairs.push_back(pair);
+    }
+    const int lines = reader.Finish();
+    if (lines > 0) *this = read;
+    return lines;
 }
 
 } // namespace MCMath_930

@@ -4,7 +4,9 @@
 #include "modelcore/matrix/MCSymMatrix.h"
 #include "modelcore/modelcore_export.h"
 
+#include <array>
 #include <cstddef>
+#include <iosfwd>
 #include <vector>
 
 namespace MCMath_930 {
@@ -78,6 +80,17 @@ public:
     /// Writes the state to the diagnostic text stream.
     virtual void Display() const;
 
+    /// Saves the state as an element of a flat value stream, every bit of it: number of variables, size of a batch, and
+    /// the thirteen numbers of each pair.
+    /// @param indent  the depth of its tags, in tabs
+    /// @return  the number of lines written; 0 when writing failed
+    virtual int WriteObjectXML(std::ostream& stream, int indent) const;
+
+    /// Restores a state that was saved so. The stream stands before its element.
+    /// @return  the number of lines read; 0, and nothing changed but the place in the stream, when they are not such a
+    ///          state
+    virtual int ReadObjectXML(std::ifstream& stream);
+
 private:
     struct Batch {
         double count = 0.0; // Update calls
@@ -96,8 +109,15 @@ private:
         double varX = 0.0;
         double varY = 0.0;
         double covar = 0.0;
+
+        std::array<double*, 13> Numbers()
+        {
+            return {&batch.count, &batch.w, &batch.wx, &batch.wy, &batch.wxx, &batch.wyy, &batch.wxy,
+                    &total,       &meanX,   &meanY,    &varX,     &varY,      &covar};
+        }
     };
 
+    static std::size_t NPairs(int nVars);
     static bool IncrStats(Pair& pair);
     static void MergePair(Pair& pair, const Pair& other);
 

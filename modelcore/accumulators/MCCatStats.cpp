@@ -1,5 +1,6 @@
 #include "modelcore/accumulators/MCCatStats.h"
 
+#include "modelcore/accumulators/internal/StateStream.h"
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/common/MCMV.h"
 
@@ -49,6 +50,27 @@ void MCCatStats::Display() const
     MCDisplay_930::DisplayStart("MCCatStats");
     MCDisplay_930::Display("Weighted counts of the categories", fvCounts);
     MCDisplay_930::DisplayEnd("MCCatStats");
+}
+
+int MCCatStats::WriteObjectXML(std::ostream& stream, int indent) const
+{
+    internal::StateWriter writer(stream, "MCCatStats", indent);
+    writer.Write(static_cast<int>(fvCounts.size()));
+    writer.Write(fvCounts);
+    return writer.Finish();
+}
+
+int MCCatStats::ReadObjectXML(std::ifstream& stream)
+{
+    internal::StateReader reader(stream, "MCCatStats");
+    int size = 0;
+    std::vector<double> counts;
+    reader.Read(size);
+    reader.Require(size >= 0);
+    reader.Read(counts, static_cast<std::size_t>(size));
+    const int lines = reader.Finish();
+    if (lines > 0) fvCounts.swap(counts);
+    return lines;
 }
 
 } // namespace MCMath_930

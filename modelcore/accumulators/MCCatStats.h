@@ -3,6 +3,7 @@
 
 #include "modelcore/modelcore_export.h"
 
+#include <iosfwd>
 #include <limits>
 #include <utility>
 #include <vector>
@@ -45,6 +46,17 @@ public:
 
     /// Writes the state to the diagnostic text stream.
     void Display() const;
+
+    /// Saves the state as an element of a flat value stream, every bit of it: how many counts there are, and the
+    /// counts.
+    /// @param indent  the depth of its tags, in tabs
+    /// @return  the number of lines written; 0 when writing failed
+    int WriteObjectXML(std::ostream& stream, int indent) const;
+
+    /// Restores a state that was saved so. The stream stands before its element.
+    /// @return  the number of lines read; 0, and nothing changed but the place in the stream, when they are not such a
+    ///          state
+    int ReadObjectXML(std::ifstream& stream);
 
 private:
     std::vector<double> fvCounts;

@@ -1,5 +1,6 @@
 #include "modelcore/accumulators/MCContStats.h"
 
+#include "modelcore/accumulators/internal/StateStream.h"
 #include "modelcore/common/MCDisplay.h"
 
 #include <array>
@@ -61,6 +62,26 @@ void MCContStats::Display() const
     MCDisplay_930::Display("Mean", GetMean());
     MCDisplay_930::Display("Sum of squared deviations", fdSumSquares);
     MCDisplay_930::DisplayEnd("MCContStats");
+}
+
+int MCContStats::WriteObjectXML(std::ostream& stream, int indent) const
+{
+    internal::StateWriter writer(stream, "MCContStats", indent);
+    for (const double number : {fdMin, fdMax, fdSumFreqWeights, fdSumWeights, fdMean, fdSumSquares})
+        writer.Write(number);
+    return writer.Finish();
+}
+
+int MCContStats::ReadObjectXML(std::ifstream& stream)
+{
+    internal::StateReader reader(stream, "MCContStats");
+    MCContStats read;
+    for (double* const number :
+         {&read.fdMin, &read.fdMax, &read.fdSumFreqWeights, &read.fdSumWeights, &read.fdMean, &read.fdSumSquares})
+        reader.Read(*number);
+    const int lines = reader.Finish();
+    if (lines > 0) *this = read;
+    return lines;
 }
 
 } // namespace MCMath_930

@@ -4,6 +4,7 @@
 #include "modelcore/common/MCMV.h"
 #include "modelcore/modelcore_export.h"
 
+#include <iosfwd>
 #include <utility>
 
 namespace MCMath_930 {
@@ -37,6 +38,16 @@ public:
 
     /// Writes the state to the diagnostic text stream.
     void Display() const;
+
+    /// Saves the state as an element of a flat value stream, every bit of it: the six numbers.
+    /// @param indent  the depth of its tags, in tabs
+    /// @return  the number of lines written; 0 when writing failed
+    int WriteObjectXML(std::ostream& stream, int indent) const;
+
+    /// Restores a state that was saved so. The stream stands before its element.
+    /// @return  the number of lines read; 0, and nothing changed but the place in the stream, when they are not such a
+    ///          state
+    int ReadObjectXML(std::ifstream& stream);
 
 private:
     double fdMin = MCCommon_930::MCMV::gMissingValue;

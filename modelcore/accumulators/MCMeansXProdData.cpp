@@ -1,5 +1,6 @@
 #include "modelcore/accumulators/MCMeansXProdData.h"
 
+#include "modelcore/accumulators/internal/StateStream.h"
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/linalg/kernels/Kernels.h"
 
@@ -7,9 +8,36 @@
 
 namespace MCMath_930 {
 
+namespace {
+
+/// The cases whose terms are added to the matrix together.
+constexpr std::size_t kBatch = 64;
+
+} // namespace
+
 MCMeansXProdData::MCMeansXProdData(int p, bool intercept) : fbIntercept(intercept)
 {
     SetNVars(p);
+}
+
+MCMeansXProdData::MCMeansXProdData(const MCMeansXProdData& other)
+    : fnVars(other.fnVars), fbIntercept(other.fbIntercept), fdNCases(other.fdNCases), fvMeans(other.fvMeans),
+      fXProds(other.XProds())
+{}
+
+MCMeansXProdData& MCMeansXProdData::operator=(const MCMeansXProdData& other)
+{
+    if (this == &other) return *this;
+    std::vector<double> means(other.fvMeans);
+    MCSymMatrix xProds(other.XProds());
+    fnVars = other.fnVars;
+    fbIntercept = other.fbIntercept;
+    fdNCases = other.fdNCases;
+    fvMeans.swap(means);
+    fXProds = std::move(xProds);
+    fvWaiting.clear();
+    fnWaiting = 0;
+    return *this;
 }
 
 MCMeansXProdData::~MCMeansXProdData() = default;
@@ -20,6 +48,8 @@ bool MCMeansXProdData::SetNVars(int p)
     if (!xProds.SetNRows(p)) return false;
     fvMeans.assign(static_cast<std::size_t>(p), 0.0);
     fXProds = std::move(xProds);
+    fvWaiting.clear();
+    fnWaiting = 0;
     fnVars = p;
     fdNCases = 0.0;
     return true;
@@ -30,19 +60,35 @@ void MCMeansXProdData::Clear()
     fdNCases = 0.0;
     std::fill(fvMeans.begin(), fvMeans.end(), 0.0);
     fXProds.ZeroOut();
+    fnWaiting = 0;
 }
 
+void MCMeansXProdData::MakeRoom()
+{
+    fvWaiting.resize(2 * kBatch * fvMeans.size());
+}
+
+// The terms are complete here, means and all; only their addition waits.
 void MCMeansXProdData::UpdateXX(const std::vector<double>& x, double f)
 {
+    MakeRoom();
     const std::size_t p = fvMeans.size();
-    std::vector<double> work(2 * p);
-    double* const deviation = work.data();
-    double* const scaled = deviation + p;
+    double* const scaled = fvWaiting.data() + fnWaiting * p;
+    double* const deviation = scaled + kBatch * p;
     for (std::size_t i = 0; i < p; ++i) {
         deviation[i] = fbIntercept ? x[i] - fvMeans[i] : x[i];
         scaled[i] = f * deviation[i];
     }
-    internal::AddOuterProducts(fXProds.GetPtr(), p, scaled, deviation, 1);
+    if (++fnWaiting == kBatch) XProds();
+}
+
+MCSymMatrix& MCMeansXProdData::XProds() const
+{
+    const std::size_t p = fvMeans.size();
+    if (fnWaiting > 0)
+        internal::AddOuterProducts(fXProds.GetPtr(), p, fvWaiting.data(), fvWaiting.data() + kBatch * p, fnWaiting);
+    fnWaiting = 0;
+    return fXProds;
 }
 
 bool MCMeansXProdData::AddCase(const std::vector<double>& x, double w)
@@ -61,6 +107,7 @@ bool MCMeansXProdData::DeleteCase(const std::vector<double>& x, double w)
 {
     if (x.size() < fvMeans.size()) return false;
     if (w == 0.0) return true;
+    MakeRoom(); // while nothing has changed: it may throw
     const double rest = fdNCases - w;
     const double drop = -(w / rest);
     const double keep = fdNCases / rest;
@@ -92,8 +139,8 @@ bool MCMeansXProdData::Merge(const MCMeansXProdData& other)
         b[i] = means[i] - other.fvMeans[i];
     }
 
-    const double* from = other.fXProds.GetPtr();
-    double* to = fXProds.GetPtr();
+    const double* from = other.XProds().GetPtr();
+    double* to = XProds().GetPtr();
     for (std::size_t i = 0; i < p; from += ++i, to += i) {
         const double ai = fdNCases * a[i];
         const double bi = other.fdNCases * b[i];
@@ -134,8 +181,54 @@ void MCMeansXProdData::Display() const
     MCDisplay_930::Display("Weighted number of cases", fdNCases);
     MCDisplay_930::Display("Vector of means", fvMeans);
     MCDisplay_930::DisplayLine("Matrix of cross-products:");
-    fXProds.Display();
+    XProds().Display();
     MCDisplay_930::DisplayEnd("MCMeansXProdData");
+}
+
+void MCMeansXProdData::WriteFields(internal::StateWriter& writer) const
+{
+    writer.Write(fnVars);
+    writer.Write(fbIntercept);
+    writer.Write(fdNCases);
+    writer.Write(fvMeans);
+    writer.Write(XProds().AsSpan());
+}
+
+bool MCMeansXProdData::ReadFields(internal::StateReader& reader)
+{
+    reader.Read(fnVars);
+    reader.Require(fnVars >= 0 && fnVars <= MCSymMatrix::kMaxRows);
+    reader.Read(fbIntercept);
+    reader.Read(fdNCases);
+    reader.Read(fvMeans, static_cast<std::size_t>(fnVars));
+    return reader.Read(fXProds, fnVars);
+}
+
+int MCMeansXProdData::WriteState(std::ostream& stream, int indent, const char* name) const
+{
+    internal::StateWriter writer(stream, name, indent);
+    WriteFields(writer);
+    return writer.Finish();
+}
+
+int MCMeansXProdData::ReadState(std::ifstream& stream, const char* name)
+{
+    internal::StateReader reader(stream, name);
+    MCMeansXProdData read;
+    read.ReadFields(reader);
+    const int lines = reader.Finish();
+    if (lines > 0) MCMeansXProdData::operator=(read);
+    return lines;
+}
+
+int MCMeansXProdData::WriteObjectXML(std::ostream& stream, int indent) const
+{
+    return WriteState(stream, indent, "MCMeansXProdData");
+}
+
+int MCMeansXProdData::ReadObjectXML(std::ifstream& stream)
+{
+    return ReadState(stream, "MCMeansXProdData");
 }
 
 } // namespace MCMath_930

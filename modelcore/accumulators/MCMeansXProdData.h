@@ -4,15 +4,27 @@
 #include "modelcore/matrix/MCSymMatrix.h"
 #include "modelcore/modelcore_export.h"
 
+#include <cstddef>
+#include <iosfwd>
 #include <vector>
 
 namespace MCMath_930 {
+
+namespace internal {
+class StateReader;
+class StateWriter;
+} // namespace internal
 
 /// The weighted number of cases W, the means and the packed matrix of cross products of p variables.
 ///
 /// With the intercept the matrix holds cross products of deviations from the means,
 /// C(i,j) = sum of w*(x_i - m_i)*(x_j - m_j); without it raw ones, C(i,j) = sum of w*x_i*x_j. The means are kept in
 /// both cases. Results of separate pieces of data merge into that of the whole.
+///
+/// The matrix is updated for some tens of cases at a time, since it can then stay in registers meanwhile; every element
+/// still receives the same operations in the same order as with an update at every case. Whatever looks at the matrix
+/// brings it up to date first, so nobody sees the difference, except that not even members that only read may run on
+/// two threads at once.
 ///
 /// Missing values are not looked for: callers leave incomplete cases out. NaN and infinities flow into the variables
 /// that carry them.
@@ -24,8 +36,8 @@ public:
     /// p variables and no cases yet; no variables when p is not an order that a packed matrix can have.
     MCMeansXProdData(int p, bool intercept);
 
-    MCMeansXProdData(const MCMeansXProdData& other) = default;
-    MCMeansXProdData& operator=(const MCMeansXProdData& other) = default;
+    MCMeansXProdData(const MCMeansXProdData& other);
+    MCMeansXProdData& operator=(const MCMeansXProdData& other);
     virtual ~MCMeansXProdData();
 
     /// Starts afresh with p variables and no cases; the intercept flag stays.
@@ -44,8 +56,9 @@ public:
     /// The p means; 0 while there are no cases.
     const std::vector<double>& GetMeans() const { return fvMeans; }
 
-    /// The cross products. The reference is current until the next change of this object; copy the matrix to sweep it.
-    const MCSymMatrix& GetXProds() const { return fXProds; }
+    /// The cross products. The reference is current only until the next case or other change of this object; copy the
+    /// matrix to sweep it.
+    const MCSymMatrix& GetXProds() const { return XProds(); }
 
     /// Forgets all cases; the variables and the intercept flag stay.
     void Clear();
@@ -79,16 +92,44 @@ public:
     /// Writes the state to the diagnostic text stream.
     virtual void Display() const;
 
+    /// Saves the state as an element of a flat value stream, every bit of it: number of variables, intercept flag, W,
+    /// means, packed cross products.
+    /// @param indent  the depth of its tags, in tabs
+    /// @return  the number of lines written; 0 when writing failed
+    virtual int WriteObjectXML(std::ostream& stream, int indent) const;
+
+    /// Restores a state that an object of the same class has saved. The stream stands before its element.
+    /// @return  the number of lines read; 0, and nothing changed but the place in the stream, when they are not such a
+    ///          state
+    virtual int ReadObjectXML(std::ifstream& stream);
+
 protected:
     /// C += f*d*d' with d = x - means (with the intercept) or d = x: each C(i,j) receives (f*d_i)*d_j.
     /// @param x  at least p values
     void UpdateXX(const std::vector<double>& x, double f);
 
+    /// The cross products, up to date, to be changed in place.
+    MCSymMatrix& XProds() const;
+
+    /// What WriteObjectXML and ReadObjectXML of a class without further data do, with the element of that name.
+    int WriteState(std::ostream& stream, int indent, const char* name) const;
+    int ReadState(std::ifstream& stream, const char* name);
+
+    void WriteFields(internal::StateWriter& writer) const;
+    /// Reads into this object, which a caller throws away when it fails.
+    bool ReadFields(internal::StateReader& reader);
+
     int fnVars = 0;
     bool fbIntercept = true;
     double fdNCases = 0.0;
     std::vector<double> fvMeans;
-    MCSymMatrix fXProds;
+
+private:
+    void MakeRoom();
+
+    mutable MCSymMatrix fXProds;
+    mutable std::vector<double> fvWaiting; // terms not yet added: rows of f*d, then as many rows of d
+    mutable std::size_t fnWaiting = 0;
 };
 
 } // namespace MCMath_930

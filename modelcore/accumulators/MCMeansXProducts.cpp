@@ -1,5 +1,6 @@
 #include "modelcore/accumulators/MCMeansXProducts.h"
 
+#include "modelcore/accumulators/internal/StateStream.h"
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/linalg/kernels/Kernels.h"
 #include "modelcore/matrix/MCRectMatrix.h"
@@ -97,7 +98,7 @@ bool MCMeansXProducts::Compute(const MCRectMatrix& X, int nRows)
     if (total == 0.0) return true;
     fdNCases = total;
     ComputeMeans(block);
-    AddXProds(block, fbIntercept ? fvMeans.data() : nullptr, fXProds);
+    AddXProds(block, fbIntercept ? fvMeans.data() : nullptr, XProds());
     return true;
 }
 
@@ -144,7 +145,7 @@ void MCMeansXProducts::FinishUpdateOnePass()
     fdNCases = fdOnePassNCases;
     for (std::size_t i = 0; i < fvMeans.size(); ++i) fvMeans[i] = fvOnePassSums[i] / fdNCases;
     const double* products = fOnePassXProds.GetPtr();
-    double* to = fXProds.GetPtr();
+    double* to = XProds().GetPtr();
     for (std::size_t i = 0; i < fvMeans.size(); products += ++i, to += i)
         for (std::size_t j = 0; j <= i; ++j) to[j] = products[j] - fvMeans[i] * fvOnePassSums[j];
 }
@@ -162,6 +163,37 @@ void MCMeansXProducts::Display() const
         fOnePassXProds.Display();
     }
     MCDisplay_930::DisplayEnd("MCMeansXProducts");
+}
+
+int MCMeansXProducts::WriteObjectXML(std::ostream& stream, int indent) const
+{
+    internal::StateWriter writer(stream, "MCMeansXProducts", indent);
+    WriteFields(writer);
+    writer.Write(fbFrequencyWeight);
+    writer.Write(fbRegressionWeight);
+    writer.Write(fOnePassXProds.GetNRows()); // another number than above when SetNVars came after the sums
+    writer.Write(fdOnePassNCases);
+    writer.Write(fvOnePassSums);
+    writer.Write(fOnePassXProds.AsSpan());
+    return writer.Finish();
+}
+
+int MCMeansXProducts::ReadObjectXML(std::ifstream& stream)
+{
+    internal::StateReader reader(stream, "MCMeansXProducts");
+    MCMeansXProducts read;
+    int nSums = 0;
+    read.ReadFields(reader);
+    reader.Read(read.fbFrequencyWeight);
+    reader.Read(read.fbRegressionWeight);
+    reader.Read(nSums);
+    reader.Require(nSums >= 0 && nSums <= MCSymMatrix::kMaxRows);
+    reader.Read(read.fdOnePassNCases);
+    reader.Read(read.fvOnePassSums, static_cast<std::size_t>(nSums));
+    reader.Read(read.fOnePassXProds, nSums);
+    const int lines = reader.Finish();
+    if (lines > 0) *this = read;
+    return lines;
 }
 
 } // namespace MCMath_930

@@ -65,6 +65,10 @@ public:
 
     void Display() const override;
 
+    /// As the base does, with the weight flags and the one-pass sums behind its fields.
+    int WriteObjectXML(std::ostream& stream, int indent) const override;
+    int ReadObjectXML(std::ifstream& stream) override;
+
 private:
     struct Block;
 

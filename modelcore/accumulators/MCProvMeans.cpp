@@ -26,4 +26,14 @@ void MCProvMeans::Display() const
     MCDisplay_930::DisplayEnd("MCProvMeans");
 }
 
+int MCProvMeans::WriteObjectXML(std::ostream& stream, int indent) const
+{
+    return WriteState(stream, indent, "MCProvMeans");
+}
+
+int MCProvMeans::ReadObjectXML(std::ifstream& stream)
+{
+    return ReadState(stream, "MCProvMeans");
+}
+
 } // namespace MCMath_930

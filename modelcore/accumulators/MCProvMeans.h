@@ -22,6 +22,8 @@ public:
     bool Update(const std::vector<double>& x, double w);
 
     void Display() const override;
+    int WriteObjectXML(std::ostream& stream, int indent) const override;
+    int ReadObjectXML(std::ifstream& stream) override;
 };
 
 } // namespace MCMath_930

@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace MCMath_930;
@@ -72,12 +74,15 @@ TEST(MCMeansXProdData, AddCaseEqualsThePlainUpdateBitForBit)
         for (const bool intercept : {true, false})
             for (const int p : {1, 7, 18}) {
                 MCMeansXProdData data(p, intercept);
+                MCMeansXProdData watched(p, intercept);
                 PlainUpdate plain{static_cast<std::size_t>(p), intercept};
-                for (int r = 0; r < 70; ++r) {
+                for (int r = 0; r < 150; ++r) {
                     const std::vector<double> x = random.Vector(static_cast<std::size_t>(p), -1.0, 5.0);
                     const double w = random.Uniform(0.0, 2.0);
                     data.AddCase(x, w);
+                    watched.AddCase(x, w);
                     plain.Add(x, w);
+                    ASSERT_TRUE(SameBits(watched.GetXProds().AsSpan(), plain.products));
                 }
                 EXPECT_TRUE(SameBits(data.GetMeans(), plain.means));
                 EXPECT_TRUE(SameBits(data.GetXProds().AsSpan(), plain.products));
@@ -101,6 +106,89 @@ TEST(MCMeansXProdData, DeletedCasesLeaveTheRest)
         }
         ExpectAccumulated(data, rest, 4, intercept);
     }
+}
+
+// So few cases that the matrix has none of them yet when the object is used, compared with one that is read after each.
+TEST(MCMeansXProdData, NoUseSeesAMatrixWithoutItsLastCases)
+{
+    using Data = MCMeansXProdData;
+    const auto feed = [](Data& data, bool watched) {
+        for (const double x : {1.0, 4.0, 6.0, 7.5}) {
+            data.AddCase({x, x * x, 1.0 / x}, 1.0 + x);
+            if (watched) data.GetXProds();
+        }
+    };
+    const auto other = [&] {
+        Data data(3, true);
+        feed(data, false);
+        return data;
+    };
+    const std::vector<std::pair<const char*, std::function<Data(Data&)>>> uses = {
+        {"copy", [](Data& data) { return Data(data); }},
+        {"assign",
+         [](Data& data) {
+             Data to(2, false);
+             to.AddCase({1.0, 2.0}, 1.0);
+             to = data;
+             return to;
+         }},
+        {"assign to itself",
+         [](Data& data) {
+             const Data& same = data;
+             data = same;
+             return data;
+         }},
+        {"merge",
+         [&](Data& data) {
+             data.Merge(other());
+             return data;
+         }},
+        {"merge from",
+         [&](Data& data) {
+             Data to = other();
+             to.Merge(data);
+             return to;
+         }},
+        {"delete",
+         [](Data& data) {
+             data.DeleteCase({4.0, 16.0, 0.25}, 5.0);
+             return data;
+         }},
+        {"clear",
+         [&](Data& data) {
+             data.Clear();
+             feed(data, false);
+             return data;
+         }},
+        {"new variables",
+         [&](Data& data) {
+             data.SetNVars(2);
+             feed(data, false);
+             return data;
+         }},
+        {"no intercept",
+         [&](Data& data) {
+             data.SetIntercept(false);
+             feed(data, false);
+             return data;
+         }},
+    };
+    for (const auto& [name, use] : uses) {
+        Data waiting(3, true), watched(3, true);
+        feed(waiting, false);
+        feed(watched, true);
+        EXPECT_TRUE(SameState(use(waiting), use(watched))) << name;
+        EXPECT_TRUE(SameState(waiting, watched)) << name;
+    }
+    Data waiting(3, true), watched(3, true);
+    feed(waiting, false);
+    feed(watched, true);
+    const auto shown = [](const Data& data) {
+        const DisplayCapture capture;
+        data.Display();
+        return capture.Text();
+    };
+    EXPECT_EQ(shown(waiting), shown(watched));
 }
 
 TEST(MCMeansXProdData, RefusalsAndZeroWeightsChangeNothing)
