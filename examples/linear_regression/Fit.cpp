@@ -37,26 +37,17 @@ struct BlockMoments {
 };
 
 /// The moments of all blocks so far.
-class Moments : public MCMeansXProdData {
-public:
-    explicit Moments(bool intercept) : MCMeansXProdData(0, intercept) {}
-
-    /// Takes the next block in. Columns that it has in excess are indicators of levels that no earlier case had, so
-    /// their means and cross products up to here are exact zeros.
+struct Moments {
+    /// Takes the next block in. Columns that it has in excess are indicators of levels that no earlier case had.
     void Append(const BlockMoments& block)
     {
-        fnVars = block.products.GetNVars();
-        fvMeans.resize(At(fnVars));
-        fXProds.Resize(fnVars);
-        Merge(block.products);
-        fdFrequencies += block.frequencies;
+        products.AppendZeroVars(block.products.GetNVars() - products.GetNVars());
+        products.Merge(block.products);
+        frequencies += block.frequencies;
     }
 
-    /// Sum of the frequency weights.
-    double GetFrequencies() const { return fdFrequencies; }
-
-private:
-    double fdFrequencies = 0.0;
+    MCMeansXProdData products;
+    double frequencies = 0.0; ///< sum of the frequency weights
 };
 
 /// shift is subtracted from the target and the covariates; it is empty when nothing is to be subtracted.
@@ -151,7 +142,7 @@ class Fitting {
 public:
     Fitting(const Options& options, InputFile& input, Progress& progress, MCCancelInfo& cancel)
         : fOptions(options), fInput(input), fProgress(progress), fCancel(cancel), fDesign(options.intercept),
-          fCases(input, options, fDesign), fMoments(options.intercept),
+          fCases(input, options, fDesign), fMoments{MCMeansXProdData(0, options.intercept)},
           fReadings(input.IsRegular() && !options.onePass ? 2 : 1)
     {}
 
@@ -227,8 +218,8 @@ void Fitting::Accumulate()
                       " with a weight that is missing or not positive");
     fRowsBefore = counts.rows;
     fFit.counts = counts;
-    fFit.nCases = fMoments.GetFrequencies();
-    fFit.sumOfWeights = fMoments.GetNCases();
+    fFit.nCases = fMoments.frequencies;
+    fFit.sumOfWeights = fMoments.products.GetNCases();
     if (fFit.nCases < fDesign.NDeterminable())
         throw Failure(fInput.Name() + ": fewer cases than parameters: " + std::to_string(counts.used) +
                       " rows can be used for " + std::to_string(fDesign.NDeterminable()) + " parameters");
@@ -236,7 +227,7 @@ void Fitting::Accumulate()
     fParameters = fDesign.Parameters();
     if (fOptions.intercept) fParameters.erase(fParameters.begin());
     const auto mean = [&](int column) {
-        return ExactSum(fMoments.GetMeans()[At(column)], At(column) < shift.size() ? shift[At(column)] : 0.0);
+        return ExactSum(fMoments.products.GetMeans()[At(column)], At(column) < shift.size() ? shift[At(column)] : 0.0);
     };
     fTargetMean = mean(0);
     for (const Parameter& parameter : fParameters) fMeans.push_back(mean(parameter.column));
@@ -258,7 +249,7 @@ void Fitting::Solve()
     std::vector<int> positions(fParameters.size() + 1);
     positions[0] = target;
     for (int k = 0; k < target; ++k) positions[At(fParameters[At(k)].column)] = k;
-    fSwept = fMoments.GetXProds();
+    fSwept = fMoments.products.GetXProds();
     fSwept.Expand(positions, target + 1);
     RefuseOverflow();
 

@@ -55,6 +55,17 @@ bool MCMeansXProdData::SetNVars(int p)
     return true;
 }
 
+bool MCMeansXProdData::AppendZeroVars(int count)
+{
+    if (count < 0 || count > MCSymMatrix::kMaxRows - fnVars) return false;
+    std::vector<double> means(fvMeans);
+    means.resize(fvMeans.size() + static_cast<std::size_t>(count));
+    XProds().Resize(fnVars + count); // after what waits has been added
+    fvMeans.swap(means);
+    fnVars += count;
+    return true;
+}
+
 void MCMeansXProdData::Clear()
 {
     fdNCases = 0.0;

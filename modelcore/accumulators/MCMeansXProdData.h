@@ -44,6 +44,11 @@ public:
     /// @return  false, and nothing changed, when p < 0 or p > MCSymMatrix::kMaxRows
     bool SetNVars(int p);
 
+    /// Appends count variables that were 0 in every case so far, for example indicators of levels that turn up late:
+    /// their means and cross products are exact zeros.
+    /// @return  false, and nothing changed, when count < 0 or there would be more than MCSymMatrix::kMaxRows
+    bool AppendZeroVars(int count);
+
     /// Sets the intercept flag for the cases that follow; what is accumulated is not converted.
     void SetIntercept(bool intercept) { fbIntercept = intercept; }
 

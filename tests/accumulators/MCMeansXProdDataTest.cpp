@@ -213,6 +213,21 @@ TEST(MCMeansXProdData, RefusalsAndZeroWeightsChangeNothing)
     EXPECT_TRUE(SameState(data, MCProvMeans(3, true)));
 }
 
+TEST(MCMeansXProdData, LateVariablesHaveBeenZeroFromTheStart)
+{
+    MCMeansXProdData late(2, true);
+    MCMeansXProdData whole(4, true);
+    for (const double x : {1.0, 2.5, -3.0}) {
+        late.AddCase({x, x * x}, 1.5);
+        whole.AddCase({x, x * x, 0.0, 0.0}, 1.5);
+    }
+    EXPECT_FALSE(late.AppendZeroVars(-1));
+    EXPECT_FALSE(late.AppendZeroVars(MCSymMatrix::kMaxRows));
+    ASSERT_TRUE(late.AppendZeroVars(2));
+    for (MCMeansXProdData* const data : {&late, &whole}) data->AddCase({0.1, 0.2, 1.0, 7.0}, 2.0);
+    EXPECT_TRUE(SameState(late, whole));
+}
+
 TEST(MCProvMeans, TheSignOfTheWeightAddsOrDeletes)
 {
     MCProvMeans data(2, true);
