@@ -138,7 +138,7 @@ void BlockedElimination::SolveTriangle(int first, int last, int from, int to)
     SolveTriangle(first, half, from, to);
     AddProduct<ZeroFactor::Skips>(
         fWork, to - from, half - first, [=, this](int r) { return fa(from + r) + half; },
-        [=, this](int) { return last - half; }, [=, this](int r, int k) { return fa(from + r)[first + k]; },
+        [=](int) { return last - half; }, [=, this](int r, int k) { return fa(from + r)[first + k]; },
         RowsOperand{[=, this](int k) { return fa(first + k) + half; }});
     SolveTriangle(half, last, from, to);
 }

@@ -1,3 +1,6 @@
+#include "modelcore/linalg/Blas1.h"
+#include "modelcore/linalg/internal/RotationQueue.h"
+
 #include "support/AllKernels.h"
 #include "support/Bits.h"
 #include "support/Random.h"
@@ -39,8 +42,9 @@ TEST(Kernels, EveryVersionEqualsThePlainLoopBitForBit)
 TEST(Kernels, OuterProductsAddTheirTermsInOrder)
 {
     TestRandom random(8);
-    for (const std::size_t order : {0u, 1u, 2u, 5u, 19u})
-        for (const std::size_t count : {0u, 1u, 7u, 8u, 9u, 27u}) {
+    for (const std::size_t order : {0u, 1u, 2u, 5u, 19u, 33u, 67u, 521u}) // the last is wider than one pass
+        for (const std::size_t count : {0u, 1u, 7u, 8u, 9u, 27u, 100u}) {
+            if (order > 100 && count != 27) continue;
             const std::vector<double> left = random.Vector(order * count, -2.0, 2.0);
             const std::vector<double> right = random.Vector(order * count, -2.0, 2.0);
             const std::vector<double> start = random.Vector(order * (order + 1) / 2, -1e3, 1e-3);
@@ -57,6 +61,65 @@ TEST(Kernels, OuterProductsAddTheirTermsInOrder)
                 EXPECT_TRUE(SameBits(packed, expected)) << "order " << order << ", count " << count;
             });
         }
+}
+
+// In order, leaving out factors of zero: the loops of LinpackBits do not reach this one.
+TEST(Kernels, AddColumnsEqualsDaxpyByColumns)
+{
+    TestRandom random(9);
+    for (const std::size_t columns : {0u, 1u, 3u, 4u, 9u, 18u}) {
+        const std::vector<double> c = random.Vector(columns * 40, -1.0, 1.0);
+        std::vector<double> factors = random.Vector(columns, -1.0, 1.0);
+        if (columns > 5) factors[5] = 0.0;
+        std::vector<double> expected(37, -0.0);
+        for (std::size_t j = 0; j < columns; ++j)
+            MCMath_930::Blas1::Daxpy(37, factors[j], c.data() + 40 * j, 1, expected.data(), 1);
+        ForEachKernelSet([&] {
+            std::vector<double> y(37, -0.0);
+            AddColumns(y.data(), c.data(), 40, columns, factors.data(), 37);
+            EXPECT_TRUE(SameBits(y, expected)) << columns;
+        });
+    }
+}
+
+// Rotations, signs and exchanges that wait against the same done at once; more sweeps than wait together.
+TEST(RotationQueue, EqualsRotationsDoneAtOnce)
+{
+    using MCMath_930::Blas1;
+    constexpr int kRows = 37;
+    constexpr int kColumns = 25;
+    TestRandom random(12);
+    const std::vector<double> start = random.Vector(kRows * kColumns, -1.0, 1.0);
+    ForEachKernelSet([&] {
+        std::vector<double> x = start, y = start;
+        const auto column = [&y](int k) { return y.data() + k * kRows; };
+        RotationQueue queue({x.data(), kRows}, kRows, kColumns);
+        for (int last = kColumns - 1; last > 0; --last) {
+            for (int sweep = 0; sweep < 5; ++sweep) {
+                const int first = random.Below(last);
+                queue.StartSweep(first);
+                for (int k = first; k < last; ++k) {
+                    const double c = random.Uniform(-1.0, 1.0);
+                    queue.Rotate(c, 0.5);
+                    Blas1::DRot(kRows, column(k), 1, column(k + 1), 1, c, 0.5);
+                }
+            }
+            if (last % 4 == 1) {
+                queue.RotateNow(0, last, 0.6, 0.8);
+                Blas1::DRot(kRows, column(0), 1, column(last), 1, 0.6, 0.8);
+            }
+            if (last % 3 == 0) {
+                queue.Negate(last);
+                Blas1::DScal(kRows, -1.0, column(last), 1);
+            }
+            for (int k = last; k + 1 < kColumns && random.Below(3) != 0; ++k) {
+                queue.Exchange(k, k + 1);
+                Blas1::DSwap(kRows, column(k), 1, column(k + 1), 1);
+            }
+        }
+        queue.Finish();
+        EXPECT_TRUE(SameBits(x, y));
+    });
 }
 
 TEST(Kernels, OverrideIsSeenAndTakenBack)
