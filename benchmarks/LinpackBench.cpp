@@ -145,7 +145,7 @@ Slot NoPivots(Slot slot)
 
 std::vector<Operation> Operations()
 {
-    int static info;
+    static int info;
     const auto lwork = [](const Slot& slot) { return static_cast<int>(slot.work.size()); };
     return {
         {"Dgefa",
