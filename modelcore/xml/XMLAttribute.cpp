@@ -3,6 +3,7 @@
 
 #include "modelcore/xml/ExportFormat.h"
 #include "modelcore/xml/internal/Escape.h"
+#include "modelcore/xml/internal/NodeMemory.h"
 #include "modelcore/xml/internal/NodeWriter.h"
 #include "modelcore/xml/internal/NumberText.h"
 
@@ -23,7 +24,7 @@ XMLAttribute::XMLAttribute(std::size_t length, bool isPlain) : NodeLink(internal
 
 XMLAttribute* XMLAttribute::Allocate(std::size_t length, bool isPlain)
 {
-    void* const block = ::operator new(sizeof(XMLAttribute) + PrefixSize(isPlain) + length);
+    void* const block = internal::AllocateNode(sizeof(XMLAttribute) + PrefixSize(isPlain) + length);
     return new (block) XMLAttribute(length, isPlain);
 }
 
@@ -90,6 +91,18 @@ int XMLAttribute::ToStream(std::ostream& os, ExportFormat&, bool utf8) const
     writer.WriteAttribute(*this);
     writer.Finish();
     return 0;
+}
+
+std::size_t XMLAttribute::BlockSize() const
+{
+    return sizeof(XMLAttribute) + PrefixSize(IsPlain()) + GetLength();
+}
+
+void XMLAttribute::operator delete(XMLAttribute* node, std::destroying_delete_t)
+{
+    const std::size_t size = node->BlockSize();
+    node->~XMLAttribute();
+    internal::ReleaseNode(node, size);
 }
 
 } // namespace MCXML_930

@@ -38,7 +38,8 @@ public:
     int ToStream(std::ostream& os, ExportFormat& fmt, bool utf8) const override;
     XMLAttribute* Clone() const override;
 
-    static void operator delete(void* block) { ::operator delete(block); }
+    /// Deletes the node and its text, which share one block of memory.
+    static void operator delete(XMLAttribute* node, std::destroying_delete_t);
 
 private:
     friend class XMLElement;
@@ -48,6 +49,7 @@ private:
     static XMLAttribute* Allocate(std::size_t length, bool isPlain);
     static XMLAttribute* Make(std::string_view name, std::string_view value, bool isPlain);
     static void* operator new(std::size_t, void* block) { return block; }
+    std::size_t BlockSize() const;
 
     static constexpr std::size_t PrefixSize(bool isPlain) { return isPlain ? 0 : sizeof(std::size_t); }
     char* Block() { return reinterpret_cast<char*>(this + 1); }

@@ -3,6 +3,7 @@
 
 #include "modelcore/xml/ExportFormat.h"
 #include "modelcore/xml/internal/Escape.h"
+#include "modelcore/xml/internal/NodeMemory.h"
 #include "modelcore/xml/internal/NodeWriter.h"
 
 #include <algorithm>
@@ -20,7 +21,7 @@ XMLElement::XMLElement(std::string_view name, bool isPlain) : NodeLink(NodeKind:
 
 XMLElement* XMLElement::Make(std::string_view name, bool isPlain)
 {
-    return new (::operator new(sizeof(XMLElement) + name.size())) XMLElement(name, isPlain);
+    return new (internal::AllocateNode(sizeof(XMLElement) + name.size())) XMLElement(name, isPlain);
 }
 
 XMLElement* XMLElement::Create(const std::string& name)
@@ -167,6 +168,18 @@ int XMLElement::ToStream(std::ostream& os, ExportFormat& fmt, bool utf8) const
     writer.WriteElement(*this, fmt);
     writer.Finish();
     return 0;
+}
+
+std::size_t XMLElement::BlockSize() const
+{
+    return sizeof(XMLElement) + GetLength();
+}
+
+void XMLElement::operator delete(XMLElement* node, std::destroying_delete_t)
+{
+    const std::size_t size = node->BlockSize();
+    node->~XMLElement();
+    internal::ReleaseNode(node, size);
 }
 
 } // namespace MCXML_930

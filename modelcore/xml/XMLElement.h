@@ -51,7 +51,8 @@ public:
     int AddAttribute(const std::string& name, double value);
     int AddAttribute(const std::string& name, double value, bool fixed);
 
-    static void operator delete(void* block) { ::operator delete(block); }
+    /// Deletes the node and its text, which share one block of memory.
+    static void operator delete(XMLElement* node, std::destroying_delete_t);
 
 private:
     friend class internal::NodeWriter;
@@ -59,6 +60,7 @@ private:
     XMLElement(std::string_view name, bool isPlain);
     static XMLElement* Make(std::string_view name, bool isPlain);
     static void* operator new(std::size_t, void* block) { return block; }
+    std::size_t BlockSize() const;
 
     std::string_view Name() const { return {reinterpret_cast<const char*>(this + 1), GetLength()}; }
     bool HasChildren() const { return fLast != nullptr && !fLast->IsAttribute(); }

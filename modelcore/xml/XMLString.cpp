@@ -3,6 +3,7 @@
 
 #include "modelcore/xml/ExportFormat.h"
 #include "modelcore/xml/internal/Escape.h"
+#include "modelcore/xml/internal/NodeMemory.h"
 #include "modelcore/xml/internal/NodeWriter.h"
 
 #include <algorithm>
@@ -16,7 +17,7 @@ XMLString::XMLString(std::string_view text, bool isPlain) : NodeLink(internal::N
 
 XMLString* XMLString::Make(std::string_view text, bool isPlain)
 {
-    return new (::operator new(sizeof(XMLString) + text.size())) XMLString(text, isPlain);
+    return new (internal::AllocateNode(sizeof(XMLString) + text.size())) XMLString(text, isPlain);
 }
 
 XMLString* XMLString::Create(const std::string& text)
@@ -43,6 +44,18 @@ int XMLString::ToStream(std::ostream& os, ExportFormat& fmt, bool utf8) const
     writer.WriteText(*this, fmt);
     writer.Finish();
     return 0;
+}
+
+std::size_t XMLString::BlockSize() const
+{
+    return sizeof(XMLString) + GetLength();
+}
+
+void XMLString::operator delete(XMLString* node, std::destroying_delete_t)
+{
+    const std::size_t size = node->BlockSize();
+    node->~XMLString();
+    internal::ReleaseNode(node, size);
 }
 
 } // namespace MCXML_930

@@ -29,7 +29,8 @@ public:
     int ToStream(std::ostream& os, ExportFormat& fmt, bool utf8) const override;
     XMLString* Clone() const override;
 
-    static void operator delete(void* block) { ::operator delete(block); }
+    /// Deletes the node and its text, which share one block of memory.
+    static void operator delete(XMLString* node, std::destroying_delete_t);
 
 private:
     friend class XMLElement;
@@ -38,6 +39,7 @@ private:
     XMLString(std::string_view text, bool isPlain);
     static XMLString* Make(std::string_view text, bool isPlain);
     static void* operator new(std::size_t, void* block) { return block; }
+    std::size_t BlockSize() const;
 
     std::string_view Text() const { return {reinterpret_cast<const char*>(this + 1), GetLength()}; }
 };

@@ -11,6 +11,8 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
+#include <vector>
 
 using namespace MCXML_930;
 
@@ -194,6 +196,30 @@ TEST(XMLElement, DeepChainsNeedNoStack)
         for (int i = 1; i < kDepth; ++i) expected += "</n>";
         EXPECT_TRUE(TextOf(*copy, Layout(false, false)) == expected);
     }
+}
+
+TEST(XMLElement, TreesPassBetweenThreads)
+{
+    // Each thread builds trees, takes apart those of the other in the same memory, and ends before the last is gone.
+    constexpr int kTrees = 400;
+    std::vector<Tree> trees[2];
+    const auto inTwoThreads = [](auto run) {
+        std::thread other(run, 1);
+        run(0);
+        other.join();
+    };
+    inTwoThreads([&](int self) {
+        for (int i = 0; i < kTrees; ++i) trees[self].push_back(SmallTree());
+    });
+    const std::string expected = TextOf(*SmallTree());
+    inTwoThreads([&](int self) {
+        for (Tree& tree : trees[1 - self]) {
+            if (Tree copy(tree->Clone()); TextOf(*copy) == expected) tree = std::move(copy);
+            tree->AddElement(XMLString::Create(std::string(5000, 'x')));
+            tree.reset();
+        }
+    });
+    EXPECT_EQ(TextOf(*SmallTree()), expected);
 }
 
 TEST(XMLElement, PiecesOfAnySizePassTheBuffer)
