@@ -3,6 +3,8 @@
 
 #include "modelcore/modelcore_export.h"
 
+#include <vector>
+
 namespace MCMath_930 {
 
 namespace internal {
@@ -120,12 +122,99 @@ public:
     /// The F quantile of p, 0 <= p < 1, df1, df2 > 0; 0 at p = 0. Missing when it exceeds the range of a double.
     static double IdfF(double p, double df1, double df2);
 
+    // Discrete distributions. Fault codes: 0 done; 1 an argument is outside the domain; 2 the logarithm of the result
+    // exceeds 709; 3 the number of trials is not whole.
+
+    /// P(X <= floor(x)) of the binomial distribution with n whole trials, n >= 1, and success probability p, 0 <= p
+    /// <= 1. Point probabilities are summed outward from the largest one needed; where that is below exp(-708), or for
+    /// more than 2^31 trials, the incomplete beta function takes their place. Time grows with sqrt(n p (1-p)).
+    static double CdfBin(double x, double n, double p, long& err);
+
+    /// The binomial quantile: the smallest k with CdfBin(k, n, prob) >= p (within 2^-45 of p), 0 <= p <= 1.
+    static double IdfBin(double p, double n, double prob, long& err);
+
+    /// P(X = x) of the binomial distribution, 0 <= p <= 1, n >= 1; 0 for x that is not whole or outside 0..n.
+    static double PdfBin(double x, double n, double p, long& err);
+
+    /// The probability that the r-th success comes with trial x: C(x-1, r-1) p^r (1-p)^(x-r), 0 <= p <= 1, r >= 1; 0
+    /// for x that is not whole or below r.
+    static double PdfNegBin(double x, double r, double p, long& err);
+
+    /// The probability of k marked ones among n drawn from a population of N with M marked; 0 outside the support.
+    /// Missing unless N >= 1 and M and n lie in 0..N.
+    static double PdfHyper(long k, long N, long M, long n);
+
+    /// P(X <= floor(x)) for the same; N, M, n whole, else err = 1 and missing. An exact sum from the largest term of
+    /// the smaller side; for variances above 1e10 the normal approximation.
+    static double CDFHyper(double x, double N, double M, double n, int& err);
+
+    // Noncentral distributions. Sums over their Poisson mixtures start at the largest term and run in both directions
+    // until the rest is below the tolerance, relative to the sum; relative error at most 1e-12 for noncentralities to
+    // 1e4. Every result lies in [0, 1] and they grow with x. Where a sum would take more than a million terms (a
+    // noncentrality above about 1e9), a normal approximation takes its place.
+
+    /// P(X <= x) of noncentral chi-square, df > 0, nc >= 0; 0 for x <= 0.
+    static double NonCentralCdfChi(double x, double df, double nc);
+
+    /// P(F <= x) of the noncentral F, the numerator being noncentral; df1, df2 > 0, nc >= 0; 0 for x <= 0. Missing also
+    /// when the sum would take too many terms.
+    /// @param e  tolerance of the sum; not above 0 means 1e-17
+    static double NonCentralCdfF(double x, double df1, double df2, double nc, double e);
+
+    /// P(T <= t) of the noncentral t, df > 0, any finite nc. For t and nc of opposite signs, where the usual sums
+    /// cancel, the integral over the chi distribution by the trapezoidal rule: small tails keep their digits.
+    /// @param e  tolerance of the sum; not above 0 means 1e-17
+    static double NonCentralCdfT(double t, double df, double nc, double e);
+
+    /// The density of the noncentral t, df > 0, any finite nc (else err = 1). err = 2 when 10000 terms of its series
+    /// are not enough (|nc| above about 1e5). Relative error at most 1e-12 for |nc| to 100.
+    static double NonCentralPdfT(double t, double df, double nc, long& err);
+
+    /// The noncentrality nc with NonCentralCdfChi(x, df, nc) = p, 0 < p < 1, x > 0, searched from 0 to 1.3e8; missing
+    /// when there is none, as for every p above CdfChi(x, df).
+    /// @param tolerance  relative, of nc; not above 0 means 1e-12. The ends of the search are compared by
+    ///                   MCPower::AlmostEqual.
+    static double FindNCParamChi(double x, double df, double p, double tolerance);
+
+    /// The same for NonCentralCdfF(x, df1, df2, nc, 0).
+    static double FindNCParamF(double x, double df1, double df2, double p, double tolerance);
+
+    /// The noncentrality nc with NonCentralCdfT(t, df, nc, e) = p, searched over |nc| <= 16384, of either sign.
+    static double FindNCParamT(double t, double df, double p, double e, double tolerance);
+
+    // Weighted percentiles
+
+    /// The q-th percentile (0 to 100) of n sorted values with weights; also stored in result. Refused with result
+    /// missing: n < 2 (err = -1), vectors too short or NaN q (1), a target weight below what the values reach (1) or
+    /// above it (2).
+    ///
+    /// The target is q percent of the sum of weights.
+    ///   mode <= 0  each weight is centred on its value; linear between values
+    ///   mode = 1   each weight is spread evenly over the class value - bound to value + bound, bounds being
+    ///   half-widths mode >= 2  linear between the middles of the classes, the outer halves of the end classes included
+    static double GPTile(long n, double q, const std::vector<double>& values, const std::vector<double>& weights,
+                         const std::vector<double>& bounds, long mode, double& result, long& err);
+
+    /// The median of n sorted values, each standing for as many cases as its weight says, and the confidence interval
+    /// between two order statistics that are equally far from the ends.
+    ///
+    /// @param level  confidence in percent, between 0 and 100
+    /// @param e      slack, relative to the number of cases, for weights that are not whole; not above 0 means 1e-12
+    /// @param flag   true: the narrowest such interval with at least the level. False: interpolated towards the next
+    ///               narrower one to meet the level (Hettmansperger and Sheather 1986, Statistics & Probability Letters
+    ///               4, 75-79)
+    /// @return  the confidence reached, in percent; missing, with both limits missing, when there are too few cases
+    static double Mednci(long n, const std::vector<double>& values, const std::vector<double>& weights, double level,
+                         double e, bool flag, double& median, double& lower, double& upper);
+
 private:
     static double prbnrm(double x);
     static double derf(double x);
     static double derfc(double x);
     static double probit(double p);
     static double dnlgam(double x);
+    static internal::DoubleDouble dnlbnc(double n, double k);
+    static internal::DoubleDouble dnlhyp(double k, double population, double marked, double drawn);
     static double gammad(const internal::DoubleDouble& x, double a, bool lowerTail, long& fault);
     static double gamnrm(double x, double a, bool lowerTail);
     static double tavoidfchi(double p, double df, long& fault);
@@ -135,6 +224,7 @@ private:
     static internal::BetaTails cbttails(double t, double df, bool wantWeight);
     static double tavocdft(double t, double df, long& fault);
     static double tavocdff(double x, double df1, double df2, long& fault);
+    static double ncdbet(const internal::UnitPoint& point, double a, double b, double nc, double e, long& fault);
     static double tavoidff(double p, double df1, double df2, long& fault);
     static double betinv(double p, double a, double b, long& fault);
     static double betodd(double p, double a, double b);

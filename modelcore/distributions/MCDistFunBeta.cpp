@@ -23,24 +23,6 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 
-// Squares and products beyond these bounds leave the range in which they can be held as two doubles.
-constexpr double kTiny = 1e-140;
-constexpr double kHuge = 1e140;
-
-/// The point df/(df + t^2) of the unit interval, for 0 < t < kHuge and finite df > 0.
-UnitPoint StudentPoint(double t, double df)
-{
-    if (t > kTiny) return UnitPoint::Dividing({df}, internal::ExactProduct(t, t));
-    return UnitPoint::Dividing({1.0}, {t / df * t});
-}
-
-/// The point df1*x/(df1*x + df2) from the left, for finite positive arguments.
-UnitPoint FisherPoint(double x, double df1, double df2)
-{
-    const bool inRange = x > kTiny && x < kHuge && df1 > kTiny && df1 < kHuge && df2 < kHuge;
-    return inRange ? UnitPoint::Dividing(internal::ExactProduct(x, df1), {df2}) : UnitPoint::Dividing({x}, {df2 / df1});
-}
-
 /// P(T > t), t > 0, of Student's t with 1 degree of freedom.
 double CauchyTail(double t)
 {
@@ -58,8 +40,8 @@ BetaTails MCDistFun::cbtaux(const UnitPoint& point, double a, double b, bool wan
     if (tails.reached) return tails;
     tails.reached = true;
     tails.weight = 0.0;
-    if (std::min(a, b) < 1.0) { // all mass in the two ends
-        const double share = a < b ? a / b : b / a;
+    if (std::min(a, b) < 1.0) {                                     // all mass in the two ends
+        const double share = a < b ? a / b : a > 0.0 ? b / a : 1.0; // half a subnormal may be 0
         tails.lower = a < b ? 1.0 / (1.0 + share) : share / (1.0 + share);
         tails.upper = a < b ? share / (1.0 + share) : 1.0 / (1.0 + share);
         return tails;
@@ -77,11 +59,11 @@ BetaTails MCDistFun::cbtaux(const UnitPoint& point, double a, double b, bool wan
 /// density of |T|.
 BetaTails MCDistFun::cbttails(double t, double df, bool wantWeight)
 {
-    if (t <= kHuge) return cbtaux(StudentPoint(t, df), 0.5 * df, 0.5, wantWeight);
+    if (t <= internal::kFarStudent) return cbtaux(internal::StudentPoint(t, df), 0.5 * df, 0.5, wantWeight);
     if (df > 1e3) return {0.0, 1.0, 0.0, true};
     // The square would overflow, but so far out the tail is proportional to t^-df in every digit.
     constexpr double kFar = 1e100;
-    BetaTails tails = cbtaux(StudentPoint(kFar, df), 0.5 * df, 0.5, wantWeight);
+    BetaTails tails = cbtaux(internal::StudentPoint(kFar, df), 0.5 * df, 0.5, wantWeight);
     const double scale = std::pow(kFar / t, df);
     tails.lower *= scale;
     tails.weight *= scale;
@@ -153,9 +135,9 @@ double MCDistFun::PdfT(double t, double df, long& err)
     // Everything is kept relative to (df + 1)/2 ln(1 + t^2/df), which alone can be large.
     DoubleDouble exponent{internal::LogGammaRatio(0.5 * df, 0.5) - 0.5 * std::log(df) - kHalfLogPi};
     const double w = std::fabs(t);
-    if (w >= kHuge) {
+    if (w >= internal::kFarStudent) {
         exponent = exponent - (df + 1.0) * internal::AccurateLog(DoubleDouble{w} / DoubleDouble{std::sqrt(df)});
-    } else if (w > kTiny) {
+    } else if (w > 1e-140) {
         const DoubleDouble ratio = internal::ExactProduct(w, w) / DoubleDouble{df};
         const DoubleDouble half = 0.5 * internal::ExactSum(df, 1.0);
         const DoubleDouble log = ratio.head <= internal::kSmallDeviation
@@ -177,7 +159,7 @@ double MCDistFun::tavocdff(double x, double df1, double df2, long& fault)
     if (std::isnan(x)) return x;
     if (x <= 0.0) return 0.0;
     if (std::isinf(x)) return 1.0;
-    return cbtaux(FisherPoint(x, df1, df2), 0.5 * df1, 0.5 * df2, false).lower;
+    return cbtaux(internal::FisherPoint(x, df1, df2), 0.5 * df1, 0.5 * df2, false).lower;
 }
 
 double MCDistFun::CdfF(double x, double df1, double df2)
@@ -192,7 +174,7 @@ double MCDistFun::SigF(double x, double df1, double df2)
     if (std::isnan(x)) return x;
     if (x <= 0.0) return 1.0;
     if (std::isinf(x)) return 0.0;
-    return cbtaux(FisherPoint(x, df1, df2), 0.5 * df1, 0.5 * df2, false).upper;
+    return cbtaux(internal::FisherPoint(x, df1, df2), 0.5 * df1, 0.5 * df2, false).upper;
 }
 
 } // namespace MCMath_930

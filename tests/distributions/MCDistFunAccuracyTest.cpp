@@ -22,7 +22,7 @@ TEST(MCDistFunAccuracy, EveryFunctionMeetsItsBoundOnTheExactTable)
 {
     std::map<std::string, std::pair<int, double>> found; // points and largest error
     for (const ExactPoint& point : ReadExactTable(MODELCORE_TEST_DATA "/distributions.txt")) {
-        const double error = PointError(point, ExactCalls().at(point.function)(point.args));
+        const double error = PointError(point, ExactCalls().at(point.function).call(point.args));
         auto& [points, worst] = found[point.function];
         ++points;
         worst = std::max(worst, error);

@@ -45,7 +45,7 @@ int main(int argc, char** argv)
             rows.push_back(std::move(row));
         }
         Row& row = rows.back();
-        const double error = PointError(point, ExactCalls().at(point.function)(point.args));
+        const double error = PointError(point, ExactCalls().at(point.function).call(point.args));
         if (!(error < 1.0)) ++row.failures;
         row.errors.push_back(error);
         if (error > row.worstError) {

@@ -44,6 +44,10 @@ def beta_tails(x, y, a, b):
     return 1 - upper, upper
 
 
+def unit_tails(x, a, b):
+    return beta_tails(mpf(x), 1 - mpf(x), a, b)
+
+
 def normal_cdf(x):
     return erfc(-mpf(x) / sqrt(mpf(2))) / 2
 
@@ -166,19 +170,127 @@ def gamma_point(low, high, scale):
     return x * scale, shape * scale
 
 
+def binomial_point(low, high):
+    n = float(round(log_uniform(low, high)))
+    p = random.choice([random.uniform(0.01, 0.99), log_uniform(1e-6, 0.5)])
+    k = float(math.floor(n * p + random.uniform(-1, 1) * random.choice([2, 8]) * math.sqrt(n * p * (1 - p))))
+    return (k, n, p) if 0 < k < n else binomial_point(low, high)
+
+
+def binomial_density(k, n, p):
+    return exp(loggamma(mpf(n) + 1) - loggamma(mpf(k) + 1) - loggamma(mpf(n) - k + 1) + k * log(mpf(p)) +
+               (mpf(n) - k) * log(1 - mpf(p)))
+
+
+def hyper_point(low, high):
+    N = round(log_uniform(low, high))
+    M, n = random.randint(0, N), random.randint(0, min(N, 1000))
+    sd = math.sqrt(max(1.0, n * (M / N) * (1 - M / N)))
+    k = math.floor(n * M / N + random.uniform(-5, 5) * sd)
+    if not max(0, n - N + M) <= k <= min(n, M):
+        return hyper_point(low, high)
+    return float(k), float(N), float(M), float(n)
+
+
+def log_choose(n, k):
+    return loggamma(mpf(n) + 1) - loggamma(mpf(k) + 1) - loggamma(mpf(n) - k + 1)
+
+
+def hyper_density(k, N, M, n):
+    return exp(log_choose(M, k) + log_choose(N - M, n - k) - log_choose(N, n))
+
+
+def noncentral_chi_point(high):
+    df, nc = log_uniform(0.1, 100), log_uniform(0.01, high)
+    spread = math.sqrt(2 * (df + 2 * nc))
+    return (df + nc) * math.exp(random.uniform(-1, 1) * random.choice([2, 6]) * spread / (df + nc)), df, nc
+
+
+def noncentral_f_point(high):
+    x, df1, nc = noncentral_chi_point(high)
+    return x / df1, df1, log_uniform(0.5, 200), nc
+
+
+def noncentral_t_point(high):
+    df, nc = log_uniform(0.5, 200), random.choice([-1, 1]) * log_uniform(0.01, high)
+    return random.choice([random.uniform(-10, 10), nc * random.uniform(0.3, 2), nc + random.uniform(-5, 5)]), df, nc
+
+
+def poisson_mixture(mean, shift, tail, piece):
+    """Sum of w(j + shift) F(j), F(j) = F(j + 1) + piece(j), from far above the last term that matters."""
+    count = int(mean + 40 * math.sqrt(float(mean)) + 400)
+    value = tail(count)
+    total = mpf(0)
+    weight = exp(-mean + (count + shift) * log(mean) - loggamma(count + shift + 1))
+    for j in range(count, -1, -1):
+        total += weight * value
+        if j > 0:
+            value += piece(j - 1)
+            weight *= (j + shift) / mean
+    return total
+
+
+def noncentral_chi(x, df, nc):
+    y, a, mean = mpf(x) / 2, mpf(df) / 2, mpf(nc) / 2
+    return poisson_mixture(mean, 0, lambda j: gamma_tails(y, a + j)[0], lambda j: gamma_weight(y, a + j) / (a + j))
+
+
+def noncentral_beta(x, y, a, b, mean, shift):
+    return poisson_mixture(mean, shift, lambda j: beta_below_mean(x, y, a + j, b),
+                           lambda j: beta_weight(x, y, a + j, b) / (a + j))
+
+
+def noncentral_f(x, df1, df2, nc):
+    scaled = mpf(x) * mpf(df1)
+    return noncentral_beta(scaled / (scaled + df2), df2 / (scaled + df2), mpf(df1) / 2, mpf(df2) / 2, mpf(nc) / 2, 0)
+
+
+def noncentral_t_above(t, df, nc, sign):
+    """P(0 < T <= t) for noncentrality sign * nc, t and nc positive."""
+    square, df, mean = mpf(t) ** 2, mpf(df), mpf(nc) ** 2 / 2
+    x, y = square / (df + square), df / (df + square)
+    half = mpf(1) / 2
+    return (noncentral_beta(x, y, half, df / 2, mean, 0) + sign * noncentral_beta(x, y, half * 2, df / 2, mean, half)) / 2
+
+
+def noncentral_t(t, df, nc):
+    with mp.workdps(150):
+        sign = 1 if (t > 0) == (nc > 0) else -1
+        inner = noncentral_t_above(abs(t), df, abs(nc), sign)
+        return normal_cdf(-nc) + inner if t > 0 else normal_cdf(-nc) - inner
+
+
+def noncentral_t_density(t, df, nc):
+    with mp.workdps(150):
+        t, df, nc = mpf(t), mpf(df), mpf(nc)
+        z = t * nc * sqrt(mpf(2)) / sqrt(df + t * t)
+        total, j = mpf(0), 0
+        even, odd = mpf(1), exp(loggamma((df + 2) / 2) - loggamma((df + 1) / 2)) * z
+        while True:
+            total += even + odd
+            if j > abs(z) and abs(even) + abs(odd) < mpf(10) ** -140 * abs(total):
+                break
+            even *= (df + 1 + j) / 2 * z * z / ((j + 1) * (j + 2))
+            odd *= (df + 2 + j) / 2 * z * z / ((j + 2) * (j + 3))
+            j += 2
+        return t_density(t, df) * exp(-nc * nc / 2) * total
+
+
 def quantile_row(point, tails, weight):
     """The arguments of a quantile near a given point x, params: p rounded to a double, its quantile to first order in
     that rounding, and the sensitivity. The weight is x times the density."""
     x, params = point[0], point[1:]
     lower, upper = tails(x, *params)
     p = float(lower)
-    if not 1e-300 < p < 1 - 1e-6 or p == 0.5:
+    # Beyond these points the quantile of a double p is no longer told by a double.
+    if not 1e-300 < p < 1 - 1e-6 or p == 0.5 or (tails is unit_tails and x > 0.99):
         return None
     pull = weight(x, *params)
     exact = mpf(x) * (1 + (mpf(p) - lower) / pull)
     return (p,) + tuple(params), abs(pull) / min(lower, upper), exact
 
 
+COUNTS = [("small", 2, 50), ("medium", 50, 1e4), ("large", 1e4, 1e6), ("huge", 1e6, 5e7)]
 FAMILIES = [("small", 0.01, 1), ("medium", 1, 50), ("large", 50, 2000), ("huge", 2000, 1e6)]
 
 
@@ -207,12 +319,26 @@ def rows():
         yield "CdfF", region, lambda: f_point(low, high), lambda *args: f_tails(*args)[0]
         yield "SigF", region, lambda: f_point(low, high), lambda *args: f_tails(*args)[1]
         yield "IdfBeta", region, lambda: quantile_row(beta_point(low, high), \
-            lambda x, a, b: beta_tails(mpf(x), 1 - mpf(x), a, b), \
-            lambda x, a, b: beta_weight(mpf(x), 1 - mpf(x), mpf(a), mpf(b)) / (1 - mpf(x))), None
+            unit_tails, lambda x, a, b: beta_weight(mpf(x), 1 - mpf(x), mpf(a), mpf(b)) / (1 - mpf(x))), None
         yield "PdfT", region, lambda: t_point(low, high), t_density
         yield "IdfT", region, lambda: quantile_row(t_point(low, high), \
             lambda t, df: (t_cdf(t, df), 1 - t_cdf(t, df)), lambda t, df: mpf(t) * t_density(t, df)), None
         yield "IdfF", region, lambda: quantile_row(f_point(low, high), f_tails, f_weight), None
+    for region, low, high in COUNTS:
+        yield "CdfBin", region, lambda: binomial_point(low, high), \
+            lambda k, n, p: beta_tails(mpf(p), 1 - mpf(p), k + 1, n - k)[1]
+        yield "PdfBin", region, lambda: binomial_point(low, high), binomial_density
+        yield "PdfNegBin", region, lambda: (lambda k, n, p: (n, k + 1.0, p))(*binomial_point(low, high)), \
+            lambda x, r, p: binomial_density(r - 1, x - 1, p) * mpf(p)
+        yield "PdfHyper", region, lambda: hyper_point(low, high), hyper_density
+        yield "CDFHyper", region, lambda: hyper_point(low, high), \
+            lambda k, N, M, n: sum(hyper_density(j, N, M, n) for j in range(max(0, int(n - N + M)), int(k) + 1))
+    for region, high in [("small", 2), ("medium", 40), ("large", 1000)]:
+        yield "NonCentralCdfChi", region, lambda: noncentral_chi_point(high), noncentral_chi
+        yield "NonCentralCdfF", region, lambda: noncentral_f_point(high), noncentral_f
+    for region, high in [("small", 1), ("medium", 6), ("large", 30)]:
+        yield "NonCentralCdfT", region, lambda: noncentral_t_point(high), noncentral_t
+        yield "NonCentralPdfT", region, lambda: noncentral_t_point(high), noncentral_t_density
     yield "CdfBeta", "mixed", lambda: beta_point(0.01, 1e5), lambda x, a, b: beta_tails(mpf(x), 1 - mpf(x), a, b)[0]
 
 

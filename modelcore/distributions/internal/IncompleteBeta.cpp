@@ -215,6 +215,12 @@ bool SeriesServes(const Side& side)
 
 } // namespace
 
+double BetaWeight(const UnitPoint& point, double a, double b)
+{
+    const Side side{point.x, point.y, a, b};
+    return Weight(side, Locate(side));
+}
+
 BetaTails IncompleteBeta(const UnitPoint& point, double a, double b, bool wantWeight)
 {
     constexpr double kLeast = 1e-290;

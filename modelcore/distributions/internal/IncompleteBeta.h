@@ -33,4 +33,27 @@ struct BetaTails {
 /// for. Relative error of both tails at most 5e-15, from 1e-300 to 1, for a, b from 1e-3 to 1e6.
 BetaTails IncompleteBeta(const UnitPoint& point, double a, double b, bool wantWeight);
 
+/// The weight alone.
+double BetaWeight(const UnitPoint& point, double a, double b);
+
+/// The point df/(df + t^2) of the unit interval, for 0 < t < kFarStudent and finite df > 0.
+inline constexpr double kFarStudent = 1e140;
+inline UnitPoint StudentPoint(double t, double df)
+{
+    // Squares and products beyond certain bounds leave the range in which they can be held as two doubles.
+    if (t > 1e-140) return UnitPoint::Dividing({df}, ExactProduct(t, t));
+    return UnitPoint::Dividing({1.0}, {t / df * t});
+}
+
+/// The point df1*x/(df1*x + df2) of the unit interval, for finite positive arguments.
+inline UnitPoint FisherPoint(double x, double df1, double df2)
+{
+    constexpr double kTiny = 1e-140;
+    constexpr double kHuge = 1e140;
+    if (x > kTiny && x < kHuge && df1 > kTiny && df1 < kHuge && df2 < kHuge)
+        return UnitPoint::Dividing(ExactProduct(x, df1), {df2});
+    const double odds = df2 / df1 / x;
+    return odds < 1.0 ? UnitPoint::Dividing({1.0}, {odds}) : UnitPoint::Dividing({1.0 / odds}, {1.0});
+}
+
 } // namespace MCMath_930::internal

@@ -1,0 +1,82 @@
+#include "modelcore/common/MCMV.h"
+#include "modelcore/distributions/MCDistFun.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+using MCCommon_930::MCMV;
+using MCMath_930::MCDistFun;
+
+TEST(MCDistFunGPTile, RulesAndCodes)
+{
+    const std::vector<double> values{1, 2, 4};
+    const std::vector<double> weights{2, 4, 2};
+    const std::vector<double> halves{0.5, 0.5, 1.5};
+    struct Case {
+        const char* name;
+        long n;
+        double q;
+        long mode;
+        double expected;
+        long err;
+    };
+    const double missing = MCMV::Missing();
+    const Case cases[] = {
+        // cumulative weights centred on the values: 1, 4, 7 of 8
+        {"rule 1 at a value", 3, 50, 0, 2, 0},
+        {"rule 1 between", 3, 31.25, -1, 1.5, 0},
+        {"rule 1 at the first", 3, 12.5, 0, 1, 0},
+        {"rule 1 below the first", 3, 12, 0, missing, 1},
+        {"rule 1 at the last", 3, 87.5, 0, 4, 0},
+        {"rule 1 beyond the last", 3, 88, 0, missing, 2},
+        {"one value", 1, 50, 0, missing, -1},
+        {"vectors too short", 4, 50, 0, missing, 1},
+        {"NaN percentage", 3, NAN, 0, missing, 1},
+        // classes 0.5-1.5, 1.5-2.5, 2.5-5.5 hold 2, 4, 2
+        {"rule 2 inside a class", 3, 50, 1, 2, 0},
+        {"rule 2 at a limit", 3, 25, 1, 1.5, 0},
+        {"rule 2 at the start", 3, 0, 1, 0.5, 0},
+        {"rule 2 at the end", 3, 100, 1, 5.5, 0},
+        {"rule 2 above the end", 3, 101, 1, missing, 2},
+        {"rule 2 below the start", 3, -1, 1, missing, 1},
+        // middles carry 1, 4, 7 of 8, the ends 0 and 8
+        {"rule 3 between middles", 3, 31.25, 2, 1.5, 0},
+        {"rule 3 in the first half class", 3, 6.25, 3, 0.75, 0},
+        {"rule 3 at the end", 3, 100, 2, 5.5, 0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        double result = 77;
+        long err = 77;
+        const double returned = MCDistFun::GPTile(c.n, c.q, values, weights, halves, c.mode, result, err);
+        EXPECT_EQ(returned, c.expected);
+        EXPECT_EQ(result, c.expected);
+        EXPECT_EQ(err, c.err);
+    }
+}
+
+TEST(MCDistFunMednci, OrderStatisticsAroundTheMedian)
+{
+    // Ten cases, the second half of them through weights. Ranks 2 and 9 miss the median with probability 22/1024.
+    const std::vector<double> values{1, 2, 3, 4, 5, 6, 7};
+    const std::vector<double> weights{1, 1, 1, 1, 1, 2, 3};
+    double median = 0, lower = 0, upper = 0;
+    EXPECT_NEAR(MCDistFun::Mednci(7, values, weights, 95, 0, true, median, lower, upper), 100 * (1 - 22.0 / 1024),
+                1e-10);
+    EXPECT_EQ(median, 5.5);
+    EXPECT_EQ(lower, 2);
+    EXPECT_EQ(upper, 7);
+    EXPECT_EQ(MCDistFun::Mednci(7, values, weights, 95, 0, false, median, lower, upper), 95);
+    EXPECT_GT(lower, 2);
+    EXPECT_LT(lower, 3);
+
+    EXPECT_TRUE(MCMV::IsMissing(MCDistFun::Mednci(2, {3, 5}, {1, 1}, 95, 0, true, median, lower, upper)));
+    EXPECT_EQ(median, 4);
+    EXPECT_TRUE(MCMV::IsMissing(lower) && MCMV::IsMissing(upper)); // two cases cannot bound it so surely
+    for (const double level : {0.0, 100.0, static_cast<double>(NAN)})
+        EXPECT_TRUE(MCMV::IsMissing(MCDistFun::Mednci(7, values, weights, level, 0, true, median, lower, upper)));
+    EXPECT_TRUE(MCMV::IsMissing(MCDistFun::Mednci(8, values, weights, 95, 0, true, median, lower, upper)));
+    EXPECT_TRUE(MCMV::IsMissing(median));
+}
