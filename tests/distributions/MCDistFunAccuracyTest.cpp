@@ -11,9 +11,20 @@ namespace {
 
 // The largest relative error allowed, by function; measured over larger tables of the same kind, then rounded up.
 const std::map<std::string, double> kAllowed{
-    {"CdfStdNorm", 2e-15}, {"IdfStdNorm", 1e-15}, {"tavodnlgam", 2e-15}, {"CdfChi", 3e-14},  {"SigChi", 3e-14},
-    {"IdfChi", 4e-12},     {"CdfGam", 3e-14},     {"PdfGamma", 4e-15},   {"CdfBeta", 8e-15}, {"CdfT", 8e-15},
-    {"SigT", 8e-15},       {"CdfF", 8e-15},       {"SigF", 8e-15},
+    {"CdfStdNorm", 2e-15},     {"PdfNormalStandard", 1e-15},
+    {"IdfStdNorm", 1e-15},     {"tavodnlgam", 2e-15},
+    {"CdfChi", 3e-14},         {"SigChi", 3e-14},
+    {"IdfChi", 4e-12},         {"CdfGam", 3e-14},
+    {"PdfGamma", 4e-15},       {"CdfBeta", 8e-15},
+    {"CdfT", 1e-14},           {"SigT", 1e-14},
+    {"PdfT", 4e-15},           {"CdfF", 8e-15},
+    {"SigF", 8e-15},           {"IdfBeta", 4e-12},
+    {"IdfT", 4e-12},           {"IdfF", 4e-12},
+    {"CdfBin", 2e-13},         {"PdfBin", 4e-15},
+    {"PdfNegBin", 4e-15},      {"PdfHyper", 1e-14},
+    {"CDFHyper", 1e-13},       {"NonCentralCdfChi", 1e-13},
+    {"NonCentralCdfF", 1e-13}, {"NonCentralCdfT", 2e-13},
+    {"NonCentralPdfT", 1e-12},
 };
 
 } // namespace
@@ -30,5 +41,5 @@ TEST(MCDistFunAccuracy, EveryFunctionMeetsItsBoundOnTheExactTable)
             << point.function << ' ' << point.region << ' ' << ::testing::PrintToString(point.args) << " should be "
             << point.expected;
     }
-    for (const auto& [function, bound] : kAllowed) EXPECT_GE(found[function].first, 12) << function << ' ' << bound;
+    for (const auto& [function, bound] : kAllowed) EXPECT_GE(found[function].first, 10) << function << ' ' << bound;
 }

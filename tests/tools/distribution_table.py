@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes the table of exact values that the tests and the accuracy program compare with (needs mpmath).
 
-Usage: distribution_table.py POINTS SEED [FUNCTION] > TABLE      (tests/data/distributions.txt: 12 points, seed 1)
+Usage: distribution_table.py POINTS SEED [FUNCTION] > TABLE      (tests/data/distributions.txt: 10 points, seed 1)
 FUNCTION keeps only the functions whose names begin so.
 
 One line a point: function, region, the arguments as shortest decimals that read back to the same double, and the exact
@@ -25,18 +25,23 @@ def beta_below_mean(x, y, a, b):
     """I_x(a, b) by a series of positive terms."""
     term = total = mpf(1)
     k = 0
+    tiny = mpf(10) ** (10 - mp.dps)
     while True:
         ratio = (a + b + k) / (a + 1 + k) * x
         term *= ratio
         total += term
         k += 1
-        if ratio < 1 and term < TINY * total * (1 - ratio):
+        if ratio < 1 and term < tiny * total * (1 - ratio):
             break
     return total * exp(a * log(x) + b * log(y) + loggamma(a + b) - loggamma(a) - loggamma(b)) / a
 
 
 def beta_tails(x, y, a, b):
     a, b = mpf(a), mpf(b)
+    if b < 100 and a > 1000 and x > 0.5:  # the series from the other side is much shorter, with digits to cancel
+        with mp.workdps(400):
+            upper = beta_below_mean(mpf(y), mpf(x), b, a)
+            return 1 - upper, upper
     if x * (a + b) <= a:
         lower = beta_below_mean(x, y, a, b)
         return lower, 1 - lower
@@ -69,8 +74,9 @@ def normal_quantile(p):
 
 def t_tail(t, df):
     """P(T > |t|)."""
-    square, df = mpf(t) ** 2, mpf(df)
-    return beta_tails(df / (df + square), square / (df + square), df / 2, mpf(1) / 2)[0] / 2
+    with mp.workdps(400):
+        square, df = mpf(t) ** 2, mpf(df)
+        return beta_tails(df / (df + square), square / (df + square), df / 2, mpf(1) / 2)[0] / 2
 
 
 def t_cdf(t, df):

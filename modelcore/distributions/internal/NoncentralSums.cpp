@@ -152,20 +152,26 @@ double IntegrateOverChi(double df, double decay, double pull, Normal normal)
     const double peak = std::max(root * root, 1e-300);
     const double curvature = peak * q + 0.25 * pull * root;
     const double h = std::min(0.2, 0.6 / std::sqrt(curvature + 1e-3));
-    const auto value = [&](double w) { return GammaDensityTimesX({w}, shape) * normal(std::sqrt(w / shape)); };
+    // The density relative to that at the peak needs one exponential a node, as long as its exponent keeps its digits.
+    const bool relative = shape < 1e4;
+    const double atPeak = relative ? GammaDensityTimesX({peak}, shape) : 1.0;
+    const auto value = [&](double w, double steps) {
+        const double density = relative ? std::exp(steps * (h * shape) - (w - peak)) : GammaDensityTimesX({w}, shape);
+        return density * normal(std::sqrt(w / shape));
+    };
     const double factor = std::exp(h);
-    double sum = value(peak);
+    double sum = value(peak, 0.0);
     double w = peak;
-    for (int i = 0; i < kMaxNodes; ++i) {
+    for (int i = 1; i <= kMaxNodes; ++i) {
         w *= factor;
-        const double term = value(w);
+        const double term = value(w, i);
         sum += term;
         if (term <= kNegligible * sum) break;
     }
     w = peak;
-    for (int i = 0; i < kMaxNodes; ++i) {
+    for (int i = 1; i <= kMaxNodes; ++i) {
         w /= factor;
-        const double term = value(w);
+        const double term = value(w, -i);
         sum += term;
         if (term <= kNegligible * sum) break;
         // Where the normal factor no longer changes, the rest of a slowly falling power is geometric.
@@ -174,7 +180,7 @@ double IntegrateOverChi(double df, double decay, double pull, Normal normal)
             break;
         }
     }
-    return sum * h;
+    return atPeak * sum * h;
 }
 
 } // namespace

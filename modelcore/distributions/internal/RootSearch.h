@@ -44,9 +44,10 @@ Root SearchRoot(double start, double low, double high, Evaluate evaluate)
         } else {
             low = x;
         }
+        // The ends count: at the root to the last digit the step is 0.
+        if (probe.close && probe.next >= low && probe.next <= high) return {probe.next, true};
         if (order(high) - order(low) <= 1) return {probe.side > 0 ? x : high, highIsAbove};
         const bool inside = probe.next > low && probe.next < high;
-        if (probe.close && inside) return {probe.next, true};
         ++steps;
         if (order(high) - order(low) <= width / 2) {
             width = order(high) - order(low);
