@@ -4,13 +4,12 @@
 #include "modelcore/linalg/internal/LinpackDeterminant.h"
 #include "modelcore/linalg/internal/LinpackElimination.h"
 
+#include "modelcore/linalg/kernels/AlignedDoubles.h"
 #include "modelcore/linalg/kernels/TileProduct.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <memory>
-#include <new>
 #include <utility>
 
 namespace MCMath_930 {
@@ -158,7 +157,7 @@ public:
     static constexpr int kSmallestOrder = 32;
 
     RowwiseProduct(const DenseColumns<double>& a, int n, const int* ipvt)
-        : fa(a), fn(n), fPivots(ipvt), fMemory(new (std::nothrow) double[Index(n) + Size(n) * kStripWidth])
+        : fa(a), fn(n), fPivots(ipvt), fMemory(MakeAlignedDoubles(Index(n)))
     {}
 
     bool HasWorkspace() const { return fMemory != nullptr; }
@@ -172,10 +171,10 @@ public:
 private:
     static std::size_t Size(int n) { return static_cast<std::size_t>(n); }
 
-    /// Where the multipliers of column k stand; Index(n) is the number of all.
-    std::size_t Index(int k) const { return Size(k) * (2 * Size(fn) - Size(k) - 1) / 2; }
+    /// Where the multipliers of column k stand, after the strip; Index(n) is the end of all.
+    std::size_t Index(int k) const { return Size(fn) * kStripWidth + Size(k) * (2 * Size(fn) - Size(k) - 1) / 2; }
 
-    double* Strip(int column) const { return fMemory.get() + Index(fn) + Size(column) * kStripWidth; }
+    double* Strip(int column) const { return fMemory.get() + Size(column) * kStripWidth; }
 
     void MultiplyStrip(int row, int rows)
     {
@@ -195,7 +194,7 @@ private:
     DenseColumns<double> fa;
     int fn;
     const int* fPivots;
-    std::unique_ptr<double[]> fMemory;
+    AlignedDoubles fMemory;
 };
 
 } // namespace

@@ -2,12 +2,11 @@
 #pragma once
 
 #include "modelcore/linalg/internal/LinpackColumns.h"
+#include "modelcore/linalg/kernels/AlignedDoubles.h"
 #include "modelcore/linalg/kernels/Kernels.h"
 
 #include <algorithm>
 #include <cstddef>
-#include <memory>
-#include <new>
 #include <utility>
 
 namespace MCMath_930::internal {
@@ -18,7 +17,7 @@ namespace MCMath_930::internal {
 class ReflectionStrip {
 public:
     explicit ReflectionStrip(int rows)
-        : fRows(rows), fStrip(new (std::nothrow) double[static_cast<std::size_t>(rows) * kStripWidth])
+        : fRows(rows), fStrip(MakeAlignedDoubles(static_cast<std::size_t>(rows) * kStripWidth))
     {}
 
     explicit operator bool() const { return fStrip != nullptr; }
@@ -105,7 +104,7 @@ private:
     }
 
     int fRows;
-    std::unique_ptr<double[]> fStrip;
+    AlignedDoubles fStrip;
 };
 
 } // namespace MCMath_930::internal

@@ -3,6 +3,7 @@
 
 #include "modelcore/linalg/Blas1.h"
 #include "modelcore/linalg/internal/LinpackColumns.h"
+#include "modelcore/linalg/kernels/AlignedDoubles.h"
 #include "modelcore/linalg/kernels/Kernels.h"
 
 #include <algorithm>
@@ -20,8 +21,7 @@ namespace MCMath_930::internal {
 class RotationQueue {
 public:
     RotationQueue(const DenseColumns<double>& x, int rows, int columns)
-        : fx(x), fRows(rows), fColumns(columns),
-          fMemory(new (std::nothrow) double[Size(columns, kStripWidth + 2 * kSweeps)]),
+        : fx(x), fRows(rows), fColumns(columns), fMemory(MakeAlignedDoubles(Size(columns, kStripWidth + 2 * kSweeps))),
           fPlaces(new (std::nothrow) Place[Size(columns, 1)]), fWaits(fMemory != nullptr && fPlaces != nullptr)
     {
         for (int j = 0; fWaits && j < columns; ++j) fPlaces[Size(j, 1)] = {j, false};
@@ -133,7 +133,7 @@ private:
     DenseColumns<double> fx;
     int fRows;
     int fColumns;
-    std::unique_ptr<double[]> fMemory; // a strip, then cosines and sines of each sweep
+    AlignedDoubles fMemory; // a strip, then cosines and sines of each sweep
     std::unique_ptr<Place[]> fPlaces;
     bool fWaits;
     Sweep fSweeps[kSweeps];

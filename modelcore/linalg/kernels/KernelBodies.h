@@ -108,6 +108,7 @@ typedef double Vector __attribute__((vector_size(16), aligned(8), may_alias));
 constexpr int kVectorWidth = static_cast<int>(sizeof(Vector) / sizeof(double));
 constexpr int kPartWidth = 2 * kVectorWidth;
 
+template <int kLeftStep, int kRightStep>
 void AddProductPart(double* const* lines, int offset, const double* __restrict left, const double* __restrict right,
                     std::size_t depth)
 {
@@ -117,7 +118,7 @@ void AddProductPart(double* const* lines, int offset, const double* __restrict l
         sum[r][0] = *reinterpret_cast<const Vector*>(lines[r] + offset);
         sum[r][1] = *reinterpret_cast<const Vector*>(lines[r] + offset + kVectorWidth);
     }
-    for (std::size_t k = 0; k < depth; ++k, left += kTileLines, right += kTileWidth) {
+    for (std::size_t k = 0; k < depth; ++k, left += kLeftStep, right += kRightStep) {
         const Vector first = *reinterpret_cast<const Vector*>(right);
         const Vector second = *reinterpret_cast<const Vector*>(right + kVectorWidth);
 #pragma GCC unroll 6
@@ -136,18 +137,20 @@ void AddProductPart(double* const* lines, int offset, const double* __restrict l
 constexpr int kPartLines = 1;
 constexpr int kPartWidth = kTileWidth;
 
+template <int kLeftStep, int kRightStep>
 void AddProductPart(double* const* lines, int offset, const double* left, const double* right, std::size_t depth)
 {
-    for (std::size_t k = 0; k < depth; ++k, left += kTileLines, right += kTileWidth)
+    for (std::size_t k = 0; k < depth; ++k, left += kLeftStep, right += kRightStep)
         for (int w = 0; w < kPartWidth; ++w) lines[0][offset + w] += left[0] * right[w];
 }
 #endif
 
+template <int kLeftStep, int kRightStep>
 void AddProductTileBody(double* const* lines, const double* left, const double* right, std::size_t depth)
 {
     for (int r = 0; r < kTileLines; r += kPartLines)
         for (int offset = 0; offset < kTileWidth; offset += kPartWidth)
-            AddProductPart(lines + r, offset, left + r, right + offset, depth);
+            AddProductPart<kLeftStep, kRightStep>(lines + r, offset, left + r, right + offset, depth);
 }
 
 // y is read and written once for four columns.
@@ -245,57 +248,44 @@ void ApplyUnitLowerBody(double* c, std::ptrdiff_t columnStep, std::size_t column
     for (; j < columns; ++j, c += columnStep) ApplyUnitLowerToColumn(c, lower, lowerStep, order);
 }
 
-#if defined(__GNUC__) && defined(__AVX__)
-/// Four lines of kTriangle elements side by side.
-void FinishFourCholeskyLines(double* const* sums, const double* const* lines, const double* const* diagonal)
+#ifdef __GNUC__
+void FinishCholeskyPanelBody(double* panel, const double* sums, const double* own, const double* diagonal, int first,
+                             int last)
 {
-    Vector sum[kTriangle];
-    Vector line[kTriangle];
-#pragma GCC unroll 4
-    for (int q = 0; q < 4; ++q) {
-        sum[q] = *reinterpret_cast<const Vector*>(sums[q]);
-        sum[q + 4] = *reinterpret_cast<const Vector*>(sums[q] + 4);
-        line[q] = *reinterpret_cast<const Vector*>(lines[q]);
-        line[q + 4] = *reinterpret_cast<const Vector*>(lines[q] + 4);
-    }
-    Transpose(sum);
-    Transpose(sum + 4);
-    Transpose(line);
-    Transpose(line + 4);
-#pragma GCC unroll 8
-    for (int k = 0; k < kTriangle; ++k) {
-        const double pivot = diagonal[k][k];
-        sum[k] = pivot == 0.0 ? Vector{} : (line[k] - sum[k]) / pivot;
-#pragma GCC unroll 8
-        for (int i = k + 1; i < kTriangle; ++i) sum[i] += diagonal[i][k] * sum[k];
-    }
-    Transpose(sum);
-    Transpose(sum + 4);
-#pragma GCC unroll 4
-    for (int q = 0; q < 4; ++q) {
-        *reinterpret_cast<Vector*>(sums[q]) = sum[q];
-        *reinterpret_cast<Vector*>(sums[q] + 4) = sum[q + 4];
-    }
-}
-#endif
-
-void FinishCholeskyLinesBody(double* const* sums, const double* const* lines, int count, const double* const* diagonal,
-                             int order)
-{
-#if defined(__GNUC__) && defined(__AVX__)
-    if (order == kTriangle && count == 4) {
-        FinishFourCholeskyLines(sums, lines, diagonal);
-        return;
-    }
-#endif
-    for (int q = 0; q < count; ++q) {
-        double* const sum = sums[q];
-        for (int k = 0; k < order; ++k) {
-            for (int m = 0; m < k; ++m) sum[k] += diagonal[k][m] * sum[m];
-            sum[k] = diagonal[k][k] == 0.0 ? 0.0 : (lines[q][k] - sum[k]) / diagonal[k][k];
+    constexpr int kVectors = kPanelLines / kVectorWidth;
+    for (int k = first; k < last; ++k) {
+        const double* const factors = diagonal + k * kPanelLines;
+        Vector sum[kVectors];
+#pragma GCC unroll 12
+        for (int q = 0; q < kVectors; ++q)
+            sum[q] = *reinterpret_cast<const Vector*>(sums + k * kPanelLines + q * kVectorWidth);
+        for (int m = 0; m < k; ++m)
+#pragma GCC unroll 12
+            for (int q = 0; q < kVectors; ++q)
+                sum[q] += factors[m] * *reinterpret_cast<const Vector*>(panel + m * kPanelLines + q * kVectorWidth);
+        const double pivot = factors[k];
+#pragma GCC unroll 12
+        for (int q = 0; q < kVectors; ++q) {
+            const int at = k * kPanelLines + q * kVectorWidth;
+            *reinterpret_cast<Vector*>(panel + at) =
+                pivot == 0.0 ? Vector{} : (*reinterpret_cast<const Vector*>(own + at) - sum[q]) / pivot;
         }
     }
 }
+#else
+void FinishCholeskyPanelBody(double* panel, const double* sums, const double* own, const double* diagonal, int first,
+                             int last)
+{
+    for (int k = first; k < last; ++k) {
+        const double* const factors = diagonal + k * kPanelLines;
+        for (int r = 0; r < kPanelLines; ++r) {
+            double sum = sums[k * kPanelLines + r];
+            for (int m = 0; m < k; ++m) sum += factors[m] * panel[m * kPanelLines + r];
+            panel[k * kPanelLines + r] = factors[k] == 0.0 ? 0.0 : (own[k * kPanelLines + r] - sum) / factors[k];
+        }
+    }
+}
+#endif
 
 #ifdef __GNUC__
 constexpr int kStripVectors = 4;
@@ -470,11 +460,12 @@ const KernelTable kTable = {
     .scale = ScaleBody,
     .rotate = RotateBody,
     .largestMagnitude = LargestMagnitudeBody,
-    .addProductTile = AddProductTileBody,
+    .addProductTile = AddProductTileBody<kTileLines, kTileWidth>,
     .addOuterProduct = AddOuterProductBody,
     .addColumns = AddColumnsBody,
     .applyUnitLower = ApplyUnitLowerBody,
-    .finishCholeskyLines = FinishCholeskyLinesBody,
+    .addPanelTile = AddProductTileBody<kPanelLines, kPanelLines>,
+    .finishCholeskyPanel = FinishCholeskyPanelBody,
     .reflectStrip = ReflectStripBody,
     .rotateStrip = RotateStripBody,
     .addStripColumns = AddStripColumnsBody,

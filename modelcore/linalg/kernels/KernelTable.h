@@ -12,8 +12,8 @@ inline constexpr int kTileWidth = 8;
 /// A strip of columns stored row by row.
 inline constexpr int kStripWidth = 16;
 
-/// How many lines of a triangular solution are worked on side by side.
-inline constexpr int kLinesAtOnce = 4;
+/// A panel of lines stored side by side, element by element: a whole number of tiles in either direction.
+inline constexpr int kPanelLines = 24;
 
 /// One complete set of kernels, compiled for one instruction set.
 struct KernelTable {
@@ -32,8 +32,9 @@ struct KernelTable {
                        const double* factors, std::size_t count);
     void (*applyUnitLower)(double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* lower,
                            std::ptrdiff_t lowerStep, int order);
-    void (*finishCholeskyLines)(double* const* sums, const double* const* lines, int count,
-                                const double* const* diagonal, int order);
+    void (*addPanelTile)(double* const* lines, const double* left, const double* right, std::size_t depth);
+    void (*finishCholeskyPanel)(double* panel, const double* sums, const double* own, const double* diagonal, int first,
+                                int last);
     void (*reflectStrip)(double* strip, const double* v, const double* factors, const double* next, double* dots,
                          std::size_t rows);
     void (*rotateStrip)(double* strip, const double* c, const double* s, std::size_t count);

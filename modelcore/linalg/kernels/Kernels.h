@@ -100,13 +100,19 @@ inline void ApplyUnitLower(double* c, std::ptrdiff_t columnStep, std::size_t col
     Kernels().applyUnitLower(c, columnStep, columns, lower, lowerStep, order);
 }
 
-/// Finishes elements 0 .. order-1, order <= 8, of up to kLinesAtOnce lines of a Cholesky factor: for k in order,
-/// sums[q][k] += diagonal[k][m]*sums[q][m] for m = 0 .. k-1, then sums[q][k] = (lines[q][k] - sums[q][k]) /
-/// diagonal[k][k], or 0 when that pivot is 0. diagonal[k] is line k of the finished diagonal block.
-inline void FinishCholeskyLines(double* const* sums, const double* const* lines, int count,
-                                const double* const* diagonal, int order)
+/// AddProductTile with both operands in panels: element k of line r is left[k*kPanelLines + r], and so for the right.
+inline void AddPanelTile(double* const* lines, const double* left, const double* right, std::size_t depth)
 {
-    Kernels().finishCholeskyLines(sums, lines, count, diagonal, order);
+    Kernels().addPanelTile(lines, left, right, depth);
+}
+
+/// Finishes elements first .. last-1 of a panel of kPanelLines lines of a Cholesky factor. For each k in order, and all
+/// lines r side by side, the sum sums[k][r] grows by diagonal[k][m] * panel[m][r] for m = 0 .. k-1, and panel[k][r]
+/// becomes (own[k][r] - sum) / diagonal[k][k], or 0 when that pivot is 0. Every row of the four is kPanelLines long.
+inline void FinishCholeskyPanel(double* panel, const double* sums, const double* own, const double* diagonal, int first,
+                                int last)
+{
+    Kernels().finishCholeskyPanel(panel, sums, own, diagonal, first, last);
 }
 
 /// On a strip of kStripWidth columns stored row by row: row i += v[i]*factors, then dots += next[i] * row i, for i in

@@ -4,13 +4,12 @@
 // of line r receives left(r, k) * right(k, w) for k = 0, 1, 2 ... exactly as a plain loop would add them.
 #pragma once
 
+#include "modelcore/linalg/kernels/AlignedDoubles.h"
 #include "modelcore/linalg/kernels/Kernels.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <memory>
-#include <new>
 
 namespace MCMath_930::internal {
 
@@ -23,7 +22,7 @@ public:
 
     explicit TileWorkspace(int width)
         : fWidth((std::min(width, kWidth) + kTileWidth - 1) / kTileWidth * kTileWidth),
-          fLeft(new (std::nothrow) double[static_cast<std::size_t>((kTileLines + fWidth) * kDepth)])
+          fLeft(MakeAlignedDoubles(static_cast<std::size_t>((kTileLines + fWidth) * kDepth)))
     {}
 
     explicit operator bool() const { return fLeft != nullptr; }
@@ -33,7 +32,7 @@ public:
 
 private:
     int fWidth;
-    std::unique_ptr<double[]> fLeft;
+    AlignedDoubles fLeft;
 };
 
 /// A right operand whose row k is contiguous: at(k) is where its element 0 stands.
