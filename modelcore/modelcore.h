@@ -52,6 +52,7 @@
 #include "modelcore/matrix/IMCSymMatrix.h"
 #include "modelcore/matrix/MCDiagMatrix.h"
 #include "modelcore/matrix/MCRectMatrix.h"
+#include "modelcore/matrix/MCSparseRectMatrix.h"
 #include "modelcore/matrix/MCSparseVector.h"
 #include "modelcore/matrix/MCSymMatrix.h"
 #include "modelcore/modelcore_export.h"

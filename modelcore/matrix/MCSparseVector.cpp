@@ -12,6 +12,20 @@ namespace MCMath_930 {
 
 using MCCommon_930::MCMV;
 
+namespace {
+
+/// S += w*v*v' for the vector of the given elements, each index counted from offset on.
+void AddOuterProduct(MCSymMatrix& S, int offset, const int* indices, const double* values, int count, double w)
+{
+    for (int i = 0; i < count; ++i) {
+        double* const row = S.GetRowPtr(offset + indices[i]) + offset;
+        const double weighted = w * values[i];
+        for (int j = 0; j <= i; ++j) row[indices[j]] += weighted * values[j];
+    }
+}
+
+} // namespace
+
 MCSparseVector::MCSparseVector(const std::vector<int>& indices, const std::vector<double>& values)
     : fnElements(static_cast<int>(indices.size())), fpIndices(&indices), fpValues(&values)
 {}
@@ -96,11 +110,15 @@ bool MCSparseVector::QuadraticOuterProductIncr(MCSymMatrix& S, double w) const
 bool MCSparseVector::QuadraticOuterProductPartIncr(MCSymMatrix& S, int first, double w) const
 {
     if (!FitsInto(static_cast<std::size_t>(S.GetNRows()), first)) return false;
-    for (int i = 0; i < fnElements; ++i) {
-        double* const row = S.GetRowPtr(first + GetIndex(i)) + first;
-        const double weighted = w * GetValue(i);
-        for (int j = 0; j <= i; ++j) row[GetIndex(j)] += weighted * GetValue(j);
-    }
+    AddOuterProduct(S, first, fpIndices->data(), fpValues->data(), fnElements, w);
+    return true;
+}
+
+bool MCSparseVector::QuadraticOuterProductPartIncr(MCSymMatrix& S, int first, int count, double w) const
+{
+    if (!IsValid() || first < 0 || count < 0 || count > fnElements - first) return false;
+    if (count > 0 && GetIndex(first + count - 1) >= S.GetNRows()) return false;
+    AddOuterProduct(S, 0, fpIndices->data() + first, fpValues->data() + first, count, w);
     return true;
 }
 

@@ -60,6 +60,10 @@ public:
     /// The same on the rows and columns of S from first on.
     bool QuadraticOuterProductPartIncr(MCSymMatrix& S, int first, double w) const;
 
+    /// The same for count of the stored elements alone, from stored element first on. False, and S as it was, when
+    /// there are no such elements or S is too small for them.
+    bool QuadraticOuterProductPartIncr(MCSymMatrix& S, int first, int count, double w) const;
+
     /// Row (and column) number row of S += a*v', on its part from column first on. False, and S as it was, when row or
     /// part does not lie inside S.
     bool IncrementRowPart(MCSymMatrix& S, int row, int first, double a) const;

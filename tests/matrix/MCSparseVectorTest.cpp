@@ -63,6 +63,10 @@ TEST(MCSparseVector, ProductsEqualThoseOfTheDenseVector)
     EXPECT_TRUE(Near(ToNaive(s), ToNaive(expected)));
     EXPECT_TRUE(Refuses(s, [&](MCSymMatrix& m) { return v.QuadraticOuterProductPartIncr(m, 3, 1.0); }));
     EXPECT_TRUE(Refuses(s, [&](MCSymMatrix& m) { return v.IncrementRowPart(m, 7, 0, 1.0); }));
+    ASSERT_TRUE(v.QuadraticOuterProductPartIncr(s, 1, 2, 3.0)); // the elements 3 and 4 alone, and back again
+    EXPECT_DOUBLE_EQ(s.GetElem(4, 3), expected.GetElem(4, 3) - 1.5);
+    ASSERT_TRUE(v.QuadraticOuterProductPartIncr(s, 1, 2, -3.0));
+    EXPECT_TRUE(Refuses(s, [&](MCSymMatrix& m) { return v.QuadraticOuterProductPartIncr(m, 1, 3, 1.0); }));
     ASSERT_TRUE(v.IncrementRowPart(s, 3, 1, 2.0));
     EXPECT_DOUBLE_EQ(s.GetElem(3, 5), expected.GetElem(3, 5) + 1.0);
     EXPECT_DOUBLE_EQ(s.GetElem(3, 2), expected.GetElem(3, 2) + 4.0);
