@@ -1,5 +1,6 @@
 #include "modelcore/accumulators/MCMeansXProdData.h"
 
+#include "modelcore/accumulators/internal/ProductSums.h"
 #include "modelcore/accumulators/internal/StateStream.h"
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/linalg/kernels/Kernels.h"
@@ -76,7 +77,13 @@ void MCMeansXProdData::Clear()
 
 void MCMeansXProdData::MakeRoom()
 {
-    fvWaiting.resize(2 * kBatch * fvMeans.size());
+    const std::size_t room = kBatch * (fvMeans.size() + 1);
+    if (fvWaiting.size() != room) fvWaiting.resize(room);
+}
+
+double* MCMeansXProdData::WaitingTerm()
+{
+    return fvWaiting.data() + fnWaiting * (fvMeans.size() + 1);
 }
 
 // The terms are complete here, means and all; only their addition waits.
@@ -84,21 +91,23 @@ void MCMeansXProdData::UpdateXX(const std::vector<double>& x, double f)
 {
     MakeRoom();
     const std::size_t p = fvMeans.size();
-    double* const scaled = fvWaiting.data() + fnWaiting * p;
-    double* const deviation = scaled + kBatch * p;
-    for (std::size_t i = 0; i < p; ++i) {
-        deviation[i] = fbIntercept ? x[i] - fvMeans[i] : x[i];
-        scaled[i] = f * deviation[i];
-    }
+    double* const term = WaitingTerm();
+    if (fbIntercept)
+        for (std::size_t i = 0; i < p; ++i) term[i] = x[i] - fvMeans[i];
+    else
+        std::copy_n(x.begin(), p, term);
+    term[p] = f;
     if (++fnWaiting == kBatch) XProds();
 }
 
 MCSymMatrix& MCMeansXProdData::XProds() const
 {
-    const std::size_t p = fvMeans.size();
-    if (fnWaiting > 0)
-        internal::AddOuterProducts(fXProds.GetPtr(), p, fvWaiting.data(), fvWaiting.data() + kBatch * p, fnWaiting);
-    fnWaiting = 0;
+    if (fnWaiting > 0) {
+        const std::size_t p = fvMeans.size();
+        const internal::WeightedRows terms{fvWaiting.data(), p + 1, fnWaiting, fnVars, 1};
+        internal::ProductSums(terms).Add(terms, std::vector<double>(p), fXProds);
+        fnWaiting = 0;
+    }
     return fXProds;
 }
 
@@ -106,10 +115,15 @@ bool MCMeansXProdData::AddCase(const std::vector<double>& x, double w)
 {
     if (x.size() < fvMeans.size()) return false;
     if (w == 0.0) return true; // in an empty accumulator w/W' would be 0/0
+    MakeRoom();
     const double total = fdNCases + w;
-    UpdateXX(x, fbIntercept ? fdNCases * w / total : w);
     const double share = w / total;
-    for (std::size_t i = 0; i < fvMeans.size(); ++i) fvMeans[i] += (x[i] - fvMeans[i]) * share;
+    const std::size_t p = fvMeans.size();
+    double* const term = WaitingTerm();
+    internal::StepMeans(term, fvMeans.data(), x.data(), share, p);
+    if (!fbIntercept) std::copy_n(x.begin(), p, term);
+    term[p] = fbIntercept ? fdNCases * w / total : w;
+    if (++fnWaiting == kBatch) XProds();
     fdNCases = total;
     return true;
 }

@@ -131,9 +131,11 @@ protected:
 
 private:
     void MakeRoom();
+    /// Where the next waiting term goes.
+    double* WaitingTerm();
 
     mutable MCSymMatrix fXProds;
-    mutable std::vector<double> fvWaiting; // terms not yet added: rows of f*d, then as many rows of d
+    mutable std::vector<double> fvWaiting; // terms not yet added: rows of d, each followed by its f
     mutable std::size_t fnWaiting = 0;
 };
 

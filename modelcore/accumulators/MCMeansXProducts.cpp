@@ -1,5 +1,6 @@
 #include "modelcore/accumulators/MCMeansXProducts.h"
 
+#include "modelcore/accumulators/internal/ProductSums.h"
 #include "modelcore/accumulators/internal/StateStream.h"
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/linalg/kernels/Kernels.h"
@@ -10,23 +11,6 @@
 
 namespace MCMath_930 {
 
-/// The rows of a block that are used, and the weight of each.
-struct MCMeansXProducts::Block {
-    const double* rows;
-    std::size_t stride;
-    std::size_t nRows;
-    std::vector<double> weights;
-
-    const double* Row(std::size_t r) const { return rows + r * stride; }
-};
-
-namespace {
-
-/// The rows whose products are added at one pass over the matrix: their deviations should stay in cache.
-constexpr std::size_t kRowsAtOnce = 32;
-
-} // namespace
-
 MCMeansXProducts::MCMeansXProducts(int p, bool intercept, bool frequencyWeight, bool regressionWeight)
     : MCMeansXProdData(p, intercept), fbFrequencyWeight(frequencyWeight), fbRegressionWeight(regressionWeight)
 {
@@ -35,70 +19,72 @@ MCMeansXProducts::MCMeansXProducts(int p, bool intercept, bool frequencyWeight, 
 
 MCMeansXProducts::~MCMeansXProducts() = default;
 
-bool MCMeansXProducts::ReadBlock(const MCRectMatrix& X, int nRows, Block& block) const
+bool MCMeansXProducts::ReadBlock(const MCRectMatrix& X, int nRows, internal::WeightedRows& block) const
 {
     const int nWeights = (fbFrequencyWeight ? 1 : 0) + (fbRegressionWeight ? 1 : 0);
     if (X.GetNCols() != fnVars + nWeights) return false;
     block.rows = X.GetPtr();
     block.stride = static_cast<std::size_t>(X.GetNCols());
     block.nRows = static_cast<std::size_t>(nRows > 0 ? std::min(nRows, X.GetNRows()) : X.GetNRows());
-    block.weights.assign(block.nRows, 1.0);
-    if (nWeights == 0) return true;
-    for (std::size_t r = 0; r < block.nRows; ++r) {
-        const double* const weight = block.Row(r) + fnVars;
-        block.weights[r] = nWeights == 1 ? weight[0] : weight[0] * weight[1];
-    }
+    block.nVars = fnVars;
+    block.nWeights = nWeights;
     return true;
 }
 
-// A constant column must not suffer from the division: its deviations are to be exactly 0.
-void MCMeansXProducts::ComputeMeans(const Block& block)
+namespace {
+
+/// sums += w*x for each row of the block in order; inspect(row) sees each before. Returns count + the weights.
+template <class Inspect>
+double AddWeightedRows(const internal::WeightedRows& block, double count, std::vector<double>& sums, Inspect inspect)
+{
+    constexpr std::size_t kRowsAtOnce = 32;
+    double weights[kRowsAtOnce];
+    for (std::size_t start = 0; start < block.nRows; start += kRowsAtOnce) {
+        const std::size_t rows = std::min(kRowsAtOnce, block.nRows - start);
+        block.GetWeights(start, rows, weights);
+        bool zeros = false;
+        for (std::size_t k = 0; k < rows; ++k) {
+            count += weights[k];
+            zeros |= weights[k] == 0.0;
+            inspect(block.Row(start + k));
+        }
+        if (!zeros)
+            internal::AddColumns(sums.data(), block.Row(start), static_cast<std::ptrdiff_t>(block.stride), rows,
+                                 weights, sums.size());
+        else // which AddColumns would leave out, but 0 times infinity shows
+            for (std::size_t k = 0; k < rows; ++k)
+                internal::AddScaled(sums.data(), weights[k], block.Row(start + k), sums.size());
+    }
+    return count;
+}
+
+} // namespace
+
+// The weighted count as well. A constant column must not suffer from the division: its deviations are to be exactly 0.
+void MCMeansXProducts::ComputeMeans(const internal::WeightedRows& block)
 {
     std::vector<std::size_t> constant(fvMeans.size());
     std::iota(constant.begin(), constant.end(), std::size_t{0});
-    std::fill(fvMeans.begin(), fvMeans.end(), 0.0);
-    for (std::size_t r = 0; r < block.nRows; ++r) {
-        const double* const row = block.Row(r);
-        internal::AddScaled(fvMeans.data(), block.weights[r], row, fvMeans.size());
-        std::erase_if(constant, [&](std::size_t i) { return row[i] != block.rows[i]; });
-    }
+    fdNCases = AddWeightedRows(block, 0.0, fvMeans, [&](const double* row) {
+        if (!constant.empty()) std::erase_if(constant, [&](std::size_t i) { return row[i] != block.rows[i]; });
+    });
+    if (fdNCases == 0.0) return;
     for (double& mean : fvMeans) mean /= fdNCases;
     for (const std::size_t i : constant) fvMeans[i] = block.rows[i];
 }
 
-// Deviations from the means (or, without means, the values themselves) of some rows at a time, then their products.
-void MCMeansXProducts::AddXProds(const Block& block, const double* means, MCSymMatrix& xProds)
-{
-    const std::size_t p = static_cast<std::size_t>(xProds.GetNRows());
-    std::vector<double> work(2 * p * std::min(kRowsAtOnce, block.nRows));
-    double* const deviations = work.data();
-    double* const weighted = deviations + work.size() / 2;
-    for (std::size_t start = 0; start < block.nRows; start += kRowsAtOnce) {
-        const std::size_t count = std::min(kRowsAtOnce, block.nRows - start);
-        for (std::size_t k = 0; k < count; ++k) {
-            const double* const row = block.Row(start + k);
-            const double weight = block.weights[start + k];
-            double* const d = deviations + k * p;
-            double* const wd = weighted + k * p;
-            for (std::size_t i = 0; i < p; ++i) {
-                d[i] = means != nullptr ? row[i] - means[i] : row[i];
-                wd[i] = weight * d[i];
-            }
-        }
-        internal::AddOuterProducts(xProds.GetPtr(), p, weighted, deviations, count);
-    }
-}
-
 bool MCMeansXProducts::Compute(const MCRectMatrix& X, int nRows)
 {
-    Block block;
+    internal::WeightedRows block;
     if (!ReadBlock(X, nRows, block)) return false;
+    internal::ProductSums sums(block);
+    const std::vector<double> origin(fvMeans.size());
     Clear();
-    const double total = std::accumulate(block.weights.begin(), block.weights.end(), 0.0);
-    if (total == 0.0) return true;
-    fdNCases = total;
     ComputeMeans(block);
-    AddXProds(block, fbIntercept ? fvMeans.data() : nullptr, XProds());
+    if (fdNCases == 0.0)
+        Clear(); // of what values may have left in the means
+    else
+        sums.Add(block, fbIntercept ? fvMeans : origin, XProds());
     return true;
 }
 
@@ -128,13 +114,12 @@ void MCMeansXProducts::StartUpdateOnePass()
 
 bool MCMeansXProducts::UpdateOnePass(const MCRectMatrix& X, int nRows)
 {
-    Block block;
+    internal::WeightedRows block;
     if (fvOnePassSums.size() != fvMeans.size() || !ReadBlock(X, nRows, block)) return false;
-    for (std::size_t r = 0; r < block.nRows; ++r) {
-        fdOnePassNCases += block.weights[r];
-        internal::AddScaled(fvOnePassSums.data(), block.weights[r], block.Row(r), fvOnePassSums.size());
-    }
-    AddXProds(block, nullptr, fOnePassXProds);
+    internal::ProductSums sums(block);
+    const std::vector<double> origin(fvMeans.size());
+    fdOnePassNCases = AddWeightedRows(block, fdOnePassNCases, fvOnePassSums, [](const double*) {});
+    sums.Add(block, origin, fOnePassXProds);
     return true;
 }
 

@@ -9,6 +9,10 @@ namespace MCMath_930 {
 
 class MCRectMatrix;
 
+namespace internal {
+struct WeightedRows;
+}
+
 /// MCMeansXProdData fed from blocks of rows.
 ///
 /// A block has one row per case: columns 0 to p-1 are the variables, then come the frequency weight, if there is one,
@@ -70,11 +74,8 @@ public:
     int ReadObjectXML(std::ifstream& stream) override;
 
 private:
-    struct Block;
-
-    bool ReadBlock(const MCRectMatrix& X, int nRows, Block& block) const;
-    void ComputeMeans(const Block& block);
-    static void AddXProds(const Block& block, const double* means, MCSymMatrix& xProds);
+    bool ReadBlock(const MCRectMatrix& X, int nRows, internal::WeightedRows& block) const;
+    void ComputeMeans(const internal::WeightedRows& block);
 
     bool fbFrequencyWeight = true;
     bool fbRegressionWeight = false;

@@ -7,6 +7,7 @@
 
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace MCMath_930;
@@ -38,6 +39,21 @@ std::vector<double> PlainXProds(const MCRectMatrix& block, int p, const double* 
             }
     }
     return products;
+}
+
+std::vector<double> PlainMeans(const MCRectMatrix& block, int p)
+{
+    double total = 0.0;
+    std::vector<double> means(static_cast<std::size_t>(p));
+    for (int r = 0; r < block.GetNRows(); ++r) {
+        total += CaseWeight(block, r, p);
+        for (int i = 0; i < p; ++i) {
+            volatile double term = CaseWeight(block, r, p) * block.GetElem(r, i);
+            means[static_cast<std::size_t>(i)] += term;
+        }
+    }
+    for (double& mean : means) mean /= total;
+    return means;
 }
 
 } // namespace
@@ -74,15 +90,19 @@ TEST(MCMeansXProducts, XProdsEqualTheDefiningLoopBitForBit)
 {
     ForEachKernelSet([] {
         TestRandom random(2);
+        // Widths with every rest of a tile, and rows and columns on both sides of a pass over the matrix.
+        std::vector<std::pair<int, int>> sizes = {{3, 190}, {3, 191}, {13, 192}, {19, 400}, {512, 2}, {530, 3}};
+        for (int p = 1; p <= 17; ++p) sizes.emplace_back(p, 1 + 2 * p);
         for (const bool intercept : {true, false})
-            for (const int p : {1, 2, 8, 19})
-                for (const int rows : {1, 8, 31, 32, 77}) {
-                    const MCRectMatrix X = RandomBlock(random, rows, p, 2);
-                    MCMeansXProducts data(p, intercept, true, true);
-                    ASSERT_TRUE(data.Compute(X, 0));
-                    const double* const means = intercept ? data.GetMeans().data() : nullptr;
-                    EXPECT_TRUE(SameBits(data.GetXProds().AsSpan(), PlainXProds(X, p, means)));
-                }
+            for (const auto& [p, rows] : sizes) {
+                MCRectMatrix X = RandomBlock(random, rows, p, 2);
+                X.SetElem(rows / 2, p, 0.0);
+                MCMeansXProducts data(p, intercept, true, true);
+                ASSERT_TRUE(data.Compute(X, 0));
+                const double* const means = intercept ? data.GetMeans().data() : nullptr;
+                EXPECT_TRUE(SameBits(data.GetXProds().AsSpan(), PlainXProds(X, p, means))) << p << ", " << rows;
+                EXPECT_TRUE(p == 1 || SameBits(data.GetMeans(), PlainMeans(X, p))) << p << ", " << rows;
+            }
     });
 }
 

@@ -153,6 +153,68 @@ void AddProductTileBody(double* const* lines, const double* left, const double* 
             AddProductPart<kLeftStep, kRightStep>(lines + r, offset, left + r, right + offset, depth);
 }
 
+void StepMeansBody(double* __restrict deviations, double* __restrict means, const double* __restrict x, double share,
+                   std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i) {
+        deviations[i] = x[i] - means[i];
+        means[i] += deviations[i] * share;
+    }
+}
+
+// The rest of a row is of a width known to the compiler, which then needs no loop for it.
+template <int kRest>
+void PackDifferencesBody(double* __restrict packed, const double* __restrict rows, std::size_t rowStep,
+                         const double* __restrict origin, int width, int count)
+{
+    const std::ptrdiff_t strip = static_cast<std::ptrdiff_t>(kTileWidth) * count;
+    for (int k = 0; k < count; ++k, packed += kTileWidth, rows += rowStep) {
+        double* to = packed;
+        int w = 0;
+        for (; w + kTileWidth <= width; w += kTileWidth, to += strip)
+            for (int i = 0; i < kTileWidth; ++i) to[i] = rows[w + i] - origin[w + i];
+        for (int i = 0; i < kRest; ++i) to[i] = rows[w + i] - origin[w + i];
+    }
+}
+
+template <int kLines>
+void PackWeightedDifferencesBody(double* __restrict packed, const double* __restrict rows, std::size_t rowStep,
+                                 const double* __restrict origin, const double* __restrict weights, int count)
+{
+    for (int k = 0; k < count; ++k, packed += kTileLines, rows += rowStep)
+        for (int r = 0; r < kLines; ++r) packed[r] = weights[k] * (rows[r] - origin[r]);
+}
+
+void ChoosePackDifferences(double* packed, const double* rows, std::size_t rowStep, const double* origin, int width,
+                           int count)
+{
+    static_assert(kTileWidth == 8, "one case a rest");
+    switch (width % kTileWidth) {
+    case 0: return PackDifferencesBody<0>(packed, rows, rowStep, origin, width, count);
+    case 1: return PackDifferencesBody<1>(packed, rows, rowStep, origin, width, count);
+    case 2: return PackDifferencesBody<2>(packed, rows, rowStep, origin, width, count);
+    case 3: return PackDifferencesBody<3>(packed, rows, rowStep, origin, width, count);
+    case 4: return PackDifferencesBody<4>(packed, rows, rowStep, origin, width, count);
+    case 5: return PackDifferencesBody<5>(packed, rows, rowStep, origin, width, count);
+    case 6: return PackDifferencesBody<6>(packed, rows, rowStep, origin, width, count);
+    default: return PackDifferencesBody<7>(packed, rows, rowStep, origin, width, count);
+    }
+}
+
+void ChoosePackWeightedDifferences(double* packed, const double* rows, std::size_t rowStep, const double* origin,
+                                   const double* weights, int lines, int count)
+{
+    static_assert(kTileLines == 6, "one case a number of lines");
+    switch (lines) {
+    case 1: return PackWeightedDifferencesBody<1>(packed, rows, rowStep, origin, weights, count);
+    case 2: return PackWeightedDifferencesBody<2>(packed, rows, rowStep, origin, weights, count);
+    case 3: return PackWeightedDifferencesBody<3>(packed, rows, rowStep, origin, weights, count);
+    case 4: return PackWeightedDifferencesBody<4>(packed, rows, rowStep, origin, weights, count);
+    case 5: return PackWeightedDifferencesBody<5>(packed, rows, rowStep, origin, weights, count);
+    default: return PackWeightedDifferencesBody<6>(packed, rows, rowStep, origin, weights, count);
+    }
+}
+
 // y is read and written once for four columns.
 void AddColumnsBody(double* __restrict y, const double* __restrict c, std::ptrdiff_t columnStep, std::size_t columns,
                     const double* factors, std::size_t count)
@@ -469,6 +531,9 @@ const KernelTable kTable = {
     .reflectStrip = ReflectStripBody,
     .rotateStrip = RotateStripBody,
     .addStripColumns = AddStripColumnsBody,
+    .stepMeans = StepMeansBody,
+    .packDifferences = ChoosePackDifferences,
+    .packWeightedDifferences = ChoosePackWeightedDifferences,
     .dotColumns = DotColumnsBody,
 };
 

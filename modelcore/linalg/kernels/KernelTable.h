@@ -39,6 +39,11 @@ struct KernelTable {
                          std::size_t rows);
     void (*rotateStrip)(double* strip, const double* c, const double* s, std::size_t count);
     void (*addStripColumns)(double* y, const double* strip, const double* factors, std::size_t columns);
+    void (*stepMeans)(double* deviations, double* means, const double* x, double share, std::size_t count);
+    void (*packDifferences)(double* packed, const double* rows, std::size_t rowStep, const double* origin, int width,
+                            int count);
+    void (*packWeightedDifferences)(double* packed, const double* rows, std::size_t rowStep, const double* origin,
+                                    const double* weights, int lines, int count);
     void (*dotColumns)(double* dots, const double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* x,
                        std::size_t count);
 };

@@ -75,6 +75,30 @@ inline void AddProductTile(double* const* lines, const double* left, const doubl
     Kernels().addProductTile(lines, left, right, depth);
 }
 
+/// deviations[i] = x[i] - means[i], then means[i] += deviations[i] * share, for i in [0, count). The three must not
+/// overlap.
+inline void StepMeans(double* deviations, double* means, const double* x, double share, std::size_t count)
+{
+    Kernels().stepMeans(deviations, means, x, share, count);
+}
+
+/// Packs rows[k*rowStep + w] - origin[w] for w < width and k < count as a right operand of AddProductTile: strips of
+/// kTileWidth columns, in each the rows one after the other. What stands beside the last columns of the last strip is
+/// left as it is. One rounding per element.
+inline void PackDifferences(double* packed, const double* rows, std::size_t rowStep, const double* origin, int width,
+                            int count)
+{
+    Kernels().packDifferences(packed, rows, rowStep, origin, width, count);
+}
+
+/// Packs weights[k] * (rows[k*rowStep + r] - origin[r]) for r < lines <= kTileLines and k < count as a left operand of
+/// AddProductTile, leaving the elements of further lines as they are. Two roundings per element.
+inline void PackWeightedDifferences(double* packed, const double* rows, std::size_t rowStep, const double* origin,
+                                    const double* weights, int lines, int count)
+{
+    Kernels().packWeightedDifferences(packed, rows, rowStep, origin, weights, lines, count);
+}
+
 /// Column j of c, columnStep apart, += factors[j*factorStep] * x for j in [0, columns), each column `count` elements
 /// long. A column whose factor is 0 is not touched, so that signed zeros and infinities stay as they are. Two roundings
 /// per element. x and the factors must not overlap what is written.
