@@ -2,7 +2,6 @@
 #include "modelcore/random/MCRNGUTwister.h"
 
 #include "modelcore/common/MCDisplay.h"
-#include "modelcore/random/internal/Twister.h"
 
 #include <array>
 #include <cmath>
@@ -26,41 +25,26 @@ std::array<unsigned long, 3> KeyOf(double s)
 
 } // namespace
 
-MCRNGUTwister::MCRNGUTwister() : fpState(std::make_unique<internal::Twister>()) {}
-
-MCRNGUTwister::MCRNGUTwister(const MCRNGUTwister& other)
-    : MCRNGenerator(other), fpState(std::make_unique<internal::Twister>(*other.fpState))
-{}
-
-MCRNGUTwister& MCRNGUTwister::operator=(const MCRNGUTwister& other)
-{
-    if (this != &other) *fpState = *other.fpState;
-    return *this;
-}
-
-MCRNGUTwister::~MCRNGUTwister() = default;
-
 void MCRNGUTwister::SetSeed(double s)
 {
     if (!std::isfinite(s)) return;
     if (s >= 0.0 && s <= 2147483647.0 && s == std::floor(s)) {
-        fpState->Seed(static_cast<std::uint32_t>(s));
+        fTwister.Initialize(static_cast<unsigned long>(s));
     } else {
         const std::array<unsigned long, 3> key = KeyOf(s);
-        fpState->SeedByArray(key.data(), key.size());
+        fTwister.InitByArray(key.data(), key.size());
     }
 }
 
 double MCRNGUTwister::GetNext()
 {
-    return fpState->NextRes53();
+    return fTwister.GetRealRes53();
 }
 
 void MCRNGUTwister::Display() const
 {
     MCDisplay_930::DisplayStart("MCRNGUTwister");
-    MCDisplay_930::Display("Seeded indicator", fpState->IsSeeded());
-    MCDisplay_930::Display("Position in the block", fpState->Position());
+    fTwister.Display();
     MCDisplay_930::DisplayEnd("MCRNGUTwister");
 }
 

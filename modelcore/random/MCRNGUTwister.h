@@ -3,13 +3,12 @@
 
 #include "modelcore/modelcore_export.h"
 #include "modelcore/random/MCRNGenerator.h"
-
-#include <memory>
+#include "modelcore/random/MCRandomTwister.h"
 
 namespace MCMath_930 {
 
 namespace internal {
-class Twister;
+class UniformSource;
 }
 
 /// Uniform numbers in [0, 1) with 53 random bits from the Mersenne Twister MT19937 (Matsumoto and Nishimura 1998): the
@@ -19,13 +18,6 @@ class Twister;
 /// sequence of seed 5489.
 class MODELCORE_EXPORT MCRNGUTwister : public MCRNGenerator {
 public:
-    /// Never seeded.
-    MCRNGUTwister();
-
-    MCRNGUTwister(const MCRNGUTwister& other);
-    MCRNGUTwister& operator=(const MCRNGUTwister& other);
-    ~MCRNGUTwister() override;
-
     /// Seeds with s. Different doubles give different sequences, save that -0.0 counts as 0.0.
     ///
     /// A whole number in [0, 2147483647] is the one-word seed of MCRandomTwister::Initialize. Any other finite s,
@@ -42,7 +34,9 @@ public:
     void Display() const;
 
 private:
-    std::unique_ptr<internal::Twister> fpState;
+    friend class internal::UniformSource;
+
+    MCRandomTwister fTwister;
 };
 
 } // namespace MCMath_930

@@ -3,8 +3,8 @@
 
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/random/MCRandom.h"
+#include "modelcore/random/MCRandomTwister.h"
 #include "modelcore/random/internal/Congruential.h"
-#include "modelcore/random/internal/Twister.h"
 
 #include <cstdlib>
 
@@ -52,8 +52,8 @@ void MCURandom::Restart(std::uint32_t seed, bool usePortable, bool useTwister, M
     if (!useTwister) {
         fpTwister.reset();
     } else {
-        if (fpTwister == nullptr) fpTwister = std::make_unique<internal::Twister>();
-        fpTwister->Seed(seed);
+        if (fpTwister == nullptr) fpTwister = std::make_unique<MCRandomTwister>();
+        fpTwister->Initialize(seed);
     }
     fnSeed = seed;
     fUsePortable = usePortable;
@@ -67,7 +67,7 @@ void MCURandom::SetSeed(unsigned long s)
     if (!fUsePortable)
         std::srand(fnSeed);
     else if (fUseTwister)
-        fpTwister->Seed(fnSeed);
+        fpTwister->Initialize(fnSeed);
 }
 
 void MCURandom::SetUsePortable(bool on)
@@ -80,7 +80,7 @@ void MCURandom::SetUsePortable(bool on)
 
 double MCURandom::GetRandom()
 {
-    if (fpTwister != nullptr) return fpTwister->NextOpen(); // then the others are out of use
+    if (fpTwister != nullptr) return fpTwister->GetRealOpen(); // then the others are out of use
     if (fpUserRNG != nullptr) return fpUserRNG->GetRandom();
     if (!fUsePortable) return std::rand() / static_cast<double>(RAND_MAX);
     fnSeed = internal::NextCongruential(fnSeed);

@@ -13,9 +13,7 @@ class MCRandom;
 
 namespace MCMath_930 {
 
-namespace internal {
-class Twister;
-}
+class MCRandomTwister;
 
 /// Uniform numbers for sampling, partitioning and simulation, from one of four generators that is chosen at run time,
 /// in this order:
@@ -87,12 +85,14 @@ public:
     void Display() const;
 
 private:
+    friend class MCRandomValues;
+
     void Restart(std::uint32_t seed, bool usePortable, bool useTwister, MCCommon_930::MCRandom* userRNG);
 
     std::uint32_t fnSeed;
     bool fUsePortable;
     bool fUseTwister;
-    std::unique_ptr<internal::Twister> fpTwister; // null when not in use
+    std::unique_ptr<MCRandomTwister> fpTwister; // null when not in use
     MCCommon_930::MCRandom* fpUserRNG;
 };
 

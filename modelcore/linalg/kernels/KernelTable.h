@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 namespace MCMath_930::internal {
 
@@ -14,6 +15,10 @@ inline constexpr int kStripWidth = 16;
 
 /// A panel of lines stored side by side, element by element: a whole number of tiles in either direction.
 inline constexpr int kPanelLines = 24;
+
+/// The state of MT19937: this many words, each made from itself, its successor and the word this far on.
+inline constexpr std::size_t kTwisterWords = 624;
+inline constexpr std::size_t kTwisterMiddle = 397;
 
 /// One complete set of kernels, compiled for one instruction set.
 struct KernelTable {
@@ -46,6 +51,7 @@ struct KernelTable {
                                     const double* weights, int lines, int count);
     void (*dotColumns)(double* dots, const double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* x,
                        std::size_t count);
+    void (*twist)(std::uint32_t* words, std::uint32_t* tempered);
 };
 
 } // namespace MCMath_930::internal

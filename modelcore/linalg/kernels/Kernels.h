@@ -169,4 +169,10 @@ inline void DotColumns(double* dots, const double* c, std::ptrdiff_t columnStep,
     Kernels().dotColumns(dots, c, columnStep, columns, x, count);
 }
 
+/// Replaces the kTwisterWords words of MT19937 by the next block, and tempers them. The arrays must not overlap.
+inline void Twist(std::uint32_t* words, std::uint32_t* tempered)
+{
+    Kernels().twist(words, tempered);
+}
+
 } // namespace MCMath_930::internal
