@@ -1,0 +1,151 @@
+// MCRNGBinomial.
+#include "modelcore/random/MCRNGBinomial.h"
+
+#include "modelcore/common/MCDisplay.h"
+#include "modelcore/common/MCMV.h"
+#include "modelcore/random/MCRNGBeta.h"
+#include "modelcore/random/internal/UniformSource.h"
+
+#include <cmath>
+
+namespace MCMath_930 {
+
+namespace {
+
+struct Parameters {
+    double n;
+    double p;
+};
+
+Parameters Accepted(double n, double p)
+{
+    const bool valid = n >= 0.0 && std::isfinite(n) && n == std::floor(n) && p >= 0.0 && p <= 1.0;
+    return valid ? Parameters{n, p} : Parameters{0.0, 0.0};
+}
+
+constexpr double kDirectTrials = 100.0;
+
+} // namespace
+
+struct MCRNGBinomial::Record {
+    internal::UniformSource source;
+    MCRNGBeta beta; // draws from the same source
+    Parameters parameters;
+
+    explicit Record(const Parameters& initial) : parameters(initial) {}
+    Record(const Record& other) : source(other.source), beta(other.beta), parameters(other.parameters)
+    {
+        if (source.Exists()) beta.SetURNGenerator(source.Get());
+    }
+    Record& operator=(const Record&) = delete;
+
+    void Use(MCRNGenerator& generator)
+    {
+        source.Use(generator);
+        beta.SetURNGenerator(generator);
+    }
+    MCRNGenerator& Source()
+    {
+        const bool isNew = !source.Exists();
+        MCRNGenerator& uniform = source.Get();
+        if (isNew) beta.SetURNGenerator(uniform);
+        return uniform;
+    }
+
+    double Draw(const Parameters& given);
+};
+
+// n trials are still open. Their uniforms lie in [lo, lo + width], and those up to p are successes; k counts the
+// successes among the others, all of which lie below. share is the part of the interval that p leaves below it.
+double MCRNGBinomial::Record::Draw(const Parameters& given)
+{
+    double n = given.n;
+    const double p = given.p;
+    if (n <= 0.0 || p <= 0.0) return 0.0;
+
+    MCRNGenerator& uniform = Source();
+    double k = 0.0;
+    double lo = 0.0;
+    double width = 1.0;
+    double share = p;
+    while (n >= kDirectTrials) {
+        if (std::fmod(n, 2.0) == 0.0) {
+            if (uniform.GetNext() <= share) k += 1.0;
+            n -= 1.0;
+        }
+        const double a = (n + 1.0) / 2.0;
+        const double x = beta.GetNext(a, a);
+        if (MCCommon_930::MCMV::IsMissing(x)) return x;
+        const double middle = lo + x * width;
+        if (p < middle) {
+            width *= x;
+        } else {
+            lo = middle;
+            width *= 1.0 - x;
+            k += a;
+        }
+        share = p < 1.0 ? (p - lo) / width : 1.0; // rounding must not make certain trials uncertain
+        n = a - 1.0;
+    }
+    if (share >= 1.0) return k + n;
+    if (!(share > 0.0)) return k;
+    const int trials = static_cast<int>(n); // fewer than kDirectTrials
+    return k + source.Draw([trials, share](auto next) {
+        int successes = 0;
+        for (int i = 0; i < trials; ++i) successes += next() <= share ? 1 : 0;
+        return successes;
+    });
+}
+
+MCRNGBinomial::MCRNGBinomial() : MCRNGBinomial(0.0, 0.0) {}
+
+MCRNGBinomial::MCRNGBinomial(double n, double p) : fpRecord(std::make_unique<Record>(Accepted(n, p))) {}
+
+MCRNGBinomial::MCRNGBinomial(const MCRNGBinomial& other)
+    : MCRNGenerator(other), fpRecord(std::make_unique<Record>(*other.fpRecord))
+{}
+
+MCRNGBinomial& MCRNGBinomial::operator=(const MCRNGBinomial& other)
+{
+    fpRecord = std::make_unique<Record>(*other.fpRecord);
+    return *this;
+}
+
+MCRNGBinomial::~MCRNGBinomial() = default;
+
+void MCRNGBinomial::SetSeed(double s)
+{
+    fpRecord->Source().SetSeed(s);
+}
+
+double MCRNGBinomial::GetNext()
+{
+    return fpRecord->Draw(fpRecord->parameters);
+}
+
+double MCRNGBinomial::GetNext(double n, double p)
+{
+    return fpRecord->Draw(Accepted(n, p));
+}
+
+void MCRNGBinomial::SetParameters(double n, double p)
+{
+    fpRecord->parameters = Accepted(n, p);
+}
+
+void MCRNGBinomial::SetURNGenerator(MCRNGenerator& generator)
+{
+    fpRecord->Use(generator);
+}
+
+void MCRNGBinomial::Display() const
+{
+    MCDisplay_930::DisplayStart("MCRNGBinomial");
+    MCDisplay_930::Display("Number of trials", fpRecord->parameters.n);
+    MCDisplay_930::Display("Probability", fpRecord->parameters.p);
+    MCDisplay_930::Display("Uniform source indicator", fpRecord->source.Exists());
+    MCDisplay_930::Display("Owned source indicator", fpRecord->source.IsOwned());
+    MCDisplay_930::DisplayEnd("MCRNGBinomial");
+}
+
+} // namespace MCMath_930

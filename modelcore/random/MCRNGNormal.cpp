@@ -1,0 +1,85 @@
+// MCRNGNormal.
+#include "modelcore/random/MCRNGNormal.h"
+
+#include "modelcore/common/MCDisplay.h"
+#include "modelcore/common/MCMV.h"
+#include "modelcore/random/internal/KindermanRamage.h"
+#include "modelcore/random/internal/UniformSource.h"
+
+namespace MCMath_930 {
+
+namespace {
+
+struct Parameters {
+    double mean;
+    double sd;
+};
+
+Parameters Accepted(double mean, double sd)
+{
+    return sd >= 0.0 ? Parameters{mean, sd} : Parameters{0.0, 1.0};
+}
+
+} // namespace
+
+struct MCRNGNormal::Record {
+    internal::UniformSource source;
+    Parameters parameters;
+
+    double Draw(const Parameters& p)
+    {
+        const double z = source.Draw([](auto next) { return internal::StandardNormal(next); });
+        return MCCommon_930::MCMV::IsMissing(z) ? z : p.mean + p.sd * z;
+    }
+};
+
+MCRNGNormal::MCRNGNormal() : MCRNGNormal(0.0, 1.0) {}
+
+MCRNGNormal::MCRNGNormal(double mean, double sd) : fpRecord(new Record{{}, Accepted(mean, sd)}) {}
+
+MCRNGNormal::MCRNGNormal(const MCRNGNormal& other) : MCRNGenerator(other), fpRecord(new Record(*other.fpRecord)) {}
+
+MCRNGNormal& MCRNGNormal::operator=(const MCRNGNormal& other)
+{
+    *fpRecord = *other.fpRecord;
+    return *this;
+}
+
+MCRNGNormal::~MCRNGNormal() = default;
+
+void MCRNGNormal::SetSeed(double s)
+{
+    fpRecord->source.Get().SetSeed(s);
+}
+
+double MCRNGNormal::GetNext()
+{
+    return fpRecord->Draw(fpRecord->parameters);
+}
+
+double MCRNGNormal::GetNext(double mean, double sd)
+{
+    return fpRecord->Draw(Accepted(mean, sd));
+}
+
+void MCRNGNormal::SetParameters(double mean, double sd)
+{
+    fpRecord->parameters = Accepted(mean, sd);
+}
+
+void MCRNGNormal::SetURNGenerator(MCRNGenerator& generator)
+{
+    fpRecord->source.Use(generator);
+}
+
+void MCRNGNormal::Display() const
+{
+    MCDisplay_930::DisplayStart("MCRNGNormal");
+    MCDisplay_930::Display("Mean", fpRecord->parameters.mean);
+    MCDisplay_930::Display("Standard deviation", fpRecord->parameters.sd);
+    MCDisplay_930::Display("Uniform source indicator", fpRecord->source.Exists());
+    MCDisplay_930::Display("Owned source indicator", fpRecord->source.IsOwned());
+    MCDisplay_930::DisplayEnd("MCRNGNormal");
+}
+
+} // namespace MCMath_930

@@ -1,0 +1,68 @@
+// Where a variate generator gets its uniform numbers from.
+#pragma once
+
+#include "modelcore/random/MCRNGUCongruential.h"
+#include "modelcore/random/MCRNGUTwister.h"
+
+#include <typeinfo>
+#include <utility>
+
+namespace MCMath_930::internal {
+
+/// A generator that belongs to the caller, or one of our own: MCRNGUCongruential with state 1, made when a number is
+/// wanted and the caller has given none. A copy shares the caller's generator and has its own copy of our own.
+class UniformSource {
+public:
+    UniformSource() = default;
+    UniformSource(const UniformSource& other) : fpSource(other.fpSource), fOwnsSource(other.fOwnsSource)
+    {
+        // What is owned is always the one that Get made.
+        if (fOwnsSource && fpSource != nullptr)
+            fpSource = new MCRNGUCongruential(static_cast<const MCRNGUCongruential&>(*fpSource));
+    }
+    UniformSource& operator=(UniformSource other) noexcept
+    {
+        std::swap(fpSource, other.fpSource);
+        std::swap(fOwnsSource, other.fOwnsSource);
+        return *this;
+    }
+    ~UniformSource()
+    {
+        if (fOwnsSource) delete fpSource;
+    }
+
+    void Use(MCRNGenerator& source)
+    {
+        if (fOwnsSource) delete fpSource;
+        fpSource = &source;
+        fOwnsSource = false;
+    }
+
+    MCRNGenerator& Get()
+    {
+        if (fpSource == nullptr) fpSource = new MCRNGUCongruential;
+        return *fpSource;
+    }
+
+    /// Calls body with a function that draws the next uniform. That of a Twister is one the compiler can put in place:
+    /// a variate draws many, and a virtual call costs more than a word.
+    template <class Body>
+    auto Draw(Body body)
+    {
+        MCRNGenerator& source = Get();
+        if (typeid(source) == typeid(MCRNGUTwister)) {
+            MCRandomTwister& twister = static_cast<MCRNGUTwister&>(source).fTwister;
+            return body([&twister] { return twister.GetRealRes53(); });
+        }
+        return body([&source] { return source.GetNext(); });
+    }
+
+    bool Exists() const { return fpSource != nullptr; }
+    bool IsOwned() const { return fOwnsSource; }
+
+private:
+    MCRNGenerator* fpSource = nullptr;
+    bool fOwnsSource = true;
+};
+
+} // namespace MCMath_930::internal

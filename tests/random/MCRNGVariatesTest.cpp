@@ -1,0 +1,171 @@
+// What MCRNGNormal, MCRNGBeta and MCRNGBinomial have in common, and the edges of each.
+#include "modelcore/common/MCMV.h"
+#include "modelcore/random/MCRNGBeta.h"
+#include "modelcore/random/MCRNGBinomial.h"
+#include "modelcore/random/MCRNGNormal.h"
+#include "modelcore/random/MCRNGUCongruential.h"
+#include "modelcore/random/MCRNGUTwister.h"
+#include "tests/random/ScriptedSource.h"
+#include "tests/support/Bits.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+using namespace MCMath_930;
+
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+/// With these parameters a draw takes several uniforms by way of the embedded generators.
+constexpr double kFirst = 150.0, kSecond = 0.4;
+
+template <class Generator>
+std::vector<double> Next(Generator& generator)
+{
+    std::vector<double> numbers;
+    for (int i = 0; i < 20; ++i) {
+        numbers.push_back(generator.GetNext());
+        numbers.push_back(generator.GetNext(2.0, 2.0)); // not stored; no trials for the binomial
+    }
+    return numbers;
+}
+template <class Generator>
+std::vector<double> From(MCRNGenerator& source)
+{
+    Generator generator(kFirst, kSecond);
+    generator.SetURNGenerator(source);
+    return Next(generator);
+}
+
+template <class Generator>
+class MCRNGVariates : public testing::Test {};
+using Generators = testing::Types<MCRNGNormal, MCRNGBeta, MCRNGBinomial>;
+TYPED_TEST_SUITE(MCRNGVariates, Generators);
+
+} // namespace
+
+TYPED_TEST(MCRNGVariates, SourceIsTheCallersOrAnOwnCongruentialGenerator)
+{
+    MCRNGUCongruential fresh, seeded;
+    seeded.SetSeed(77.5);
+    TypeParam generator;
+    generator.SetParameters(kFirst, kSecond);
+    EXPECT_TRUE(SameBits(Next(generator), From<TypeParam>(fresh)));
+    generator.SetSeed(77.5);
+    EXPECT_TRUE(SameBits(Next(generator), From<TypeParam>(seeded)));
+
+    MCRNGUTwister source, same;
+    same.SetSeed(-3.25);
+    {
+        TypeParam user(generator); // has a source of its own, which goes
+        user.SetURNGenerator(source);
+        user.SetSeed(-3.25);
+        TypeParam shares(user);
+        EXPECT_TRUE(SameBits(Next(user), From<TypeParam>(same)));
+        EXPECT_TRUE(SameBits(Next(shares), From<TypeParam>(same)));
+    }
+    EXPECT_EQ(source.GetNext(), same.GetNext()); // lives, and stands at the same place
+}
+
+TYPED_TEST(MCRNGVariates, CopiesGoOnFromACopyOfAnOwnSource)
+{
+    TypeParam original(kFirst, kSecond), unused(original), assigned;
+    Next(original);
+    MCRNGUCongruential fresh;
+    From<TypeParam>(fresh); // stands where original stands
+    {
+        TypeParam copy(original);
+        assigned = copy;
+        assigned = *&assigned;
+        EXPECT_TRUE(SameBits(Next(copy), Next(original)));
+    } // with the copy its source goes; that of the assigned one stays
+    EXPECT_TRUE(SameBits(Next(assigned), From<TypeParam>(fresh)));
+    fresh.SetSeed(1.0);
+    EXPECT_TRUE(SameBits(Next(unused), From<TypeParam>(fresh)));
+}
+
+TYPED_TEST(MCRNGVariates, BrokenSourcesDoNotHang)
+{
+    for (const double number : {kNaN, kInf, -kInf, 0.0, 1.0, 0.975, 0.999, 0.5, -5.0}) {
+        ScriptedSource source({number});
+        From<TypeParam>(source);
+        EXPECT_LT(source.Drawn(), 50000000u);
+    }
+}
+
+TEST(MCRNGNormal, RefusedTrials)
+{
+    struct Row {
+        const char* name;
+        std::vector<double> uniforms;
+        double expected;
+    };
+    // clang-format off
+    for (const Row& row : {
+        Row{"t < 0 in region 1, which the method of 1976 took", {0.9004708305001259, 0.99999, 0.9999899, 0.5687834676355124, 0.04954565782099962}, -0.4502226113323404},
+        {"region 2", {0.9216025774367154, 0.9692773493006825, 0.5429791728965938, 0.5316917225718498, 0.04979402618482709}, -0.5347733886460107},
+        {"log of 0 in the tail", {0.9901560717262328, 0.0, 0.0, 0.5, 0.0, 0.5717591135762632, 0.8000567546114326}, -2.3145107875533455}}) {
+        // clang-format on
+        ScriptedSource source(row.uniforms);
+        MCRNGNormal normal;
+        normal.SetURNGenerator(source);
+        EXPECT_LE(UlpDistance(normal.GetNext(), row.expected), 4u) << row.name;
+        EXPECT_EQ(source.Drawn(), row.uniforms.size()) << row.name;
+    }
+    ScriptedSource broken({0.9, kNaN});
+    MCRNGNormal normal(3.0, 2.0);
+    normal.SetURNGenerator(broken);
+    EXPECT_EQ(normal.GetNext(), MCCommon_930::MCMV::Missing());
+}
+
+TEST(MCRNGVariatesParameters, InvalidOnesBecomeDefaults)
+{
+    const double z = MCRNGNormal().GetNext(), u = MCRNGUCongruential().GetNext();
+    for (const double sd : {-1.0, -5e-324, kNaN}) EXPECT_EQ(MCRNGNormal(5.0, sd).GetNext(), z);
+    EXPECT_EQ(MCRNGNormal(5.0, 0.0).GetNext(), 5.0);
+    EXPECT_EQ(MCRNGNormal(3.0, 1.0).GetNext(5.0, 2.0), 5.0 + 2.0 * z);
+    for (const double shape : {0.0, -1.0, kInf, kNaN}) {
+        EXPECT_EQ(MCRNGBeta(shape, 3.0).GetNext(), u);
+        EXPECT_EQ(MCRNGBeta(3.0, shape).GetNext(), u);
+    }
+    ScriptedSource none({0.0});
+    MCRNGBinomial binomial;
+    binomial.SetURNGenerator(none);
+    for (const double n : {2.5, -1.0, kInf, kNaN}) EXPECT_EQ(binomial.GetNext(n, 0.3), 0.0);
+    for (const double p : {-0.1, 1.1, kNaN}) EXPECT_EQ(binomial.GetNext(10.0, p), 0.0);
+    EXPECT_EQ(none.Drawn(), 0u);
+}
+
+TEST(MCRNGVariatesParameters, ExtremeOnesGiveNumbersOfTheRange)
+{
+    MCRNGBeta beta;
+    constexpr double shapes[] = {5e-324, 1e-3, 0.05199, 0.052, 0.9, 1.0, 1.4, 1.6, 1e10, 1e300};
+    for (const double a : shapes)
+        for (const double b : shapes)
+            for (int i = 0; i < 10; ++i) {
+                const double x = beta.GetNext(a, b);
+                ASSERT_TRUE(x >= 0.0 && x <= 1.0) << a << " " << b << ": " << x;
+            }
+    ScriptedSource zeroFirst({0.0, 0.5, 0.5, 0.5}); // drawn again: ln(0) would lead to 0 for certain
+    beta.SetURNGenerator(zeroFirst);
+    EXPECT_NEAR(beta.GetNext(300.0, 2.0), 300.0 / 302.0, 0.01);
+
+    MCRNGBinomial binomial;
+    for (const double n : {0.0, 1.0, 99.0, 100.0, 101.0, 1e6, 1e15, 1e300}) {
+        EXPECT_EQ(binomial.GetNext(n, 0.0), 0.0);
+        EXPECT_DOUBLE_EQ(binomial.GetNext(n, 1.0), n); // exactly so up to 2^53
+        for (const double p : {5e-324, 0.5, std::nextafter(1.0, 0.0)}) {
+            const double k = binomial.GetNext(n, p);
+            ASSERT_TRUE(k >= 0.0 && k <= n && k == std::floor(k)) << n << " " << p << ": " << k;
+        }
+    }
+    ScriptedSource direct({0.3, 0.30000000000000004, 0.29, 0.9, 0.0}); // a trial succeeds up to p itself
+    binomial.SetURNGenerator(direct);
+    EXPECT_EQ(binomial.GetNext(5.0, 0.3), 3.0);
+    EXPECT_EQ(direct.Drawn(), 5u);
+}
