@@ -69,7 +69,7 @@ double MCRNGBinomial::Record::Draw(const Parameters& given)
     double width = 1.0;
     double share = p;
     while (n >= kDirectTrials) {
-        if (std::fmod(n, 2.0) == 0.0) {
+        if (n == 2.0 * std::floor(n / 2.0)) { // even
             if (uniform.GetNext() <= share) k += 1.0;
             n -= 1.0;
         }
