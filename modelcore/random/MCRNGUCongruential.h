@@ -12,7 +12,8 @@ namespace MCMath_930 {
 /// Fishman and L. R. Moore found best (SIAM Journal on Scientific and Statistical Computing 7 (1986), 24-45).
 ///
 /// It is there to repeat results that were made with it. Its period of 2^31 - 2 and its 31 bits are too few for a
-/// simulation of today, and it fails several of the dieharder tests (docs/random.md); MCRNGUTwister fails none.
+/// simulation of today, and it fails the minimum distance tests of dieharder in three dimensions and more
+/// (docs/random.md); MCRNGUTwister passes them all.
 /// One 32-bit word of state; a copy goes on where the original stands.
 class MODELCORE_EXPORT MCRNGUCongruential : public MCRNGenerator {
 public:
