@@ -112,5 +112,5 @@ void Register(int n)
 
 void RegisterContenders()
 {
-    for (const int n : {200, 1000}) Register(n);
+    for (const int n : {5, 10, 20, 50, 200, 1000, 2000}) Register(n);
 }

@@ -238,6 +238,9 @@ public:
     /// Sweeps on the given rows in turn, in the order given. A row that is refused stays as it is, aliased, and the
     /// next one is tried; a row named twice is swept twice.
     ///
+    /// Bits and refusals are those of one Sweep after the other, but a large matrix is read and written once for a
+    /// block of rows. Memory: up to 192 rows of n values from order 64 on.
+    ///
     /// @return  true when no row was refused. False, and nothing changed, when an argument is invalid, a row number
     ///          outside [0, n) among them; false after all rows were tried when some row was refused: those whose bit
     ///          in swept did not flip.

@@ -2,13 +2,226 @@
 #include "modelcore/matrix/MCSymMatrix.h"
 
 #include "modelcore/common/MCBitSet.h"
-#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/linalg/kernels/TileProduct.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <memory>
 #include <numeric>
+#include <span>
 
 namespace MCMath_930 {
+
+namespace {
+
+/// The sweep rule on a packed triangle, row by row or by blocks of rows.
+///
+/// Sweeping row k adds left[i]*right[j] to every element (i, j) outside row and column k, where left is row k up to
+/// sign and right is row k over the pivot. A block keeps its rows, spelled out, in a panel that is always up to date,
+/// and the diagonal, which the tests of the pivots need. The rest of the matrix waits until the block is done and then
+/// receives its terms in one pass, in the order of the sweeps: no element can tell the difference.
+class Sweeper {
+public:
+    Sweeper(double* packed, int n, double tol, const double* origDiag, MCBitSet& swept)
+        : fPacked(packed), fn(n), fTol(tol), fOrigDiag(origDiag), fSwept(swept), fStep(n),
+          fvFactors(2 * static_cast<std::size_t>(n))
+    {}
+
+    /// Makes room for blocks when there are rows enough to gain by them.
+    void PrepareBlocks(std::size_t nRows)
+    {
+        if (fn < kSmallestOrder || nRows < kGroup) return;
+        fpWork = std::make_unique<internal::TileWorkspace>(fn);
+        if (!*fpWork) return;
+        // An odd number of cache lines from row to row: the rows of a panel must not share one set of the cache.
+        fStep = (fn + 7) / 8 * 8 | 8;
+        fBlock = fn < kLargeOrder ? 2 * kGroup : 8 * kGroup;
+        fvPanel.resize(fBlock * static_cast<std::size_t>(fStep));
+        fvFactors.resize(2 * fvPanel.size());
+        fvDiag.resize(static_cast<std::size_t>(fn));
+        for (int i = 0; i < fn; ++i) fvDiag[static_cast<std::size_t>(i)] = Row(i)[i];
+    }
+
+    /// Sweeps on the rows in turn; false when one was refused.
+    bool SweepOnMany(std::span<const int> rows)
+    {
+        bool all = true;
+        while (!rows.empty()) {
+            const std::size_t count = fvDiag.empty() ? 1 : DistinctRows(rows.first(std::min(rows.size(), fBlock)));
+            if (!(count == 1 && fvDiag.empty() ? SweepOnRow(rows[0]) : SweepOnBlock(rows.first(count)))) all = false;
+            rows = rows.subspan(count);
+        }
+        return all;
+    }
+
+    bool SweepOnRow(int k)
+    {
+        double* const left = Left(0);
+        double* const right = Right(0);
+        std::copy_n(Row(k), k + 1, left);
+        for (int i = k + 1; i < fn; ++i) left[i] = Row(i)[k];
+        if (!PivotAllowed(k, left, [this](int j) { return Row(j)[j]; })) return false;
+        const double pivot = left[k];
+        FormFactors(left, pivot, left, right);
+        internal::AddOuterProducts(fPacked, static_cast<std::size_t>(fn), left, right, 1);
+        // Row and column k were not meant: their new elements are written over what the pass made of them.
+        right[k] = -1.0 / pivot;
+        std::copy_n(right, k + 1, Row(k));
+        for (int i = k + 1; i < fn; ++i) Row(i)[k] = right[i];
+        return true;
+    }
+
+private:
+    static constexpr int kSmallestOrder = 64; // below, sweeping row by row is faster
+    static constexpr int kLargeOrder = 400;
+    static constexpr std::size_t kGroup = 8; // rows whose terms the panel takes at once
+
+    static std::size_t DistinctRows(std::span<const int> rows)
+    {
+        std::size_t count = 1;
+        while (count < rows.size() && std::find(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(count),
+                                                rows[count]) == rows.begin() + static_cast<std::ptrdiff_t>(count))
+            ++count;
+        return count;
+    }
+
+    double* Row(int i) const
+    {
+        const auto row = static_cast<std::size_t>(i);
+        return fPacked + row * (row + 1) / 2;
+    }
+    double* Panel(std::size_t q) { return fvPanel.data() + q * static_cast<std::size_t>(fStep); }
+    double* Left(std::size_t term) { return fvFactors.data() + term * static_cast<std::size_t>(fStep); }
+    double* Right(std::size_t term)
+    {
+        return fvFactors.data() + fvFactors.size() / 2 + term * static_cast<std::size_t>(fStep);
+    }
+
+    /// The tests of a row that is not swept; on success its bit is flipped.
+    template <class Diag>
+    bool PivotAllowed(int k, const double* row, Diag diag)
+    {
+        const bool forward = !fSwept.IsIn(k);
+        if (forward) {
+            const double pivot = row[k];
+            if (fTol * fOrigDiag[k] >= pivot) return false;
+            for (int j = fSwept.Next(0); j >= 0 && j < fn; j = fSwept.Next(j + 1))
+                // S(j,j) of a swept row is minus the inverse of its pivot: at -1/(tol*origDiag[j]) that is too small.
+                if (!((diag(j) - row[j] * row[j] / pivot) * fTol * fOrigDiag[j] > -1.0)) return false;
+        }
+        fSwept.Set(k, forward);
+        return true;
+    }
+
+    void FormFactors(const double* row, double pivot, double* left, double* right) const
+    {
+        const double size = std::fabs(pivot);
+        const bool positive = pivot > 0.0;
+        for (int j = 0; j < fn; ++j) {
+            const double old = row[j];
+            left[j] = positive ? -old : old;
+            right[j] = old / size;
+        }
+    }
+
+    bool SweepOnBlock(std::span<const int> rows)
+    {
+        GatherPanel(rows);
+        std::size_t terms = 0;
+        for (std::size_t first = 0; first < rows.size(); first += kGroup) {
+            const std::size_t last = std::min(rows.size(), first + kGroup);
+            const std::size_t before = terms;
+            for (std::size_t q = first; q < last; ++q)
+                if (SweepOnPanelRow(rows, q, first, last, terms)) ++terms;
+            for (std::size_t q = 0; q < rows.size(); ++q) {
+                if (q >= first && q < last) continue;
+                AddTermsToPanelRow(rows[q], Panel(q), before, terms - before);
+                for (std::size_t g = first; g < last; ++g) Panel(q)[rows[g]] = Panel(g)[rows[q]];
+            }
+        }
+        if (terms == 0) return false;
+        internal::AddProduct<internal::ZeroFactor::Multiplies>(
+            *fpWork, fn, static_cast<int>(terms), [this](int i) { return Row(i); }, [](int i) { return i + 1; },
+            [left = Left(0), step = fStep](int i, int k) { return left[static_cast<std::ptrdiff_t>(k) * step + i]; },
+            internal::RowsOperand{
+                [right = Right(0), step = fStep](int k) { return right + static_cast<std::ptrdiff_t>(k) * step; }});
+        ScatterPanel(rows);
+        return terms == rows.size();
+    }
+
+    /// Sweeps on row q of the panel, as far as rows first .. last-1 of the panel, the factors and the diagonal go.
+    bool SweepOnPanelRow(std::span<const int> rows, std::size_t q, std::size_t first, std::size_t last,
+                         std::size_t term)
+    {
+        const int k = rows[q];
+        double* const row = Panel(q);
+        if (!PivotAllowed(k, row, [this](int j) { return fvDiag[static_cast<std::size_t>(j)]; })) return false;
+        const double pivot = row[k];
+        double* const left = Left(term);
+        double* const right = Right(term);
+        FormFactors(row, pivot, left, right);
+        for (int j = 0; j < fn; ++j) fvDiag[static_cast<std::size_t>(j)] += left[j] * right[j];
+        for (std::size_t other = first; other < last; ++other) {
+            if (other == q) continue;
+            AddTermsToPanelRow(rows[other], Panel(other), term, 1);
+            Panel(other)[k] = right[rows[other]];
+        }
+        std::copy_n(right, fn, row);
+        fvDiag[static_cast<std::size_t>(k)] = row[k] = -1.0 / pivot;
+        return true;
+    }
+
+    /// Of the two factors of a term, the row with the larger number gives the left one.
+    void AddTermsToPanelRow(int r, double* row, std::size_t firstTerm, std::size_t terms)
+    {
+        const auto lower = static_cast<std::size_t>(r) + 1;
+        internal::AddRows(row, Right(firstTerm), fStep, terms, Left(firstTerm) + r, fStep, lower);
+        internal::AddRows(row + lower, Left(firstTerm) + lower, fStep, terms, Right(firstTerm) + r, fStep,
+                          static_cast<std::size_t>(fn) - lower);
+    }
+
+    void GatherPanel(std::span<const int> rows)
+    {
+        for (std::size_t q = 0; q < rows.size(); ++q) std::copy_n(Row(rows[q]), rows[q] + 1, Panel(q));
+        ForEachBelow(rows, [](double& inPanel, double& inMatrix) { inPanel = inMatrix; });
+    }
+
+    void ScatterPanel(std::span<const int> rows)
+    {
+        for (std::size_t q = 0; q < rows.size(); ++q) std::copy_n(Panel(q), rows[q] + 1, Row(rows[q]));
+        ForEachBelow(rows, [](double& inPanel, double& inMatrix) { inMatrix = inPanel; });
+    }
+
+    /// Visits the elements below the diagonal in the columns of the block, a cache line of the panel at a time.
+    template <class Visit>
+    void ForEachBelow(std::span<const int> rows, Visit visit)
+    {
+        constexpr int kLine = 8;
+        for (int first = 0; first < fn; first += kLine) {
+            const int count = std::min(kLine, fn - first);
+            double* line[kLine];
+            for (int i = 0; i < count; ++i) line[i] = Row(first + i);
+            for (std::size_t q = 0; q < rows.size(); ++q)
+                for (int i = std::max(0, rows[q] + 1 - first); i < count; ++i)
+                    visit(Panel(q)[first + i], line[i][rows[q]]);
+        }
+    }
+
+    double* fPacked;
+    int fn;
+    double fTol;
+    const double* fOrigDiag;
+    MCBitSet& fSwept;
+    std::ptrdiff_t fStep;
+    std::size_t fBlock = 1;
+    std::vector<double> fvFactors; // the left factors of all terms of a block, then the right ones
+    std::vector<double> fvPanel;
+    std::vector<double> fvDiag;
+    std::unique_ptr<internal::TileWorkspace> fpWork;
+};
+
+} // namespace
 
 // Written so that a NaN for the tolerance is refused too.
 bool MCSymMatrix::SweepArgumentsValid(double tol, const double* origDiag, const MCBitSet& swept) const
@@ -22,18 +235,6 @@ bool MCSymMatrix::RowsValid(const std::vector<int>& rows) const
     return std::all_of(rows.begin(), rows.end(), [this](int k) { return k >= 0 && k < fnRows; });
 }
 
-bool MCSymMatrix::PivotAllowed(int k, double tol, const double* origDiag, const MCBitSet& swept) const
-{
-    const double pivot = GetElem(k, k);
-    if (tol * origDiag[k] >= pivot) return false;
-    for (int j = swept.Next(0); j >= 0 && j < fnRows; j = swept.Next(j + 1)) {
-        const double old = GetElem(k, j);
-        // S(j,j) of a swept row is minus the inverse of its pivot: below -1/(tol*origDiag[j]) that pivot is too small.
-        if (!((GetElem(j, j) - old * old / pivot) * tol * origDiag[j] > -1.0)) return false;
-    }
-    return true;
-}
-
 bool MCSymMatrix::Sweep(int k, double tol, const std::vector<double>& origDiag, MCBitSet& swept, bool check)
 {
     if (check && origDiag.size() < static_cast<std::size_t>(fnRows)) return false;
@@ -43,26 +244,18 @@ bool MCSymMatrix::Sweep(int k, double tol, const std::vector<double>& origDiag, 
 bool MCSymMatrix::Sweep(int k, double tol, const double* origDiag, MCBitSet& swept, bool check)
 {
     if (check && (k < 0 || k >= fnRows || !SweepArgumentsValid(tol, origDiag, swept))) return false;
-    const bool forward = !swept.IsIn(k);
-    if (forward && !PivotAllowed(k, tol, origDiag, swept)) return false;
+    return Sweeper(fvElem.data(), fnRows, tol, origDiag, swept).SweepOnRow(k);
+}
 
-    // Nothing below can refuse: the matrix changes only from here on.
+bool MCSymMatrix::PivotAllowed(int k, double tol, const double* origDiag, const MCBitSet& swept) const
+{
     const double pivot = GetElem(k, k);
-    std::vector<double> scaled(static_cast<std::size_t>(fnRows)); // row k / |pivot|, filled as i grows
-    double* const s = scaled.data();
-    for (int i = 0; i < fnRows; ++i) {
-        if (i == k) continue;
-        const double old = GetElem(i, k);
-        const double c = pivot > 0.0 ? -old : old;
-        s[i] = old / std::fabs(pivot);
-        SetElem(i, k, s[i]);
-        // Column k is stepped over, not neutralised with s[k] = 0: adding c*0 would turn a stored -0.0 into +0.0.
-        double* const row = Row(i);
-        internal::AddScaled(row, c, s, static_cast<std::size_t>(std::min(k, i + 1)));
-        if (i > k) internal::AddScaled(row + k + 1, c, s + k + 1, static_cast<std::size_t>(i - k));
+    if (tol * origDiag[k] >= pivot) return false;
+    for (int j = swept.Next(0); j >= 0 && j < fnRows; j = swept.Next(j + 1)) {
+        const double old = GetElem(k, j);
+        // S(j,j) of a swept row is minus the inverse of its pivot: below -1/(tol*origDiag[j]) that pivot is too small.
+        if (!((GetElem(j, j) - old * old / pivot) * tol * origDiag[j] > -1.0)) return false;
     }
-    SetElem(k, k, -1.0 / pivot);
-    swept.Set(k, forward);
     return true;
 }
 
@@ -103,10 +296,9 @@ bool MCSymMatrix::SweepOnMany(const std::vector<int>& rows, double tol, const do
                               bool check)
 {
     if (check && !(SweepArgumentsValid(tol, origDiag, swept) && RowsValid(rows))) return false;
-    bool all = true;
-    for (const int k : rows)
-        if (!Sweep(k, tol, origDiag, swept, false)) all = false;
-    return all;
+    Sweeper sweeper(fvElem.data(), fnRows, tol, origDiag, swept);
+    sweeper.PrepareBlocks(rows.size());
+    return sweeper.SweepOnMany(rows);
 }
 
 bool MCSymMatrix::SweepOnSelected(const MCBitSet& selected, double tol, const std::vector<double>& origDiag,

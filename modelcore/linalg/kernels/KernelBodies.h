@@ -12,41 +12,80 @@ namespace MCMath_930::internal::MODELCORE_KERNEL_SET {
 
 namespace {
 
+#ifdef __GNUC__
+#ifdef __AVX__
+typedef double Vector __attribute__((vector_size(32), aligned(8), may_alias));
+#else
+typedef double Vector __attribute__((vector_size(16), aligned(8), may_alias));
+#endif
+constexpr int kVectorWidth = static_cast<int>(sizeof(Vector) / sizeof(double));
+#endif
+
 void AddScaledBody(double* __restrict y, double c, const double* __restrict x, std::size_t count)
 {
     for (std::size_t j = 0; j < count; ++j) y[j] += c * x[j];
 }
 
+/// y += factors[t*factorStep] * row t for t in [0, 8), y read and written once.
+void AddEightRows(double* __restrict y, const double* __restrict rows, std::ptrdiff_t step, const double* factors,
+                  std::ptrdiff_t factorStep, std::size_t length)
+{
+    double f[8];
+    for (int t = 0; t < 8; ++t) f[t] = factors[t * factorStep];
+    for (std::size_t j = 0; j < length; ++j) {
+        double sum = y[j];
+        sum += f[0] * rows[j];
+        sum += f[1] * (rows + step)[j];
+        sum += f[2] * (rows + 2 * step)[j];
+        sum += f[3] * (rows + 3 * step)[j];
+        sum += f[4] * (rows + 4 * step)[j];
+        sum += f[5] * (rows + 5 * step)[j];
+        sum += f[6] * (rows + 6 * step)[j];
+        sum += f[7] * (rows + 7 * step)[j];
+        y[j] = sum;
+    }
+}
+
+void AddRowsBody(double* y, const double* rows, std::ptrdiff_t step, std::size_t count, const double* factors,
+                 std::ptrdiff_t factorStep, std::size_t length)
+{
+    for (; count >= 8; count -= 8, rows += 8 * step, factors += 8 * factorStep)
+        AddEightRows(y, rows, step, factors, factorStep, length);
+    for (; count > 0; --count, rows += step, factors += factorStep) AddScaledBody(y, *factors, rows, length);
+}
+
+#ifdef __GNUC__
+/// Four rows of the triangle, the first of them row i, which share each load of x.
+void AddOuterProductToFourRows(double* first, std::size_t i, const double* factors, const double* __restrict x)
+{
+    double* const row[4] = {first, first + i + 1, first + 2 * i + 3, first + 3 * i + 6};
+    std::size_t j = 0;
+    for (; j + kVectorWidth <= i + 1; j += kVectorWidth) {
+        const Vector part = *reinterpret_cast<const Vector*>(x + j);
+#pragma GCC unroll 4
+        for (int q = 0; q < 4; ++q) *reinterpret_cast<Vector*>(row[q] + j) += factors[q] * part;
+    }
+    for (std::size_t q = 0; q < 4; ++q)
+        for (std::size_t k = j; k <= i + q; ++k) row[q][k] += factors[q] * x[k];
+}
+#endif
+
 // A row of the triangle is read and written once for eight terms; the vectors run along the row.
 void AddOuterProductsBody(double* __restrict packed, std::size_t order, const double* __restrict left,
                           const double* __restrict right, std::size_t count)
 {
-    std::size_t k = 0;
-    for (; k + 8 <= count; k += 8) {
-        const double* const a = left + k * order;
-        const double* const b = right + k * order;
+    const auto step = static_cast<std::ptrdiff_t>(order);
+    for (; count >= 8; count -= 8, left += 8 * order, right += 8 * order) {
         double* row = packed;
-        for (std::size_t i = 0; i < order; row += ++i) {
-            double c[8];
-            for (std::size_t t = 0; t < 8; ++t) c[t] = a[t * order + i];
-            for (std::size_t j = 0; j <= i; ++j) {
-                double sum = row[j];
-                sum += c[0] * b[j];
-                sum += c[1] * b[order + j];
-                sum += c[2] * b[2 * order + j];
-                sum += c[3] * b[3 * order + j];
-                sum += c[4] * b[4 * order + j];
-                sum += c[5] * b[5 * order + j];
-                sum += c[6] * b[6 * order + j];
-                sum += c[7] * b[7 * order + j];
-                row[j] = sum;
-            }
-        }
+        for (std::size_t i = 0; i < order; row += ++i) AddEightRows(row, right, step, left + i, step, i + 1);
     }
-    for (; k < count; ++k) {
+    for (; count > 0; --count, left += order, right += order) {
         double* row = packed;
-        for (std::size_t i = 0; i < order; row += ++i)
-            AddScaledBody(row, left[k * order + i], right + k * order, i + 1);
+        std::size_t i = 0;
+#ifdef __GNUC__
+        for (; i + 4 <= order; row += 4 * i + 10, i += 4) AddOuterProductToFourRows(row, i, left + i, right);
+#endif
+        for (; i < order; row += ++i) AddScaledBody(row, left[i], right, i + 1);
     }
 }
 
@@ -100,12 +139,9 @@ void AddOuterProductBody(double* __restrict c, std::ptrdiff_t columnStep, std::s
 #ifdef __GNUC__
 #ifdef __AVX__
 constexpr int kPartLines = kTileLines;
-typedef double Vector __attribute__((vector_size(32), aligned(8), may_alias));
 #else
 constexpr int kPartLines = kTileLines / 2;
-typedef double Vector __attribute__((vector_size(16), aligned(8), may_alias));
 #endif
-constexpr int kVectorWidth = static_cast<int>(sizeof(Vector) / sizeof(double));
 constexpr int kPartWidth = 2 * kVectorWidth;
 
 template <int kLeftStep, int kRightStep>
@@ -117,6 +153,7 @@ void AddProductPart(double* const* lines, int offset, const double* __restrict l
     for (int r = 0; r < kPartLines; ++r) {
         sum[r][0] = *reinterpret_cast<const Vector*>(lines[r] + offset);
         sum[r][1] = *reinterpret_cast<const Vector*>(lines[r] + offset + kVectorWidth);
+        __builtin_prefetch(lines[r] + offset + kTileWidth); // the next tile of these lines
     }
     for (std::size_t k = 0; k < depth; ++k, left += kLeftStep, right += kRightStep) {
         const Vector first = *reinterpret_cast<const Vector*>(right);
@@ -553,6 +590,7 @@ const KernelTable kTable = {
     .name = MODELCORE_KERNEL_NAME,
     .addScaled = AddScaledBody,
     .addOuterProducts = AddOuterProductsBody,
+    .addRows = AddRowsBody,
     .scale = ScaleBody,
     .rotate = RotateBody,
     .largestMagnitude = LargestMagnitudeBody,

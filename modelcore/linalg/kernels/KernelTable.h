@@ -27,6 +27,8 @@ struct KernelTable {
     void (*addScaled)(double* y, double c, const double* x, std::size_t count);
     void (*addOuterProducts)(double* packed, std::size_t order, const double* left, const double* right,
                              std::size_t count);
+    void (*addRows)(double* y, const double* rows, std::ptrdiff_t step, std::size_t count, const double* factors,
+                    std::ptrdiff_t factorStep, std::size_t length);
     void (*scale)(double* x, double c, std::size_t count);
     void (*rotate)(double* x, double* y, double c, double s, std::size_t count);
     double (*largestMagnitude)(const double* x, std::size_t count);

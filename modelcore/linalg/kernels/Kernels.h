@@ -44,6 +44,14 @@ inline void AddScaled(double* y, double c, const double* x, std::size_t count)
 MODELCORE_EXPORT void AddOuterProducts(double* packed, std::size_t order, const double* left, const double* right,
                                        std::size_t count);
 
+/// y += factors[k*factorStep] * row k, `step` apart, for k = 0 .. count-1 in this order; y and the rows are `length`
+/// elements long. Two roundings per term; a factor of 0 multiplies like any other. y must not overlap the rows.
+inline void AddRows(double* y, const double* rows, std::ptrdiff_t step, std::size_t count, const double* factors,
+                    std::ptrdiff_t factorStep, std::size_t length)
+{
+    Kernels().addRows(y, rows, step, count, factors, factorStep, length);
+}
+
 /// x[j] *= c for j in [0, count). One rounding per element.
 inline void Scale(double* x, double c, std::size_t count)
 {

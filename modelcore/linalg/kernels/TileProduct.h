@@ -93,7 +93,12 @@ void PackRight(double* packed, const Right& right, int w0, int width, int first,
 template <class Left>
 void PackLeft(double* packed, Left left, int first, int lines, int depth)
 {
-    if (lines < kTileLines) std::fill_n(packed, kTileLines * depth, 1.0);
+    if (lines == kTileLines) {
+        for (int k = 0; k < depth; ++k, packed += kTileLines)
+            for (int r = 0; r < kTileLines; ++r) packed[r] = left(first + r, k);
+        return;
+    }
+    std::fill_n(packed, kTileLines * depth, 1.0);
     for (int r = 0; r < lines; ++r)
         for (int k = 0; k < depth; ++k) packed[k * kTileLines + r] = left(first + r, k);
 }
