@@ -1,9 +1,9 @@
 // The whole road, from a CSV file to a fit, beside the least that reading the same file costs: the bytes alone, and the
 // bytes cut into fields.
-#include "linear_regression/CsvReader.h"
+#include "common/CsvReader.h"
+#include "common/Progress.h"
 #include "linear_regression/Fit.h"
 #include "linear_regression/Options.h"
-#include "linear_regression/Progress.h"
 #include "support/Inputs.h"
 #include "support/PeerTable.h"
 
@@ -51,7 +51,7 @@ private:
 
 struct Run {
     MCMath_930::MCCancelInfo cancel;
-    linreg::InputFile input;
+    procedure::InputFile input;
 
     explicit Run(const std::string& path) : input(path, cancel) {}
 };
@@ -64,14 +64,14 @@ linreg::Fit FitFile(const std::string& path, bool onePass)
     options.frequency.assign(1, 'n');
     options.onePass = onePass;
     Run run(path);
-    linreg::Progress progress(false);
+    procedure::Progress progress(false);
     return linreg::FitModel(options, run.input, progress, run.cancel);
 }
 
 std::size_t CountFields(const std::string& path)
 {
     Run run(path);
-    linreg::CsvReader csv(run.input);
+    procedure::CsvReader csv(run.input);
     std::size_t fields = 0;
     while (const auto* const row = csv.NextRow()) fields += row->size();
     return fields;

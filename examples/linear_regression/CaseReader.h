@@ -1,9 +1,9 @@
 // Cases: rows of the file turned into numbers, those that cannot be used left out, in blocks of a fixed size.
 #pragma once
 
-#include "CsvReader.h"
 #include "Design.h"
 #include "Options.h"
+#include "common/CsvReader.h"
 
 #include <cstdint>
 #include <string>
@@ -39,7 +39,7 @@ struct CaseCounts {
 class CaseReader {
 public:
     /// Reads the header row. Throws Failure for a column that is not there.
-    CaseReader(InputFile& input, const Options& options, Design& design);
+    CaseReader(procedure::InputFile& input, const Options& options, Design& design);
 
     /// Fills block; false when no cases are left. Throws Failure for a row that cannot be read.
     bool NextBlock(CaseBlock& block);
@@ -75,8 +75,8 @@ private:
     [[noreturn]] void Refuse(std::size_t field, const std::string& complaint) const;
     [[noreturn]] void RefuseSize(std::size_t field) const;
 
-    InputFile& fInput;
-    CsvReader fCsv;
+    procedure::InputFile& fInput;
+    procedure::CsvReader fCsv;
     Design& fDesign;
     bool fHasFrequency = false;
     bool fHasWeight = false;

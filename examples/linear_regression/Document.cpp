@@ -1,5 +1,7 @@
 #include "Document.h"
 
+#include "common/StatXml.h"
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -8,33 +10,9 @@ namespace linreg {
 
 namespace {
 
-using MCCommon_930::MCMV;
+using namespace procedure;
 using MCXML_930::MCStatXMLUtil;
 using MCXML_930::XMLElement;
-
-// XML has no place for control characters, not even as references.
-std::string Legal(std::string name)
-{
-    for (char& c : name)
-        if (static_cast<unsigned char>(c) < ' ' && c != '\t' && c != '\n' && c != '\r') c = '?';
-    return name;
-}
-
-void AddStatistic(XMLElement& parent, const char* name, double value)
-{
-    parent.AddElement(MCMV::IsMissing(value) ? MCStatXMLUtil::CreateElemStatistic(name, std::string("__MISSING__"))
-                                             : MCStatXMLUtil::CreateElemStatistic(name, value));
-}
-
-void AddStatistic(XMLElement& parent, const char* name, const std::string& value)
-{
-    parent.AddElement(MCStatXMLUtil::CreateElemStatistic(name, Legal(value)));
-}
-
-std::string TrueOrFalse(bool value)
-{
-    return value ? "true" : "false";
-}
 
 XMLElement* CreateSettings(const Options& options, const Fit& fit)
 {

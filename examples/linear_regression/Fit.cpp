@@ -1,14 +1,16 @@
 #include "Fit.h"
 
-#include "BlockFold.h"
 #include "DoubleDouble.h"
-#include "Failure.h"
+#include "common/Failure.h"
+#include "common/Workers.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 
 namespace linreg {
+
+using namespace procedure;
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include "CaseReader.h"
 #include "Design.h"
-#include "Progress.h"
+#include "common/Progress.h"
 
 #include <string>
 #include <vector>
@@ -54,6 +54,7 @@ struct Fit {
 
 /// Reads the cases, twice if the input allows it, and fits the model. Throws Failure for data that determine no model
 /// and Interrupted when the user stops it.
-Fit FitModel(const Options& options, InputFile& input, Progress& progress, MCMath_930::MCCancelInfo& cancel);
+Fit FitModel(const Options& options, procedure::InputFile& input, procedure::Progress& progress,
+             MCMath_930::MCCancelInfo& cancel);
 
 } // namespace linreg

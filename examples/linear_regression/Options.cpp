@@ -1,13 +1,15 @@
 #include "Options.h"
 
-#include "CsvReader.h"
-#include "Failure.h"
+#include "common/CsvReader.h"
+#include "common/Failure.h"
 
 #include <CLI/CLI.hpp>
 
 #include <iostream>
 
 namespace linreg {
+
+using namespace procedure;
 
 namespace {
 

@@ -1,19 +1,14 @@
 // linreg: fits a linear regression to the columns of a CSV file.
 #include "Document.h"
-#include "Failure.h"
 #include "Fit.h"
 #include "Options.h"
-#include "OutputFile.h"
-#include "Progress.h"
 #include "Report.h"
+#include "common/Failure.h"
+#include "common/OutputFile.h"
+#include "common/Program.h"
+#include "common/Progress.h"
 
-#include <cerrno>
-#include <csignal>
-#include <cstdio>
-#include <cstring>
-#include <exception>
 #include <filesystem>
-#include <new>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -22,21 +17,9 @@
 
 namespace linreg {
 
+using namespace procedure;
+
 namespace {
-
-void Print(const std::string& text)
-{
-    if (std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0)
-        throw Failure(std::string("standard output cannot be written: ") + std::strerror(errno));
-}
-
-/// One line, whatever names and values the message quotes.
-void Complain(std::string message)
-{
-    for (char& c : message)
-        if (static_cast<unsigned char>(c) < ' ') c = ' ';
-    std::fprintf(stderr, "linreg: %s\n", message.c_str());
-}
 
 void Run(const Options& options)
 {
@@ -67,17 +50,7 @@ void Run(const Options& options)
 
 int main(int argc, char** argv)
 {
-    std::signal(SIGPIPE, SIG_IGN); // a reader that went away is a failed write, after which the document is removed
-    try {
+    return procedure::RunProgram("linreg", [&] {
         if (const std::optional<linreg::Options> options = linreg::ParseOptions(argc, argv)) linreg::Run(*options);
-        return 0;
-    } catch (const linreg::Interrupted& stop) {
-        linreg::Complain(stop.what());
-        return linreg::kExitInterrupted;
-    } catch (const std::bad_alloc&) {
-        linreg::Complain("the memory does not suffice");
-    } catch (const std::exception& error) {
-        linreg::Complain(error.what());
-    }
-    return linreg::kExitBadInput;
+    });
 }

@@ -5,7 +5,7 @@
 #include <ostream>
 #include <string>
 
-namespace linreg {
+namespace procedure {
 
 /// Output that is written to a temporary file beside its place and takes that place, or that of an older file, only
 /// when it is complete. What was not put in place is removed. Something that is no file, such as a pipe or /dev/stdout,
@@ -34,4 +34,4 @@ private:
     bool fIsFile = true;
 };
 
-} // namespace linreg
+} // namespace procedure

@@ -6,7 +6,7 @@
 #include <chrono>
 #include <cstdint>
 
-namespace linreg {
+namespace procedure {
 
 /// Ctrl-C as the library asks for it: while an object of this class lives, SIGINT sets a flag instead of ending the
 /// process.
@@ -44,4 +44,4 @@ private:
     Clock::time_point fNext{};
 };
 
-} // namespace linreg
+} // namespace procedure

@@ -11,7 +11,7 @@
 
 #include <csv.h>
 
-namespace linreg {
+namespace procedure {
 
 /// A file, or whatever standard input is. Only a regular file has a size and can be read twice.
 class InputFile {
@@ -96,4 +96,4 @@ private:
 /// The fields of one CSV row, none for an empty text.
 std::vector<std::string> SplitCsvRow(std::string_view text);
 
-} // namespace linreg
+} // namespace procedure

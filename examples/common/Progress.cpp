@@ -1,4 +1,4 @@
-#include "Progress.h"
+#include "common/Progress.h"
 
 #include <algorithm>
 #include <atomic>
@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <string>
 
-namespace linreg {
+namespace procedure {
 
 namespace {
 
@@ -69,4 +69,4 @@ void Progress::Clear()
     fShown = false;
 }
 
-} // namespace linreg
+} // namespace procedure

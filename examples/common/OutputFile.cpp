@@ -1,6 +1,6 @@
-#include "OutputFile.h"
+#include "common/OutputFile.h"
 
-#include "Failure.h"
+#include "common/Failure.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -13,7 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace linreg {
+namespace procedure {
 
 namespace fs = std::filesystem;
 
@@ -81,4 +81,4 @@ void OutputFile::PutInPlace()
     fTemporary.clear();
 }
 
-} // namespace linreg
+} // namespace procedure

@@ -1,15 +1,19 @@
 // Work on blocks by several threads, with results that do not depend on their number.
 #pragma once
 
-#include <algorithm>
+#include "modelcore/modelcore.h"
+
 #include <condition_variable>
 #include <cstddef>
+#include <deque>
 #include <exception>
+#include <memory>
 #include <mutex>
 #include <thread>
+#include <utility>
 #include <vector>
 
-namespace linreg {
+namespace procedure {
 
 /// Reads blocks one after the other, works on them on up to threads threads (the calling one among them) and folds the
 /// results in the order of the blocks: fold(fold(r0, r1), r2), ..., whichever thread finished first. So the outcome is
@@ -25,40 +29,37 @@ namespace linreg {
 template <class Block, class Result, class Read, class Work, class Fold>
 void FoldBlocks(int threads, Read read, Work work, Fold fold)
 {
-    struct Slot {
+    struct Task {
         Block block;
         Result result;
         std::exception_ptr error;
-        bool done = false;
     };
-    if (threads <= 1) {
-        Slot slot;
-        while (read(slot.block)) {
-            work(slot.block, slot.result);
-            fold(slot.result);
-        }
-        return;
-    }
+    using Numbered = std::pair<std::size_t, std::unique_ptr<Task>>;
+    std::vector<std::unique_ptr<Task>> idle;
+    for (int i = 0; i < (threads > 1 ? threads + 1 : 1); ++i) idle.push_back(std::make_unique<Task>());
+    MCMath_930::MCBlockFold<std::unique_ptr<Task>> ordered([&](std::unique_ptr<Task>&& task) {
+        if (task->error) std::rethrow_exception(task->error);
+        fold(task->result);
+        idle.push_back(std::move(task));
+    });
 
-    std::vector<Slot> slots(static_cast<std::size_t>(threads) + 1); // block n is in slot n mod their number
-    std::mutex mutex;
+    std::mutex mutex; // of what follows
     std::condition_variable changed;
-    std::size_t filled = 0; // blocks read so far
-    std::size_t taken = 0;  // of which somebody works or has worked on
-    std::size_t folded = 0; // of which the result is in the total
+    std::deque<Numbered> waiting; // blocks that nobody works on yet
+    std::deque<Numbered> done;
     bool stop = false;
-    const auto slotOf = [&slots](std::size_t number) -> Slot& { return slots[number % slots.size()]; };
-
     const auto workOnNext = [&](std::unique_lock<std::mutex>& lock) {
-        Slot& slot = slotOf(taken++);
+        Numbered next = std::move(waiting.front());
+        waiting.pop_front();
         lock.unlock();
+        Task& task = *next.second;
         try {
-            work(slot.block, slot.result);
+            work(task.block, task.result);
         } catch (...) {
-            slot.error = std::current_exception();
+            task.error = std::current_exception();
         }
         lock.lock();
-        slot.done = true;
+        done.push_back(std::move(next));
         changed.notify_all();
     };
 
@@ -78,40 +79,38 @@ void FoldBlocks(int threads, Read read, Work work, Fold fold)
         helpers.emplace_back([&] {
             std::unique_lock<std::mutex> lock(mutex);
             for (;;) {
-                changed.wait(lock, [&] { return stop || taken < filled; });
+                changed.wait(lock, [&] { return stop || !waiting.empty(); });
                 if (stop) return;
                 workOnNext(lock);
             }
         });
 
     bool ended = false;
+    std::size_t blocks = 0; // read so far
     std::unique_lock<std::mutex> lock(mutex);
     for (;;) {
-        if (folded < taken && slotOf(folded).done) {
-            Slot& slot = slotOf(folded);
+        if (!done.empty()) {
+            Numbered result = std::move(done.front());
+            done.pop_front();
             lock.unlock();
-            if (slot.error) std::rethrow_exception(slot.error);
-            fold(slot.result);
+            ordered.Add(result.first, std::move(result.second));
             lock.lock();
-            slot.done = false;
-            ++folded;
-        } else if (!ended && filled - folded < slots.size()) {
-            Slot& slot = slotOf(filled);
+        } else if (!ended && !idle.empty()) {
             lock.unlock();
-            ended = !read(slot.block);
+            ended = !read(idle.back()->block);
             lock.lock();
-            if (!ended) {
-                ++filled;
-                changed.notify_all();
-            }
-        } else if (taken < filled) {
+            if (ended) continue;
+            waiting.emplace_back(blocks++, std::move(idle.back()));
+            idle.pop_back();
+            changed.notify_all();
+        } else if (!waiting.empty()) {
             workOnNext(lock); // nothing to read into: lend a hand
-        } else if (folded < filled) {
-            changed.wait(lock, [&] { return slotOf(folded).done; });
+        } else if (ordered.GetAwaited() < blocks) {
+            changed.wait(lock, [&] { return !done.empty(); });
         } else {
             return;
         }
     }
 }
 
-} // namespace linreg
+} // namespace procedure

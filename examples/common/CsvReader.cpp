@@ -1,6 +1,6 @@
-#include "CsvReader.h"
+#include "common/CsvReader.h"
 
-#include "Failure.h"
+#include "common/Failure.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -12,7 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace linreg {
+namespace procedure {
 
 namespace {
 
@@ -192,4 +192,4 @@ std::vector<std::string> SplitCsvRow(std::string_view text)
     return fields.values;
 }
 
-} // namespace linreg
+} // namespace procedure

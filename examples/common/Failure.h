@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace linreg {
+namespace procedure {
 
 inline constexpr int kExitBadInput = 2;
 inline constexpr int kExitInterrupted = 130;
@@ -28,4 +28,4 @@ inline std::string AtLine(const std::string& file, std::int64_t line)
     return file + ", line " + std::to_string(line);
 }
 
-} // namespace linreg
+} // namespace procedure

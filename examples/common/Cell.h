@@ -1,0 +1,18 @@
+// The text of one field.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace procedure {
+
+enum class Cell { Missing, Number, Text, OutOfRange };
+
+/// Reads a field as a number with a point as the decimal sign, whatever the locale. Nothing, NA and a point alone are
+/// missing values. value is set when the result is Number.
+Cell ParseCell(std::string_view text, double& value);
+
+/// The text in single quotes for a message, cut after 40 bytes.
+std::string Quoted(std::string_view text);
+
+} // namespace procedure

@@ -1,0 +1,49 @@
+#include "common/Program.h"
+
+#include "common/Failure.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <new>
+
+namespace procedure {
+
+namespace {
+
+/// One line, whatever names and values the message quotes.
+void Complain(const char* name, std::string message)
+{
+    for (char& c : message)
+        if (static_cast<unsigned char>(c) < ' ') c = ' ';
+    std::fprintf(stderr, "%s: %s\n", name, message.c_str());
+}
+
+} // namespace
+
+void Print(const std::string& text)
+{
+    if (std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0)
+        throw Failure(std::string("standard output cannot be written: ") + std::strerror(errno));
+}
+
+int RunProgram(const char* name, const std::function<void()>& run)
+{
+    std::signal(SIGPIPE, SIG_IGN); // a reader that went away is a failed write, after which the documents are removed
+    try {
+        run();
+        return 0;
+    } catch (const Interrupted& stop) {
+        Complain(name, stop.what());
+        return kExitInterrupted;
+    } catch (const std::bad_alloc&) {
+        Complain(name, "the memory does not suffice");
+    } catch (const std::exception& error) {
+        Complain(name, error.what());
+    }
+    return kExitBadInput;
+}
+
+} // namespace procedure

@@ -1,0 +1,32 @@
+#include "common/StatXml.h"
+
+namespace procedure {
+
+using MCCommon_930::MCMV;
+using MCXML_930::MCStatXMLUtil;
+using MCXML_930::XMLElement;
+
+std::string Legal(std::string name)
+{
+    for (char& c : name)
+        if (static_cast<unsigned char>(c) < ' ' && c != '\t' && c != '\n' && c != '\r') c = '?';
+    return name;
+}
+
+void AddStatistic(XMLElement& parent, const char* name, double value)
+{
+    parent.AddElement(MCMV::IsMissing(value) ? MCStatXMLUtil::CreateElemStatistic(name, std::string("__MISSING__"))
+                                             : MCStatXMLUtil::CreateElemStatistic(name, value));
+}
+
+void AddStatistic(XMLElement& parent, const char* name, const std::string& value)
+{
+    parent.AddElement(MCStatXMLUtil::CreateElemStatistic(name, Legal(value)));
+}
+
+std::string TrueOrFalse(bool value)
+{
+    return value ? "true" : "false";
+}
+
+} // namespace procedure

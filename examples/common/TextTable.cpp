@@ -1,0 +1,89 @@
+#include "common/TextTable.h"
+
+#include "modelcore/modelcore.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstddef>
+#include <string_view>
+
+namespace procedure {
+
+using MCCommon_930::MCMV;
+
+namespace {
+
+/// Characters, not bytes, of UTF-8 text.
+std::size_t Width(std::string_view text)
+{
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
+
+} // namespace
+
+std::string ToText(double x, std::chars_format format, int precision)
+{
+    char text[64];
+    const auto [end, error] = std::to_chars(text, text + sizeof text, x, format, precision);
+    return std::string(text, end);
+}
+
+std::string FormatNumber(double x)
+{
+    constexpr int kDigits = 7;
+    if (MCMV::IsMissing(x)) return ".";
+    const double size = std::fabs(x);
+    if (size == 0.0) return "0";
+    if (!(size >= 1e-4 && size < 1e12)) return ToText(x, std::chars_format::scientific, kDigits - 1);
+    // All digits of a large integer part, seven digits in all otherwise.
+    const int decimals = std::max(0, kDigits - 1 - static_cast<int>(std::floor(std::log10(size))));
+    return ToText(x, std::chars_format::fixed, decimals);
+}
+
+std::string FormatCount(double x)
+{
+    return std::floor(x) == x && std::fabs(x) < 1e15 ? ToText(x, std::chars_format::fixed, 0) : FormatNumber(x);
+}
+
+std::string FormatSignificance(double p)
+{
+    if (MCMV::IsMissing(p)) return ".";
+    return p == 0.0 || p >= 1e-4 ? ToText(p, std::chars_format::fixed, 6) : ToText(p, std::chars_format::scientific, 3);
+}
+
+std::string Printable(std::string text)
+{
+    for (char& c : text)
+        if (static_cast<unsigned char>(c) < ' ') c = ' ';
+    return text;
+}
+
+std::string FormatShort(double x)
+{
+    return ToText(x, std::chars_format::general, 6);
+}
+
+std::string TextTable::Format() const
+{
+    std::vector<std::size_t> widths;
+    for (const std::vector<std::string>& row : fRows) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (std::size_t j = 0; j < row.size(); ++j) widths[j] = std::max(widths[j], Width(row[j]));
+    }
+    std::string text;
+    for (const std::vector<std::string>& row : fRows) {
+        for (std::size_t j = 0; j < row.size(); ++j) {
+            const std::string blanks(widths[j] - Width(row[j]), ' ');
+            if (j > 0)
+                text += "  " + blanks + row[j];
+            else
+                text += row[j] + (row.size() > 1 ? blanks : "");
+        }
+        text += '\n';
+    }
+    return text;
+}
+
+} // namespace procedure
