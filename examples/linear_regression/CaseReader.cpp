@@ -11,12 +11,10 @@ using namespace procedure;
 using MCCommon_930::MCMV;
 
 CaseReader::CaseReader(InputFile& input, const Options& options, Design& design)
-    : fInput(input), fCsv(input), fDesign(design), fHasFrequency(!options.frequency.empty()),
+    : fInput(input), fTable(input), fDesign(design), fHasFrequency(!options.frequency.empty()),
       fHasWeight(!options.weight.empty())
 {
-    const std::vector<std::string_view>* const header = fCsv.NextRow();
-    if (header == nullptr) throw Failure(fInput.Name() + ": no header row");
-    for (const std::string_view name : *header) fFields.push_back({std::string(name)});
+    fFields.resize(fTable.NColumns());
 
     Assign(options.target, Field::Role::Target);
     if (fHasFrequency) Assign(options.frequency, Field::Role::Frequency);
@@ -24,11 +22,11 @@ CaseReader::CaseReader(InputFile& input, const Options& options, Design& design)
     if (options.predictors) {
         for (const std::string& name : *options.predictors) Assign(name, Field::Role::Predictor);
     } else {
-        for (const Field& field : fFields)
-            if (field.role == Field::Role::Unused) Assign(field.name, Field::Role::Predictor);
+        for (std::size_t i = 0; i < fFields.size(); ++i)
+            if (fFields[i].role == Field::Role::Unused) Assign(fTable.Name(i), Field::Role::Predictor);
     }
     for (const std::string& name : options.factors) {
-        Field& field = fFields[FindField(name)];
+        Field& field = fFields[fTable.Find(name)];
         if (field.role != Field::Role::Predictor)
             throw Failure("--factors names " + Quoted(name) + ", which is not a predictor");
         field.namedAsFactor = true;
@@ -39,20 +37,9 @@ CaseReader::CaseReader(InputFile& input, const Options& options, Design& design)
     fTexts.resize(fPredictorFields.size());
 }
 
-std::size_t CaseReader::FindField(const std::string& name) const
-{
-    const auto named = [&name](const Field& field) { return field.name == name; };
-    const auto found = std::ranges::find_if(fFields, named);
-    if (found == fFields.end())
-        throw Failure(AtLine(fInput.Name(), fCsv.Line()) + ": there is no column " + Quoted(name));
-    if (std::find_if(found + 1, fFields.end(), named) != fFields.end())
-        throw Failure(AtLine(fInput.Name(), fCsv.Line()) + ": more than one column is named " + Quoted(name));
-    return static_cast<std::size_t>(found - fFields.begin());
-}
-
 void CaseReader::Assign(const std::string& name, Field::Role role)
 {
-    const std::size_t position = FindField(name);
+    const std::size_t position = fTable.Find(name);
     Field& field = fFields[position];
     if (field.role != Field::Role::Unused) throw Failure("column " + Quoted(name) + " is given two roles");
     field.role = role;
@@ -62,21 +49,14 @@ void CaseReader::Assign(const std::string& name, Field::Role role)
     fDesign.Predictors().emplace_back().name = name;
 }
 
-void CaseReader::Refuse(std::size_t field, const std::string& complaint) const
-{
-    throw Failure(AtLine(fInput.Name(), fCsv.Line()) + ", column " + std::to_string(field + 1) + " (" +
-                  fFields[field].name + "): " + complaint);
-}
-
 void CaseReader::RefuseSize(std::size_t field) const
 {
-    Refuse(field, "the model has more than " + std::to_string(kMaxParameters) + " parameters");
+    fTable.Refuse(field, "the model has more than " + std::to_string(kMaxParameters) + " parameters");
 }
 
 void CaseReader::Restart()
 {
-    fCsv.Restart();
-    fCsv.NextRow();
+    fTable.Restart();
     fLearning = false;
     fCounts = {};
 }
@@ -89,11 +69,8 @@ bool CaseReader::NextBlock(CaseBlock& block)
     block.frequencies.clear();
     block.weights.clear();
     while (block.cases < kCasesPerBlock) {
-        const std::vector<std::string_view>* const row = fCsv.NextRow();
+        const std::vector<std::string_view>* const row = fTable.NextRow();
         if (row == nullptr) break;
-        if (row->size() != fFields.size())
-            throw Failure(AtLine(fInput.Name(), fCsv.Line()) + ": the row has " + std::to_string(row->size()) +
-                          " fields, the header " + std::to_string(fFields.size()));
         if (ReadCase(*row)) AppendCase(block);
     }
     block.columns = fDesign.NColumns();
@@ -110,11 +87,11 @@ bool CaseReader::ReadCase(const std::vector<std::string_view>& row)
         switch (field.role) {
         case Field::Role::Unused: break;
         case Field::Role::Target:
-            fTarget = ReadNumber(i, row[i], "the target");
+            fTarget = fTable.ReadNumber(i, row[i], "the target");
             complete = complete && !MCMV::IsMissing(fTarget);
             break;
-        case Field::Role::Frequency: fFrequency = ReadNumber(i, row[i], "the frequency weight"); break;
-        case Field::Role::Weight: fWeight = ReadNumber(i, row[i], "the regression weight"); break;
+        case Field::Role::Frequency: fFrequency = fTable.ReadNumber(i, row[i], "the frequency weight"); break;
+        case Field::Role::Weight: fWeight = fTable.ReadNumber(i, row[i], "the regression weight"); break;
         case Field::Role::Predictor: {
             const double value = ReadCovariate(i, row[i]);
             fNumbers[field.predictor] = value;
@@ -134,18 +111,6 @@ bool CaseReader::ReadCase(const std::vector<std::string_view>& row)
     return complete && fFrequency > 0.0 && fWeight > 0.0;
 }
 
-double CaseReader::ReadNumber(std::size_t field, std::string_view text, const char* inColumn) const
-{
-    double value = MCMV::Missing();
-    switch (ParseCell(text, value)) {
-    case Cell::Text: Refuse(field, "text " + Quoted(text) + " in the column of " + inColumn);
-    case Cell::OutOfRange: Refuse(field, "the number " + Quoted(text) + " is out of range");
-    case Cell::Missing:
-    case Cell::Number: break;
-    }
-    return value;
-}
-
 // The value of a covariate, 0 for a factor that has one, or missing. Settles what the predictor is if this is its first
 // value.
 double CaseReader::ReadCovariate(std::size_t field, std::string_view text)
@@ -159,9 +124,10 @@ double CaseReader::ReadCovariate(std::size_t field, std::string_view text)
             cell == Cell::Text || fFields[field].namedAsFactor ? Predictor::Kind::Factor : Predictor::Kind::Covariate;
     if (predictor.kind == Predictor::Kind::Factor) return 0.0;
     if (cell == Cell::Text)
-        Refuse(field, "text " + Quoted(text) + " in a column that was numeric; name it in --factors to take its " +
-                          "values as names");
-    if (cell == Cell::OutOfRange) Refuse(field, "the number " + Quoted(text) + " is out of range");
+        fTable.Refuse(field, "text " + Quoted(text) +
+                                 " in a column that was numeric; name it in --factors to take its " +
+                                 "values as names");
+    if (cell == Cell::OutOfRange) fTable.Refuse(field, "the number " + Quoted(text) + " is out of range");
     return value;
 }
 

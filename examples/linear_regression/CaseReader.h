@@ -3,7 +3,7 @@
 
 #include "Design.h"
 #include "Options.h"
-#include "common/CsvReader.h"
+#include "common/CsvTable.h"
 
 #include <cstdint>
 #include <string>
@@ -58,25 +58,21 @@ public:
 private:
     struct Field {
         enum class Role { Unused, Target, Frequency, Weight, Predictor };
-        std::string name;
         Role role = Role::Unused;
         std::size_t predictor = 0;
         bool namedAsFactor = false;
     };
 
-    std::size_t FindField(const std::string& name) const;
     void Assign(const std::string& name, Field::Role role);
     bool ReadCase(const std::vector<std::string_view>& row);
-    double ReadNumber(std::size_t field, std::string_view text, const char* inColumn) const;
     double ReadCovariate(std::size_t field, std::string_view text);
     void PlaceCovariates();
     void AppendCase(CaseBlock& block);
     int LevelColumn(std::size_t field, std::string_view text);
-    [[noreturn]] void Refuse(std::size_t field, const std::string& complaint) const;
     [[noreturn]] void RefuseSize(std::size_t field) const;
 
     procedure::InputFile& fInput;
-    procedure::CsvReader fCsv;
+    procedure::CsvTable fTable;
     Design& fDesign;
     bool fHasFrequency = false;
     bool fHasWeight = false;

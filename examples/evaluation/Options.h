@@ -1,0 +1,27 @@
+// The command line.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace evaluate {
+
+struct Options {
+    std::string dataPath; ///< "-" is standard input
+    std::string target;
+    std::string event = "1"; ///< the value of the target that is predicted
+    std::string score;
+    std::string frequency; ///< empty: every case counts once
+    int segments = 10;
+    int bins = 20;
+    double cutoff = 0.5;
+    std::string xmlPath;   ///< empty: no document
+    std::string chartPath; ///< how the paths of the charts begin; empty: no charts
+    bool quiet = false;
+};
+
+/// Reads the command line. Throws Failure for a bad one; nothing comes back when it asked for the help text only, which
+/// has then been printed.
+std::optional<Options> ParseOptions(int argc, char** argv);
+
+} // namespace evaluate
