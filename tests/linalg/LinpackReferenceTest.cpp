@@ -1,4 +1,5 @@
-// Small systems against the values that the published routines give for them, to 15 digits.
+// Small systems against the values that the published routines give for them, to 15 digits: what neither the bits of
+// the plain loops (LinpackBitsTest) nor residuals (LinpackSolveTest) show.
 #include "modelcore/linalg/Linpack.h"
 
 #include <gtest/gtest.h>
@@ -54,38 +55,22 @@ Doubles DefiniteFactor()
 
 TEST(LinpackReference, General)
 {
-    Doubles a = kGeneral, z(4), work(4), det(2);
+    Doubles a = kGeneral, z(4), det(2);
     Integers ipvt(4);
     EXPECT_NEAR(Linpack::Dgeco(a.data(), 4, 4, ipvt.data(), z.data()), 0.278778986836206, 2e-15);
     EXPECT_EQ(ipvt, (Integers{4, 2, 3, 4}));
-    ExpectNear(a, {-8, 0.25, 0.125, 0.5, 1, 5.25, -0.595238095238095, 0.285714285714286, 2, -0.5, 6.54761904761905,
-                   -0.283636363636364, 7, 1.75, -2.16666666666667, 7.61454545454545});
     ExpectNear(z, {0.247371316786893, -0.225608265069079, 0.262776623059054, 0.264243795084974});
-    Doubles b = kRight;
-    Linpack::Dgesl(a.data(), 4, 4, ipvt.data(), b.data(), 0);
-    ExpectNear(b, {0.0472779369627507, 0.462750716332378, 0.408309455587393, 0.44269340974212});
-    b = kRight;
-    Linpack::Dgesl(a.data(), 4, 4, ipvt.data(), b.data(), 1);
-    ExpectNear(b, {0.697230181470869, 0.407831900668577, 0.329512893982808, 0.36676217765043});
-    Linpack::Dgedi(a.data(), 4, 4, ipvt.data(), det.data(), work.data(), 11);
+    Linpack::Dgedi(a.data(), 4, 4, ipvt.data(), det.data(), nullptr, 10);
     ExpectNear(det, {2.094, 3});
-    ExpectNear(a, {0.120821394460363, -0.0396370582617001, 0.0434574976122254, 0.131327602674307, 0.0549188156638013,
-                   0.163801337153773, -0.0711556829035339, 0.059694364851958, 0.00573065902578797, 0.0257879656160458,
-                   0.140401146131805, -0.0372492836676218, -0.0501432664756447, 0.0243553008595989, 0.0214899713467049,
-                   0.0759312320916905});
-}
 
-// The second pivot is exactly zero: the elimination goes on and names it.
-TEST(LinpackReference, GeneralSingular)
-{
-    Doubles a{1, 2, 0, 0, 2, 4, 0, 0, 1, 0, 1, 0, 0, 0, 0, 3}, det(2), z(4);
-    Integers ipvt(4);
+    // The second pivot is exactly zero: the elimination goes on and names it.
+    const Doubles singular{1, 2, 0, 0, 2, 4, 0, 0, 1, 0, 1, 0, 0, 0, 0, 3};
+    a = singular;
     EXPECT_EQ(Linpack::Dgefa(a.data(), 4, 4, ipvt.data()), 2);
     EXPECT_EQ(ipvt, (Integers{2, 2, 3, 4}));
-    EXPECT_EQ(a, (Doubles{2, -0.5, 0, 0, 4, 0, 0, 0, 0, 1, 1, 0, 0, 0, 0, 3}));
     Linpack::Dgedi(a.data(), 4, 4, ipvt.data(), det.data(), nullptr, 10);
     EXPECT_EQ(det, (Doubles{0, 0}));
-    a = {1, 2, 0, 0, 2, 4, 0, 0, 1, 0, 1, 0, 0, 0, 0, 3};
+    a = singular;
     EXPECT_EQ(1.0 + Linpack::Dgeco(a.data(), 4, 4, ipvt.data(), z.data()), 1.0);
 }
 
@@ -99,19 +84,6 @@ TEST(LinpackReference, Band)
     Integers ipvt(n);
     EXPECT_NEAR(Linpack::Dgbco(abd.data(), lda, n, ml, mu, ipvt.data(), z.data()), 0.000951545635079823, 1e-16);
     EXPECT_EQ(ipvt, (Integers{2, 3, 4, 5, 6, 6}));
-    ExpectNear(abd.data() + 3, {21, -0.523809523809524});
-    ExpectNear(abd.data() + 15,
-               {24, 34, 44, 54, 0.250915159345392, 35, 45, 55, 65, -0.19687284076819, 46, 56, 66, 0.56414752344985});
-    Doubles b{1, 2, 3, 4, 5, 6};
-    Linpack::Dgbsl(abd.data(), lda, n, ml, mu, ipvt.data(), b.data(), 0);
-    ExpectNear(b, {0.230376674454338, -0.126051929930526, -0.0016554046024163, -0.00111222496724842, 0.203603021672657,
-                   -0.109609036495799});
-    b = {1, 2, 3, 4, 5, 6};
-    Linpack::Dgbsl(abd.data(), lda, n, ml, mu, ipvt.data(), b.data(), 1);
-    ExpectNear(b,
-               {3.49483035598189, -1.78300637694289, -0.0222444993449688, -0.0160367320859076, 0.893594115484043,
-                -0.656114860472041},
-               1e-13);
     Linpack::Dgbdi(abd.data(), lda, n, ml, mu, ipvt.data(), det.data());
     ExpectNear(det, {-5.721864, 7}, 1e-13);
 }
@@ -126,14 +98,6 @@ TEST(LinpackReference, PositiveDefiniteBand)
     int info = -1;
     EXPECT_NEAR(Linpack::Dpbco(abd.data(), lda, n, m, z.data(), &info), 0.783872616737774, 2e-15);
     EXPECT_EQ(info, 0);
-    ExpectNear(abd,
-               {0, 0, 3.3166247903554, 0, 0.100503781525921, 3.46264335297457, 0.0753778361444409, 0.0555714876783198,
-                3.60433488893241, 0.0481327846032691, 0.0388927046821003, 3.74114562568324, 0.0346804622355789,
-                0.0293392198853789, 3.87271693720515, 0.0267297801276413, 0.0232717395755444, 3.99984299004242});
-    Doubles b{1, 2, 3, 4, 5, 6};
-    Linpack::Dpbsl(abd.data(), lda, n, m, b.data());
-    ExpectNear(b, {0.081140701327755, 0.156897756714108, 0.220612132626637, 0.276345554776776, 0.327196902258203,
-                   0.37141376697436});
     Linpack::Dpbdi(abd.data(), lda, n, m, det.data());
     ExpectNear(det, {5.75420202719676, 6});
     abd[2] = -1.0;
@@ -142,28 +106,12 @@ TEST(LinpackReference, PositiveDefiniteBand)
 
 TEST(LinpackReference, Tridiagonal)
 {
-    Doubles c{0, 1, -3, 2, 1}, d{2, 4, 1, 5, 3}, e{1, -1, 2, 1, 0}, b{1, 2, 3, 4, 5};
-    EXPECT_EQ(Linpack::Dgtsl(5, c.data(), d.data(), e.data(), b.data()), 0);
-    ExpectNear(b, {0.942857142857143, -0.885714285714286, -4.6, 2.47142857142857, 0.842857142857143});
-    c = {0, 2, 0}, d = {1, 2, 0}, e = {1, 1, 0}, b = {1, 1, 1};
+    Doubles c{0, 2, 0}, d{1, 2, 0}, e{1, 1, 0}, b{1, 1, 1};
     EXPECT_EQ(Linpack::Dgtsl(3, c.data(), d.data(), e.data(), b.data()), 2);
     Doubles definite{4, 5, 6, 5, 4}, right{1, 2, 3, 4, 5};
     const Doubles off{1, -1, 2, 1};
     Linpack::Dptsl(5, definite.data(), off.data(), right.data());
-    ExpectNear(right, {0.13437849944009, 0.462486002239642, 0.446808510638298, 0.390817469204927, 1.15229563269877});
     ExpectNear(definite, {4, 4.75, 4.94736842105263, 4.75, 4});
-    for (const int n : {1, 2, 3, 4}) { // 2 on the diagonal and 1 beside it; right side for the solution 1, 2, 3 ...
-        Doubles diagonal(5, 2.0), sides(5, 1.0), x(5), y(5), c2(5, 1.0), e2(5, 1.0), d2(5, 2.0);
-        for (int i = 0; i < n; ++i)
-            x[static_cast<std::size_t>(i)] = 2.0 * (i + 1) + (i > 0 ? i : 0) + (i + 1 < n ? i + 2 : 0);
-        y = x;
-        Linpack::Dptsl(n, diagonal.data(), sides.data(), x.data());
-        EXPECT_EQ(Linpack::Dgtsl(n, c2.data(), d2.data(), e2.data(), y.data()), 0);
-        for (int i = 0; i < n; ++i) {
-            EXPECT_NEAR(x[static_cast<std::size_t>(i)], i + 1, 1e-14);
-            EXPECT_NEAR(y[static_cast<std::size_t>(i)], i + 1, 1e-14);
-        }
-    }
 }
 
 TEST(LinpackReference, PositiveDefiniteDenseAndPacked)
@@ -174,23 +122,12 @@ TEST(LinpackReference, PositiveDefiniteDenseAndPacked)
     EXPECT_NEAR(rcond, 0.0345716895913685, 1e-16);
     EXPECT_EQ(info, 0);
     EXPECT_EQ(Linpack::Dppco(ap.data(), 4, zp.data(), &info), rcond);
-    ExpectNear(ap, {2, 0.5, 1.6583123951777, -1, 0.603022689155527, 1.90692517849118, 1, -0.904534033733291,
-                    1.59704983698637, 1.27720397744448});
     ExpectNear(z, {0.311405028923136, -0.243391656194057, 0.230186061577463, -0.215017253305343});
     EXPECT_EQ(z, zp);
-    Doubles b = kRight, bp = kRight;
-    Linpack::Dposl(a.data(), 4, 4, b.data());
-    ExpectNear(b, {-0.869731800766284, 1.42145593869732, -0.268199233716475, 1.26053639846743}, 1e-13);
-    Linpack::Dppsl(ap.data(), 4, bp.data());
-    EXPECT_EQ(b, bp);
     Linpack::Dpodi(a.data(), 4, 4, det.data(), 11);
     Linpack::Dppdi(ap.data(), 4, detp.data(), 11);
     ExpectNear(det, {6.525, 1});
     EXPECT_EQ(det, detp);
-    ExpectNear(ap,
-               {1.15325670498084, -0.739463601532567, 0.842911877394636, 0.743295019157088, -0.53639846743295,
-                0.704980842911877, -0.693486590038314, 0.521072796934866, -0.513409961685824, 0.613026819923372},
-               1e-13);
     a = kIndefinite;
     a[0] = 1.0;
     EXPECT_EQ(Linpack::Dpoco(a.data(), 4, 4, z.data(), &info), 0.0);
@@ -204,14 +141,8 @@ TEST(LinpackReference, IndefiniteDenseAndPacked)
     EXPECT_NEAR(Linpack::Dsico(a.data(), 4, 4, kpvt.data(), z.data()), 1.0 / 7.0, 1e-15);
     EXPECT_EQ(kpvt, (Integers{1, 2, -3, -3}));
     EXPECT_NEAR(Linpack::Dspco(ap.data(), 4, kpvt.data(), zp.data()), 1.0 / 7.0, 1e-15);
-    ExpectNear(ap, {4, 1, -3.25, 0.5, -0.5, -1, -0.25, -1.75, 2, 0});
     ExpectNear(z, {-0.375, -0.105769230769231, 0.115384615384615, 0.403846153846154});
     EXPECT_EQ(z, zp);
-    Doubles b = kRight, bp = kRight;
-    Linpack::Dsisl(a.data(), 4, 4, kpvt.data(), b.data());
-    ExpectNear(b, {-1.25, 0.75, 1, 1.5});
-    Linpack::Dspsl(ap.data(), 4, kpvt.data(), bp.data());
-    EXPECT_EQ(b, bp);
     Linpack::Dsidi(a.data(), 4, 4, kpvt.data(), det.data(), inert.data(), work.data(), 111);
     Linpack::Dspdi(ap.data(), 4, kpvt.data(), detp.data(), inertp.data(), work.data(), 111);
     ExpectNear(det, {5.2, 1});
@@ -277,8 +208,7 @@ TEST(LinpackReference, CholeskyWithPivoting)
     ExpectNear(a.data() + 8, {2.66789187539966, 2.42535625036333});
     a = kDefinite;
     EXPECT_EQ(Linpack::Dchdc(a.data(), 4, 4, work.data(), nullptr, 0), 4);
-    Doubles r = DefiniteFactor();
-    ExpectNear(a.data() + 12, {r[12], r[13], r[14], r[15]});
+    ExpectNear(a.data() + 12, {1.0, -0.904534033733291, 1.59704983698637, 1.27720397744448});
 }
 
 TEST(LinpackReference, CholeskyUpdateAndDowndate)
@@ -344,10 +274,6 @@ TEST(LinpackReference, OrthogonalDecompositions)
     Integers jpvt(3, 0);
     Linpack::Dqrdc(x.data(), 5, 5, 3, aux.data(), jpvt.data(), work.data(), 1);
     EXPECT_EQ(jpvt, (Integers{3, 2, 1}));
-    ExpectNear(aux, {1.1524985703326, 1.48109886063189, 1.66927694490286});
-    ExpectNear(x, {-6.557438524302, 0.762492851663023, -0.304997140665209, 0.304997140665209, 0.457495710997814,
-                   -0.457495710997814, 5.45808553198084, -0.6687970481368, 0.119153774424443, -0.554127036646478,
-                   -1.37248713299344, 1.35067378113812, -1.1366439225692, 0.463323081201642, -0.580861509696854});
     const Doubles factored = x;
     EXPECT_EQ(Linpack::Dqrsl(x.data(), 5, 5, 3, aux.data(), y.data(), qy.data(), qty.data(), b.data(), rsd.data(),
                              xb.data(), 11111),
@@ -381,14 +307,4 @@ TEST(LinpackReference, OrthogonalDecompositions)
               0);
     EXPECT_EQ(out[0], -1.5);
     EXPECT_EQ(rsd[0], 0.0);
-
-    x = x0;
-    Doubles s(3), e(3), u(25), v(9);
-    EXPECT_EQ(Linpack::Dsvdc(x.data(), 5, 5, 3, s.data(), e.data(), u.data(), 5, v.data(), 3, work.data(), 11), 0);
-    ExpectNear(s, {6.81601902954144, 5.51079465599381, 1.08306364005035});
-    ExpectNear(u, {0.258625956057627, 0.670472495387245, -0.103914028821918, 0.3079325105077, 0.614783450792963,
-                   -0.304556103618228, 0.446259606017813, -0.657978516950826, 0.0928371926852155, -0.516278481704621,
-                   0.254022398406502, 0.240132063336324, 0.546684857259068, 0.53279452218889, -0.543207950268396});
-    ExpectNear(v, {0.256440068073168, 0.292571239134035, 0.921216891680892, -0.170522830595505, -0.924444042817726,
-                   0.341064767961329, 0.951399209444871, -0.244551184275181, -0.187174417422042});
 }
