@@ -1,13 +1,12 @@
 #include "modelcore/output/MCStatXMLUtil.h"
 
-#include "modelcore/common/MCDisplay.h"
 #include "modelcore/common/MCMV.h"
 #include "modelcore/xml/ExportFormat.h"
 #include "modelcore/xml/XMLElement.h"
+#include "support/DisplayCapture.h"
 
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -39,6 +38,7 @@ constexpr double kMissing = MCCommon_930::MCMV::gMissingValue;
 
 } // namespace
 
+// What the sample of StatXMLDocumentTest does not hold.
 TEST(MCStatXMLUtil, Elements)
 {
     const auto covariates = [] {
@@ -55,35 +55,21 @@ TEST(MCStatXMLUtil, Elements)
         XMLElement* element;
         std::string expected;
     } cases[] = {
-        {Util::BuildRoot(),
-         "<StatXML xmlns=\"http://modelcore.example/software/analytics/tavo/xml/extension\""
-         " xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" version=\"1.0\""
-         " xsi:schemaLocation=\"http://modelcore.example/software/analytics/tavo/xml/extension/StatXML_7.0.xsd\"/>"},
-        {Util::CreateElemStructuredData("a < b"), "<StructuredData description=\"a &lt; b\"/>"},
         {Util::CreateElem("E", "a", 0.1), "<E a=\"0.1\"/>"},
         {Util::CreateElem("E", "a", "x"), "<E a=\"x\"/>"},
         {Util::CreateElem("E", "a", "x", "b", "y"), "<E a=\"x\" b=\"y\"/>"},
         {Util::CreateElemCounts(counts),
          "<Counts totalFreq=\"10.5\" missingFreq=\"1\" invalidFreq=\"0\" cardinality=\"3\"/>"},
-        {Util::CreateElemStatistic("mean", 12.0), "<Statistic name=\"mean\" value=\"12\"/>"},
         {Util::CreateElemStatistic("mean", kMissing), "<Statistic name=\"mean\" value=\"-1.79769313486232e+308\"/>"},
-        {Util::CreateElemStatistic("mode", "red"), "<Statistic name=\"mode\" value=\"red\"/>"},
-        {Util::CreateElemRegressionParameter("Intercept", true),
-         "<RegressionParameter name=\"Intercept\" isIntercept=\"true\"/>"},
         {Util::CreateElemRegressionParameter("p", false, covariates(), factors()),
          "<RegressionParameter name=\"p\" isIntercept=\"false\">" + terms + "</RegressionParameter>"},
-        {Util::CreateElemLabel("l"), "<Label label=\"l\"/>"},
         {Util::CreateElemLabel("l", Util::CreateElemCovariate("x", -1)),
          "<Label label=\"l\"><Covariate field=\"x\" power=\"-1\"/></Label>"},
         {Util::CreateElemLabel("l", covariates(), factors()), "<Label label=\"l\">" + terms + "</Label>"},
-        {Util::CreateElemRowColLabels("row"), "<RowColLabels dimension=\"row\"/>"},
         {Util::CreateElemRowColLabels("row", Util::CreateElemLabel("l")),
          "<RowColLabels dimension=\"row\"><Label label=\"l\"/></RowColLabels>"},
-        {Util::CreateElemMatrixLabels(
-             {Util::CreateElemRowColLabels("row", std::vector{Util::CreateElemLabel("l"), Util::CreateElemLabel("m")}),
-              nullptr}),
-         "<MatrixLabels><RowColLabels dimension=\"row\"><Label label=\"l\"/><Label "
-         "label=\"m\"/></RowColLabels></MatrixLabels>"},
+        {Util::CreateElemMatrixLabels({Util::CreateElemRowColLabels("row"), nullptr}),
+         "<MatrixLabels><RowColLabels dimension=\"row\"/></MatrixLabels>"},
         {Util::CreateElemMatrix(nullptr, {}, nullptr, nullptr, 4294967295u, 0, "", false),
          "<Matrix kind=\"\" nbRows=\"4294967295\" symmetric=\"false\" nbCols=\"0\" rowMajor=\"true\"/>"},
         {Util::CreateElemMatrix(Util::CreateElemMatrixLabels({}),
@@ -91,9 +77,6 @@ TEST(MCStatXMLUtil, Elements)
                                 XMLElement::Create("b"), 2, 2, "k", true),
          "<Matrix kind=\"k\" nbRows=\"2\" symmetric=\"true\" nbCols=\"2\" "
          "rowMajor=\"true\"><MatrixLabels/><s/><t/><b/></Matrix>"},
-        {Util::CreateElemUnivarData("d"), "<UnivariateData description=\"d\"/>"},
-        {Util::CreateElemBivarData("d"), "<BivariateData description=\"d\"/>"},
-        {Util::CreateElemMultivariateData("d"), "<MultivariateData description=\"d\"/>"},
         {Util::CreateElemCoordinates(MCXMLCoordinates{"f", "", "s", {1, kMissing}}),
          "<Coordinates feature=\"f\" statistic=\"s\">1 __MISSING__</Coordinates>"},
         {Util::CreateElemCoordinatesGroup(XMLElement::Create("a"), {nullptr, XMLElement::Create("b")}, "d"),
@@ -130,13 +113,14 @@ TEST(MCStatXMLUtil, ValueLists)
     EXPECT_EQ(Text(Util::CreateElemArray(reals)), "<Array type=\"real\">" + realText + "</Array>");
     EXPECT_EQ(Text(Util::CreateElemArray(reals.data(), 4)), "<Array type=\"real\">" + realText + "</Array>");
     EXPECT_EQ(Text(Util::CreateElemArray(ints)), "<Array type=\"int\">" + intText + "</Array>");
-    EXPECT_EQ(Text(Util::CreateElemArray(ints.data(), 2)), "<Array type=\"int\">7 1e+01</Array>");
     EXPECT_EQ(Text(Util::CreateElemArray(strings)), "<Array type=\"string\">" + quoted + "</Array>");
-    EXPECT_EQ(Text(Util::CreateElemArray(strings.data(), 3)), "<Array type=\"string\">" + quoted + "</Array>");
     EXPECT_EQ(Text(Util::CreateElemArray("x y", 2)), "<Array type=\"string\">\"x y\" \"x y\"</Array>");
     EXPECT_EQ(Text(Util::CreateElemArray("x", -1)), "<Array type=\"string\"/>");
     EXPECT_EQ(Text(Util::CreateElemArray(reals.data(), -1)), "<Array type=\"real\"/>");
     EXPECT_EQ(Text(Util::CreateElemArray(std::vector<int>())), "<Array type=\"int\"/>");
+    std::string many = "0.125"; // longer than a piece of the writer
+    for (int i = 1; i < 3000; ++i) many += " 0.125";
+    EXPECT_EQ(Text(Util::CreateElemArray(std::vector(3000, 0.125))), "<Array type=\"real\">" + many + "</Array>");
 
     const std::string all = "<Coordinates feature=\"f\" field=\"x\" statistic=\"s\">", end = "</Coordinates>";
     EXPECT_EQ(Text(Util::CreateElemCoordinates("f", "x", "s", reals)), all + realText + end);
@@ -149,9 +133,7 @@ TEST(MCStatXMLUtil, ValueLists)
 
     EXPECT_EQ(ListText([&](XMLElement& e) { Util::AddDoublesList(e, reals.data(), 2); }), "<l>1.5 __MISSING__</l>");
     EXPECT_EQ(ListText([&](XMLElement& e) { Util::AddDoublesList(e, nullptr, 2); }), "<l/>");
-    EXPECT_EQ(ListText([&](XMLElement& e) { Util::AddDoublesList(e, reals); }), "<l>" + realText + "</l>");
     EXPECT_EQ(ListText([&](XMLElement& e) { Util::AddIntList(e, ints); }), "<l>" + intText + "</l>");
-    EXPECT_EQ(ListText([&](XMLElement& e) { Util::AddIntList(e, ints.data(), 0); }), "<l/>");
     EXPECT_EQ(ListText([&](XMLElement& e) { Util::AddStringList(e, "a \"b"); }), "<l>a \"b</l>");
     EXPECT_EQ(ListText([&](XMLElement& e) { Util::AddStringList(e, {"a", "b", "c"}); }), "<l>a b c</l>");
 }
@@ -162,10 +144,9 @@ TEST(MCStatXMLUtil, VariateDataPicksItsElementByTheNumberOfVariables)
     const std::string statistic = "<Statistic name=\"mean\" value=\"2.5\"/>";
     std::string variables;
     for (const char* const name : {"UnivariateData", "UnivariateData", "BivariateData", "MultivariateData"}) {
-        const std::string expected =
-            "<" + std::string(name) + " description=\"d\">" + variables + statistic + "</" + name + ">";
-        EXPECT_EQ(Text(Util::CreateElemVarData(data)), expected);
-        data.fVariables.push_back({"v" + std::to_string(data.fVariables.size()), "", "", {1}});
+        const std::string content = " description=\"d\">" + variables + statistic;
+        EXPECT_EQ(Text(Util::CreateElemVarData(data)), std::string(1, '<') + name + content + "</" + name + ">");
+        data.fVariables.push_back({name, "", "", {1}});
         variables += Text(data.fVariables.back().GetCoordinates());
     }
 
@@ -175,30 +156,24 @@ TEST(MCStatXMLUtil, VariateDataPicksItsElementByTheNumberOfVariables)
         const char* expected;
     } ranges[] = {{0, 3, "abc"}, {1, 1, "b"}, {1, 2147483647, "bc"}, {-1, 2, "a"}, {3, 1, ""}, {1, 0, ""}, {1, -1, ""}};
     for (const auto& range : ranges) {
-        std::string expected = "<l/>";
-        if (*range.expected != '\0') expected = "<l>";
-        for (const char* c = range.expected; *c != '\0'; ++c)
-            expected += std::string("<Coordinates feature=\"") + *c + "\"/>";
-        if (*range.expected != '\0') expected += "</l>";
-        EXPECT_EQ(ListText([&](XMLElement& e) {
-                      MCVariateData::AddCoordinatesToVarData(&e, coordinates, range.first, range.count);
-                  }),
-                  expected);
+        const std::string text = ListText(
+            [&](XMLElement& e) { MCVariateData::AddCoordinatesToVarData(&e, coordinates, range.first, range.count); });
+        std::string features;
+        for (std::size_t at = text.find("=\""); at != std::string::npos; at = text.find("=\"", at + 1))
+            features += text[at + 2];
+        EXPECT_EQ(features, range.expected);
     }
     MCVariateData::AddCoordinatesToVarData(nullptr, coordinates, 0, 3);
 }
 
 TEST(MCStatXMLUtil, RecordsDisplayTheirFields)
 {
-    std::ostringstream os;
-    std::ostream* const before = MCDisplay_930::SetDisplayStream(&os);
+    DisplayCapture capture;
     MCVariateData{"d", {{"f", "x", "s", {1, 2}}}, {{"mean", 1.5}}}.Display();
     MCXMLCoordinatesGroup{"g", {{"f", "", "", {}}}}.Display();
     MCXMLRecordInfo{"7", "seven", {{1}}}.Display();
     MCXMLCounts{4, 3, 2, 1}.Display();
-    MCDisplay_930::SetDisplayStream(before);
-    for (const char* const line :
-         {"MCVariateData display start\n", "Feature: f\n", "mean: 1.5\n", "MCVariateData display end\n",
-          "MCXMLCoordinatesGroup display start\n", "Values: (empty)\n", "Record label: seven\n", "Cardinality: 1\n"})
-        EXPECT_NE(os.str().find(line), std::string::npos) << line << os.str();
+    for (const char* const line : {"MCVariateData display start\n", "Feature: f\n", "mean: 1.5\n", "Values: (empty)\n",
+                                   "Record label: seven\n", "Cardinality: 1\n"})
+        EXPECT_NE(capture.Text().find(line), std::string::npos) << line << capture.Text();
 }

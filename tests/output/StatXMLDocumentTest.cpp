@@ -3,17 +3,13 @@
 #include "modelcore/output/MCStatXMLUtil.h"
 #include "modelcore/xml/XMLElement.h"
 #include "modelcore/xml/XMLWrite.h"
+#include "support/Program.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <memory>
-#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -34,18 +30,12 @@ std::string Document(const XMLElement& root)
     return os.str();
 }
 
-/// True when xmllint accepts the document.
 bool Validates(const std::string& document)
 {
-    const std::string name = "statxml-" + std::to_string(std::random_device()());
-    const std::filesystem::path file = std::filesystem::temp_directory_path() / name;
-    std::ofstream(file, std::ios::binary) << document;
-    const std::string command = std::string(MODELCORE_XMLLINT) +
-                                " --nonet --noout --schema " MODELCORE_DOCS "/schema/StatXML_7.0.xsd " + file.string() +
-                                " 2>&1";
-    const int status = std::system(command.c_str());
-    std::filesystem::remove(file);
-    return status == 0;
+    const TemporaryFolder folder;
+    return RunProgram({MODELCORE_XMLLINT, "--nonet", "--noout", "--schema", MODELCORE_DOCS "/schema/StatXML_7.0.xsd",
+                       folder.Write("document.xml", document)})
+               .status == 0;
 }
 
 /// The sample of docs/statxml.md: what a regression on a small table might publish.
@@ -121,9 +111,7 @@ Tree Everything()
 
 TEST(StatXMLDocument, SampleIsThatOfTheDocumentation)
 {
-    std::ifstream file(MODELCORE_DOCS "/schema/sample.xml", std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    EXPECT_EQ(Document(*Sample()) + "\n", text);
+    EXPECT_EQ(Document(*Sample()) + "\n", ReadFile(MODELCORE_DOCS "/schema/sample.xml"));
 }
 
 TEST(StatXMLDocument, FollowsTheSchema)
