@@ -54,6 +54,8 @@
 #include "modelcore/matrix/MCRectMatrix.h"
 #include "modelcore/matrix/MCSparseRectMatrix.h"
 #include "modelcore/matrix/MCSparseVector.h"
+#include "modelcore/matrix/MCSymBlockDiagMatrix.h"
+#include "modelcore/matrix/MCSymBlockMatrix.h"
 #include "modelcore/matrix/MCSymMatrix.h"
 #include "modelcore/modelcore_export.h"
 #include "modelcore/output/MCStatXMLUtil.h"

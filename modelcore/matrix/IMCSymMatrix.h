@@ -195,14 +195,15 @@ public:
     virtual bool ComputeGMG(const IMCRectMatrix& M, MCRectMatrix& out) const;
     virtual bool ComputeGMGNG(const IMCRectMatrix& M, const IMCRectMatrix& N, MCRectMatrix& out) const;
 
-    /// L*S*L' and L'*S*L. Memory: 2*n*n values.
+    /// L*S*L' and L'*S*L. Memory: 2*n*n values. With both diagonal, or both block-diagonal with blocks of the same
+    /// sizes, the memory is that of the result, which goes into a matrix of that kind as well.
     virtual bool ComputeLSLTrans(const IMCSymMatrix& L, IMCSymMatrix& out) const;
     virtual bool ComputeLTransSL(const IMCSymMatrix& L, IMCSymMatrix& out) const;
 
     /// S times another symmetric matrix, in this order.
     virtual bool ComputeSS(const IMCSymMatrix& second, MCRectMatrix& out) const;
 
-    /// S'*S, the square of S. A diagonal matrix also writes it into a diagonal one.
+    /// S'*S, the square of S. A diagonal and a block-diagonal matrix also write it into one of their own kind.
     virtual bool ComputeSTransS(IMCSymMatrix& out) const;
 
     // ---------------------------------------------------------------------------------------------------------------
@@ -291,8 +292,8 @@ public:
     /// The leading sub-matrix of the first m rows and columns. False unless 0 <= m <= n.
     virtual bool ExtractFirstNRows(int m, IMCSymMatrix& out) const;
 
-    /// The sub-matrix of the given rows and the columns of the same numbers, in the order given. A diagonal matrix also
-    /// writes it into a diagonal one. False for a row outside [0, n) or named twice.
+    /// The sub-matrix of the given rows and the columns of the same numbers, in the order given. A diagonal and a
+    /// block-diagonal matrix also write it into one of their own kind. False for a row outside [0, n) or named twice.
     virtual bool ExtractSubmatrix(const std::vector<int>& rows, IMCSymMatrix& out) const;
 
     /// The sub-matrix of the rows whose bits are set. False when a bit from n on is set.
@@ -321,6 +322,10 @@ protected:
     virtual void MultiplyByS(const double* a, std::size_t rows, double* out) const = 0;
     virtual void MultiplyByL(const double* a, std::size_t rows, double* out) const = 0;
     virtual void MultiplyByLTrans(const double* a, std::size_t rows, double* out) const = 0;
+
+    /// The same with another matrix, for kinds that are made of others.
+    enum class Factor { kS, kL, kLTrans };
+    static void MultiplyBy(Factor factor, const IMCSymMatrix& matrix, const double* a, std::size_t rows, double* out);
 
     bool IsRow(int i) const { return i >= 0 && i < GetNRows(); }
     bool IsPart(int first, int count) const { return first >= 0 && count >= 0 && count <= GetNRows() - first; }

@@ -34,6 +34,15 @@ bool IsSquareOf(const IMCRectMatrix& matrix, int n)
 
 } // namespace
 
+void IMCSymMatrix::MultiplyBy(Factor factor, const IMCSymMatrix& matrix, const double* a, std::size_t rows, double* out)
+{
+    switch (factor) {
+    case Factor::kS: return matrix.MultiplyByS(a, rows, out);
+    case Factor::kL: return matrix.MultiplyByL(a, rows, out);
+    case Factor::kLTrans: return matrix.MultiplyByLTrans(a, rows, out);
+    }
+}
+
 MCRectMatrix IMCSymMatrix::SquareRows() const
 {
     MCRectMatrix square(GetNRows(), GetNRows());

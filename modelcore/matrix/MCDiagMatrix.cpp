@@ -2,6 +2,7 @@
 
 #include "modelcore/common/MCBitSet.h"
 #include "modelcore/common/MCDisplay.h"
+#include "modelcore/common/MCMV.h"
 #include "modelcore/matrix/internal/CholeskyArguments.h"
 #include "modelcore/matrix/internal/Operands.h"
 
@@ -10,6 +11,8 @@
 #include <utility>
 
 namespace MCMath_930 {
+
+using MCCommon_930::MCMV;
 
 namespace {
 
@@ -20,6 +23,18 @@ bool StoreDiagonal(MCDiagMatrix&& result, IMCSymMatrix& out)
     if (out.GetMatrixKind() != IMCSymMatrix::kDiagonalMatrix) return false;
     static_cast<MCDiagMatrix&>(out) = std::move(result);
     return true;
+}
+
+/// L*S*L, all three diagonal.
+bool StoreScaledTwice(const MCDiagMatrix& S, const IMCSymMatrix& L, IMCSymMatrix& out)
+{
+    if (L.GetNRows() != S.GetNRows()) return false;
+    std::vector<double> diag(S.AsVector());
+    for (int i = 0; i < S.GetNRows(); ++i) {
+        double& d = diag[static_cast<std::size_t>(i)];
+        d = d * L.GetElem(i, i) * L.GetElem(i, i);
+    }
+    return StoreDiagonal(MCDiagMatrix(std::move(diag)), out);
 }
 
 } // namespace
@@ -140,13 +155,14 @@ bool MCDiagMatrix::ComputeAXpY(double a, const IMCSymMatrix& X)
 
 bool MCDiagMatrix::ComputeLSLTrans(const IMCSymMatrix& L, IMCSymMatrix& out) const
 {
+    if (L.GetMatrixKind() == kDiagonalMatrix) return StoreScaledTwice(*this, L, out);
     MCSymMatrix result;
     if (!internal::IsPacked(out) || L.GetNRows() != GetNRows() || !result.SetNRows(GetNRows())) return false;
     for (int i = 0; i < GetNRows(); ++i)
         for (int j = L.GetIndexFirstInRow(i); j <= i; ++j) {
             double sum = 0.0;
             for (int k = std::max(L.GetIndexFirstInRow(i), L.GetIndexFirstInRow(j)); k <= j; ++k)
-                sum += L.GetElem(i, k) * (fvDiag[static_cast<std::size_t>(k)] * L.GetElem(j, k));
+                sum += fvDiag[static_cast<std::size_t>(k)] * L.GetElem(i, k) * L.GetElem(j, k);
             result.SetElem(i, j, sum);
         }
     return internal::StorePacked(std::move(result), out);
@@ -154,6 +170,7 @@ bool MCDiagMatrix::ComputeLSLTrans(const IMCSymMatrix& L, IMCSymMatrix& out) con
 
 bool MCDiagMatrix::ComputeLTransSL(const IMCSymMatrix& L, IMCSymMatrix& out) const
 {
+    if (L.GetMatrixKind() == kDiagonalMatrix) return StoreScaledTwice(*this, L, out);
     MCSymMatrix result;
     if (!internal::IsPacked(out) || L.GetNRows() != GetNRows() || !result.SetNRows(GetNRows())) return false;
     for (int k = 0; k < GetNRows(); ++k)
@@ -161,7 +178,7 @@ bool MCDiagMatrix::ComputeLTransSL(const IMCSymMatrix& L, IMCSymMatrix& out) con
             for (int j = L.GetIndexFirstInRow(k); j <= i; ++j)
                 result.SetElem(i, j,
                                result.GetElem(i, j) +
-                                   L.GetElem(k, i) * (fvDiag[static_cast<std::size_t>(k)] * L.GetElem(k, j)));
+                                   fvDiag[static_cast<std::size_t>(k)] * L.GetElem(k, i) * L.GetElem(k, j));
     return internal::StorePacked(std::move(result), out);
 }
 
@@ -181,6 +198,18 @@ bool MCDiagMatrix::ComputeSTransS(IMCSymMatrix& out) const
     MCDiagMatrix square(*this);
     square.LTLLTrans();
     return StoreDiagonal(std::move(square), out);
+}
+
+double MCDiagMatrix::TraceOfProductOfThree(const IMCSymMatrix& B, const IMCSymMatrix& C) const
+{
+    if (B.GetNRows() != GetNRows() || C.GetNRows() != GetNRows()) return MCMV::Missing();
+    double sum = 0.0;
+    for (int i = 0; i < GetNRows(); ++i) {
+        const int last = std::min(B.GetIndexLastInRow(i), C.GetIndexLastInRow(i));
+        for (int j = std::max(B.GetIndexFirstInRow(i), C.GetIndexFirstInRow(i)); j <= last; ++j)
+            sum += B.GetElem(i, j) * fvDiag[static_cast<std::size_t>(j)] * C.GetElem(i, j);
+    }
+    return sum;
 }
 
 bool MCDiagMatrix::ComputeDeterminant(double /*tol*/, double* det) const

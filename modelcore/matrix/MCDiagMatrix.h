@@ -67,11 +67,12 @@ public:
 
     bool ComputeAXpY(double a, const IMCSymMatrix& X) override;
 
-    /// L*S*L', L'*S*L and S*S2 with S diagonal, without spelling it out.
+    /// L*S*L', L'*S*L and S*S2 with S diagonal, without spelling it out. With a diagonal L the first two are diagonal.
     bool ComputeLSLTrans(const IMCSymMatrix& L, IMCSymMatrix& out) const override;
     bool ComputeLTransSL(const IMCSymMatrix& L, IMCSymMatrix& out) const override;
     bool ComputeSS(const IMCSymMatrix& second, MCRectMatrix& out) const override;
     bool ComputeSTransS(IMCSymMatrix& out) const override;
+    double TraceOfProductOfThree(const IMCSymMatrix& B, const IMCSymMatrix& C) const override;
 
     /// The determinant as det[0]*10^det[1], the elements multiplied in order and the mantissa brought to
     /// 1 <= |det[0]| < 10 after each; stops at a product of 0, with mantissa 0. The first argument has no effect.

@@ -41,22 +41,15 @@ void MCSparseRectMatrix::SetShape(int capacity, int cols, int slots)
     fnSlots = slots;
 }
 
-MCSparseRectMatrix& MCSparseRectMatrix::operator=(const MCSparseRectMatrix& other)
-{
-    MCSparseRectMatrix copy(other);
-    Swap(copy);
-    return *this;
-}
-
 MCSparseRectMatrix::MCSparseRectMatrix(MCSparseRectMatrix&& other) noexcept
 {
     Swap(other);
 }
 
-MCSparseRectMatrix& MCSparseRectMatrix::operator=(MCSparseRectMatrix&& other) noexcept
+// The argument is the copy: one that fails leaves the matrix as it was.
+MCSparseRectMatrix& MCSparseRectMatrix::operator=(MCSparseRectMatrix other) noexcept
 {
-    MCSparseRectMatrix taken(std::move(other));
-    Swap(taken);
+    Swap(other);
     return *this;
 }
 

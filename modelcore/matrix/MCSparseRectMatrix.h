@@ -34,11 +34,10 @@ public:
     MCSparseRectMatrix(int capacity, int nCols, int K);
 
     MCSparseRectMatrix(const MCSparseRectMatrix& other) = default;
-    MCSparseRectMatrix& operator=(const MCSparseRectMatrix& other);
 
     /// Takes the storage over; other is as after default construction.
     MCSparseRectMatrix(MCSparseRectMatrix&& other) noexcept;
-    MCSparseRectMatrix& operator=(MCSparseRectMatrix&& other) noexcept;
+    MCSparseRectMatrix& operator=(MCSparseRectMatrix other) noexcept;
 
     ~MCSparseRectMatrix() override;
 

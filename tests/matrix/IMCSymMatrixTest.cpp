@@ -3,9 +3,11 @@
 #include "modelcore/common/MCBitSet.h"
 #include "modelcore/common/MCMV.h"
 #include "modelcore/matrix/MCDiagMatrix.h"
+#include "modelcore/matrix/MCSymBlockDiagMatrix.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -27,6 +29,17 @@ std::unique_ptr<IMCSymMatrix> MakeDiagonal(TestRandom& random, int n)
     return std::make_unique<MCDiagMatrix>(random.Vector(static_cast<std::size_t>(n), -1.0, 1.0));
 }
 
+/// Blocks of order 1 to 9, some of them diagonal.
+std::unique_ptr<IMCSymMatrix> MakeBlockDiagonal(TestRandom& random, int n)
+{
+    auto matrix = std::make_unique<MCSymBlockDiagMatrix>();
+    while (n > matrix->GetNRows()) {
+        const int size = std::min(1 + random.Below(9), n - matrix->GetNRows());
+        EXPECT_TRUE(matrix->AddBlock(*(random.Below(3) == 0 ? MakeDiagonal : MakePacked)(random, size)));
+    }
+    return matrix;
+}
+
 struct Kind {
     const char* name;
     std::unique_ptr<IMCSymMatrix> (*make)(TestRandom&, int);
@@ -35,7 +48,8 @@ struct Kind {
 class IMCSymMatrixTest : public ::testing::TestWithParam<Kind> {};
 
 INSTANTIATE_TEST_SUITE_P(AllKinds, IMCSymMatrixTest,
-                         ::testing::Values(Kind{"Packed", MakePacked}, Kind{"Diagonal", MakeDiagonal}),
+                         ::testing::Values(Kind{"Packed", MakePacked}, Kind{"Diagonal", MakeDiagonal},
+                                           Kind{"BlockDiagonal", MakeBlockDiagonal}),
                          [](const auto& kind) { return std::string(kind.param.name); });
 
 template <class Call>
@@ -268,7 +282,8 @@ TEST_P(IMCSymMatrixTest, MismatchedOperandsAreRefused)
         EXPECT_EQ(refused, kMissing);
 
     MCDiagMatrix diagonal(2); // symmetric results that are not diagonal do not go into a diagonal matrix
-    EXPECT_FALSE(s->ComputeRSRTrans(RandomRect(random, 2, 3), diagonal) || s->ComputeLSLTrans(*s, diagonal));
+    EXPECT_FALSE(s->ComputeRSRTrans(RandomRect(random, 2, 3), diagonal) ||
+                 s->ComputeLSLTrans(RandomSym(random, 3), diagonal));
     EXPECT_EQ(diagonal.AsVector(), (std::vector<double>{0, 0}));
 }
 

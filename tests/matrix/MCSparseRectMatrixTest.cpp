@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <initializer_list>
 #include <limits>
 #include <utility>
 #include <vector>
@@ -53,25 +52,7 @@ MCSparseRectMatrix ToSparse(const MCRectMatrix& dense, int slots)
     return sparse;
 }
 
-/// What operations on a matrix returned, the results that they formed, and the matrix after each.
-struct Outcome {
-    void Call(double returned)
-    {
-        numbers.push_back(returned);
-        numbers.insert(numbers.end(), vec.begin(), vec.end());
-        for (const IMCRectMatrix* const m : std::initializer_list<const IMCRectMatrix*>{&rect, own, matrix}) {
-            numbers.insert(numbers.end(), {1.0 * m->GetNRows(), 1.0 * m->GetNCols()});
-            for (int i = 0; i < m->GetNRows(); ++i)
-                for (int j = 0; j < m->GetNCols(); ++j) numbers.push_back(m->GetElem(i, j));
-        }
-    }
-
-    IMCRectMatrix* matrix;
-    IMCRectMatrix* own; // a result of the matrix's own type
-    std::vector<double> vec{7.0, 8.0};
-    MCRectMatrix rect{1, 1};
-    std::vector<double> numbers{};
-};
+using RectOutcome = Outcome<IMCRectMatrix>;
 
 } // namespace
 
@@ -108,11 +89,11 @@ TEST(MCSparseRectMatrix, EqualsTheDenseMatrix)
         };
         struct Case {
             const char* name;
-            std::function<void(IMCRectMatrix&, Outcome&)> run;
+            std::function<void(IMCRectMatrix&, RectOutcome&)> run;
         };
         const Case cases[] = {
             {"products",
-             [&](IMCRectMatrix& m, Outcome& o) {
+             [&](IMCRectMatrix& m, RectOutcome& o) {
                  const MCRectMatrix misfit(99, 98);
                  o.Call(m.ComputeRV({}, o.vec) || m.ComputeVR({}, o.vec) || m.ComputeMatrixProduct(misfit, o.rect) ||
                         m.ComputeProductMatrixTrans(misfit, o.rect));
@@ -126,7 +107,7 @@ TEST(MCSparseRectMatrix, EqualsTheDenseMatrix)
                  o.Call(m.ComputeProductMatrixTrans(fewSparse, o.rect));
              }},
             {"columns",
-             [&](IMCRectMatrix& m, Outcome& o) {
+             [&](IMCRectMatrix& m, RectOutcome& o) {
                  each(cols, [&](int j) {
                      o.Call(m.GetCol(j, o.vec));
                      o.Call(m.ColNorm(j));
@@ -138,7 +119,7 @@ TEST(MCSparseRectMatrix, EqualsTheDenseMatrix)
                  });
              }},
             {"rows",
-             [&](IMCRectMatrix& m, Outcome& o) {
+             [&](IMCRectMatrix& m, RectOutcome& o) {
                  each(rows, [&](int i) {
                      o.Call(m.GetRow(i, o.vec));
                      o.Call(m.RowNorm(i));
@@ -156,7 +137,7 @@ TEST(MCSparseRectMatrix, EqualsTheDenseMatrix)
                  o.Call(m.ZeroOutRowPart(0, 1, cols) || m.ZeroOutRowPart(0, -1, 1));
              }},
             {"shape",
-             [&](IMCRectMatrix& m, Outcome& o) {
+             [&](IMCRectMatrix& m, RectOutcome& o) {
                  o.Call(m.ShiftRows(by) && m.ShiftColumns(by));
                  o.Call(m.ExpandSquare(spread));
                  const int n = m.GetNRows(), p = m.GetNCols();
@@ -167,7 +148,7 @@ TEST(MCSparseRectMatrix, EqualsTheDenseMatrix)
                  o.Call(m.SetNRowsCols(n + 30, p + 1));
              }},
             {"copies",
-             [&](IMCRectMatrix& m, Outcome& o) {
+             [&](IMCRectMatrix& m, RectOutcome& o) {
                  each(rows, [&](int i) {
                      o.Call(m.CopyRowToRow(few, i % 9, i));
                      o.Call(m.CopyRowToRow(fewSparse, 8 - i, i));
@@ -177,7 +158,7 @@ TEST(MCSparseRectMatrix, EqualsTheDenseMatrix)
                  });
              }},
             {"extracts",
-             [&](IMCRectMatrix& m, Outcome& o) {
+             [&](IMCRectMatrix& m, RectOutcome& o) {
                  for (IMCRectMatrix* const out : {o.own, static_cast<IMCRectMatrix*>(&o.rect)}) {
                      o.Call(m.ExtractRows({0, rows}, *out) || m.ExtractColumns({-1}, *out));
                      o.Call(m.ExtractRows({2, 0, 2, rows - 1}, *out));
@@ -192,7 +173,7 @@ TEST(MCSparseRectMatrix, EqualsTheDenseMatrix)
             SCOPED_TRACE(c.name);
             MCRectMatrix dense(truth), ownDense;
             MCSparseRectMatrix sparse = ToSparse(truth, slots), ownSparse;
-            Outcome expected{&dense, &ownDense}, actual{&sparse, &ownSparse};
+            RectOutcome expected{&dense, &ownDense}, actual{&sparse, &ownSparse};
             c.run(dense, expected);
             c.run(sparse, actual);
             EXPECT_EQ(actual.numbers, expected.numbers);

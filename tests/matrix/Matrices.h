@@ -182,6 +182,27 @@ inline ::testing::AssertionResult Near(const Naive& actual, const Naive& expecte
     return ::testing::AssertionSuccess();
 }
 
+/// What operations on a matrix returned, the results that they formed, and the matrix after each: to compare two kinds
+/// of matrices.
+template <class Matrix>
+struct Outcome {
+    void Call(double returned)
+    {
+        numbers.push_back(returned);
+        numbers.insert(numbers.end(), vec.begin(), vec.end());
+        for (const Naive& m : {ToNaive(rect), ToNaive(*own), ToNaive(*matrix)}) {
+            numbers.insert(numbers.end(), {1.0 * m.rows, 1.0 * m.cols});
+            for (const long double x : m.elements) numbers.push_back(static_cast<double>(x));
+        }
+    }
+
+    Matrix* matrix;
+    Matrix* own; // a result of the matrix's own kind
+    std::vector<double> vec{7.0, 8.0};
+    MCMath_930::MCRectMatrix rect{1, 1};
+    std::vector<double> numbers{};
+};
+
 /// Runs call on the matrix, which must return false and leave every bit of it as it was.
 template <class Matrix, class Call>
 ::testing::AssertionResult Refuses(Matrix& matrix, Call call)

@@ -1,0 +1,424 @@
+// MCSymBlockDiagMatrix: blocks and structure, elements and rows, Cholesky factor, editing, extraction, display.
+#include "modelcore/matrix/MCSymBlockDiagMatrix.h"
+
+#include "modelcore/common/MCDisplay.h"
+#include "modelcore/matrix/internal/CholeskyArguments.h"
+#include "modelcore/matrix/internal/Operands.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace MCMath_930 {
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Blocks and structure
+
+MCSymBlockDiagMatrix::MCSymBlockDiagMatrix(const std::vector<int>& blockSizes, const MCBitSet& isDiagonal)
+{
+    SetStructure(blockSizes, isDiagonal);
+}
+
+MCSymBlockDiagMatrix::MCSymBlockDiagMatrix(const std::vector<IMCSymMatrix*>& blocks)
+{
+    for (const IMCSymMatrix* const block : blocks)
+        if (block == nullptr || !AddBlock(*block)) {
+            ClearAll();
+            return;
+        }
+}
+
+MCSymBlockDiagMatrix::MCSymBlockDiagMatrix(MCSymBlockDiagMatrix&& other) noexcept
+{
+    Swap(other);
+}
+
+// The argument is the copy: one that fails leaves the matrix as it was.
+MCSymBlockDiagMatrix& MCSymBlockDiagMatrix::operator=(MCSymBlockDiagMatrix other) noexcept
+{
+    Swap(other);
+    return *this;
+}
+
+MCSymBlockDiagMatrix::~MCSymBlockDiagMatrix() = default;
+
+void MCSymBlockDiagMatrix::Swap(MCSymBlockDiagMatrix& other) noexcept
+{
+    fvSizes.swap(other.fvSizes);
+    std::swap(fIsDiagonal, other.fIsDiagonal);
+    fvStarts.swap(other.fvStarts);
+    fvStorage.swap(other.fvStorage);
+    fvBlockOfRow.swap(other.fvBlockOfRow);
+    fvDense.swap(other.fvDense);
+    fvDiag.swap(other.fvDiag);
+}
+
+bool MCSymBlockDiagMatrix::SetStructure(const std::vector<int>& blockSizes, const MCBitSet& isDiagonal)
+{
+    if (static_cast<std::size_t>(isDiagonal.Size()) > blockSizes.size()) return false;
+    long long order = 0;
+    for (std::size_t b = 0; b < blockSizes.size(); ++b) {
+        const int size = blockSizes[b];
+        if (size < 1 || (size > MCSymMatrix::kMaxRows && !isDiagonal.IsIn(static_cast<int>(b)))) return false;
+        order += size;
+    }
+    if (order > std::numeric_limits<int>::max()) return false;
+
+    MCSymBlockDiagMatrix zero;
+    for (std::size_t b = 0; b < blockSizes.size(); ++b)
+        if (isDiagonal.IsIn(static_cast<int>(b)))
+            zero.Append(MCDiagMatrix(blockSizes[b]));
+        else
+            zero.Append(MCSymMatrix(blockSizes[b]));
+    Swap(zero);
+    return true;
+}
+
+void MCSymBlockDiagMatrix::CopyStructure(const MCSymBlockDiagMatrix& other)
+{
+    SetStructure(other.fvSizes, other.fIsDiagonal);
+}
+
+bool MCSymBlockDiagMatrix::IsSameStructure(const MCSymBlockDiagMatrix& other) const
+{
+    return fvSizes == other.fvSizes && fIsDiagonal == other.fIsDiagonal;
+}
+
+// Whether a block of that order can stand beside others that take that many rows.
+bool MCSymBlockDiagMatrix::HasRoomFor(int order, int others) const
+{
+    return order >= 1 && order <= std::numeric_limits<int>::max() - others;
+}
+
+bool MCSymBlockDiagMatrix::AddBlock(const IMCSymMatrix& block)
+{
+    if (!HasRoomFor(block.GetNRows(), GetNRows())) return false;
+    try {
+        AppendCopy(block);
+    } catch (...) { // a block without its place in every table would be worse than no matrix
+        ClearAll();
+        throw;
+    }
+    return true;
+}
+
+bool MCSymBlockDiagMatrix::ReplaceBlock(int b, const IMCSymMatrix& block)
+{
+    if (!IsBlock(b) || block.GetMatrixKind() == kBlockDiagonalMatrix ||
+        !HasRoomFor(block.GetNRows(), GetNRows() - SizeOf(b)))
+        return false;
+    MCSymBlockDiagMatrix changed;
+    for (int k = 0; k < GetNBlocks(); ++k) changed.AppendCopy(k == b ? block : Block(k));
+    Swap(changed);
+    return true;
+}
+
+// The number of blocks is read before the first is appended: block may be this matrix.
+void MCSymBlockDiagMatrix::AppendCopy(const IMCSymMatrix& block)
+{
+    if (internal::IsPacked(block)) return Append(static_cast<const MCSymMatrix&>(block));
+    if (block.GetMatrixKind() == kDiagonalMatrix) return Append(static_cast<const MCDiagMatrix&>(block));
+    const auto& blocks = static_cast<const MCSymBlockDiagMatrix&>(block);
+    const int count = blocks.GetNBlocks();
+    for (int b = 0; b < count; ++b) AppendCopy(blocks.Block(b));
+}
+
+void MCSymBlockDiagMatrix::Append(MCSymMatrix block)
+{
+    AppendToTables(block.GetNRows(), false, fvDense.size());
+    fvDense.push_back(std::move(block));
+}
+
+void MCSymBlockDiagMatrix::Append(MCDiagMatrix block)
+{
+    AppendToTables(block.GetNRows(), true, fvDiag.size());
+    fvDiag.push_back(std::move(block));
+}
+
+void MCSymBlockDiagMatrix::AppendToTables(int size, bool isDiagonal, std::size_t storage)
+{
+    const int b = GetNBlocks();
+    fvStarts.push_back(GetNRows());
+    fvSizes.push_back(size);
+    fvStorage.push_back(static_cast<int>(storage));
+    fIsDiagonal.Resize(b + 1);
+    fIsDiagonal.Set(b, isDiagonal);
+    SetBlockIndicesForRow(b);
+}
+
+void MCSymBlockDiagMatrix::SetBlockIndicesForRow(int b)
+{
+    fvBlockOfRow.resize(static_cast<std::size_t>(StartOf(b)) + static_cast<std::size_t>(SizeOf(b)), b);
+}
+
+const MCSymMatrix* MCSymBlockDiagMatrix::GetDenseBlock(int k) const
+{
+    return k >= 0 && k < GetNDenseBlocks() ? &fvDense[static_cast<std::size_t>(k)] : nullptr;
+}
+
+const std::vector<double>* MCSymBlockDiagMatrix::GetDiagonalBlock(int k) const
+{
+    return k >= 0 && k < GetNDiagBlocks() ? &fvDiag[static_cast<std::size_t>(k)].AsVector() : nullptr;
+}
+
+const IMCSymMatrix& MCSymBlockDiagMatrix::Block(int b) const
+{
+    const auto storage = static_cast<std::size_t>(fvStorage[static_cast<std::size_t>(b)]);
+    if (fIsDiagonal.IsIn(b)) return fvDiag[storage];
+    return fvDense[storage];
+}
+
+IMCSymMatrix& MCSymBlockDiagMatrix::Block(int b)
+{
+    return const_cast<IMCSymMatrix&>(std::as_const(*this).Block(b));
+}
+
+bool MCSymBlockDiagMatrix::FindAbsBlockRelColIndex(int i, int& block, int& start, int& relative, bool& isDiagonal) const
+{
+    if (!IsRow(i)) return false;
+    block = BlockOf(i);
+    start = StartOf(block);
+    relative = i - start;
+    isDiagonal = fIsDiagonal.IsIn(block);
+    return true;
+}
+
+bool MCSymBlockDiagMatrix::FindBlock(int i, int j, int& storage, int& row, int& column, bool& isDiagonal) const
+{
+    const int larger = std::max(i, j);
+    const int smaller = std::min(i, j);
+    if (!IsRow(larger) || smaller < 0) return false;
+    const int b = BlockOf(larger);
+    const bool diagonal = fIsDiagonal.IsIn(b);
+    if (diagonal ? smaller != larger : smaller < StartOf(b)) return false;
+    storage = fvStorage[static_cast<std::size_t>(b)];
+    row = larger - StartOf(b);
+    column = smaller - StartOf(b);
+    isDiagonal = diagonal;
+    return true;
+}
+
+// The values of v that belong to the rows of block b.
+std::vector<double> MCSymBlockDiagMatrix::ValuesOf(int b, const std::vector<double>& v) const
+{
+    const auto first = v.begin() + StartOf(b);
+    return {first, first + SizeOf(b)};
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Elements and rows
+
+double MCSymBlockDiagMatrix::GetElem(int i, int j) const
+{
+    int storage, row, column;
+    bool isDiagonal;
+    if (!FindBlock(i, j, storage, row, column, isDiagonal)) return 0.0;
+    const auto k = static_cast<std::size_t>(storage);
+    return isDiagonal ? fvDiag[k].AsVector()[static_cast<std::size_t>(row)]
+                      : fvDense[k].MCSymMatrix::GetElem(row, column);
+}
+
+bool MCSymBlockDiagMatrix::SetElem(int i, int j, double x)
+{
+    int storage, row, column;
+    bool isDiagonal;
+    if (!FindBlock(i, j, storage, row, column, isDiagonal)) return false;
+    const auto k = static_cast<std::size_t>(storage);
+    return isDiagonal ? fvDiag[k].SetElem(row, column, x) : fvDense[k].SetElem(row, column, x);
+}
+
+bool MCSymBlockDiagMatrix::GetRow(int i, std::vector<double>& row) const
+{
+    if (!IsRow(i)) return false;
+    const int b = BlockOf(i);
+    std::vector<double> part;
+    Block(b).GetRow(i - StartOf(b), part);
+    row.assign(static_cast<std::size_t>(GetNRows()), 0.0);
+    std::copy(part.begin(), part.end(), row.begin() + StartOf(b));
+    return true;
+}
+
+int MCSymBlockDiagMatrix::GetIndexFirstInRow(int i) const
+{
+    if (!IsRow(i)) return -1;
+    const int b = BlockOf(i);
+    return fIsDiagonal.IsIn(b) ? i : StartOf(b);
+}
+
+int MCSymBlockDiagMatrix::GetIndexLastInRow(int i) const
+{
+    if (!IsRow(i)) return -1;
+    const int b = BlockOf(i);
+    return fIsDiagonal.IsIn(b) ? i : StartOf(b) + SizeOf(b) - 1;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Cholesky factor
+
+int MCSymBlockDiagMatrix::LTChol(const std::vector<double>& refDiag, double tol, bool check)
+{
+    MCBitSet kept;
+    return LTChol(refDiag, tol, kept, check);
+}
+
+int MCSymBlockDiagMatrix::LTChol(const std::vector<double>& refDiag, double tol, MCBitSet& kept, bool check)
+{
+    if (check && !internal::CholeskyArgumentsValid(refDiag, tol, GetNRows())) return -1;
+    if (kept.Size() < GetNRows()) kept.Resize(GetNRows());
+    kept.Clear();
+    int refused = 0;
+    MCBitSet keptOfBlock;
+    for (int b = 0; b < GetNBlocks(); ++b) {
+        refused += Block(b).LTChol(ValuesOf(b, refDiag), tol, keptOfBlock, false);
+        for (int i = keptOfBlock.Next(0); i >= 0; i = keptOfBlock.Next(i + 1)) kept.Set(StartOf(b) + i);
+    }
+    return refused;
+}
+
+int MCSymBlockDiagMatrix::LTDetInverse(double det[2], int job)
+{
+    std::vector<double> diag;
+    GetDiagonal(diag);
+    const auto zeros = static_cast<int>(std::count(diag.begin(), diag.end(), 0.0));
+    if (job % 10 != 0) {
+        internal::DecimalProduct(diag, det);
+        if (zeros > 0) det[1] = 0.0;
+    }
+    if (job / 10 % 10 != 0)
+        for (int b = 0; b < GetNBlocks(); ++b) Block(b).LTDetInverse(nullptr, 10);
+    return zeros;
+}
+
+int MCSymBlockDiagMatrix::CholInverse(const std::vector<double>& refDiag, double tol, IMCSymMatrix& out) const
+{
+    if (!CanStoreIn(out) || !Fits(refDiag)) return -1;
+    MCSymBlockDiagMatrix inverse;
+    inverse.CopyStructure(*this);
+    int rank = 0;
+    for (int b = 0; b < GetNBlocks(); ++b) {
+        const int rankOfBlock = Block(b).CholInverse(ValuesOf(b, refDiag), tol, inverse.Block(b));
+        if (rankOfBlock < 0) return -1;
+        rank += rankOfBlock;
+    }
+    return Store(std::move(inverse), out) ? rank : -1;
+}
+
+bool MCSymBlockDiagMatrix::LTSolve(const std::vector<double>& b, std::vector<double>& x) const
+{
+    if (!Fits(b)) return false;
+    std::vector<double> solution(fvBlockOfRow.size());
+    std::vector<double> part;
+    for (int k = 0; k < GetNBlocks(); ++k) {
+        Block(k).LTSolve(ValuesOf(k, b), part);
+        std::copy(part.begin(), part.end(), solution.begin() + StartOf(k));
+    }
+    x.swap(solution);
+    return true;
+}
+
+void MCSymBlockDiagMatrix::LTLLTrans()
+{
+    for (int b = 0; b < GetNBlocks(); ++b) Block(b).LTLLTrans();
+}
+
+void MCSymBlockDiagMatrix::LTLTransL()
+{
+    for (int b = 0; b < GetNBlocks(); ++b) Block(b).LTLTransL();
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Editing and extraction
+
+void MCSymBlockDiagMatrix::MultiplyByNumber(double x)
+{
+    for (int b = 0; b < GetNBlocks(); ++b) Block(b).MultiplyByNumber(x);
+}
+
+void MCSymBlockDiagMatrix::ChangeSign()
+{
+    for (int b = 0; b < GetNBlocks(); ++b) Block(b).ChangeSign();
+}
+
+void MCSymBlockDiagMatrix::ZeroOut()
+{
+    for (int b = 0; b < GetNBlocks(); ++b) Block(b).ZeroOut();
+}
+
+void MCSymBlockDiagMatrix::ZeroOutNonDiag()
+{
+    for (int b = 0; b < GetNBlocks(); ++b) Block(b).ZeroOutNonDiag();
+}
+
+// The blocks go; the tables keep their memory.
+void MCSymBlockDiagMatrix::Clear()
+{
+    fvSizes.clear();
+    fIsDiagonal.Resize(0);
+    fvStarts.clear();
+    fvStorage.clear();
+    fvBlockOfRow.clear();
+    fvDense.clear();
+    fvDiag.clear();
+}
+
+void MCSymBlockDiagMatrix::ClearAll()
+{
+    MCSymBlockDiagMatrix empty;
+    Swap(empty);
+}
+
+// Stores a block-diagonal result that was formed aside. False, and out as it was, when out is diagonal, or packed and
+// too small a kind for the order.
+bool MCSymBlockDiagMatrix::Store(MCSymBlockDiagMatrix&& result, IMCSymMatrix& out)
+{
+    if (internal::IsPacked(out)) return result.FillDenseMatrix(static_cast<MCSymMatrix&>(out));
+    if (!CanStoreIn(out)) return false;
+    static_cast<MCSymBlockDiagMatrix&>(out) = std::move(result);
+    return true;
+}
+
+bool MCSymBlockDiagMatrix::ExtractSubmatrix(const std::vector<int>& rows, IMCSymMatrix& out) const
+{
+    if (out.GetMatrixKind() != kBlockDiagonalMatrix) return IMCSymMatrix::ExtractSubmatrix(rows, out);
+    if (!AreDistinctRows(rows)) return false;
+    MCSymBlockDiagMatrix part;
+    MCBitSet seen(GetNBlocks());
+    std::vector<int> run; // rows of one block that stand together, counted from its first
+    for (std::size_t k = 0; k < rows.size(); ++k) {
+        const int b = BlockOf(rows[k]);
+        run.push_back(rows[k] - StartOf(b));
+        if (k + 1 < rows.size() && BlockOf(rows[k + 1]) == b) continue;
+        MCDiagMatrix diagonal;
+        MCSymMatrix dense;
+        if (fIsDiagonal.IsIn(b)) {
+            Block(b).ExtractSubmatrix(run, diagonal);
+            part.Append(std::move(diagonal));
+        } else {
+            if (seen.IsIn(b)) return false;
+            Block(b).ExtractSubmatrix(run, dense);
+            part.Append(std::move(dense));
+        }
+        seen.Set(b);
+        run.clear();
+    }
+    return Store(std::move(part), out);
+}
+
+void MCSymBlockDiagMatrix::Display() const
+{
+    MCDisplay_930::DisplayStart("MCSymBlockDiagMatrix");
+    MCDisplay_930::Display("Number of rows", GetNRows());
+    MCDisplay_930::Display("Number of blocks", GetNBlocks());
+    for (int b = 0; b < GetNBlocks(); ++b) {
+        MCDisplay_930::Display("Block", b);
+        MCDisplay_930::Display("First row", StartOf(b));
+        const auto k = static_cast<std::size_t>(fvStorage[static_cast<std::size_t>(b)]);
+        if (fIsDiagonal.IsIn(b))
+            MCDisplay_930::Display("Diagonal", fvDiag[k].AsVector());
+        else
+            MCDisplay_930::DisplaySymMatrix(fvDense[k].GetPtr(), SizeOf(b));
+    }
+    MCDisplay_930::DisplayEnd("MCSymBlockDiagMatrix");
+}
+
+} // namespace MCMath_930
