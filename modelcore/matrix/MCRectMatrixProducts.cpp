@@ -22,8 +22,7 @@ bool MCRectMatrix::ComputeRV(const std::vector<double>& v, std::vector<double>& 
 {
     if (v.size() < RowLength()) return false;
     std::vector<double> result(ColLength());
-    for (int i = 0; i < fnRows; ++i)
-        result[static_cast<std::size_t>(i)] = DotInOrder(v.data(), GetRowPtr(i), RowLength());
+    internal::DotColumns(result.data(), GetPtr(), fnCols, ColLength(), v.data(), RowLength());
     out.swap(result);
     return true;
 }

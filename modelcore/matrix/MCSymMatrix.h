@@ -13,6 +13,10 @@ namespace MCMath_930 {
 class MCBitSet;
 class MCSparseVector;
 
+namespace internal {
+class TileWorkspace;
+}
+
 /// A symmetric matrix of order n held as its lower triangle: cross products, covariances, information matrices.
 ///
 /// The n(n+1)/2 elements stand in one array, row by row: element (i, j) with i >= j has the packed index
@@ -260,7 +264,9 @@ public:
 
     // ---------------------------------------------------------------------------------------------------------------
     // Cholesky factor (MCSymMatrixCholesky.cpp). L is the lower triangle that LTChol leaves. Zeros on its diagonal mark
-    // redundant rows: a solution has 0 there, an inverse a zero row and column.
+    // redundant rows: a solution has 0 there, an inverse a zero row and column. Every element is formed as the loops of
+    // the definitions form it, by blocks when the matrix is large; LTChol and LTDetInverse then take memory for a
+    // second triangle.
 
     using IMCSymMatrix::LTChol;
     int LTChol(const std::vector<double>& refDiag, double tol, bool check) override;
@@ -408,6 +414,8 @@ protected:
     void MultiplyByLTrans(const double* a, std::size_t rows, double* out) const override;
 
 private:
+    static constexpr int kOrderForBlocks = 48; // below, the plain loops are faster
+
     static constexpr bool IsOrder(int n) { return n >= 0 && n <= kMaxRows; }
 
     // 64 bits: the product i*(i+1) leaves 32 bits from row 46341 on.
@@ -433,6 +441,8 @@ private:
         fnBlocks = 1;
     }
     void FillFullRows(int first, int count, double* rows) const;
+    bool InvertFactorByBlocks(const std::vector<int>& redundant);
+    void MultiplyRowsByTransposed(const internal::TileWorkspace* work, int first, int last);
     void SubstituteForward(double* x) const;
     void SubstituteBack(double* x) const;
     bool SetToOuterProducts(int order, const double* left, const double* right, std::size_t count);

@@ -2,7 +2,8 @@
 #include "modelcore/matrix/MCSymMatrix.h"
 
 #include "modelcore/common/MCBitSet.h"
-#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/linalg/internal/BlockedInverse.h"
+#include "modelcore/linalg/kernels/OrderedCholesky.h"
 #include "modelcore/matrix/internal/CholeskyArguments.h"
 #include "modelcore/matrix/internal/Operands.h"
 
@@ -27,18 +28,85 @@ int MCSymMatrix::LTChol(const std::vector<double>& refDiag, double tol, MCBitSet
     if (check && !internal::CholeskyArgumentsValid(refDiag, tol, fnRows)) return -1;
     if (kept.Size() < fnRows) kept.Resize(fnRows);
     kept.Clear();
+    const auto pivot = [&](int i, double d) {
+        const bool keep = d > tol * refDiag[static_cast<std::size_t>(i)];
+        kept.Set(i, keep);
+        return keep ? std::sqrt(d) : 0.0;
+    };
+    const auto line = [this](int i) { return Row(i); };
+    if (fnRows >= internal::OrderedCholesky<decltype(line)>::kSmallestOrder) {
+        internal::OrderedCholesky blocked(line, fnRows);
+        if (blocked.HasWorkspace()) {
+            blocked.Factor(pivot);
+            return fnRows - kept.Count();
+        }
+    }
     for (int i = 0; i < fnRows; ++i) {
         double* const row = Row(i);
         for (int j = 0; j < i; ++j) {
             const double* const other = Row(j);
             row[j] = other[j] == 0.0 ? 0.0 : (row[j] - DotInOrder(row, other, static_cast<std::size_t>(j))) / other[j];
         }
-        const double d = row[i] - DotInOrder(row, row, static_cast<std::size_t>(i));
-        const bool keep = d > tol * refDiag[static_cast<std::size_t>(i)];
-        row[i] = keep ? std::sqrt(d) : 0.0;
-        kept.Set(i, keep);
+        row[i] = pivot(i, row[i] - DotInOrder(row, row, static_cast<std::size_t>(i)));
     }
     return fnRows - kept.Count();
+}
+
+namespace {
+
+/// The triangle turned by half a circle: element (i, j) of a lower one is element (n-1-i, n-1-j) of an upper one, held
+/// column by column. Dtrdi works on the one from the last row to the first as it works on the other from the first
+/// column to the last.
+class TurnedTriangle {
+public:
+    explicit TurnedTriangle(int n) : fn(n), fvColumns(static_cast<std::size_t>(n) * static_cast<std::size_t>(n + 1) / 2)
+    {}
+
+    double* operator()(int j)
+    {
+        const auto column = static_cast<std::size_t>(j);
+        return fvColumns.data() + column * (column + 1) / 2;
+    }
+
+    /// Calls visit(turned, element) for all elements of the lower triangle, whose row i is row(i); in square tiles, so
+    /// that both sides stay in cache.
+    template <class Row, class Visit>
+    void ForEach(Row row, Visit visit)
+    {
+        constexpr int kTile = 16;
+        for (int i0 = 0; i0 < fn; i0 += kTile)
+            for (int j0 = 0; j0 <= i0; j0 += kTile)
+                for (int i = i0; i < std::min(fn, i0 + kTile); ++i) {
+                    double* const elements = row(i);
+                    for (int j = j0; j <= std::min(i, j0 + kTile - 1); ++j)
+                        visit((*this)(fn - 1 - j)[fn - 1 - i], elements[j]);
+                }
+    }
+
+private:
+    int fn;
+    std::vector<double> fvColumns;
+};
+
+} // namespace
+
+// Redundant rows are cut out of the triangle, a 1 on the diagonal in their place, and are 0 in the end.
+bool MCSymMatrix::InvertFactorByBlocks(const std::vector<int>& redundant)
+{
+    TurnedTriangle turned(fnRows);
+    const auto columns = [&turned](int j) { return turned(j); };
+    internal::BlockedInverse inverse(columns, fnRows);
+    if (!inverse.HasWorkspace()) return false;
+    for (const int k : redundant) {
+        ZeroOutRow(k);
+        Row(k)[k] = 1.0;
+    }
+    const auto row = [this](int i) { return Row(i); };
+    turned.ForEach(row, [](double& to, double& from) { to = from; });
+    inverse.Invert();
+    turned.ForEach(row, [](double& from, double& to) { to = from; });
+    for (const int k : redundant) ZeroOutRow(k);
+    return true;
 }
 
 // Dtrdi for a lower triangle works down the columns; along the rows each element receives the same terms in the same
@@ -46,8 +114,10 @@ int MCSymMatrix::LTChol(const std::vector<double>& refDiag, double tol, MCBitSet
 int MCSymMatrix::LTDetInverse(double det[2], int job)
 {
     const auto isZero = [this](int i) { return Row(i)[i] == 0.0; };
-    int zeros = 0;
-    for (int i = 0; i < fnRows; ++i) zeros += isZero(i) ? 1 : 0;
+    std::vector<int> redundant;
+    for (int i = 0; i < fnRows; ++i)
+        if (isZero(i)) redundant.push_back(i);
+    const auto zeros = static_cast<int>(redundant.size());
     if (job % 10 != 0) {
         std::vector<double> diag;
         GetDiagonal(diag);
@@ -55,6 +125,7 @@ int MCSymMatrix::LTDetInverse(double det[2], int job)
         if (zeros > 0) det[1] = 0.0;
     }
     if (job / 10 % 10 == 0) return zeros;
+    if (fnRows >= kOrderForBlocks && InvertFactorByBlocks(redundant)) return zeros;
 
     std::vector<double> factors(static_cast<std::size_t>(fnRows));
     for (int k = fnRows - 1; k >= 0; --k) {
@@ -168,12 +239,30 @@ void MCSymMatrix::LTLLTrans()
         for (int j = i; j >= 0; --j) Row(i)[j] = DotInOrder(Row(i), Row(j), static_cast<std::size_t>(j) + 1);
 }
 
-// Row m of L adds its products to the rows above before it becomes the first term of its own.
 void MCSymMatrix::LTLTransL()
 {
-    for (int m = 0; m < fnRows; ++m) {
+    const internal::TileWorkspace work(fnRows >= kOrderForBlocks ? fnRows : 0);
+    MultiplyRowsByTransposed(fnRows >= kOrderForBlocks && work ? &work : nullptr, 0, fnRows);
+}
+
+// Row m of L adds its products to the rows above before it becomes the first term of its own. Of two halves of the rows
+// the lower one is still L when the upper one, finished in itself, receives its terms.
+void MCSymMatrix::MultiplyRowsByTransposed(const internal::TileWorkspace* work, int first, int last)
+{
+    constexpr int kNarrow = 16;
+    if (work != nullptr && last - first > kNarrow) {
+        const int half = first + (last - first) / 2;
+        MultiplyRowsByTransposed(work, first, half);
+        internal::AddProduct<internal::ZeroFactor::Multiplies>(
+            *work, half - first, last - half, [=, this](int r) { return Row(first + r); },
+            [=](int r) { return first + r + 1; }, [=, this](int r, int k) { return Row(half + k)[first + r]; },
+            internal::RowsOperand{[=, this](int k) { return Row(half + k); }});
+        MultiplyRowsByTransposed(work, half, last);
+        return;
+    }
+    for (int m = first; m < last; ++m) {
         double* const row = Row(m);
-        for (int i = 0; i < m; ++i) internal::AddScaled(Row(i), row[i], row, static_cast<std::size_t>(i) + 1);
+        for (int i = first; i < m; ++i) internal::AddScaled(Row(i), row[i], row, static_cast<std::size_t>(i) + 1);
         const double pivot = row[m];
         for (int j = 0; j <= m; ++j) row[j] *= pivot;
     }

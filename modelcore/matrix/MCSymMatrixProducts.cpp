@@ -38,17 +38,11 @@ std::vector<double> Scaled(const double* x, double f, std::size_t count)
 
 } // namespace
 
-// Row k of the triangle gives the terms j <= k of result k, and then term k of the results before it: each result has
-// its terms in index order.
 void MCSymMatrix::MultiplyByS(const double* a, std::size_t rows, double* out) const
 {
     const auto n = static_cast<std::size_t>(fnRows);
     if (rows < kFewRows) {
-        for (; rows > 0; --rows, a += n, out += n)
-            for (int k = 0; k < fnRows; ++k) {
-                out[k] = DotInOrder(a, Row(k), static_cast<std::size_t>(k) + 1);
-                internal::AddScaled(out, a[k], Row(k), static_cast<std::size_t>(k));
-            }
+        for (; rows > 0; --rows, a += n, out += n) internal::MultiplyPacked(GetPtr(), n, a, out);
         return;
     }
     std::fill_n(out, rows * n, 0.0);

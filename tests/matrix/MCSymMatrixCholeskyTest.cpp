@@ -20,6 +20,13 @@ MCSymMatrix Factor(const MCSymMatrix& s)
     return factor;
 }
 
+/// sum + a*b, the product rounded first whatever the compiler may do.
+double Plus(double sum, double a, double b)
+{
+    volatile double product = a * b;
+    return sum + product;
+}
+
 /// The cross products of n columns of which every third is the sum of the two before it.
 MCSymMatrix Singular(TestRandom& random, int n)
 {
@@ -110,38 +117,70 @@ TEST(MCSymMatrixCholesky, RedundantRowsGiveAGeneralisedInverse)
     }
 }
 
-// Dtrdi goes down the columns and skips a column whose factor is 0; the oracle does so on a square array.
-TEST(MCSymMatrixCholesky, InverseOfTheFactorEqualsTheColumnOperationsBitForBit)
+// The definitions as plain loops on a square array; orders on both sides of those from which blocks are used. Factors
+// have redundant rows and zeros, which Dtrdi skips as factors of a column.
+TEST(MCSymMatrixCholesky, FactorInverseAndProductEqualThePlainLoopsBitForBit)
 {
     TestRandom random(303);
-    for (const int n : {1, 2, 9, 26})
-        for (const bool someZero : {false, true}) {
-            MCSymMatrix l = RandomSym(random, n);
-            if (someZero)
-                for (int i = 1; i < n; i += 2) l.SetElem(i, i / 2, 0.0);
-            std::vector<double> t(static_cast<std::size_t>(n * n));
-            const auto at = [&](int i, int j) -> double& { return t[static_cast<std::size_t>(i * n + j)]; };
-            l.CopyToSquare(t.data());
-            for (int k = n - 1; k >= 0; --k) {
-                at(k, k) = 1.0 / at(k, k);
-                for (int i = k + 1; i < n; ++i) at(i, k) *= -at(k, k);
-                for (int j = 0; j < k; ++j) {
-                    const double factor = at(k, j);
-                    at(k, j) = 0.0;
-                    for (int i = k; i < n && factor != 0.0; ++i) {
-                        volatile double product = factor * at(i, k);
-                        at(i, j) += product;
-                    }
-                }
-            }
-            MCSymMatrix expected;
-            ASSERT_TRUE(expected.CopyFromSquare(t.data(), n));
-            ForEachKernelSet([&] {
-                MCSymMatrix inverse(l);
-                EXPECT_TRUE(inverse.LTInverse());
-                EXPECT_TRUE(SameMatrix(inverse, expected)) << n;
-            });
+    for (const int n : {1, 2, 9, 17, 26, 48, 67, 210}) {
+        SCOPED_TRACE(n);
+        MCSymMatrix s = Singular(random, n);
+        for (int i = 5; i < n; i += 7) s.SetElem(i, 4, 0.0);
+        std::vector<double> t(static_cast<std::size_t>(n * n));
+        const auto at = [&](int i, int j) -> double& { return t[static_cast<std::size_t>(i * n + j)]; };
+        const auto minusDot = [&](int i, int j) {
+            double sum = 0.0;
+            for (int m = 0; m < j; ++m) sum = Plus(sum, at(i, m), at(j, m));
+            return s.GetElem(i, j) - sum;
+        };
+        int redundant = 0;
+        for (int i = 0; i < n; ++i) {
+            for (int j = 0; j < i; ++j) at(i, j) = at(j, j) == 0.0 ? 0.0 : minusDot(i, j) / at(j, j);
+            const double d = minusDot(i, i);
+            at(i, i) = d > 1e-10 * s.GetElem(i, i) ? std::sqrt(d) : 0.0;
+            redundant += at(i, i) == 0.0 ? 1 : 0;
         }
+        MCSymMatrix factor;
+        ASSERT_TRUE(factor.CopyFromSquare(t.data(), n));
+
+        const auto clear = [&](int k) {
+            for (int i = 0; i < n; ++i) at(i, k) = at(k, i) = 0.0;
+        };
+        for (int k = n - 1; k >= 0; --k) {
+            if (at(k, k) == 0.0) {
+                clear(k);
+                continue;
+            }
+            at(k, k) = 1.0 / at(k, k);
+            for (int i = k + 1; i < n; ++i) at(i, k) *= -at(k, k);
+            for (int j = 0; j < k; ++j) {
+                const double c = at(k, j);
+                at(k, j) = 0.0;
+                for (int i = k; i < n && c != 0.0; ++i) at(i, j) = Plus(at(i, j), c, at(i, k));
+            }
+        }
+        for (int k = 0; k < n; ++k)
+            if (factor.GetElem(k, k) == 0.0) clear(k);
+        MCSymMatrix inverse;
+        ASSERT_TRUE(inverse.CopyFromSquare(t.data(), n));
+
+        MCSymMatrix product(n); // a sum begins with its first product, not with 0
+        for (int i = 0; i < n; ++i)
+            for (int j = 0; j <= i; ++j) {
+                double sum = at(i, i) * at(i, j);
+                for (int m = i + 1; m < n; ++m) sum = Plus(sum, at(m, i), at(m, j));
+                product.SetElem(i, j, sum);
+            }
+        ForEachKernelSet([&] {
+            MCSymMatrix ours(s);
+            EXPECT_EQ(ours.LTChol(Diagonal(s), 1e-10, true), redundant);
+            EXPECT_TRUE(SameMatrix(ours, factor));
+            EXPECT_EQ(ours.LTDetInverse(nullptr, 10), redundant);
+            EXPECT_TRUE(SameMatrix(ours, inverse));
+            ours.LTLTransL();
+            EXPECT_TRUE(SameMatrix(ours, product));
+        });
+    }
 }
 
 TEST(MCSymMatrixCholesky, Refusals)

@@ -583,6 +583,53 @@ void TwistBody(std::uint32_t* __restrict words, std::uint32_t* __restrict temper
     tempered[last] = Tempered(words[last]);
 }
 
+// Rows of the triangle are taken eight at a time: each is read once, for its own sum and for its terms of the sums of
+// the rows before it.
+void MultiplyPackedBody(const double* packed, std::size_t order, const double* v, double* __restrict out)
+{
+    constexpr std::size_t kRows = 8;
+    std::size_t k = 0;
+    for (const double* row = packed; k < order; k += kRows) {
+        const std::size_t rows = order - k < kRows ? order - k : kRows;
+        const double* at[kRows];
+        for (std::size_t r = 0; r < rows; row += k + ++r) at[r] = row;
+        double sum[kRows] = {};
+        std::size_t j = 0;
+#if defined(__GNUC__) && defined(__AVX__)
+        if (rows == kRows) {
+            Vector first = {};
+            Vector second = {};
+            for (; j + 4 <= k; j += 4) {
+                Vector part[kRows];
+                Vector to = *reinterpret_cast<const Vector*>(out + j);
+#pragma GCC unroll 8
+                for (std::size_t r = 0; r < kRows; ++r) {
+                    part[r] = *reinterpret_cast<const Vector*>(at[r] + j);
+                    to += v[k + r] * part[r];
+                }
+                *reinterpret_cast<Vector*>(out + j) = to;
+                Transpose(part);
+                Transpose(part + 4);
+#pragma GCC unroll 4
+                for (std::size_t q = 0; q < 4; ++q) {
+                    first += v[j + q] * part[q];
+                    second += v[j + q] * part[q + 4];
+                }
+            }
+            *reinterpret_cast<Vector*>(sum) = first;
+            *reinterpret_cast<Vector*>(sum + 4) = second;
+        }
+#endif
+        for (std::size_t r = 0; r < rows; ++r) {
+            const double* const line = at[r];
+            double total = sum[r];
+            for (std::size_t m = j; m <= k + r; ++m) total += v[m] * line[m];
+            out[k + r] = total;
+            for (std::size_t m = j; m < k + r; ++m) out[m] += v[k + r] * line[m];
+        }
+    }
+}
+
 } // namespace
 
 extern const KernelTable kTable;
@@ -608,6 +655,7 @@ const KernelTable kTable = {
     .packWeightedDifferences = ChoosePackWeightedDifferences,
     .dotColumns = DotColumnsBody,
     .twist = TwistBody,
+    .multiplyPacked = MultiplyPackedBody,
 };
 
 } // namespace MCMath_930::internal::MODELCORE_KERNEL_SET

@@ -54,6 +54,7 @@ struct KernelTable {
     void (*dotColumns)(double* dots, const double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* x,
                        std::size_t count);
     void (*twist)(std::uint32_t* words, std::uint32_t* tempered);
+    void (*multiplyPacked)(const double* packed, std::size_t order, const double* v, double* out);
 };
 
 } // namespace MCMath_930::internal

@@ -183,4 +183,11 @@ inline void Twist(std::uint32_t* words, std::uint32_t* tempered)
     Kernels().twist(words, tempered);
 }
 
+/// out = S*v for the symmetric matrix whose lower triangle is packed row by row: each sum from 0 in index order. Two
+/// roundings per term. out must overlap neither.
+inline void MultiplyPacked(const double* packed, std::size_t order, const double* v, double* out)
+{
+    Kernels().multiplyPacked(packed, order, v, out);
+}
+
 } // namespace MCMath_930::internal

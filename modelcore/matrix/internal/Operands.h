@@ -84,11 +84,15 @@ inline bool IsPacked(const IMCSymMatrix& out)
 inline void AddRowsTimesRows(double* out, const double* a, std::size_t aStride, std::size_t rows, std::size_t inner,
                              const double* b, std::size_t cols)
 {
-    constexpr std::size_t kFewRows = 3; // most lines of a tile would be empty
-    const TileWorkspace work(rows > kFewRows ? static_cast<int>(cols) : 0);
-    if (rows <= kFewRows || !work) {
+    // The tile wants its operands packed: for few rows, or when all of b stays in the innermost cache, that takes
+    // longer than it saves.
+    constexpr std::size_t kFewRows = 3;
+    constexpr std::size_t kSmallOperand = 40 * 40;
+    const bool small = rows <= kFewRows || inner * cols <= kSmallOperand;
+    const TileWorkspace work(small ? 0 : static_cast<int>(cols));
+    if (small || !work) {
         for (std::size_t i = 0; i < rows; ++i)
-            for (std::size_t k = 0; k < inner; ++k) AddScaled(out + i * cols, a[i * aStride + k], b + k * cols, cols);
+            AddRows(out + i * cols, b, static_cast<std::ptrdiff_t>(cols), inner, a + i * aStride, 1, cols);
         return;
     }
     const auto at = [](auto i) { return static_cast<std::size_t>(i); };
