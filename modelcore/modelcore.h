@@ -48,6 +48,7 @@
 #include "modelcore/distributions/MCPower.h"
 #include "modelcore/linalg/Blas1.h"
 #include "modelcore/linalg/Linpack.h"
+#include "modelcore/linalg/MCEigenValues.h"
 #include "modelcore/matrix/IMCRectMatrix.h"
 #include "modelcore/matrix/IMCSymMatrix.h"
 #include "modelcore/matrix/MCDiagMatrix.h"

@@ -583,51 +583,136 @@ void TwistBody(std::uint32_t* __restrict words, std::uint32_t* __restrict temper
     tempered[last] = Tempered(words[last]);
 }
 
-// Rows of the triangle are taken eight at a time: each is read once, for its own sum and for its terms of the sums of
-// the rows before it.
-void MultiplyPackedBody(const double* packed, std::size_t order, const double* v, double* __restrict out)
-{
-    constexpr std::size_t kRows = 8;
-    std::size_t k = 0;
-    for (const double* row = packed; k < order; k += kRows) {
-        const std::size_t rows = order - k < kRows ? order - k : kRows;
-        const double* at[kRows];
-        for (std::size_t r = 0; r < rows; row += k + ++r) at[r] = row;
-        double sum[kRows] = {};
+template <bool kUpdate>
+struct TriangleElement {
+    using Type = const double;
+};
+template <>
+struct TriangleElement<true> {
+    using Type = double;
+};
+
+/// A pass over a packed lower triangle: the update by u and q, the product with v, or both.
+template <bool kUpdate, bool kMultiply>
+struct TrianglePass {
+    using Element = typename TriangleElement<kUpdate>::Type;
+
+    Element* packed;
+    const double* u;
+    const double* q;
+    const double* v;
+    double* product;
+
+    Element* Row(std::size_t j) const { return packed + j * (j + 1) / 2; }
+
+    double Updated(double x, std::size_t j, std::size_t k) const
+    {
+        if constexpr (!kUpdate) return x;
+        x -= u[j] * q[k];
+        return x - q[j] * u[k];
+    }
+
+    /// Elements from..j of row j, whose elements before have added up to sum.
+    void FinishRow(std::size_t j, std::size_t from, double sum) const
+    {
+        Element* const row = Row(j);
+        for (std::size_t k = from; k <= j; ++k) {
+            const double x = Updated(row[k], j, k);
+            if constexpr (kUpdate) row[k] = x;
+            if constexpr (!kMultiply) continue;
+            sum += x * v[k];
+            if (k < j) product[k] += x * v[j];
+        }
+        if constexpr (kMultiply) product[j] = sum;
+    }
+
+    void Run(std::size_t order) const
+    {
         std::size_t j = 0;
 #if defined(__GNUC__) && defined(__AVX__)
-        if (rows == kRows) {
-            Vector first = {};
-            Vector second = {};
-            for (; j + 4 <= k; j += 4) {
-                Vector part[kRows];
-                Vector to = *reinterpret_cast<const Vector*>(out + j);
-#pragma GCC unroll 8
-                for (std::size_t r = 0; r < kRows; ++r) {
-                    part[r] = *reinterpret_cast<const Vector*>(at[r] + j);
-                    to += v[k + r] * part[r];
-                }
-                *reinterpret_cast<Vector*>(out + j) = to;
-                Transpose(part);
-                Transpose(part + 4);
-#pragma GCC unroll 4
-                for (std::size_t q = 0; q < 4; ++q) {
-                    first += v[j + q] * part[q];
-                    second += v[j + q] * part[q + 4];
-                }
-            }
-            *reinterpret_cast<Vector*>(sum) = first;
-            *reinterpret_cast<Vector*>(sum + 4) = second;
+        for (; j + 8 <= order; j += 8) {
+            double sums[8] = {};
+            Columns<2>(j, 0, j, sums);
+            FinishRows(j, sums);
+            Columns<1>(j + 4, j, j + 4, sums + 4);
+            FinishRows(j + 4, sums + 4);
+        }
+        for (; j + 4 <= order; j += 4) {
+            double sums[4] = {};
+            Columns<1>(j, 0, j, sums);
+            FinishRows(j, sums);
         }
 #endif
-        for (std::size_t r = 0; r < rows; ++r) {
-            const double* const line = at[r];
-            double total = sum[r];
-            for (std::size_t m = j; m <= k + r; ++m) total += v[m] * line[m];
-            out[k + r] = total;
-            for (std::size_t m = j; m < k + r; ++m) out[m] += v[k + r] * line[m];
-        }
+        for (; j < order; ++j) FinishRow(j, 0, 0.0);
     }
+
+#if defined(__GNUC__) && defined(__AVX__)
+    void FinishRows(std::size_t j, const double* sums) const
+    {
+        for (std::size_t r = 0; r < 4; ++r) FinishRow(j + r, j, sums[r]);
+    }
+
+    /// Columns from..to-1 of kGroups times four rows from row j on. The terms of a row are turned so that the sums of
+    /// four rows grow side by side, each in the order of its columns.
+    template <std::size_t kGroups>
+    void Columns(std::size_t j, std::size_t from, std::size_t to, double* sums) const
+    {
+        Element* row[4 * kGroups];
+        for (std::size_t r = 0; r < 4 * kGroups; ++r) row[r] = Row(j + r);
+        Vector sum[kGroups];
+        for (std::size_t g = 0; g < kGroups; ++g) sum[g] = *reinterpret_cast<const Vector*>(sums + 4 * g);
+        for (std::size_t k = from; k < to; k += 4) {
+            Vector uk = {}, qk = {}, vk = {}, below = {};
+            if constexpr (kUpdate) {
+                uk = *reinterpret_cast<const Vector*>(u + k);
+                qk = *reinterpret_cast<const Vector*>(q + k);
+            }
+            if constexpr (kMultiply) {
+                vk = *reinterpret_cast<const Vector*>(v + k);
+                below = *reinterpret_cast<const Vector*>(product + k);
+            }
+#pragma GCC unroll 2
+            for (std::size_t g = 0; g < kGroups; ++g) {
+                Vector term[4];
+#pragma GCC unroll 4
+                for (std::size_t r = 0; r < 4; ++r) {
+                    const std::size_t i = j + 4 * g + r;
+                    Element* const at = row[4 * g + r] + k;
+                    Vector x = *reinterpret_cast<const Vector*>(at);
+                    if constexpr (kUpdate) {
+                        x -= u[i] * qk;
+                        x -= q[i] * uk;
+                        *reinterpret_cast<Vector*>(at) = x;
+                    }
+                    if constexpr (kMultiply) {
+                        below += x * v[i];
+                        term[r] = x * vk;
+                    }
+                }
+                if constexpr (!kMultiply) continue;
+                Transpose(term);
+#pragma GCC unroll 4
+                for (int r = 0; r < 4; ++r) sum[g] += term[r];
+            }
+            if constexpr (kMultiply) *reinterpret_cast<Vector*>(product + k) = below;
+        }
+        for (std::size_t g = 0; g < kGroups; ++g) *reinterpret_cast<Vector*>(sums + 4 * g) = sum[g];
+    }
+#endif
+};
+
+void UpdateAndMultiplyBody(double* packed, std::size_t order, const double* u, const double* q, const double* v,
+                           double* product)
+{
+    if (v == nullptr)
+        TrianglePass<true, false>{packed, u, q, v, product}.Run(order);
+    else
+        TrianglePass<true, true>{packed, u, q, v, product}.Run(order);
+}
+
+void MultiplyPackedBody(const double* packed, std::size_t order, const double* v, double* product)
+{
+    TrianglePass<false, true>{packed, nullptr, nullptr, v, product}.Run(order);
 }
 
 } // namespace
@@ -653,6 +738,7 @@ const KernelTable kTable = {
     .stepMeans = StepMeansBody,
     .packDifferences = ChoosePackDifferences,
     .packWeightedDifferences = ChoosePackWeightedDifferences,
+    .updateAndMultiply = UpdateAndMultiplyBody,
     .dotColumns = DotColumnsBody,
     .twist = TwistBody,
     .multiplyPacked = MultiplyPackedBody,

@@ -51,6 +51,8 @@ struct KernelTable {
                             int count);
     void (*packWeightedDifferences)(double* packed, const double* rows, std::size_t rowStep, const double* origin,
                                     const double* weights, int lines, int count);
+    void (*updateAndMultiply)(double* packed, std::size_t order, const double* u, const double* q, const double* v,
+                              double* product);
     void (*dotColumns)(double* dots, const double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* x,
                        std::size_t count);
     void (*twist)(std::uint32_t* words, std::uint32_t* tempered);

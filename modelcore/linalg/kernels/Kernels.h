@@ -169,6 +169,16 @@ inline void AddStripColumns(double* y, const double* strip, const double* factor
     Kernels().addStripColumns(y, strip, factors, columns);
 }
 
+/// One pass over a symmetric matrix A, given as its packed lower triangle. First the update by two vectors:
+/// A(j,k) -= u[j]*q[k], then A(j,k) -= q[j]*u[k]. Then the product of A and v, unless v is null: product[j] is
+/// the sum of A(j,k)*v[k] over k = 0 .. j in this order, then of A(i,j)*v[i] over i = j+1 .. order-1. Two roundings per
+/// term. No vector may overlap another or the matrix.
+inline void UpdateAndMultiply(double* packed, std::size_t order, const double* u, const double* q, const double* v,
+                              double* product)
+{
+    Kernels().updateAndMultiply(packed, order, u, q, v, product);
+}
+
 /// dots[j] = x . column j of c, columnStep apart, for j in [0, columns): each sum from 0 in index order, several of
 /// them side by side. Two roundings per term.
 inline void DotColumns(double* dots, const double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* x,

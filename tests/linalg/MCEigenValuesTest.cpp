@@ -1,0 +1,490 @@
+#include "modelcore/linalg/MCEigenValues.h"
+
+#include "matrix/Matrices.h"
+#include "support/AllKernels.h"
+#include "support/Bits.h"
+#include "support/DisplayCapture.h"
+#include "support/Random.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <string>
+#include <vector>
+
+using namespace MCMath_930;
+
+namespace {
+
+constexpr double kEps = 2.220446049250313e-16;
+constexpr int kSweeps = 300; // what the smallest eigenvalue of a graded matrix takes, which is found first
+
+/// The published loops, tred3, imtql2 and trbak3, as they are printed: one element at a time.
+struct Plain {
+    int n;
+    std::vector<double> a, diagonal, subdiagonal, z; // z by columns
+    double* d;
+    double* e;
+
+    Plain(const MCSymMatrix& matrix, double tolerance)
+        : n(matrix.GetNRows()), a(matrix.AsSpan().begin(), matrix.AsSpan().end()), diagonal(std::size_t(n)),
+          subdiagonal(std::size_t(n)), z(std::size_t(n * n)), d(diagonal.data()), e(subdiagonal.data())
+    {
+        for (int i = 0; i < n; ++i) Z(i, i) = 1.0;
+        Reduce();
+        Iterate(tolerance);
+        TransformBack();
+    }
+
+    double& A(int i, int j) { return a[std::size_t(i * (i + 1) / 2 + j)]; }
+    double& Z(int i, int j) { return z[std::size_t(j * n + i)]; }
+
+    void Reduce()
+    {
+        for (int i = n - 1; i >= 0; --i) {
+            double h = 0.0, scale = 0.0;
+            for (int k = 0; k < i; ++k) scale += std::fabs(d[k] = A(i, k));
+            if (scale == 0.0) {
+                e[i] = 0.0;
+            } else {
+                for (int k = 0; k < i; ++k) {
+                    d[k] /= scale;
+                    h += d[k] * d[k];
+                }
+                double f = d[i - 1], g = f >= 0.0 ? -std::sqrt(h) : std::sqrt(h);
+                e[i] = scale * g;
+                h -= f * g;
+                d[i - 1] = f - g;
+                A(i, i - 1) = scale * d[i - 1];
+                if (i > 1) {
+                    for (int j = 0; j < i; ++j) {
+                        f = d[j];
+                        g = 0.0;
+                        for (int k = 0; k < j; ++k) {
+                            g += A(j, k) * d[k];
+                            e[k] += A(j, k) * f;
+                        }
+                        e[j] = g + A(j, j) * f;
+                    }
+                    f = 0.0;
+                    for (int j = 0; j < i; ++j) {
+                        e[j] /= h;
+                        f += e[j] * d[j];
+                    }
+                    const double hh = f / (h + h);
+                    for (int j = 0; j < i; ++j) e[j] -= hh * d[j];
+                    for (int j = 0; j < i; ++j)
+                        for (int k = 0; k <= j; ++k) A(j, k) = A(j, k) - d[j] * e[k] - e[j] * d[k];
+                }
+            }
+            d[i] = A(i, i);
+            A(i, i) = scale * std::sqrt(h);
+        }
+    }
+
+    void Iterate(double tolerance)
+    {
+        for (int i = 1; i < n; ++i) e[i - 1] = e[i];
+        e[n - 1] = 0.0;
+        for (int l = 0; l < n; ++l)
+            for (int iteration = 0; iteration < kSweeps; ++iteration) {
+                int m = l;
+                while (m < n - 1 && std::fabs(e[m]) > tolerance * (std::fabs(d[m]) + std::fabs(d[m + 1]))) ++m;
+                if (m == l) break;
+                double g = (d[l + 1] - d[l]) / (2.0 * e[l]), r = std::sqrt(g * g + 1.0), s = 1.0, c = 1.0, p = 0.0;
+                g = d[m] - d[l] + e[l] / (g >= 0.0 ? g + r : g - r);
+                for (int i = m - 1; i >= l; --i) {
+                    double f = s * e[i];
+                    const double b = c * e[i];
+                    e[i + 1] = r = std::sqrt(f * f + g * g);
+                    s = f / r;
+                    c = g / r;
+                    g = d[i + 1] - p;
+                    r = (d[i] - g) * s + 2.0 * c * b;
+                    p = s * r;
+                    d[i + 1] = g + p;
+                    g = c * r - b;
+                    for (int k = 0; k < n; ++k) {
+                        f = Z(k, i + 1);
+                        Z(k, i + 1) = s * Z(k, i) + c * f;
+                        Z(k, i) = c * Z(k, i) - s * f;
+                    }
+                }
+                d[l] -= p;
+                e[l] = g;
+                e[m] = 0.0;
+            }
+    }
+
+    void TransformBack()
+    {
+        for (int i = 1; i < n; ++i) {
+            const double h = A(i, i);
+            for (int j = 0; h != 0.0 && j < n; ++j) {
+                double s = 0.0;
+                for (int k = 0; k < i; ++k) s += A(i, k) * Z(k, j);
+                s = s / h / h;
+                for (int k = 0; s != 0.0 && k < i; ++k) Z(k, j) -= s * A(i, k);
+            }
+        }
+    }
+};
+
+/// What LAPACK's test programs measure, at most about 30: the residual and the loss of orthogonality in units of n eps.
+struct Ratios {
+    double residual = 0.0;
+    double orthogonality = 0.0;
+
+    Ratios(const MCSymMatrix& matrix, const std::vector<double>& values, const MCRectMatrix& z)
+    {
+        const int n = matrix.GetNRows();
+        double norm = 0.0; // the largest sum of magnitudes in a column, as for the two differences
+        for (int j = 0; j < n; ++j) {
+            double size = 0.0, wrong = 0.0, skew = 0.0;
+            for (int i = 0; i < n; ++i) {
+                long double product = 0.0L, dot = 0.0L;
+                for (int k = 0; k < n; ++k) {
+                    product += static_cast<long double>(matrix.GetElem(i, k)) * z.GetElem(k, j);
+                    dot += static_cast<long double>(z.GetElem(k, i)) * z.GetElem(k, j);
+                }
+                size += std::fabs(matrix.GetElem(i, j));
+                wrong +=
+                    std::fabs(double(product - static_cast<long double>(values[std::size_t(j)]) * z.GetElem(i, j)));
+                skew += std::fabs(double(dot - (i == j ? 1.0L : 0.0L)));
+            }
+            norm = std::max(norm, size);
+            residual = std::max(residual, wrong);
+            orthogonality = std::max(orthogonality, skew);
+        }
+        if (norm > 0.0) residual = residual / norm / (n * kEps); // norm * eps may underflow
+        orthogonality /= n * kEps;
+    }
+};
+
+/// A matrix from element (i, j), i >= j.
+MCSymMatrix From(int n, const std::function<double(int, int)>& element)
+{
+    MCSymMatrix matrix(n);
+    for (int i = 0; i < n; ++i)
+        for (int j = 0; j <= i; ++j) matrix.SetElem(i, j, element(i, j));
+    return matrix;
+}
+
+struct Family {
+    const char* name;
+    std::function<double(TestRandom&, int n, int i, int j)> element;
+
+    MCSymMatrix Make(TestRandom& random, int n) const
+    {
+        return From(n, [&](int i, int j) { return element(random, n, i, j); });
+    }
+};
+
+const Family kFamilies[] = {
+    {"random", [](TestRandom& random, int, int, int) { return random.Uniform(-1.0, 1.0); }},
+    {"graded from 1e-10 to 1e10",
+     [](TestRandom& random, int n, int i, int j) {
+         return std::pow(10.0, 10.0 * (i + j) / n - 10.0) * (random.Uniform(-1.0, 1.0) + (i == j ? n : 0));
+     }},
+    {"clustered", [](TestRandom& random, int, int i, int j) { return (i == j) + 1e-14 * random.Uniform(0.0, 1.0); }},
+    {"integer", [](TestRandom& random, int, int, int) { return random.Below(7) - 3.0; }},
+    // Rows that no reflection reaches, zeros among the factors.
+    {"blocks", [](TestRandom& random, int, int i,
+                  int j) { return i == j || (i / 5 == j / 5 && i % 7 != 0) ? random.Uniform(-1.0, 1.0) : 0.0; }},
+    {"zero", [](TestRandom&, int, int, int) { return 0.0; }},
+};
+
+} // namespace
+
+TEST(MCEigenValues, EqualsThePublishedLoopsBitForBit)
+{
+    TestRandom random(41);
+    for (const Family& family : kFamilies)
+        for (const int n : {1, 2, 3, 4, 7, 8, 9, 16, 21, 53, 100}) {
+            SCOPED_TRACE(std::string(family.name) + " " + std::to_string(n));
+            const MCSymMatrix matrix = family.Make(random, n);
+            for (const double tolerance : {1e-12, 2.2e-16}) {
+                const Plain plain(matrix, tolerance);
+                MCRectMatrix expected;
+                expected.CopyFromColMajor(plain.z.data(), n, n);
+                ForEachKernelSet([&] {
+                    MCEigenValues eigen(matrix, tolerance, kSweeps);
+                    std::vector<double> values, alone;
+                    MCRectMatrix vectors;
+                    EXPECT_EQ(eigen.Compute(values, vectors), n);
+                    EXPECT_TRUE(SameBits(values, plain.diagonal));
+                    EXPECT_TRUE(SameMatrix(vectors, expected));
+                    EXPECT_EQ(eigen.Compute(alone), n);
+                    EXPECT_TRUE(SameBits(alone, values));
+                });
+            }
+        }
+}
+
+TEST(MCEigenValues, ResidualAndOrthogonalityAreThoseOfGoodRoutines)
+{
+    TestRandom random(42);
+    for (const Family& family : kFamilies)
+        for (const int n : {1, 2, 3, 10, 50, 113, 300}) {
+            SCOPED_TRACE(std::string(family.name) + " " + std::to_string(n));
+            const MCSymMatrix matrix = family.Make(random, n);
+            MCEigenValues eigen;
+            eigen.SetHMatrix(matrix);
+            eigen.SetMaxIter(kSweeps);
+            std::vector<double> values;
+            MCRectMatrix vectors;
+            ASSERT_EQ(eigen.Compute(values, vectors), n);
+            EXPECT_LT(Ratios(matrix, values, vectors).residual * n * kEps, 1e-11);
+
+            ASSERT_TRUE(eigen.SetTolerance(2.2e-16));
+            ASSERT_EQ(eigen.Compute(values, vectors), n);
+            const Ratios ratios(matrix, values, vectors);
+            EXPECT_LT(ratios.residual, 30.0);
+            EXPECT_LT(ratios.orthogonality, 30.0);
+        }
+}
+
+// The 20-digit eigenvalues of a small matrix, and spectra that are known because they were put in.
+// The 20-digit eigenvalues of a small matrix, and spectra that are known exactly.
+TEST(MCEigenValues, SortsKnownSpectraWithTheirVectors)
+{
+    const struct {
+        MCSymMatrix matrix;
+        std::vector<double> ascending;
+        double tolerance;
+    } cases[] = {
+        {FromTriangle({4, 1, 3, -2, 0.5, 5, 2, -1, 1.5, 6}),
+         {0.36259581316835479720, 3.7352800878107137573, 6.5757756857905101244, 7.3263484132304213211},
+         8 * kEps},
+        {FromTriangle({-2.5}), {-2.5}, 0.0},
+        {FromTriangle({3, 0, -1, 0, 0, 7, 0, 0, 0, 3}), {-1, 3, 3, 7}, 0.0},
+        {From(6, [](int i, int j) { return i == j ? 3 : 1; }), {2, 2, 2, 2, 2, 8}, 4 * kEps},
+        {FromTriangle({0x1p-1060, 0x1p-1061, 0x1p-1060}), {0x1p-1061, 0x1.8p-1060}, 0.0}, // whose squares underflow
+        {FromTriangle({0x1p990, 0x1p989, 0x1p990}), {0x1p989, 0x1.8p990}, 4 * kEps},      // and overflow
+    };
+    for (const auto& c : cases)
+        for (const bool descending : {false, true}) {
+            MCEigenValues eigen(c.matrix, 2.2e-16, 30);
+            std::vector<double> expected = c.ascending, values, alone;
+            if (descending) std::reverse(expected.begin(), expected.end());
+            MCRectMatrix vectors;
+            eigen.Compute(values);
+            ASSERT_EQ(eigen.GetSorted(values, vectors, descending), c.matrix.GetNRows()); // computes the vectors
+            const double largest = std::max(std::fabs(expected.front()), std::fabs(expected.back()));
+            for (std::size_t i = 0; i < values.size(); ++i)
+                EXPECT_LE(std::fabs(values[i] - expected[i]), c.tolerance * largest) << values[i];
+            EXPECT_LT(Ratios(c.matrix, values, vectors).residual, 30.0);
+            eigen.GetSorted(alone, descending);
+            EXPECT_TRUE(SameBits(alone, values));
+        }
+}
+
+TEST(MCEigenValues, IterationLimitLeavesTheLeadingValues)
+{
+    // The diagonal part needs no sweep, one is not enough for the rest.
+    TestRandom random(45);
+    const int n = 12, found = 5;
+    MCSymMatrix matrix = RandomSym(random, n);
+    for (int i = 0; i < n; ++i)
+        for (int j = 0; j < std::min(i, found); ++j) matrix.SetElem(i, j, 0.0);
+    MCEigenValues eigen(matrix, 1e-12, 1);
+    std::vector<double> values;
+    MCRectMatrix vectors;
+    EXPECT_EQ(eigen.Compute(values, vectors), found);
+    std::vector<double> expected = Diagonal(matrix);
+    std::fill(expected.begin() + found, expected.end(), 0.0);
+    EXPECT_TRUE(SameBits(values, expected));
+
+    // Only they are sorted, with their vectors.
+    EXPECT_EQ(eigen.GetSorted(values, vectors, false), found);
+    std::sort(expected.begin(), expected.begin() + found);
+    EXPECT_TRUE(SameBits(values, expected));
+    for (int j = 0; j < found; ++j)
+        for (int i = 0; i < n; ++i)
+            EXPECT_EQ(vectors.GetElem(i, j), i < found && matrix.GetElem(i, i) == values[std::size_t(j)]);
+
+    // Nothing is delivered when not even one was found.
+    const MCSymMatrix full = RandomSym(random, n);
+    eigen.SetHMatrix(full);
+    EXPECT_EQ(eigen.Compute(values, vectors), 0);
+    EXPECT_EQ(eigen.GetSorted(values, true), 0);
+    EXPECT_TRUE(SameBits(values, expected));
+    bool isPD = true;
+    MCSymMatrix repaired;
+    EXPECT_FALSE(eigen.IsPDHMatrix(0.0, isPD));
+    EXPECT_FALSE(eigen.GetPDHMatrix(0.0, repaired, isPD));
+    EXPECT_TRUE(isPD && repaired.GetNRows() == 0);
+}
+
+TEST(MCEigenValues, GeneralisedProblem)
+{
+    TestRandom random(46);
+    const int n = 9;
+    const MCSymMatrix H = RandomSym(random, n);
+    const MCSymMatrix E = RandomCrossProducts(random, n);
+    MCEigenValues eigen(H, E, 2.2e-16, 30);
+    std::vector<double> values;
+    MCRectMatrix z;
+    ASSERT_TRUE(eigen.IsValidEMatrix());
+    ASSERT_EQ(eigen.Compute(values, z), n);
+    MCSymMatrix inverse(E);
+    double logDet = 0.0;
+    inverse.LTChol(0.0, logDet, true);
+    inverse.LTInverse();
+    const Naive v = ToNaive(inverse).Lower().T() * ToNaive(z);
+    EXPECT_TRUE(Near(ToNaive(H) * v, ToNaive(E) * v * DiagonalOf(values), 1e-11));
+
+    // A singular E: row 2 doubles row 0. What is left is the problem without that row, and an eigenvalue 0.
+    MCSymMatrix small = E;
+    MCSymMatrix smallH = H;
+    small.DeleteOneRow(2);
+    smallH.DeleteOneRow(2);
+    MCSymMatrix singular(E);
+    for (int j = 0; j < n; ++j) singular.SetElem(2, j, 2.0 * E.GetElem(0, j));
+    singular.SetElem(2, 2, 4.0 * E.GetElem(0, 0));
+    ASSERT_TRUE(eigen.SetEMatrix(singular));
+    std::vector<double> expected, actual;
+    MCEigenValues(smallH, small, 2.2e-16, 30).Compute(expected);
+    expected.push_back(0.0);
+    std::sort(expected.begin(), expected.end());
+    ASSERT_EQ(eigen.GetSorted(actual, false), n);
+    EXPECT_TRUE(Near(ToNaive(actual), ToNaive(expected), 1e-12));
+
+    // A refused E leaves the accepted one; another H drops it.
+    for (const MCSymMatrix& bad : {MCSymMatrix(n), MCSymMatrix(n + 1), FromTriangle({-1.0})}) {
+        std::vector<double> after;
+        EXPECT_FALSE(eigen.SetEMatrix(bad));
+        EXPECT_EQ(eigen.GetSorted(after, false), n);
+        EXPECT_TRUE(SameBits(after, actual));
+    }
+    std::vector<double> ordinary, afresh;
+    eigen.SetHMatrix(H);
+    EXPECT_FALSE(eigen.IsValidEMatrix());
+    eigen.Compute(ordinary);
+    MCEigenValues(H, 2.2e-16, 30).Compute(afresh);
+    EXPECT_TRUE(SameBits(ordinary, afresh));
+    EXPECT_FALSE(MCEigenValues(H, MCSymMatrix(n), 1e-12, 30).IsValidEMatrix());
+}
+
+// The example of docs/eigen.md.
+TEST(MCEigenValues, RepairsACorrelationMatrix)
+{
+    // Correlations that were computed from different cases need not fit together.
+    const std::vector<double> packed = {1.0, 0.9, 1.0, -0.9, 0.9, 1.0};
+    const MCSymMatrix correlations(3, packed);
+    MCEigenValues eigen(correlations, 1e-14, 30);
+    std::vector<double> values;
+    MCRectMatrix vectors;
+    if (eigen.GetSorted(values, vectors, true) < 3) return; // values: 1.9, 1.9, -0.8; vectors in columns
+
+    MCSymMatrix repaired;
+    bool changed = false;
+    eigen.GetPDHMatrix(1e-3, repaired, changed); // changed: -0.8 was raised to 1e-3
+
+    EXPECT_TRUE(Near(ToNaive(values), ToNaive(std::vector<double>{1.9, 1.9, -0.8}), 1e-14));
+    EXPECT_TRUE(changed);
+    EXPECT_NEAR(repaired.Trace(), 3.801, 1e-14);
+}
+
+TEST(MCEigenValues, TestsAndRepairsPositiveDefiniteness)
+{
+    const struct {
+        std::vector<double> triangle;
+        double eps;
+        bool isPD;
+        std::vector<double> repaired;
+    } cases[] = {
+        {{5e-7}, 0.0, false, {1e-6}},
+        {{5e-7}, 1e-7, true, {5e-7}},
+        {{1, 0, -1}, 0.1, false, {1, 0, 0.1}},
+        {{2, 1, 2}, 1.0 - 1e-12, true, {2, 1, 2}},
+        {{1, 2, 1}, std::numeric_limits<double>::quiet_NaN(), false, {1.5 + 5e-7, 1.5 - 5e-7, 1.5 + 5e-7}},
+    };
+    for (const auto& c : cases) {
+        const MCSymMatrix H = FromTriangle(c.triangle);
+        const MCSymMatrix E =
+            FromTriangle(c.triangle.size() == 1 ? std::vector<double>{4} : std::vector<double>{4, 1, 9});
+        for (const bool generalised : {false, true}) { // an E does not matter
+            MCEigenValues eigen(H, 1e-12, 30);
+            ASSERT_TRUE(!generalised || eigen.SetEMatrix(E));
+            bool isPD = !c.isPD, changed = c.isPD;
+            MCSymMatrix repaired;
+            EXPECT_TRUE(eigen.IsPDHMatrix(c.eps, isPD));
+            EXPECT_EQ(isPD, c.isPD);
+            EXPECT_TRUE(eigen.GetPDHMatrix(c.eps, repaired, changed));
+            EXPECT_EQ(changed, !c.isPD);
+            EXPECT_TRUE(Near(ToNaive(repaired), ToNaive(FromTriangle(c.repaired)), 1e-15));
+        }
+    }
+}
+
+TEST(MCEigenValues, RefusesBadSettingsAndSurvivesBadMatrices)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    MCEigenValues eigen(-1.0, 0);
+    EXPECT_EQ(eigen.GetTolerance(), 1e-12);
+    EXPECT_EQ(eigen.GetMaxIter(), 30);
+    for (const double t : {0.0, -1.0, nan}) EXPECT_FALSE(eigen.SetTolerance(t));
+    EXPECT_FALSE(eigen.SetMaxIter(0));
+    EXPECT_EQ(eigen.GetTolerance(), 1e-12);
+
+    // Order 0, NaN and infinities end, and are no success unless the values are.
+    TestRandom random(48);
+    std::vector<double> values{1.0};
+    MCRectMatrix vectors;
+    EXPECT_EQ(eigen.Compute(values, vectors), 0);
+    for (const int n : {1, 2, 12}) {
+        MCSymMatrix matrix = RandomSym(random, n);
+        for (const double bad : {nan, std::numeric_limits<double>::infinity()}) {
+            matrix.SetElem(n - 1, 0, bad);
+            eigen.SetHMatrix(matrix);
+            const int count = eigen.GetSorted(values, vectors, true);
+            EXPECT_TRUE(count < n || (n == 1 && values[0] == bad)) << n;
+        }
+    }
+}
+
+TEST(MCEigenValues, DisplayLabelsInOrder)
+{
+    const MCSymMatrix matrix = FromTriangle({4, 1, 3});
+    for (const bool generalised : {false, true}) {
+        MCEigenValues eigen(matrix, generalised ? matrix : MCSymMatrix(), 1e-12, 30);
+        DisplayCapture capture;
+        eigen.Display();
+        std::string text = "\n";
+        text += capture.Text();
+        std::size_t at = 0;
+        for (const std::string label : {"MCEigenValues display start",
+                                        "Number of rows",
+                                        "Tolerance",
+                                        "Maximum number of iterations",
+                                        "Compute eigenvectors indicator",
+                                        "Matrix H:",
+                                        "+Matrix E:",
+                                        "+fvEDiag",
+                                        "+Chol(E):",
+                                        "+Gen.Inverse of Chol(E):",
+                                        "+fmVHV:",
+                                        "+Rank of the E matrix",
+                                        "-Matrix E is identity",
+                                        "fmOrthInfo:",
+                                        "fvDiag3",
+                                        "fvSubdiag3",
+                                        "Number of computed eigenvalues",
+                                        "fvEigenVal",
+                                        "fmEigenVectors:",
+                                        "fvEigPairs",
+                                        "MCEigenValues display end"}) {
+            const bool marked = label[0] == '+' || label[0] == '-'; // with E only, without E only
+            if (marked && (label[0] == '+') != generalised) continue;
+            std::string line = "\n";
+            line += label.substr(marked);
+            at = text.find(line, at);
+            ASSERT_NE(at, std::string::npos) << label;
+        }
+        EXPECT_EQ(text.find("Chol(E)") != std::string::npos, generalised);
+    }
+}
