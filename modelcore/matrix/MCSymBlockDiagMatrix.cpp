@@ -199,10 +199,10 @@ bool MCSymBlockDiagMatrix::FindBlock(int i, int j, int& storage, int& row, int& 
 }
 
 // The values of v that belong to the rows of block b.
-std::vector<double> MCSymBlockDiagMatrix::ValuesOf(int b, const std::vector<double>& v) const
+void MCSymBlockDiagMatrix::CopyPart(int b, const std::vector<double>& v, std::vector<double>& part) const
 {
     const auto first = v.begin() + StartOf(b);
-    return {first, first + SizeOf(b)};
+    part.assign(first, first + SizeOf(b));
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -257,8 +257,14 @@ int MCSymBlockDiagMatrix::GetIndexLastInRow(int i) const
 
 int MCSymBlockDiagMatrix::LTChol(const std::vector<double>& refDiag, double tol, bool check)
 {
-    MCBitSet kept;
-    return LTChol(refDiag, tol, kept, check);
+    if (check && !internal::CholeskyArgumentsValid(refDiag, tol, GetNRows())) return -1;
+    int refused = 0;
+    std::vector<double> part;
+    for (int b = 0; b < GetNBlocks(); ++b) {
+        CopyPart(b, refDiag, part);
+        refused += Block(b).LTChol(part, tol, false);
+    }
+    return refused;
 }
 
 int MCSymBlockDiagMatrix::LTChol(const std::vector<double>& refDiag, double tol, MCBitSet& kept, bool check)
@@ -268,8 +274,10 @@ int MCSymBlockDiagMatrix::LTChol(const std::vector<double>& refDiag, double tol,
     kept.Clear();
     int refused = 0;
     MCBitSet keptOfBlock;
+    std::vector<double> part;
     for (int b = 0; b < GetNBlocks(); ++b) {
-        refused += Block(b).LTChol(ValuesOf(b, refDiag), tol, keptOfBlock, false);
+        CopyPart(b, refDiag, part);
+        refused += Block(b).LTChol(part, tol, keptOfBlock, false);
         for (int i = keptOfBlock.Next(0); i >= 0; i = keptOfBlock.Next(i + 1)) kept.Set(StartOf(b) + i);
     }
     return refused;
@@ -295,8 +303,10 @@ int MCSymBlockDiagMatrix::CholInverse(const std::vector<double>& refDiag, double
     MCSymBlockDiagMatrix inverse;
     inverse.CopyStructure(*this);
     int rank = 0;
+    std::vector<double> part;
     for (int b = 0; b < GetNBlocks(); ++b) {
-        const int rankOfBlock = Block(b).CholInverse(ValuesOf(b, refDiag), tol, inverse.Block(b));
+        CopyPart(b, refDiag, part);
+        const int rankOfBlock = Block(b).CholInverse(part, tol, inverse.Block(b));
         if (rankOfBlock < 0) return -1;
         rank += rankOfBlock;
     }
@@ -309,7 +319,8 @@ bool MCSymBlockDiagMatrix::LTSolve(const std::vector<double>& b, std::vector<dou
     std::vector<double> solution(fvBlockOfRow.size());
     std::vector<double> part;
     for (int k = 0; k < GetNBlocks(); ++k) {
-        Block(k).LTSolve(ValuesOf(k, b), part);
+        CopyPart(k, b, part);
+        Block(k).LTSolve(part, part);
         std::copy(part.begin(), part.end(), solution.begin() + StartOf(k));
     }
     x.swap(solution);

@@ -198,7 +198,7 @@ private:
     IMCSymMatrix& Block(int b);
     const IMCSymMatrix& Block(int b) const;
     BlockPart PartInBlock(int b, int first, int count) const;
-    std::vector<double> ValuesOf(int b, const std::vector<double>& v) const;
+    void CopyPart(int b, const std::vector<double>& v, std::vector<double>& part) const;
 
     void Swap(MCSymBlockDiagMatrix& other) noexcept;
     bool HasRoomFor(int order, int others) const;

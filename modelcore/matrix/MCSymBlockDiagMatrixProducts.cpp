@@ -58,7 +58,11 @@ const MCSymBlockDiagMatrix* MCSymBlockDiagMatrix::Alike(const IMCSymMatrix& othe
     }
     if (other.GetMatrixKind() != kDiagonalMatrix) return nullptr;
     const std::vector<double>& diagonal = static_cast<const MCDiagMatrix&>(other).AsVector();
-    for (int b = 0; b < GetNBlocks(); ++b) split.Append(MCDiagMatrix(ValuesOf(b, diagonal)));
+    std::vector<double> part;
+    for (int b = 0; b < GetNBlocks(); ++b) {
+        CopyPart(b, diagonal, part);
+        split.Append(MCDiagMatrix(part));
+    }
     return &split;
 }
 
