@@ -134,6 +134,19 @@ void RegisterCompute(int p, int rows)
     }
 }
 
+/// Time and memory as the rows grow: one block of 2000 rows, given to Update again and again.
+void RegisterScaling(int rows)
+{
+    constexpr int kBlock = 2000;
+    const auto data = std::make_shared<Data>(kBlock, 10);
+    const auto sums = std::make_shared<MCMath_930::MCMeansXProducts>(10, true, true, false);
+    peers::Add("MCMeansXProducts::Update, blocks of 2000/rows:" + std::to_string(rows), "modelcore",
+               {double(rows), "Mrow", 1e6}, [=] {
+                   sums->Clear();
+                   for (int r = 0; r < rows; r += kBlock) sums->Update(data->block, 0);
+               });
+}
+
 // ---------------------------------------------------------------------------------------------------------------------
 // One case at a time.
 
@@ -294,6 +307,7 @@ void RegisterContenders()
     RegisterCompute(50, 1000000);
     RegisterCompute(200, 100000);
     RegisterCompute(1000, 20000);
+    for (const int rows : {10000, 100000, 1000000, 10000000, 100000000}) RegisterScaling(rows);
     for (const int p : {10, 50, 200}) RegisterAddCase(p);
     RegisterPairs();
     RegisterMerge();
