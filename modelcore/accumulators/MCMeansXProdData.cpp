@@ -16,6 +16,8 @@ constexpr std::size_t kBatch = 64;
 
 } // namespace
 
+MCMeansXProdData::MCMeansXProdData() = default;
+
 MCMeansXProdData::MCMeansXProdData(int p, bool intercept) : fbIntercept(intercept)
 {
     SetNVars(p);
@@ -78,7 +80,10 @@ void MCMeansXProdData::Clear()
 void MCMeansXProdData::MakeRoom()
 {
     const std::size_t room = kBatch * (fvMeans.size() + 1);
-    if (fvWaiting.size() != room) fvWaiting.resize(room);
+    if (fvWaiting.size() == room) return;
+    auto sums = std::make_unique<internal::ProductSums>(internal::WeightedRows{nullptr, 0, kBatch, fnVars, 1});
+    fvWaiting.resize(room);
+    fSums = std::move(sums);
 }
 
 double* MCMeansXProdData::WaitingTerm()
@@ -105,7 +110,7 @@ MCSymMatrix& MCMeansXProdData::XProds() const
     if (fnWaiting > 0) {
         const std::size_t p = fvMeans.size();
         const internal::WeightedRows terms{fvWaiting.data(), p + 1, fnWaiting, fnVars, 1};
-        internal::ProductSums(terms).Add(terms, std::vector<double>(p), fXProds);
+        fSums->Add(terms, nullptr, fXProds);
         fnWaiting = 0;
     }
     return fXProds;
@@ -115,7 +120,7 @@ bool MCMeansXProdData::AddCase(const std::vector<double>& x, double w)
 {
     if (x.size() < fvMeans.size()) return false;
     if (w == 0.0) return true; // in an empty accumulator w/W' would be 0/0
-    MakeRoom();
+    MakeRoom();                // while nothing has changed: it may throw
     const double total = fdNCases + w;
     const double share = w / total;
     const std::size_t p = fvMeans.size();

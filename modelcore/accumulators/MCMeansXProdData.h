@@ -6,11 +6,13 @@
 
 #include <cstddef>
 #include <iosfwd>
+#include <memory>
 #include <vector>
 
 namespace MCMath_930 {
 
 namespace internal {
+class ProductSums;
 class StateReader;
 class StateWriter;
 } // namespace internal
@@ -31,7 +33,7 @@ class StateWriter;
 class MODELCORE_EXPORT MCMeansXProdData {
 public:
     /// No variables; with the intercept.
-    MCMeansXProdData() = default;
+    MCMeansXProdData();
 
     /// p variables and no cases yet; no variables when p is not an order that a packed matrix can have.
     MCMeansXProdData(int p, bool intercept);
@@ -137,6 +139,7 @@ private:
     mutable MCSymMatrix fXProds;
     mutable std::vector<double> fvWaiting; // terms not yet added: rows of d, each followed by its f
     mutable std::size_t fnWaiting = 0;
+    std::unique_ptr<internal::ProductSums> fSums; // room to add them in; made with that for the terms
 };
 
 } // namespace MCMath_930

@@ -78,13 +78,12 @@ bool MCMeansXProducts::Compute(const MCRectMatrix& X, int nRows)
     internal::WeightedRows block;
     if (!ReadBlock(X, nRows, block)) return false;
     internal::ProductSums sums(block);
-    const std::vector<double> origin(fvMeans.size());
     Clear();
     ComputeMeans(block);
     if (fdNCases == 0.0)
         Clear(); // of what values may have left in the means
     else
-        sums.Add(block, fbIntercept ? fvMeans : origin, XProds());
+        sums.Add(block, fbIntercept ? fvMeans.data() : nullptr, XProds());
     return true;
 }
 
@@ -117,9 +116,8 @@ bool MCMeansXProducts::UpdateOnePass(const MCRectMatrix& X, int nRows)
     internal::WeightedRows block;
     if (fvOnePassSums.size() != fvMeans.size() || !ReadBlock(X, nRows, block)) return false;
     internal::ProductSums sums(block);
-    const std::vector<double> origin(fvMeans.size());
     fdOnePassNCases = AddWeightedRows(block, fdOnePassNCases, fvOnePassSums, [](const double*) {});
-    sums.Add(block, origin, fOnePassXProds);
+    sums.Add(block, nullptr, fOnePassXProds);
     return true;
 }
 

@@ -17,7 +17,7 @@ constexpr int kColumnsAtOnce = 512; // the deviations of as many columns stay in
 
 // What stands beside the last line and the last column is of no account, since its products go to elements that do not
 // exist; but it is read, and some bit patterns would be slow.
-ProductSums::ProductSums(const WeightedRows& block)
+ProductSums::ProductSums(const WeightedRows& block) : fvZeros(static_cast<std::size_t>(block.nVars))
 {
     const int rows = static_cast<int>(std::min<std::size_t>(block.nRows, kRowsAtOnce));
     const int strips = (std::min(block.nVars, kColumnsAtOnce) + kTileWidth - 1) / kTileWidth;
@@ -30,8 +30,9 @@ ProductSums::ProductSums(const WeightedRows& block)
     if (strips > 0) std::fill_n(fRight + (strips - 1) * strip, strip, 0.0);
 }
 
-void ProductSums::Add(const WeightedRows& block, const std::vector<double>& means, MCSymMatrix& xProds)
+void ProductSums::Add(const WeightedRows& block, const double* means, MCSymMatrix& xProds) noexcept
 {
+    const double* const origin = means != nullptr ? means : fvZeros.data();
     double weights[kRowsAtOnce];
     for (std::size_t row = 0; row < block.nRows; row += kRowsAtOnce) {
         const double* const rows = block.Row(row);
@@ -39,10 +40,10 @@ void ProductSums::Add(const WeightedRows& block, const std::vector<double>& mean
         block.GetWeights(row, static_cast<std::size_t>(count), weights);
         for (int w0 = 0; w0 < block.nVars; w0 += kColumnsAtOnce) {
             const int width = std::min(kColumnsAtOnce, block.nVars - w0);
-            PackDifferences(fRight, rows + w0, block.stride, means.data() + w0, width, count);
+            PackDifferences(fRight, rows + w0, block.stride, origin + w0, width, count);
             for (int first = w0 / kTileLines * kTileLines; first < block.nVars; first += kTileLines) {
                 const int lines = std::min(kTileLines, block.nVars - first);
-                PackWeightedDifferences(fLeft, rows + first, block.stride, means.data() + first, weights, lines, count);
+                PackWeightedDifferences(fLeft, rows + first, block.stride, origin + first, weights, lines, count);
                 AddProductToLines([&](int r) { return xProds.GetRowPtr(first + r) + w0; },
                                   [&](int r) { return std::clamp(first + r + 1 - w0, 0, width); }, lines, fLeft, fRight,
                                   count);

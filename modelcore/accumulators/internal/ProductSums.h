@@ -38,9 +38,11 @@ public:
 
     /// xProds(i,j) += (w*(x_i - m_i))*(x_j - m_j) for each row of the block in order, each operation rounded. The
     /// intermediate sums are those of the plain loop, element by element.
-    void Add(const WeightedRows& block, const std::vector<double>& means, MCSymMatrix& xProds);
+    /// @param means  null: zeros
+    void Add(const WeightedRows& block, const double* means, MCSymMatrix& xProds) noexcept;
 
 private:
+    std::vector<double> fvZeros;
     std::unique_ptr<double[]> fRoom;
     double* fLeft;
     double* fRight;
