@@ -5,11 +5,7 @@
 #define LOADED_EXPORT __attribute__((visibility("default")))
 #endif
 
-extern "C" {
-extern LOADED_EXPORT const int loadedAnswer = 42;
-
-LOADED_EXPORT double LoadedCube(double x)
+extern "C" LOADED_EXPORT double LoadedCube(double x)
 {
     return x * x * x;
-}
 }

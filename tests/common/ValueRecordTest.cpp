@@ -1,8 +1,6 @@
 #include "modelcore/common/ValueRecord.h"
-#include "support/DisplayCapture.h"
 #include "support/Random.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cctype>
@@ -14,7 +12,6 @@
 
 using MCCommon_930::Value;
 using MCCommon_930::ValueRecord;
-using ::testing::ElementsAre;
 
 namespace {
 
@@ -56,21 +53,23 @@ public:
 
 } // namespace
 
-TEST(ValueRecord, NamesAreBytesAndLookupIsExact)
+TEST(ValueRecord, LookupIsExactAndWritingOutsideIsLost)
 {
-    const ValueRecord record = Person();
+    ValueRecord record = Person();
     EXPECT_EQ(Dump(record), "name=Ada;age=36;=0.5;Age=;");
     EXPECT_EQ(record.IndexOf("AGE"), -1);
     EXPECT_FALSE(record.Contains("age "));
-    EXPECT_EQ(record.Get("age").GetInteger(), 36);
     EXPECT_EQ(record.Get("").GetReal(), 0.5);
-    EXPECT_TRUE(record.Get("unknown").IsNull());
-    EXPECT_TRUE(record["unknown"].IsNull());
-    for (const int outside : {-1, 4}) {
-        EXPECT_TRUE(record.Get(outside).IsNull());
-        EXPECT_TRUE(record[outside].IsNull());
-        EXPECT_EQ(record.GetName(outside), "");
-    }
+    EXPECT_TRUE(record.Get("unknown").IsNull() && std::as_const(record)["unknown"].IsNull());
+    for (const int outside : {-1, 4})
+        EXPECT_TRUE(record.Get(outside).IsNull() && std::as_const(record)[outside].IsNull() &&
+                    record.GetName(outside).empty());
+    record["age"] = 50;
+    record[0] = "Bea";
+    record["unknown"] = 1;
+    record[4] = 1;
+    EXPECT_TRUE(record[-1].IsNull()); // what was written there before is gone
+    EXPECT_EQ(Dump(record), "name=Bea;age=50;=0.5;Age=;");
 }
 
 // Names that share their first bytes, with zeros and the highest byte among them, added and removed at random.
@@ -124,8 +123,7 @@ TEST(ValueRecord, AddReplacesInPlaceAndRemoveRenumbers)
     EXPECT_EQ(record.Add("last", record[0]), 4); // a value of the record itself
     EXPECT_EQ(Dump(record), "name=Ada;age=forty;=0.5;Age=;last=Ada;");
     EXPECT_FALSE(record.Remove("unknown"));
-    EXPECT_TRUE(record.Remove("age"));
-    EXPECT_TRUE(record.Remove("last"));
+    EXPECT_TRUE(record.Remove("age") && record.Remove("last"));
     EXPECT_EQ(Dump(record), "name=Ada;=0.5;Age=;");
     EXPECT_EQ(record.Add("age", 1), 3);
 
@@ -139,20 +137,7 @@ TEST(ValueRecord, AddReplacesInPlaceAndRemoveRenumbers)
     EXPECT_EQ(Dump(record), "name=;=;Age=;age=;z=;");
     EXPECT_TRUE(record[0].IsNull());
     record.Clear();
-    EXPECT_EQ(record.Size(), 0);
-    EXPECT_FALSE(record.Contains("name"));
-    EXPECT_EQ(record.Add("new", 1), 0);
-}
-
-TEST(ValueRecord, WritingOutsideIsLost)
-{
-    ValueRecord record = Person();
-    record["age"] = 50;
-    record[0] = "Bea";
-    record["unknown"] = 1;
-    record[4] = 1;
-    EXPECT_TRUE(record[-1].IsNull()); // what was written there before is gone
-    EXPECT_EQ(Dump(record), "name=Bea;age=50;=0.5;Age=;");
+    EXPECT_TRUE(record.Size() == 0 && !record.Contains("name") && record.Add("new", 1) == 0);
 }
 
 TEST(ValueRecord, CopiesAreDeepAndMovesLeaveNothing)
@@ -162,7 +147,6 @@ TEST(ValueRecord, CopiesAreDeepAndMovesLeaveNothing)
     record["name"] = "changed";
     EXPECT_EQ(Dump(copy), Dump(Person()));
     ValueRecord moved(std::move(copy));
-    EXPECT_EQ(Dump(moved), Dump(Person()));
     EXPECT_EQ(Dump(copy), ""); // NOLINT(bugprone-use-after-move): emptiness is what is promised
     copy = std::move(moved);
     moved = copy;
@@ -174,18 +158,6 @@ TEST(ValueRecord, RedefinedLookupReachesEveryOperation)
     CaselessRecord record;
     record.Add("age", 36);
     EXPECT_EQ(record.Add("AGE", 37), 0);
-    EXPECT_TRUE(record.Contains("Age"));
-    EXPECT_EQ(record.Get("Age").GetInteger(), 37);
-    EXPECT_EQ(record["aGe"].GetInteger(), 37);
-    EXPECT_TRUE(record.SetValue("AGE", 38));
-    EXPECT_TRUE(record.Remove("AGE"));
-    EXPECT_EQ(record.Size(), 0);
-}
-
-TEST(ValueRecord, DisplayHasOneLinePerField)
-{
-    DisplayCapture capture;
-    Person().Display();
-    EXPECT_EQ(capture.Text(), "ValueRecord display start\nNumber of fields: 4\nname: Ada\nage: 36\n: 0.5\nAge: null\n"
-                              "ValueRecord display end\n");
+    EXPECT_TRUE(record.Contains("Age") && record.Get("Age") == 37 && record["aGe"] == 37);
+    EXPECT_TRUE(record.SetValue("AGE", 38) && record.Remove("AGE") && record.Size() == 0);
 }

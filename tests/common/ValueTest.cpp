@@ -10,7 +10,6 @@
 #include <cmath>
 #include <cstdint>
 #include <functional>
-#include <limits>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -21,7 +20,6 @@
 using MCCommon_930::MCException;
 using MCCommon_930::Value;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 namespace {
 
@@ -35,7 +33,7 @@ std::string Thrown(const std::function<void()>& action)
     try {
         action();
     } catch (const MCException& exception) {
-        return std::to_string(exception.GetCode()) + " " + exception.GetMessage();
+        return std::to_string(exception.GetCode()) + " " + exception.what();
     }
     return "";
 }
@@ -46,57 +44,40 @@ std::vector<Value> OneOfEach()
     return {Value(), Value(true), Value(-7), Value(2.5), Value("text"), Array({1, "a"}), Map({{"k", 1}})};
 }
 
-static_assert(sizeof(Value) == 16);
-static_assert(std::is_nothrow_move_constructible_v<Value> && std::is_nothrow_move_assignable_v<Value>);
 static_assert(!std::is_constructible_v<Value, const int*>, "a pointer must not become a bool");
 
 } // namespace
 
-TEST(Value, ConstantsHaveTheirBits)
+TEST(Value, ConstantsHaveTheirBitsAndMissingIsNullOrTheOneReal)
 {
     EXPECT_EQ(std::bit_cast<std::uint64_t>(Value::SYSMISVALUE), 0xFFEFFFFFFFFFFFFFu);
-    EXPECT_EQ(std::bit_cast<std::uint64_t>(Value::MCVALUE_INFINITY), 0x7FF0000000000000u);
     EXPECT_EQ(std::bit_cast<std::uint64_t>(Value::EPSILON), 0x3CB00001DD9DC7D3u);
-    EXPECT_EQ(Value::GetSysmisValue(), Value::SYSMISVALUE);
-    EXPECT_EQ(Value::GetInfinity(), Value::MCVALUE_INFINITY);
-    EXPECT_EQ(MCCommon_930::MCMV::gMissingValue, Value::SYSMISVALUE);
-    EXPECT_TRUE(Value::NULL_VALUE.IsNull());
-    EXPECT_FALSE(Value::BOOL_VALUE.GetBool());
-    EXPECT_EQ(Value::INTEGER_VALUE.GetInteger(), 0);
-    EXPECT_TRUE(Value::REAL_VALUE.IsSystemMissingValue());
-    EXPECT_EQ(Value::STRING_VALUE.GetStringRef(), "");
-}
+    EXPECT_TRUE(Value::REAL_VALUE.IsSystemMissingValue() && Value::STRING_VALUE.GetStringRef().empty());
 
-TEST(Value, ConstructionAndAssignmentTakeTheTypeOfTheirArgument)
-{
-    const std::string zeros("a\0b", 3);
-    EXPECT_EQ(Value(INT_MIN).GetInteger(), -2147483648LL); // sign-extended
-    EXPECT_EQ(Value(INT_MAX).GetInteger(), 2147483647LL);
-    EXPECT_EQ(Value(LLONG_MIN).GetInteger(), LLONG_MIN);
-    EXPECT_EQ(Value(zeros).GetString(), zeros);
-    EXPECT_EQ(Value(static_cast<const char*>(nullptr)).GetStringRef(), "");
-
-    for (Value value : OneOfEach()) { // whatever it held before
-        EXPECT_EQ((value = true).GetType(), 1);
-        EXPECT_EQ((value = -1).GetInteger(), -1);
-        EXPECT_EQ((value = 5LL).GetType(), 2);
-        EXPECT_EQ((value = 1.5).GetType(), 3);
-        EXPECT_EQ((value = "literal").GetType(), 4);
-        value.SetValue(zeros);
-        EXPECT_EQ(value.GetStringRef().size(), 3u);
-    }
-}
-
-TEST(Value, MissingIsNullOrTheOneReal)
-{
     EXPECT_TRUE(Value().IsMissing() && !Value().IsSystemMissingValue() && !Value().IsNumericValue());
     const Value missing(Value::SYSMISVALUE);
     EXPECT_TRUE(missing.IsMissing() && missing.IsSystemMissingValue() && missing.IsNumericValue());
-    for (const double real : {-Value::MCVALUE_INFINITY, std::nan(""), std::nextafter(Value::SYSMISVALUE, 0.0), 0.0})
+    constexpr double kInf = Value::MCVALUE_INFINITY;
+    for (const double real : {-kInf, kInf, std::nan(""), std::nextafter(missing.GetReal(), 0.0), -missing.GetReal()})
         EXPECT_TRUE(!Value(real).IsMissing() && Value(real).IsNumericValue()) << real;
     EXPECT_TRUE(!Value(0).IsMissing() && Value(0).IsNumericValue());
     for (const Value& value : {Value(false), Value(""), Array({Value()})})
         EXPECT_TRUE(!value.IsMissing() && !value.IsNumericValue()) << value;
+}
+
+TEST(Value, AssignmentTakesTheTypeOfItsArgument)
+{
+    const std::string zeros("a\0b", 3);
+    EXPECT_EQ(Value(INT_MIN).GetInteger(), -2147483648LL); // sign-extended
+    EXPECT_EQ(Value(static_cast<const char*>(nullptr)).GetStringRef(), "");
+    for (Value value : OneOfEach()) { // whatever it held before
+        EXPECT_EQ((value = true).GetType(), 1);
+        EXPECT_EQ((value = -1).GetInteger(), -1);
+        EXPECT_EQ((value = 1.5).GetType(), 3);
+        EXPECT_EQ((value = "literal").GetType(), 4);
+        value.SetValue(zeros);
+        EXPECT_EQ(value.GetStringRef(), zeros);
+    }
 }
 
 TEST(Value, OtherTypesAreRefusedAndNothingIsConverted)
@@ -115,8 +96,8 @@ TEST(Value, OtherTypesAreRefusedAndNothingIsConverted)
         {5, [](const Value& v) { v[0]; }, kNoArray, [](Value& v) { v[0] = 1; }},
         {6, [](const Value& v) { v["k"]; }, kWrongType, [](Value& v) { v["k"] = 1; }},
     };
-    const char* const fromNull[] = {"",  "true", "3",         "0.5",
-                                    "x", "[1]",  "{\"k\": 1}"}; // null is 0.0, not missing, at first
+    // Null is 0.0, not missing, at first.
+    const char* const fromNull[] = {"", "true", "3", "0.5", "x", "[1]", "{\"k\": 1}"};
     for (const Value& value : OneOfEach()) {
         SCOPED_TRACE(value.GetString());
         const int type = value.GetType();
@@ -135,12 +116,12 @@ TEST(Value, OtherTypesAreRefusedAndNothingIsConverted)
     }
     EXPECT_EQ(Value().GetReal(), Value::SYSMISVALUE);
     const Value integer = -7;
-    const std::string text = integer; // as text of any type renders
+    const std::string text = integer; // any type renders as text
     EXPECT_EQ(text, "-7");
     EXPECT_EQ(Thrown([&] { Value(integer).Resize(2); }), kWrongType);
 }
 
-TEST(Value, AssertionsConvertOnlyWhereTheySaySo)
+TEST(Value, AssertionsConvertAndClearingResets)
 {
     for (std::uint16_t tag = 0; tag <= 6; ++tag) {
         Value null;
@@ -153,139 +134,89 @@ TEST(Value, AssertionsConvertOnlyWhereTheySaySo)
     EXPECT_EQ(Thrown([&] { wrongTag.AssertTypeOrInvalid(7); }), kWrongType);
     EXPECT_TRUE(wrongTag.IsNull());
 
+    const char* const cleared[] = {"", "false", "0", "-1.7976931348623157e+308", "", "[]", "{}"};
     for (Value value : OneOfEach()) {
-        const bool wasMap = value.GetType() == 6;
-        value.AssertMap(); // discards what is no map
-        EXPECT_EQ(value.GetType(), 6);
-        EXPECT_EQ(value.Size(), wasMap ? 1 : 0);
+        const int type = value.GetType();
+        Value map(value);
+        map.AssertMap(); // discards what is no map
+        EXPECT_TRUE(map.GetType() == 6 && map.Size() == (type == 6 ? 1 : 0));
+        value.ClearValue(); // back to the prototype of the type
+        EXPECT_TRUE(value.GetType() == type && value.GetString() == cleared[type]) << value;
+        value.Clear();
+        EXPECT_TRUE(value.IsNull());
     }
 }
 
-TEST(Value, ArraysGrowAtTheirEnd)
+TEST(Value, ArraysGrowAtTheirEndAndMapsKeepByteOrder)
 {
     Value array;
     array[0] = 1;
     array[1]; // an index equal to the size appends null
     EXPECT_EQ(array.GetString(), "[1, null]");
     const Value& constant = array;
-    EXPECT_TRUE(constant[2].IsNull());
-    EXPECT_EQ(constant.Size(), 2);
-    EXPECT_EQ(Thrown([&] { constant.AssertArray(2); }), "");
+    EXPECT_TRUE(constant[2].IsNull() && constant.Size() == 2);
     for (const int index : {-1, 3, INT_MAX, INT_MIN}) {
-        EXPECT_EQ(Thrown([&] { constant.AssertArray(index); }), kOutside) << index;
         EXPECT_EQ(Thrown([&] { constant[index]; }), kOutside) << index;
         EXPECT_EQ(Thrown([&] { array[index]; }), kOutside) << index;
     }
-    array.Resize(4);
-    EXPECT_EQ(array.GetString(), "[1, null, null, null]");
+    array.Resize(3);
+    EXPECT_EQ(array.GetString(), "[1, null, null]");
     array.Resize(1);
     EXPECT_EQ(array.GetString(), "[1]");
     array.Resize(-3);
-    EXPECT_EQ(array.GetString(), "[]");
+    EXPECT_EQ(array.Size(), 0);
+
+    const Value map = Map({{"b", 2}, {"B", 1}, {"", "empty"}});
+    EXPECT_THAT(map.Names(), ElementsAre("", "B", "b"));
+    EXPECT_TRUE(map["unknown"].IsNull() && map.Size() == 3); // reading made no entry
+    EXPECT_TRUE(map.Contains("") && !map.Contains("unknown"));
 }
 
-TEST(Value, MapsKeepKeysInByteOrder)
-{
-    Value map;
-    map["b"] = 2;
-    map["B"] = 1;
-    map[""] = "empty";
-    map[std::string("b\0", 2)];
-    EXPECT_THAT(map.Names(), ElementsAre("", "B", "b", std::string("b\0", 2)));
-    const Value& constant = map;
-    EXPECT_TRUE(constant["unknown"].IsNull());
-    EXPECT_EQ(constant.Size(), 4); // reading made no entry
-    EXPECT_TRUE(constant.Contains("") && !constant.Contains("unknown"));
-    EXPECT_EQ(constant["B"].GetInteger(), 1);
-}
-
-TEST(Value, ClearValueResetsToThePrototypeClearToNull)
-{
-    const char* const expected[] = {"", "false", "0", "-1.7976931348623157e+308", "", "[]", "{}"};
-    for (Value value : OneOfEach()) {
-        const int type = value.GetType();
-        value.ClearValue();
-        EXPECT_EQ(value.GetType(), type);
-        EXPECT_EQ(value.GetString(), expected[type]);
-        value.Clear();
-        EXPECT_TRUE(value.IsNull());
-        value.Invalidate();
-        EXPECT_TRUE(value.IsNull());
-    }
-}
-
-TEST(Value, CopiesAreDeepAndMovesLeaveNull)
+TEST(Value, CopiesAreDeepAndTheSourceMayBePartOfTheTarget)
 {
     Value original = Array({"text", Map({{"k", Array({1})}})});
     Value copy(original);
     const std::unique_ptr<Value> clone(original.Clone());
     static_cast<std::string&>(original[0]) = "changed";
     original[1]["k"][0] = 99;
-    EXPECT_EQ(copy.GetString(), R"(["text", {"k": [1]}])");
-    EXPECT_EQ(clone->GetString(), copy.GetString());
+    EXPECT_EQ(clone->GetString(), R"(["text", {"k": [1]}])");
     const Value moved(std::move(copy));
     EXPECT_TRUE(copy.IsNull()); // NOLINT(bugprone-use-after-move): null is what is promised
     EXPECT_EQ(moved.GetString(), clone->GetString());
-}
 
-TEST(Value, SourceMayBePartOfTheTarget)
-{
     Value value = Array({Array({"inner", 2}), 3});
     value = value[0];
     EXPECT_EQ(value.GetString(), R"(["inner", 2])");
     value = std::move(value[0]);
-    EXPECT_EQ(value.GetString(), "inner");
     value = value.GetStringRef().c_str() + 2;
-    EXPECT_EQ(value.GetString(), "ner");
     value = *&value;
     EXPECT_EQ(value.GetString(), "ner");
-
     Value outer = Array({1});
     outer[1] = outer; // a copy of the whole into its own element
     EXPECT_EQ(outer.GetString(), "[1, [1, null]]");
-    outer.SetValue(outer[1][0].GetString());
-    EXPECT_EQ(outer.GetString(), "1");
-    Value map = Map({{"k", "v"}});
-    map = map["k"].GetStringRef();
-    EXPECT_EQ(map.GetString(), "v");
 }
 
 TEST(Value, TextIsUnambiguousAndReadsBack)
 {
-    struct Case {
-        Value value;
-        const char* text;
-    };
-    const Case cases[] = {
+    const std::pair<Value, const char*> cases[] = {
         {Value(0.1), "0.1"},
         {Value(-0.0), "-0"},
-        {Value(5.0), "5"},
-        {Value(1e15), "1000000000000000"},
         {Value(1e16), "1e+16"},
-        {Value(1e-5), "0.00001"},
         {Value(1e-6), "1e-06"},
         {Value(0.1 + 0.2), "0.30000000000000004"},
-        {Value(9007199254740993.0), "9007199254740992"},
         {Value(4.9406564584124654e-324), "5e-324"},
         {Value(Value::MCVALUE_INFINITY), "inf"},
-        {Value(-Value::MCVALUE_INFINITY), "-inf"},
         {Value(-std::nan("")), "nan"},
         {Value(LLONG_MIN), "-9223372036854775808"},
         {Value("quote\" and \\"), "quote\" and \\"},
-        {Array({}), "[]"},
         {Array({Value(), true, "a\"b\\c\n\x01", Array({}), Map({})}), R"([null, true, "a\"b\\c\n\u0001", [], {}])"},
         {Array({Value(std::string("z\0", 2)), "\xE9"}), "[\"z\\u0000\", \"\xE9\"]"},
         {Map({{"b", 1}, {"a \"", Array({Map({{"", 0.5}}), 2})}}), R"({"a \"": [{"": 0.5}, 2], "b": 1})"},
     };
-    for (const Case& c : cases) {
-        EXPECT_EQ(c.value.GetString(), c.text);
-        std::ostringstream displayed;
-        displayed << c.value;
-        EXPECT_EQ(displayed.str(), c.text);
-    }
-    std::ostringstream null;
-    Value().Display(null);
-    EXPECT_EQ(null.str(), "null");
+    for (const auto& [value, text] : cases) EXPECT_EQ(value.GetString(), text);
+    std::ostringstream displayed;
+    displayed << Value() << cases[0].first;
+    EXPECT_EQ(displayed.str(), "null0.1");
 }
 
 // Ten thousand levels would overflow the stack of anything that recurses with the frames of a sanitized build.
@@ -307,10 +238,7 @@ TEST(Value, DepthOfNestingIsNoLimit)
             deep = std::move(outer);
         }
         Value copy(deep);
-        EXPECT_TRUE(copy == deep);
-        EXPECT_FALSE(copy < deep);
-        EXPECT_TRUE(copy <= deep); // exponential in the depth if each level asked twice
-        EXPECT_TRUE(copy >= deep);
+        EXPECT_TRUE(copy == deep && copy <= deep && copy >= deep); // exponential in the depth if each level asked twice
         EXPECT_EQ(copy.GetString(), deep.GetString());
         EXPECT_EQ(copy.GetString().size(), maps ? 1u + kLevels * (6u + 17u) : 1u + kLevels * (16u));
 

@@ -6,12 +6,7 @@
 #include <string>
 #include <vector>
 
-using MCCommon_930::MCException;
-using MCCommon_930::MCMV;
-using MCCommon_930::MCStatus;
-using MCCommon_930::MCWarnings;
-using MCCommon_930::Value;
-using MCCommon_930::ValueRecord;
+using namespace MCCommon_930;
 
 TEST(ValuesPage, ValuesAndRecords)
 {
