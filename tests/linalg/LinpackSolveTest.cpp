@@ -1,4 +1,4 @@
-// Properties on random and on awkward matrices: residuals, inverses, determinants, inertia, condition, decompositions.
+// Properties on random and on awkward matrices: residuals, inverses, condition, singular values, what ends a loop.
 #include "modelcore/linalg/Linpack.h"
 
 #include "support/Random.h"
@@ -216,38 +216,6 @@ TEST(LinpackSolve, InverseTimesMatrixIsTheUnitMatrix)
     }
 }
 
-// A = L*D*trans(L) with L unit lower triangular of small integers: determinant and inertia are those of D, exactly
-// known.
-TEST(LinpackSolve, DeterminantAndInertiaOfKnownMatrices)
-{
-    constexpr int n = 40;
-    TestRandom random(11);
-    Doubles l(n * n), a(n * n);
-    for (int j = 0; j < n; ++j)
-        for (int i = j; i < n; ++i) l[At(i, j, n)] = i == j ? 1 : (i - j < 3 ? random.Below(3) - 1 : 0);
-    const auto d = [](int k) { return k % 3 == 0 ? -2.0 : k % 7 == 1 ? -1.0 : 1.0; };
-    double sign = 1.0, power = 0.0;
-    int negative = 0;
-    for (int k = 0; k < n; ++k) {
-        sign *= d(k) < 0 ? -1 : 1;
-        negative += d(k) < 0;
-        power += d(k) == -2.0;
-        for (int i = 0; i < n; ++i)
-            for (int j = 0; j < n; ++j) a[At(i, j, n)] += l[At(i, k, n)] * d(k) * l[At(j, k, n)];
-    }
-    const double expected = sign * std::exp2(power);
-    Integers pivots(n), inert(3);
-    Doubles det(2), work(n), copy = a;
-    EXPECT_EQ(Linpack::Dgefa(copy.data(), n, n, pivots.data()), 0);
-    Linpack::Dgedi(copy.data(), n, n, pivots.data(), det.data(), work.data(), 10);
-    EXPECT_NEAR(det[0] * std::pow(10.0, det[1]) / expected, 1.0, 1e-7);
-    copy = a;
-    EXPECT_EQ(Linpack::Dsifa(copy.data(), n, n, pivots.data()), 0);
-    Linpack::Dsidi(copy.data(), n, n, pivots.data(), det.data(), inert.data(), nullptr, 110);
-    EXPECT_NEAR(det[0] * std::pow(10.0, det[1]) / expected, 1.0, 1e-7);
-    EXPECT_EQ(inert, (Integers{n - negative, negative, 0}));
-}
-
 TEST(LinpackSolve, DeterminantScalesAndEndsForInfinity)
 {
     Doubles diagonal{1e-300, 0, 0, 1e-9}, det(2), work(2);
@@ -306,29 +274,6 @@ TEST(LinpackSolve, NaNAndInfinityEndEveryLoop)
             Linpack::Dsico(copy.data(), m, m, pivots.data(), z.data());
             Linpack::Dpofa(copy.data(), m, m);
         }
-}
-
-TEST(LinpackSolve, QrReproducesTheMatrixAndFindsItsRank)
-{
-    constexpr int n = 90, p = 50, rank = 20;
-    TestRandom random(2);
-    Doubles left = random.Vector(n * rank, -1, 1), right = random.Vector(rank * p, -1, 1), x0(n * p), aux(p), work(p);
-    for (int j = 0; j < p; ++j)
-        for (int i = 0; i < n; ++i)
-            for (int k = 0; k < rank; ++k) x0[At(i, j, n)] += left[At(i, k, n)] * right[At(k, j, rank)];
-    Doubles x = x0;
-    Integers jpvt(p, 0);
-    Linpack::Dqrdc(x.data(), n, n, p, aux.data(), jpvt.data(), work.data(), 1);
-    EXPECT_GT(std::fabs(x[At(rank - 1, rank - 1, n)]), 1e-3);
-    EXPECT_LT(std::fabs(x[At(rank, rank, n)]), 1e-12);
-    for (int j = 0; j < p; ++j) { // Q times column j of R is the column that jpvt names
-        Doubles column(n);
-        std::copy_n(x.data() + At(0, j, n), j + 1, column.data());
-        Linpack::Dqrsl(x.data(), n, n, p, aux.data(), column.data(), column.data(), nullptr, nullptr, nullptr, nullptr,
-                       10000);
-        for (int i = 0; i < n; ++i)
-            EXPECT_NEAR(column[Size(i)], x0[At(i, jpvt[Size(j)] - 1, n)], 1e-12) << i << " " << j;
-    }
 }
 
 TEST(LinpackSolve, SingularValuesAndVectors)
