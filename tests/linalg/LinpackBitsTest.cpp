@@ -162,7 +162,8 @@ TEST(LinpackBits, QrWithAndWithoutPivoting)
                                   {40, 33}, {64, 64}, {65, 66}, {20, 90}, {97, 97}, {130, 49}, {70, 130}};
     for (const Kind kind : {Kind::Dense, Kind::SignedZeros})
         for (const bool pivot : {false, true})
-            for (const auto& [n, p] : kShapes) {
+            for (const auto& shape : kShapes) {
+                const int n = shape[0], p = shape[1];
                 SCOPED_TRACE(testing::Message() << n << " x " << p << (pivot ? ", pivoted" : ""));
                 const Plain::Matrix start = Make(kind, n, p);
                 Plain::Matrix expected = start;

@@ -151,6 +151,15 @@ TEST(LinpackReference, IndefiniteDenseAndPacked)
     EXPECT_EQ(inertp, inert);
     ExpectNear(ap, {0.25, 0.25, -0.0576923076923077, 0, 0.153846153846154, -0.0769230769230769, -0.5,
                     0.0384615384615385, 0.230769230769231, 0.307692307692308});
+
+    Doubles blocks(7 * 7); // (0 k; k 0) for k = 1, 2, 3, and -2
+    for (std::size_t k = 1; k <= 3; ++k) blocks[2 * k - 2 + 7 * (2 * k - 1)] = static_cast<double>(k);
+    blocks[48] = -2.0;
+    kpvt.resize(7);
+    EXPECT_EQ(Linpack::Dsifa(blocks.data(), 7, 7, kpvt.data()), 0);
+    Linpack::Dsidi(blocks.data(), 7, 7, kpvt.data(), det.data(), inert.data(), nullptr, 110);
+    ExpectNear(det, {7.2, 1});
+    EXPECT_EQ(inert, (Integers{3, 4, 0}));
 }
 
 TEST(LinpackReference, Triangular)
