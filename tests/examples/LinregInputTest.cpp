@@ -1,7 +1,6 @@
 // What linreg does with input it cannot use, output it cannot write, and a user who stops it.
 #include "Linreg.h"
 
-#include <algorithm>
 #include <sstream>
 
 #include <pty.h>
@@ -12,8 +11,8 @@ const std::string kLongley = EXAMPLES_DATA "/longley.csv";
 
 struct BadCase {
     const char* name;
-    std::string data; // the text of data.csv; empty: there is no such file
-    std::vector<std::string> arguments;
+    std::string data;      // the text of data.csv; empty: there is no such file
+    std::string options;   // apart by blanks
     const char* complaint; // all of the line after "linreg: ", PATH standing for the path of data.csv
 };
 
@@ -32,69 +31,40 @@ std::string WithManyLevels()
 }
 
 const BadCase kBadCases[] = {
-    {"missing file", "", {"--target", "y"}, "PATH: cannot be opened: No such file or directory"},
-    {"unknown target", "y,x\n1,2\n", {"--target", "z"}, "PATH, line 1: there is no column 'z'"},
-    {"unknown predictor",
-     "y,x\n1,2\n",
-     {"--target", "y", "--predictors", "x,w"},
-     "PATH, line 1: there is no column 'w'"},
-    {"ambiguous name",
-     "y,x,x\n1,2,3\n",
-     {"--target", "y", "--predictors", "x"},
+    {"missing file", "", "--target y", "PATH: cannot be opened: No such file or directory"},
+    {"unknown target", "y,x\n1,2\n", "--target z", "PATH, line 1: there is no column 'z'"},
+    {"unknown predictor", "y,x\n1,2\n", "--target y --predictors x,w", "PATH, line 1: there is no column 'w'"},
+    {"ambiguous name", "y,x,x\n1,2,3\n", "--target y --predictors x",
      "PATH, line 1: more than one column is named 'x'"},
-    {"two roles", "y,x\n1,2\n", {"--target", "y", "--predictors", "x,y"}, "column 'y' is given two roles"},
-    {"factor without a role",
-     "y,x,g\n1,2,3\n",
-     {"--target", "y", "--predictors", "x", "--factors", "g"},
+    {"two roles", "y,x\n1,2\n", "--target y --predictors x,y", "column 'y' is given two roles"},
+    {"factor without a role", "y,x,g\n1,2,3\n", "--target y --predictors x --factors g",
      "--factors names 'g', which is not a predictor"},
-    {"no header", "\n\n", {"--target", "y"}, "PATH: no header row"},
-    {"ragged row", "y,x\n1,2\n\n1,2,3\n", {"--target", "y"}, "PATH, line 4: the row has 3 fields, the header 2"},
-    {"line numbers count lines inside quotes",
-     "y,x,\"t\r\nt\"\r\n1,2,\"a\r\nb\"\r\n1,2\r\n",
-     {"--target", "y"},
+    {"no header", "\n\n", "--target y", "PATH: no header row"},
+    {"ragged row", "y,x\n1,2\n\n1,2,3\n", "--target y", "PATH, line 4: the row has 3 fields, the header 2"},
+    {"line numbers count lines inside quotes", "y,x,\"t\r\nt\"\r\n1,2,\"a\r\nb\"\r\n1,2\r\n", "--target y",
      "PATH, line 5: the row has 2 fields, the header 3"},
-    {"text in a numeric column",
-     "y,x\n1,2\n2,3\n3,4x\n",
-     {"--target", "y"},
+    {"text in a numeric column", "y,x\n1,2\n2,3\n3,4x\n", "--target y",
      "PATH, line 4, column 2 (x): text '4x' in a column that was numeric; name it in --factors to take its values as "
      "names"},
-    {"text in the target",
-     "x,y\n1,abc\n",
-     {"--target", "y"},
+    {"text in the target", "x,y\n1,abc\n", "--target y",
      "PATH, line 2, column 2 (y): text 'abc' in the column of the target"},
-    {"text in a weight",
-     "y,x,w\n1,2,3\n2,3,many\n",
-     {"--target", "y", "--weight", "w"},
+    {"text in a weight", "y,x,w\n1,2,3\n2,3,many\n", "--target y --weight w",
      "PATH, line 3, column 3 (w): text 'many' in the column of the regression weight"},
-    {"out of range",
-     "y,x\n1,2\n2,1e999\n",
-     {"--target", "y"},
+    {"out of range", "y,x\n1,2\n2,1e999\n", "--target y",
      "PATH, line 3, column 2 (x): the number '1e999' is out of range"},
-    {"squares out of range",
-     "y,x\n1,2\n2,1e200\n3,4\n",
-     {"--target", "y"},
+    {"squares out of range", "y,x\n1,2\n2,1e200\n3,4\n", "--target y",
      "PATH: column 'x' has numbers too large to be squared and summed"},
-    {"quote not closed", "y,x\n1,2\n2,\"3\n4,5\n", {"--target", "y"}, "PATH, line 3: a quoted field is not closed"},
-    {"no cases",
-     "y,x,n\n1,,1\n2,3,0\n4,5,NA\n",
-     {"--target", "y", "--frequency", "n"},
+    {"quote not closed", "y,x\n1,2\n2,\"3\n4,5\n", "--target y", "PATH, line 3: a quoted field is not closed"},
+    {"no cases", "y,x,n\n1,,1\n2,3,0\n4,5,NA\n", "--target y --frequency n",
      "PATH: no cases are left: 3 rows, 1 with a missing value, 2 with a weight that is missing or not positive"},
-    {"too few cases",
-     "y,a,b\n1,2,3\n4,5,7\n",
-     {"--target", "y"},
+    {"too few cases", "y,a,b\n1,2,3\n4,5,7\n", "--target y",
      "PATH: fewer cases than parameters: 2 rows can be used for 3 parameters"},
-    {"too many levels",
-     WithManyLevels(),
-     {"--target", "y"},
+    {"too many levels", WithManyLevels(), "--target y",
      "PATH, line 85, column 21 (f19): the model has more than 5000 parameters"},
-    {"document over data",
-     "y,x\n1,2\n2,3\n3,5\n",
-     {"--target", "y", "--xml", "PATH"},
+    {"document over data", "y,x\n1,2\n2,3\n3,5\n", "--target y --xml PATH",
      "PATH: the document would replace the data"},
-    {"level outside 0 to 1", "y,x\n1,2\n", {"--target", "y", "--level", "95"}, "--level must lie between 0 and 1"},
-    {"unwritable document",
-     "y,x\n1,2\n2,3\n3,5\n",
-     {"--target", "y", "--xml", "/nowhere/fit.xml"},
+    {"level outside 0 to 1", "y,x\n1,2\n", "--target y --level 95", "--level must lie between 0 and 1"},
+    {"unwritable document", "y,x\n1,2\n2,3\n3,5\n", "--target y --xml /nowhere/fit.xml",
      "/nowhere/fit.xml: cannot be written: No such file or directory"},
 };
 
@@ -107,10 +77,9 @@ TEST(LinregBadInput, IsOneClearLineAndStatusTwoAndNothingIsWritten)
         const std::string document = folder.Write("fit.xml", "of an earlier run");
         const std::size_t files = folder.Count();
         std::vector<std::string> arguments = {path, "--threads", "2"};
-        arguments.insert(arguments.end(), bad.arguments.begin(), bad.arguments.end());
-        std::replace(arguments.begin(), arguments.end(), std::string("PATH"), path);
-        if (std::find(arguments.begin(), arguments.end(), "--xml") == arguments.end())
-            arguments.insert(arguments.end(), {"--xml", document});
+        std::istringstream options(bad.options);
+        for (std::string option; options >> option;) arguments.push_back(option == "PATH" ? path : option);
+        if (bad.options.find("--xml") == std::string::npos) arguments.insert(arguments.end(), {"--xml", document});
         const ProgramResult result = Linreg(arguments);
 
         std::string complaint = std::string("linreg: ") + bad.complaint + "\n";
