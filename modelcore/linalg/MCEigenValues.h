@@ -52,7 +52,7 @@ public:
     double GetTolerance() const { return fTolerance; }
 
     /// The largest number of QL sweeps for one eigenvalue. A large matrix whose eigenvalues spread over many orders of
-    /// magnitude needs more than 30 for the first: 240 at order 300 and a spread of 1e20.
+    /// magnitude needs more than 30 for the first: up to 240 at order 300 and a spread of 1e20.
     /// @return  false, and nothing changed, for m < 1
     bool SetMaxIter(int m);
     int GetMaxIter() const { return fnMaxIter; }

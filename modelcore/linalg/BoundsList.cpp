@@ -1,0 +1,55 @@
+// BoundsList: one pair of bounds for each dimension of an integral.
+#include "modelcore/linalg/BoundsList.h"
+
+#include "modelcore/common/MCDisplay.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace MCMath_930 {
+
+namespace {
+
+bool AreBounds(double lower, double upper)
+{
+    return !std::isnan(lower) && !std::isnan(upper) && !(std::isinf(lower) && lower == upper);
+}
+
+} // namespace
+
+bool BoundsList::Add(double lower, double upper)
+{
+    if (!AreBounds(lower, upper)) return false;
+    fvBounds.push_back({lower, upper});
+    return true;
+}
+
+bool BoundsList::Set(int i, double lower, double upper)
+{
+    if (i < 0 || i >= GetNDim() || !AreBounds(lower, upper)) return false;
+    fvBounds[static_cast<std::size_t>(i)] = {lower, upper};
+    return true;
+}
+
+bool BoundsList::IsFinite() const
+{
+    return std::all_of(fvBounds.begin(), fvBounds.end(),
+                       [](const Bounds& b) { return std::isfinite(b.lower) && std::isfinite(b.upper); });
+}
+
+void BoundsList::Display() const
+{
+    std::vector<double> lower;
+    std::vector<double> upper;
+    for (const Bounds& b : fvBounds) {
+        lower.push_back(b.lower);
+        upper.push_back(b.upper);
+    }
+    MCDisplay_930::DisplayStart("BoundsList");
+    MCDisplay_930::Display("Number of dimensions", GetNDim());
+    MCDisplay_930::Display("Lower bounds", lower);
+    MCDisplay_930::Display("Upper bounds", upper);
+    MCDisplay_930::DisplayEnd("BoundsList");
+}
+
+} // namespace MCMath_930

@@ -1,0 +1,50 @@
+// The bounds of an integral.
+#pragma once
+
+#include "modelcore/modelcore_export.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace MCMath_930 {
+
+/// A lower and an upper bound for each dimension of an integral, dimension 0 the outermost. A bound may be infinite. A
+/// lower bound above the upper one gives the integral the other sign.
+class MODELCORE_EXPORT BoundsList {
+public:
+    /// No dimension.
+    BoundsList() = default;
+
+    /// One dimension; none when Add refuses the bounds.
+    BoundsList(double lower, double upper) { Add(lower, upper); }
+
+    /// Appends a dimension. False, and nothing changed, when a bound is NaN or both are the same infinity.
+    bool Add(double lower, double upper);
+
+    /// Replaces the bounds of dimension i. False, and nothing changed, as for Add and for i outside [0, GetNDim()).
+    bool Set(int i, double lower, double upper);
+
+    void Clear() { fvBounds.clear(); }
+
+    int GetNDim() const { return static_cast<int>(fvBounds.size()); }
+
+    /// The bounds of dimension i, 0 <= i < GetNDim(); not checked.
+    double GetLower(int i) const { return fvBounds[static_cast<std::size_t>(i)].lower; }
+    double GetUpper(int i) const { return fvBounds[static_cast<std::size_t>(i)].upper; }
+
+    /// Whether both bounds of every dimension are finite.
+    bool IsFinite() const;
+
+    /// Writes the bounds to the diagnostic text stream.
+    void Display() const;
+
+private:
+    struct Bounds {
+        double lower;
+        double upper;
+    };
+
+    std::vector<Bounds> fvBounds;
+};
+
+} // namespace MCMath_930
