@@ -15,7 +15,7 @@ using MCCommon_930::MCMV;
 
 namespace {
 
-/// Asks for the slots of some rows that will be needed soon. Two streams and the reads between them are more than the
+/// Asks for the slots of a row that will be needed soon. Two streams and the reads between them are more than the
 /// processor's own foresight keeps up with; where a compiler has no such request nothing is lost but time.
 void Prefetch([[maybe_unused]] const int* indices, [[maybe_unused]] const double* values, [[maybe_unused]] int slots)
 {
@@ -26,58 +26,25 @@ void Prefetch([[maybe_unused]] const int* indices, [[maybe_unused]] const double
 #endif
 }
 
-/// How many rows ahead that is: about a kilobyte of values.
+/// How many rows ahead that is: about two kilobytes of values.
 int RowsAhead(int slots)
 {
-    return 1 + 128 / slots;
+    return 1 + 256 / std::max(slots, 1);
 }
 
-double DotSlots(const int* indices, const double* values, int slots, const double* v)
-{
-    double sum = 0.0;
-    for (int k = 0; k < slots; ++k)
-        if (indices[k] >= 0) sum += values[k] * v[indices[k]];
-    return sum;
-}
-
-/// Four rows without empty slots, side by side: each sum is a chain of dependent additions.
-void DotFullRows(const int* indices, const double* values, int slots, const double* v, double* out)
-{
-    const int *const i1 = indices + slots, *const i2 = i1 + slots, *const i3 = i2 + slots;
-    const double *const v1 = values + slots, *const v2 = v1 + slots, *const v3 = v2 + slots;
-    double sum0 = 0.0, sum1 = 0.0, sum2 = 0.0, sum3 = 0.0;
-    for (int k = 0; k < slots; ++k) {
-        sum0 += values[k] * v[indices[k]];
-        sum1 += v1[k] * v[i1[k]];
-        sum2 += v2[k] * v[i2[k]];
-        sum3 += v3[k] * v[i3[k]];
-    }
-    out[0] = sum0;
-    out[1] = sum1;
-    out[2] = sum2;
-    out[3] = sum3;
-}
-
-/// out[i] = row i times v. Empty slots come first in a row, so its first index says whether it has any.
+/// out[i] = row i times v. Empty slots come first in a row, so that the others need not be tested.
 void DotRows(const int* indices, const double* values, int slots, int rows, const double* v, double* out)
 {
-    constexpr int kRowsAtOnce = 4;
     const int ahead = RowsAhead(slots);
-    int i = 0;
-    for (; i + kRowsAtOnce <= rows; i += kRowsAtOnce) {
-        if (ahead + kRowsAtOnce <= rows - i) {
-            const std::ptrdiff_t offset = std::ptrdiff_t{ahead} * slots;
-            Prefetch(indices + offset, values + offset, kRowsAtOnce * slots);
-        }
-        if ((indices[0] | indices[slots] | indices[2 * slots] | indices[3 * slots]) >= 0)
-            DotFullRows(indices, values, slots, v, out + i);
-        else
-            for (int r = 0; r < kRowsAtOnce; ++r)
-                out[i + r] = DotSlots(indices + r * slots, values + r * slots, slots, v);
-        indices += kRowsAtOnce * slots;
-        values += kRowsAtOnce * slots;
+    for (int i = 0; i < rows; ++i, indices += slots, values += slots) {
+        if (ahead < rows - i)
+            Prefetch(indices + std::ptrdiff_t{ahead} * slots, values + std::ptrdiff_t{ahead} * slots, slots);
+        int k = 0;
+        while (k < slots && indices[k] < 0) ++k;
+        double sum = 0.0;
+        for (; k < slots; ++k) sum += values[k] * v[indices[k]];
+        out[i] = sum;
     }
-    for (; i < rows; ++i, indices += slots, values += slots) out[i] = DotSlots(indices, values, slots, v);
 }
 
 /// out += row i times v[i], for the rows in order.

@@ -262,6 +262,7 @@ TEST(MCSparseRectMatrix, NanReachesOnlyStoredElements)
     EXPECT_TRUE(std::isnan(out[0]) && out[1] == 2.0);
     ASSERT_TRUE(m.ComputeVR({nan, 1}, out));
     EXPECT_TRUE(std::isnan(out[0]) && out[1] == 2.0 && out[2] == 0.0);
+    EXPECT_TRUE(MCSparseRectMatrix().ComputeRV({}, out) && out.empty() && MCSparseRectMatrix().ComputeVR({}, out));
     const DisplayCapture capture;
     m.Display();
     EXPECT_TRUE(capture.Text().starts_with("MCSparseRectMatrix display start\nNumber of rows: 2\n"));
