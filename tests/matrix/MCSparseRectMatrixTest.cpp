@@ -62,14 +62,18 @@ TEST(MCSparseRectMatrix, EqualsTheDenseMatrix)
 {
     TestRandom random(301);
     constexpr int kFar = std::numeric_limits<int>::max();
-    for (const auto& [rows, cols, slots, by] : {std::tuple{0, 3, 2, 1},
-                                                {1, 1, 1, 0},
-                                                {5, 5, 2, 2},
-                                                {5, 5, 3, 0},
-                                                {9, 4, 4, -1},
-                                                {9, 4, 2, -kFar},
-                                                {4, 9, 3, kFar},
-                                                {23, 40, 5, -7}}) {
+    struct Shape {
+        int rows, cols, slots, by; // by how much rows and columns are shifted
+    };
+    for (const Shape& shape : {Shape{0, 3, 2, 1},
+                               {1, 1, 1, 0},
+                               {5, 5, 2, 2},
+                               {5, 5, 3, 0},
+                               {9, 4, 4, -1},
+                               {9, 4, 2, -kFar},
+                               {4, 9, 3, kFar},
+                               {23, 40, 5, -7}}) {
+        const int rows = shape.rows, cols = shape.cols, slots = shape.slots, by = shape.by;
         SCOPED_TRACE(::testing::Message() << rows << " x " << cols << ", " << slots << " slots");
         const MCRectMatrix truth = FewPerRow(random, rows, cols, slots);
         const MCRectMatrix right = RandomRect(random, cols, 7), left = RandomRect(random, 6, cols);
@@ -226,8 +230,8 @@ TEST(MCSparseRectMatrix, RowsGrowAndTheirPatternStays)
     MCSparseRectMatrix m(1, 5, 2);
     EXPECT_EQ(m.AddRow(pair), 1);
     EXPECT_EQ(m.AddRow(four, 1, 2), 2);
-    for (const auto& [first, count] : {std::pair{0, 1}, {0, 3}, {-1, 2}, {3, 2}, {2, 2}}) // the last reaches column 5
-        EXPECT_TRUE(Refuses(m, [&](MCSparseRectMatrix& s) { return s.AddRow(four, first, count) != -1; }));
+    for (const auto& part : {std::pair{0, 1}, {0, 3}, {-1, 2}, {3, 2}, {2, 2}}) // the last reaches column 5
+        EXPECT_TRUE(Refuses(m, [&](MCSparseRectMatrix& s) { return s.AddRow(four, part.first, part.second) != -1; }));
     EXPECT_TRUE(Refuses(m, [&](MCSparseRectMatrix& s) { return s.SetRow(2, pair) || s.SetRow(0, four); }));
     EXPECT_TRUE(Refuses(m, [](MCSparseRectMatrix& s) { return s.SetElem(0, 2, 1.0) || s.SetElem(2, 0, 0.0); }));
     EXPECT_TRUE(m.SetElem(0, 2, 0.0) && m.SetElem(1, 3, -3.0) && m.SetRow(0, pair));
