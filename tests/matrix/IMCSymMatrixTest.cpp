@@ -140,53 +140,45 @@ TEST_P(IMCSymMatrixTest, ProductsEqualTripleLoops)
         }
 }
 
-TEST_P(IMCSymMatrixTest, RowOperationsEqualLoopsOverTheFullMatrix)
+// All rows, and all parts of the rows; v is read as it stands and with an increment of 2.
+TEST_P(IMCSymMatrixTest, RowOperationsEqualProductsOfTheFullMatrix)
 {
     TestRandom random(102);
     const int n = 6;
     const std::unique_ptr<IMCSymMatrix> s = GetParam().make(random, n);
-    const Naive S = ToNaive(*s), L = S.Lower();
+    const MCSymMatrix other = RandomSym(random, n);
     const std::vector<double> v = random.Vector(2 * n, -1.0, 1.0);
-    const std::vector<double> start = random.Vector(2 * n, -1.0, 1.0);
+    const Naive S = ToNaive(*s), L = S.Lower(), V{n, 1, {v.begin(), v.begin() + n}};
+    Naive even{n, 1};
+    for (int i = 0; i < n; ++i) even.At(i, 0) = v[static_cast<std::size_t>(2 * i)];
     for (int i = 0; i < n; ++i) {
-        std::vector<double> row;
-        ASSERT_TRUE(s->GetRow(i, row));
-        std::vector<double> sum(start);
-        ASSERT_TRUE(s->IncrVecByRow(i, 0.5, sum));
-        long double product = 0.0L;
+        const Naive row = S.Part(i, 1, 0, n), column = S.Part(0, n, i, 1), lowerColumn = L.Part(0, n, i, 1);
+        std::vector<double> stored, sum(v), productWithL;
+        ASSERT_TRUE(s->GetRow(i, stored) && s->IncrVecByRow(i, 0.5, sum) &&
+                    s->ComputeSymRowByL(i, other, productWithL));
         for (int j = 0; j < n; ++j) {
-            EXPECT_EQ(row[static_cast<std::size_t>(j)], s->GetElem(j, i));
-            EXPECT_NEAR(sum[static_cast<std::size_t>(j)],
-                        static_cast<double>(start[static_cast<std::size_t>(j)] + 0.5L * S.At(i, j)), 1e-15);
-            product += S.At(i, j) * v[static_cast<std::size_t>(j)];
+            const auto at = static_cast<std::size_t>(j);
+            EXPECT_EQ(stored[at], s->GetElem(j, i));
+            EXPECT_DOUBLE_EQ(sum[at], v[at] + 0.5 * stored[at]);
+            EXPECT_NEAR(productWithL[at], static_cast<double>((ToNaive(other) * L).At(i, j)), 1e-14);
             EXPECT_NEAR(s->ComputeDotProduct2Rows(i, j), static_cast<double>((S * S).At(i, j)), 1e-14);
         }
-        EXPECT_NEAR(s->ComputeRowDotProductS(i, v), static_cast<double>(product), 1e-14);
-        MCSymMatrix other = RandomSym(random, n);
-        ASSERT_TRUE(s->ComputeSymRowByL(i, other, row));
-        for (int j = 0; j < n; ++j)
-            EXPECT_NEAR(row[static_cast<std::size_t>(j)], static_cast<double>((ToNaive(other) * L).At(i, j)), 1e-14);
-
+        EXPECT_NEAR(s->ComputeRowDotProductS(i, v), static_cast<double>((row * V).At(i, 0)), 1e-14);
         for (int first = 0; first <= n; ++first)
             for (int count = 0; count <= n - first; ++count) {
-                long double full = 0.0L, lower = 0.0L, lowerRow = 0.0L;
-                std::vector<double> column(start);
-                ASSERT_TRUE(s->UpdateDenseColumnPart(i, -2.0, column.data(), 2, first, count));
+                const auto dot = [&](const Naive& matrix, const Naive& vector) {
+                    return static_cast<double>((matrix.T() * vector.Part(first, count, 0, 1)).At(i, 0));
+                };
+                EXPECT_NEAR(s->DotProductColVecIIncrPart(i, v.data(), 2, first, count), dot(column, even), 1e-14);
+                EXPECT_NEAR(s->DotProductLColVecIIncrPart(i, v.data(), 2, first, count), dot(lowerColumn, even), 1e-14);
+                EXPECT_NEAR(s->DotProductLColDenseRowPart(i, v.data(), first, count), dot(lowerColumn, V), 1e-14);
+                std::vector<double> updated(v);
+                ASSERT_TRUE(s->UpdateDenseColumnPart(i, -2.0, updated.data(), 2, first, count));
                 for (int j = 0; j < n; ++j) {
-                    const bool inside = j >= first && j < first + count;
-                    const auto at = static_cast<std::size_t>(2 * j);
-                    EXPECT_NEAR(column[at], static_cast<double>(start[at] - (inside ? 2.0L : 0.0L) * L.At(j, i)),
+                    const long double x = j >= first && j < first + count ? L.At(j, i) : 0.0L;
+                    EXPECT_NEAR(updated[static_cast<std::size_t>(2 * j)], static_cast<double>(even.At(j, 0) - 2.0L * x),
                                 1e-15);
-                    full += inside ? S.At(j, i) * v[at] : 0.0L;
-                    lower += inside ? L.At(j, i) * v[at] : 0.0L;
-                    lowerRow += inside ? L.At(j, i) * v[static_cast<std::size_t>(j)] : 0.0L;
                 }
-                EXPECT_NEAR(s->DotProductColVecIIncrPart(i, v.data(), 2, first, count), static_cast<double>(full),
-                            1e-14);
-                EXPECT_NEAR(s->DotProductLColVecIIncrPart(i, v.data(), 2, first, count), static_cast<double>(lower),
-                            1e-14);
-                EXPECT_NEAR(s->DotProductLColDenseRowPart(i, v.data(), first, count), static_cast<double>(lowerRow),
-                            1e-14);
             }
     }
 }

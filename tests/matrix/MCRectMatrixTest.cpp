@@ -31,6 +31,23 @@ MCBitSet Bits(int size, const std::vector<int>& set)
     return bits;
 }
 
+/// A list of row numbers or of elements, whichever is wanted.
+template <class... T>
+auto List(T... values)
+{
+    struct Values {
+        std::vector<int> list;
+        operator std::vector<int>() const { return list; }
+        operator std::vector<double>() const { return {list.begin(), list.end()}; }
+    };
+    return Values{{values...}};
+}
+
+std::vector<const IMCRectMatrix*> Two(const IMCRectMatrix* first, const IMCRectMatrix* second)
+{
+    return {first, second};
+}
+
 /// Element (i, j) is 10*i + j.
 MCRectMatrix Places(int rows, int cols)
 {
@@ -115,16 +132,8 @@ TEST(MCRectMatrix, ShapeOperations)
     };
     const Case cases[] = {
         {"zero row", [](MCRectMatrix& m) { return m.AddRow() == 3; }, {{0, 1, 2}, {10, 11, 12}, {0, 0, 0}}},
-        {"row",
-         [](MCRectMatrix& m) {
-             return m.AddRow({7, 8, 9}) == 3;
-         },
-         {{0, 1, 2}, {10, 11, 12}, {7, 8, 9}}},
-        {"column",
-         [](MCRectMatrix& m) {
-             return m.AddColumn({7, 8}) == 4;
-         },
-         {{0, 1, 2, 7}, {10, 11, 12, 8}}},
+        {"row", [](MCRectMatrix& m) { return m.AddRow(List(7, 8, 9)) == 3; }, {{0, 1, 2}, {10, 11, 12}, {7, 8, 9}}},
+        {"column", [](MCRectMatrix& m) { return m.AddColumn(List(7, 8)) == 4; }, {{0, 1, 2, 7}, {10, 11, 12, 8}}},
         {"delete row", [](MCRectMatrix& m) { return m.DeleteOneRow(0); }, {{10, 11, 12}}},
         {"delete column", [](MCRectMatrix& m) { return m.DeleteOneCol(1); }, {{0, 2}, {10, 12}}},
         {"rows down", [](MCRectMatrix& m) { return m.ShiftRows(1); }, {{0, 0, 0}, {0, 1, 2}}},
@@ -133,30 +142,17 @@ TEST(MCRectMatrix, ShapeOperations)
         {"columns right", [](MCRectMatrix& m) { return m.ShiftColumns(2); }, {{0, 0, 0}, {0, 0, 10}}},
         {"columns left", [](MCRectMatrix& m) { return m.ShiftColumns(-1); }, {{1, 2, 0}, {11, 12, 0}}},
         {"expand",
-         [](MCRectMatrix& m) {
-             return m.Expand({1, 0}, 2, {3, 0, 1}, 4);
-         },
+         [](MCRectMatrix& m) { return m.Expand(List(1, 0), 2, List(3, 0, 1), 4); },
          {{11, 12, 0, 10}, {1, 2, 0, 0}}},
         {"expand by bits",
-         [](MCRectMatrix& m) {
-             return m.ExpandRectangular(Bits(3, {0, 2}), Bits(3, {0, 1, 2}));
-         },
+         [](MCRectMatrix& m) { return m.ExpandRectangular(Bits(3, List(0, 2)), Bits(3, List(0, 1, 2))); },
          {{0, 1, 2}, {0, 0, 0}, {10, 11, 12}}},
         {"expand square",
-         [](MCRectMatrix& m) {
-             return m.Resize(2, 2) && m.ExpandSquare(Bits(3, {1, 2}));
-         },
+         [](MCRectMatrix& m) { return m.Resize(2, 2) && m.ExpandSquare(Bits(3, List(1, 2))); },
          {{0, 0, 0}, {0, 0, 1}, {0, 10, 11}}},
-        {"transpose",
-         [](MCRectMatrix& m) {
-             m.Transpose();
-             return true;
-         },
-         {{0, 10}, {1, 11}, {2, 12}}},
+        {"transpose", [](MCRectMatrix& m) { return m.Transpose(), true; }, {{0, 10}, {1, 11}, {2, 12}}},
         {"block diagonal of itself twice",
-         [](MCRectMatrix& m) {
-             return m.DeleteOneRow(0) && m.CreateBlockDiagonal({&m, &m});
-         },
+         [](MCRectMatrix& m) { return m.DeleteOneRow(0) && m.CreateBlockDiagonal(Two(&m, &m)); },
          {{10, 11, 12, 0, 0, 0}, {0, 0, 0, 10, 11, 12}}},
         {"row to row", [](MCRectMatrix& m) { return m.CopyRowToRow(m, 0, 1); }, {{0, 1, 2}, {0, 1, 2}}},
         {"column to column", [](MCRectMatrix& m) { return m.CopyColToCol(m, 0, 2); }, {{0, 1, 0}, {10, 11, 10}}},
@@ -168,42 +164,25 @@ TEST(MCRectMatrix, ShapeOperations)
          {{0, 1, 2}, {0, 1, 2}, {10, 11, 12}}},
         {"overlapping columns", [](MCRectMatrix& m) { return m.CopyColumns(m, 0, 2, 1); }, {{0, 0, 1}, {10, 10, 11}}},
         {"extract rows",
-         [](MCRectMatrix& m) {
-             return m.ExtractRows({1, 0, 1}, m);
-         },
+         [](MCRectMatrix& m) { return m.ExtractRows(List(1, 0, 1), m); },
          {{10, 11, 12}, {0, 1, 2}, {10, 11, 12}}},
-        {"extract columns",
-         [](MCRectMatrix& m) {
-             return m.ExtractColumns({2, 0}, m);
-         },
-         {{2, 0}, {12, 10}}},
+        {"extract columns", [](MCRectMatrix& m) { return m.ExtractColumns(List(2, 0), m); }, {{2, 0}, {12, 10}}},
         {"scale a column", [](MCRectMatrix& m) { return m.ColScale(1, -2.0); }, {{0, -2, 2}, {10, -22, 12}}},
         {"clean a column", [](MCRectMatrix& m) { return m.ColClean(2, 0.5) == 1; }, {{0, 1, 0}, {10, 11, 12}}},
         {"add to a column", [](MCRectMatrix& m) { return m.AddToColumn(0, 5.0); }, {{5, 1, 2}, {15, 11, 12}}},
-        {"add to the diagonal",
-         [](MCRectMatrix& m) {
-             m.AddToDiagonal(5.0);
-             return true;
-         },
-         {{5, 1, 2}, {10, 16, 12}}},
+        {"add to the diagonal", [](MCRectMatrix& m) { return m.AddToDiagonal(5.0), true; }, {{5, 1, 2}, {10, 16, 12}}},
         {"zero a column", [](MCRectMatrix& m) { return m.ZeroOutCol(1); }, {{0, 0, 2}, {10, 0, 12}}},
         {"zero a pivot row", [](MCRectMatrix& m) { return m.ZeroOutPivotRow(1, 2); }, {{0, 1, 2}, {0, 0, 12}}},
         {"zero part of a row", [](MCRectMatrix& m) { return m.ZeroOutRowPart(1, 0, 2); }, {{0, 1, 2}, {0, 0, 12}}},
         {"add a multiple of itself", [](MCRectMatrix& m) { return m.ComputeAXpY(2.0, m); }, {{0, 3, 6}, {30, 33, 36}}},
         {"outer product",
-         [](MCRectMatrix& m) {
-             return m.ComputeVecProduct({1, 2}, {3, 4, 5});
-         },
+         [](MCRectMatrix& m) { return m.ComputeVecProduct(List(1, 2), List(3, 4, 5)); },
          {{3, 4, 5}, {6, 8, 10}}},
         {"subtract a diagonal",
-         [](MCRectMatrix& m) {
-             return m.DeleteOneCol(2) && m.SubtractSymMatrix(MCDiagMatrix({1, 2}));
-         },
+         [](MCRectMatrix& m) { return m.DeleteOneCol(2) && m.SubtractSymMatrix(MCDiagMatrix(List(1, 2))); },
          {{-1, 1}, {10, 9}}},
         {"from columns",
-         [](MCRectMatrix& m) {
-             return m.CopyFromColMajor(std::vector<double>{1, 2, 3, 4}.data(), 1, 4);
-         },
+         [](MCRectMatrix& m) { return m.CopyFromColMajor(std::vector<double>(List(1, 2, 3, 4)).data(), 1, 4); },
          {{1, 2, 3, 4}}},
     };
     for (const Case& c : cases) {
@@ -223,21 +202,15 @@ TEST(MCRectMatrix, ShapeOperations)
 TEST(MCRectMatrix, WrongArgumentsAreRefused)
 {
     bool (*const calls[])(MCRectMatrix&) = {
-        [](MCRectMatrix& m) {
-            return m.AddRow({1, 2}) >= 0 || m.AddColumn({1, 2, 3}) >= 0;
-        },
+        [](MCRectMatrix& m) { return m.AddRow(List(1, 2)) >= 0 || m.AddColumn(List(1, 2, 3)) >= 0; },
         [](MCRectMatrix& m) { return m.DeleteOneRow(2) || m.DeleteOneCol(-1); },
         [](MCRectMatrix& m) {
-            return m.Expand({0, 2}, 2, {0, 1, 2}, 3) || m.Expand({0, 0}, 2, {0, 1, 2}, 3);
+            return m.Expand(List(0, 2), 2, List(0, 1, 2), 3) || m.Expand(List(0, 0), 2, List(0, 1, 2), 3);
         },
-        [](MCRectMatrix& m) {
-            return m.ExpandSquare(Bits(3, {0, 1})) || m.CreateBlockDiagonal({&m, nullptr});
-        },
+        [](MCRectMatrix& m) { return m.ExpandSquare(Bits(3, List(0, 1))) || m.CreateBlockDiagonal(Two(&m, nullptr)); },
         [](MCRectMatrix& m) { return m.CopyRows(m, 1, 2, 0) || m.CopyRows(m, 0, 2, 1) || m.CopyRows(m, 0, -1, 0); },
         [](MCRectMatrix& m) { return m.CopyColumns(m, 2, 2, 0) || m.CopyColToRow(m, 0, 0) || m.CopyRowToRow(m, 0, 2); },
-        [](MCRectMatrix& m) {
-            return m.ExtractRows({0, 2}, m) || m.ExtractColumns({3}, m);
-        },
+        [](MCRectMatrix& m) { return m.ExtractRows(List(0, 2), m) || m.ExtractColumns(List(3), m); },
         [](MCRectMatrix& m) { return m.ColScale(3, 1.0) || m.ColClean(0, -1.0) >= 0 || m.AddToColumn(-1, 1.0); },
         [](MCRectMatrix& m) { return m.ZeroOutRowPart(0, 2, 2) || m.ZeroOutPivotRow(0, 3) || m.ZeroOutCol(3); },
         [](MCRectMatrix& m) { return m.ComputeAXpY(1.0, Places(3, 2)) || m.SubtractSymMatrix(MCSymMatrix(2)); },

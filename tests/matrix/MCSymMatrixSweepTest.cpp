@@ -270,3 +270,27 @@ TEST(MCSymMatrixSweep, NanFlowsAndLargerArgumentsAreFine)
     MCBitSet none;
     EXPECT_TRUE(empty.SweepOnAll(1e-8, std::vector<double>(), none, true));
 }
+
+// docs/sweep.md shows this code and its results.
+TEST(MCSymMatrixSweep, RegressionByHand)
+{
+    MCSymMatrix s(4); // intercept, x, z = x + 1, and the response y
+    for (const std::vector<double>& row : {std::vector<double>{1, 1, 2, 3}, {1, 2, 3, 5}, {1, 3, 4, 6}, {1, 4, 5, 10}})
+        s.UpdateXX(row, 1.0);
+    std::vector<double> diagonal;
+    s.GetDiagonal(diagonal);
+
+    MCBitSet swept(4);
+    const bool all = s.SweepOnMany({0, 1, 2}, 1e-8, diagonal, swept, true);
+    EXPECT_FALSE(all); // z says nothing new: its row is refused
+    EXPECT_FALSE(swept.IsIn(2));
+
+    std::vector<double> coefficients;
+    s.GetRegCoeffs(3, swept, coefficients);                           // 0.5, 2.2, and 0 for z
+    const double residual = s.GetElem(3, 3);                          // 1.8
+    const double variance = residual / (4 - swept.Count());           // 0.9
+    const double slopeError = std::sqrt(-s.GetElem(1, 1) * variance); // sqrt(0.9/5)
+    EXPECT_TRUE(Near(ToNaive(coefficients), ToNaive(std::vector<double>{0.5, 2.2, 0, 0})));
+    EXPECT_NEAR(residual, 1.8, 1e-13);
+    EXPECT_NEAR(slopeError, std::sqrt(0.18), 1e-14);
+}

@@ -136,18 +136,6 @@ TEST(MCSymMatrix, ExpandPlacesRowsAnywhere)
     EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.Expand(MCBitSet(4)); }));
 }
 
-TEST(MCSymMatrix, ElementwiseOperations)
-{
-    MCSymMatrix s = Places(3);
-    EXPECT_EQ(s.Trace(), 33.0);
-    s.AddToDiagonal(0.5);
-    s.MultiplyByNumber(2.0);
-    s.ChangeSign();
-    EXPECT_EQ(Elements(s), (std::vector<double>{-1, -20, -23, -40, -42, -45}));
-    s.ZeroOut();
-    EXPECT_TRUE(SameMatrix(s, MCSymMatrix(3)));
-}
-
 TEST(MCSymMatrix, CopiesFromAndToArrays)
 {
     MCSymMatrix s;
