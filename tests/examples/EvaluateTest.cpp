@@ -2,7 +2,6 @@
 #include "Linreg.h"
 
 #include <algorithm>
-#include <regex>
 
 namespace {
 
@@ -20,9 +19,11 @@ const std::string kSmall =
 const std::vector<std::string> kSmallRoles = {"-", "--target",   "y", "--event", "yes", "--score", "s", "--frequency",
                                               "n", "--segments", "2", "--bins",  "3"};
 
-std::string Squeezed(const std::string& text)
+std::string Squeezed(std::string text)
 {
-    return std::regex_replace(text, std::regex(" +"), " ");
+    const auto twoBlanks = [](char a, char b) { return a == ' ' && b == ' '; };
+    text.erase(std::unique(text.begin(), text.end(), twoBlanks), text.end());
+    return text;
 }
 
 } // namespace
