@@ -153,7 +153,8 @@ void AddProductPart(double* const* lines, int offset, const double* __restrict l
     for (int r = 0; r < kPartLines; ++r) {
         sum[r][0] = *reinterpret_cast<const Vector*>(lines[r] + offset);
         sum[r][1] = *reinterpret_cast<const Vector*>(lines[r] + offset + kVectorWidth);
-        __builtin_prefetch(lines[r] + offset + kTileWidth); // the next tile of these lines
+        // The next tile of these lines. Panels are finished square by square, and a square stays in cache.
+        if constexpr (kRightStep == kTileWidth) __builtin_prefetch(lines[r] + offset + kTileWidth);
     }
     for (std::size_t k = 0; k < depth; ++k, left += kLeftStep, right += kRightStep) {
         const Vector first = *reinterpret_cast<const Vector*>(right);
