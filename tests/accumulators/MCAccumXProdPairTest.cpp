@@ -1,20 +1,8 @@
-#include "modelcore/accumulators/MCAccumXProdPair.h"
-#include "modelcore/common/MCMV.h"
-#include "support/Bits.h"
-#include "support/DisplayCapture.h"
-#include "support/Random.h"
+#include "accumulators/AccumulatorsTesting.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <string>
-#include <vector>
-
-using namespace MCMath_930;
+#include <algorithm>
 
 namespace {
-
-constexpr double kMissing = MCCommon_930::MCMV::gMissingValue;
 
 /// Rows of p values, some missing, then the case weight.
 struct Data {
@@ -46,60 +34,43 @@ struct Data {
     /// Weight and covariance of what the pair (i, j) selects of variables a and b, in long double.
     std::pair<double, double> Covariance(std::size_t i, std::size_t j, std::size_t a, std::size_t b) const
     {
-        long double total = 0.0L, meanA = 0.0L, meanB = 0.0L, sum = 0.0L;
+        long double total = 0.0L, sumA = 0.0L, sumB = 0.0L, products = 0.0L;
         for (const auto& row : cases)
             if (Complete(row, i, j)) {
-                total += row[p];
-                meanA += static_cast<long double>(row[p]) * row[a];
-                meanB += static_cast<long double>(row[p]) * row[b];
+                const long double w = row[p];
+                total += w;
+                sumA += w * row[a];
+                sumB += w * row[b];
+                products += w * row[a] * row[b];
             }
-        meanA /= total;
-        meanB /= total;
-        for (const auto& row : cases)
-            if (Complete(row, i, j)) sum += row[p] * (row[a] - meanA) * (row[b] - meanB);
-        return {static_cast<double>(total), static_cast<double>(sum / (total - 1.0L))};
+        return {static_cast<double>(total), static_cast<double>((products - sumA * sumB / total) / (total - 1.0L))};
     }
 
     void Expect(const MCAccumXProdPair& pairs) const
     {
         const MCSymMatrix covar = pairs.GetCovar();
+        const MCSymMatrix& corr = pairs.GetCorr();
         ASSERT_EQ(covar.GetNRows(), static_cast<int>(p));
         std::vector<double> most(p), variance(p);
         for (std::size_t i = 1; i < p; ++i)
-            for (std::size_t j = 0; j < i; ++j) {
-                EXPECT_NEAR(covar.GetElem(static_cast<int>(i), static_cast<int>(j)), Covariance(i, j, i, j).second,
-                            2e-13);
+            for (std::size_t j = 0; j < i; ++j)
                 for (const std::size_t v : {i, j})
                     if (const auto [weight, value] = Covariance(i, j, v, v); weight > most[v] + 1e-9) {
                         most[v] = weight;
                         variance[v] = value;
                     }
-            }
-        const MCSymMatrix& corr = pairs.GetCorr();
-        for (std::size_t i = 0; i < p; ++i) {
-            EXPECT_NEAR(covar.GetElem(static_cast<int>(i), static_cast<int>(i)), variance[i], 2e-13);
+        for (std::size_t i = 0; i < p; ++i)
             for (std::size_t j = 0; j <= i; ++j) {
-                const double c = covar.GetElem(static_cast<int>(i), static_cast<int>(j));
-                EXPECT_NEAR(corr.GetElem(static_cast<int>(i), static_cast<int>(j)),
-                            c / std::pow(variance[i], 0.25) / std::pow(variance[j], 0.25), 1e-12);
+                const double c = i == j ? variance[i] : Covariance(i, j, i, j).second;
+                const int row = static_cast<int>(i), col = static_cast<int>(j);
+                EXPECT_NEAR(covar.GetElem(row, col), c, 2e-13);
+                EXPECT_NEAR(corr.GetElem(row, col), c / std::pow(variance[i] * variance[j], 0.25), 1e-12);
             }
-        }
     }
 
     std::size_t p;
     std::vector<std::vector<double>> cases;
 };
-
-std::vector<double> State(const MCAccumXProdPair& pairs)
-{
-    const DisplayCapture capture;
-    pairs.Display();
-    const std::string text = capture.Text();
-    std::vector<double> state(text.begin(), text.end());
-    const MCSymMatrix& covar = pairs.GetCovar();
-    state.insert(state.end(), covar.AsSpan().begin(), covar.AsSpan().end());
-    return state;
-}
 
 MCAccumXProdPair Fed(int nVars, int nAccum, std::vector<std::vector<double>> xyw)
 {
@@ -119,10 +90,10 @@ TEST(MCAccumXProdPair, EachPairUsesTheCasesThatHaveBoth)
         MCAccumXProdPair pairs(5, nAccum);
         EXPECT_EQ(pairs.GetNAccum(), std::max(nAccum, 1));
         data.Feed(pairs, 0, 300);
-        EXPECT_TRUE(pairs.Finish());
-        data.Expect(pairs);
-        EXPECT_TRUE(pairs.Finish()); // nothing left
-        data.Expect(pairs);
+        for (int again = 0; again < 2; ++again) { // the second time nothing is left
+            EXPECT_TRUE(pairs.Finish());
+            data.Expect(pairs);
+        }
     }
 }
 
@@ -174,9 +145,7 @@ TEST(MCAccumXProdPair, FinishStopsAtThePairThatCannotBeFolded)
     gap.Update(2, 1.0, 5.0, 1.0);
     gap.Update(2, 2.0, 7.0, 1.0);
     EXPECT_TRUE(gap.Finish());
-    EXPECT_EQ(gap.GetCovar().GetElem(2, 1), 1.0);
-    EXPECT_EQ(gap.GetCovar().GetElem(1, 1), 2.0);
-    EXPECT_EQ(gap.GetCovar().GetElem(0, 0), 0.0);
+    EXPECT_TRUE(SameBits(gap.GetCovar().AsSpan(), std::vector<double>{0, 0, 2, 0, 1, 0.5}));
     EXPECT_EQ(gap.GetCorr().GetElem(1, 0), kMissing);
     EXPECT_EQ(gap.GetCorr().GetElem(1, 1), std::sqrt(2.0));
     for (const int nVars : {0, 1}) EXPECT_TRUE(MCAccumXProdPair(nVars, 5).Finish());
@@ -199,22 +168,20 @@ TEST(MCAccumXProdPair, RefusalsChangeNothing)
     const MCAccumXProdPair other = Fed(4, 2, {{1, 2, 1}, {2, 5, 2}});
     using Entries = std::vector<const MCAccumXProdPair*>;
     MCAccumXProdPair pairs(some);
-    EXPECT_FALSE(pairs.Merge(other));
     for (const Entries& entries : {Entries{}, Entries{nullptr}, Entries{&some, &other}, Entries{&other}})
-        EXPECT_FALSE(pairs.Merge(entries));
+        EXPECT_FALSE(pairs.Merge(other) || pairs.Merge(entries));
     MCAccumXProdPair none(0, 1);
     EXPECT_FALSE(none.Merge(Entries{&some, &other}));
     EXPECT_EQ(none.GetNVars(), 0);
     for (const auto& [i, j] : {std::pair{1, 1}, {0, 1}, {3, 0}, {1, -1}})
         EXPECT_FALSE(pairs.Update(i, 1.0, j, 1.0, 1.0));
-    EXPECT_FALSE(pairs.Update(-1, 1.0, 1.0, 1.0));
-    EXPECT_FALSE(pairs.Update(3, 1.0, 1.0, 1.0));
+    EXPECT_FALSE(pairs.Update(-1, 1.0, 1.0, 1.0) || pairs.Update(3, 1.0, 1.0, 1.0));
     EXPECT_TRUE(pairs.Merge(MCAccumXProdPair(3, 9)));
-    EXPECT_TRUE(SameBits(State(pairs), State(some)));
+    EXPECT_EQ(Saved(pairs), Saved(some));
 
     pairs.InitAccumCounts(); // drops the third case
-    EXPECT_TRUE(SameBits(State(pairs), State(Fed(3, 2, {{1, 2, 1}, {2, 5, 2}}))));
+    EXPECT_EQ(Saved(pairs), Saved(Fed(3, 2, {{1, 2, 1}, {2, 5, 2}})));
     pairs.InitAll();
     pairs.SetNAccum(-2);
-    EXPECT_TRUE(SameBits(State(pairs), State(MCAccumXProdPair(3, 1))));
+    EXPECT_EQ(Saved(pairs), Saved(MCAccumXProdPair(3, 1)));
 }

@@ -1,49 +1,29 @@
-#include "modelcore/accumulators/MCHashKey.h"
+#include "accumulators/AccumulatorsTesting.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
 #include <set>
-#include <string>
 #include <unordered_map>
-#include <vector>
 
-using namespace MCMath_930;
 using MCCommon_930::Value;
 
 TEST(MCHashKey, KeysAreEqualWhenTheirValuesAre)
 {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
     Value list;
     list[0] = 1;
     Value other;
     other[0] = 1;
     const std::vector<std::pair<Value, Value>> equal = {
-        {0.0, -0.0}, {nan, -nan}, {Value(), Value::SYSMISVALUE}, {"ab", std::string("ab")}, {7, 7LL}, {list, other}};
+        {0.0, -0.0}, {kNan, -kNan}, {Value(), Value::SYSMISVALUE}, {"ab", std::string("ab")}, {7, 7LL}, {list, other}};
     for (const auto& [a, b] : equal) {
         EXPECT_TRUE(MCHashKey({a, 1}) == MCHashKey({b, 1})) << a.GetString();
         EXPECT_EQ(MCHashKey({a}).Hash(), MCHashKey({b}).Hash()) << a.GetString();
     }
     // Each differs from all others; equal texts in different places and near numbers among them.
-    const std::vector<std::vector<Value>> different = {{},
-                                                       {Value()},
-                                                       {Value(), Value()},
-                                                       {1},
-                                                       {1.0},
-                                                       {std::nextafter(1.0, 2.0)},
-                                                       {true},
-                                                       {"1"},
-                                                       {"a", "bc"},
-                                                       {"ab", "c"},
-                                                       {"abc"},
-                                                       {"", "abc"},
-                                                       {std::string("abc\0", 4)},
-                                                       {1, 2},
-                                                       {2, 1},
-                                                       {list},
-                                                       {"[1]"},
-                                                       {nan}};
+    const double next = std::nextafter(1.0, 2.0);
+    const std::vector<Value> alone = {Value(), 1,     1.0, next, true, "1", "abc", std::string("abc\0", 4),
+                                      list,    "[1]", kNan};
+    std::vector<std::vector<Value>> different = {{},          {"a", "bc"}, {"a", "b"}, {"a\4b"},          {"ab", "c"},
+                                                 {"", "abc"}, {1, 2},      {2, 1},     {Value(), Value()}};
+    for (const Value& value : alone) different.push_back({value});
     std::set<std::uint64_t> hashes;
     for (std::size_t i = 0; i < different.size(); ++i) {
         hashes.insert(MCHashKey(different[i]).Hash());

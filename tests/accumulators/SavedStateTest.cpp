@@ -1,34 +1,12 @@
 // Saving and restoring of the accumulators through the flat value stream.
-#include "accumulators/MeansTesting.h"
-#include "modelcore/accumulators/MCAccumXProdPair.h"
-#include "modelcore/accumulators/MCCatStats.h"
-#include "modelcore/accumulators/MCContStats.h"
-#include "modelcore/accumulators/MCMeansXProducts.h"
-#include "modelcore/accumulators/MCProvMeans.h"
-#include "modelcore/xml/XMLValueStream.h"
-
-#include <gtest/gtest.h>
+#include "accumulators/AccumulatorsTesting.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
-#include <limits>
 #include <sstream>
-#include <string>
-
-using namespace MCMath_930;
 
 namespace {
-
-template <class T>
-std::string Saved(const T& object)
-{
-    std::ostringstream stream;
-    const int lines = object.WriteObjectXML(stream, 1);
-    const std::string text = stream.str();
-    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), lines);
-    return text;
-}
 
 /// What ReadObjectXML returns for that text.
 template <class T>
@@ -49,7 +27,10 @@ template <class T, class Continue>
 void ExpectSavedWhole(const T& object, T restored, Continue goOn)
 {
     const std::string text = Saved(object);
-    EXPECT_EQ(Restore(restored, text), std::count(text.begin(), text.end(), '\n'));
+    std::ostringstream again;
+    const int lines = object.WriteObjectXML(again, 0);
+    EXPECT_EQ(lines, std::count(text.begin(), text.end(), '\n'));
+    EXPECT_EQ(Restore(restored, text), lines);
     EXPECT_EQ(Saved(restored), text);
     T original(object);
     goOn(original);
@@ -80,7 +61,7 @@ TEST(SavedState, RestoresEveryBitOfTheMeans)
     MCProvMeans means(3, true);
     for (const double x : {0.1, 1.0 / 3.0, 1e-300, -7e200}) means.Update({x, 1.0 - x, 3.0}, 1.0 + 0.1 * x * 1e-201);
     ExpectSavedWhole(means, MCProvMeans(), goOn);
-    means.Update({std::numeric_limits<double>::quiet_NaN(), HUGE_VAL, -0.0}, 1.0);
+    means.Update({kNan, HUGE_VAL, -0.0}, 1.0);
     ExpectSavedWhole(means, MCProvMeans(7, false), goOn);
     MCMeansXProdData raw(3, false);
     goOn(raw);
@@ -134,6 +115,7 @@ TEST(SavedState, DamagedCountsAreRefused)
         EXPECT_EQ(Restore(pairs, "<MCAccumXProdPair>\n" + head + "<item value=\"1\"/>\n</MCAccumXProdPair>\n"), 0);
         EXPECT_EQ(Restore(counts, "<MCCatStats>\n" + head + "</MCCatStats>\n"), 0);
     }
+    EXPECT_EQ(Restore(pairs, "<MCAccumXProdPair>\n<item value=\"1\"/>\n<item value=\"0\"/>\n</MCAccumXProdPair>\n"), 0);
     EXPECT_EQ(means.GetNVars(), 2);
     EXPECT_EQ(pairs.GetNVars(), 2);
 }
