@@ -1,13 +1,4 @@
 #include "matrix/Matrices.h"
-#include "modelcore/common/MCBitSet.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <vector>
-
-using namespace MCMath_930;
 
 namespace {
 
@@ -29,28 +20,24 @@ TEST(MCRectMatrixRank, TheEarliestOfDependentRowsOrColumnsIsKept)
 {
     const MCRectMatrix m(3, 3, std::vector<double>{1, 0, 1, 0, 1, 1, 0, 0, 0});
     MCBitSet kept(2);
-    EXPECT_EQ(m.FindRedundancies(-1.0, kept, false), -1);
-    EXPECT_EQ(m.FindRedundancies(std::numeric_limits<double>::quiet_NaN(), kept, false), -1);
+    EXPECT_TRUE(m.FindRedundancies(-1.0, kept, false) == -1 && m.FindRedundancies(kNan, kept, false) == -1);
     EXPECT_EQ(kept.Size(), 2);
-    EXPECT_EQ(m.FindRedundancies(1e-8, kept, false), 1);
-    EXPECT_TRUE(kept.IsIn(0) && kept.IsIn(1) && !kept.IsIn(2));
-    EXPECT_EQ(m.FindRedundancies(1e-8, kept, true), 1);
-    EXPECT_TRUE(kept.IsIn(0) && kept.IsIn(1) && !kept.IsIn(2));
+    for (const bool byRow : {false, true}) {
+        EXPECT_EQ(m.FindRedundancies(1e-8, kept, byRow), 1);
+        EXPECT_EQ(kept, Bits(3, {0, 1}));
+    }
 
     std::vector<int> indices;
     EXPECT_EQ(Layout().FindNonRedunIndices(1e-8, false, indices), 4);
     EXPECT_EQ(indices, (std::vector<int>{0, 1, 2, 4}));
     MCRectMatrix full;
-    EXPECT_EQ(Layout().ExtractFullRank(1e-8, false, full), 4);
-    EXPECT_EQ(full.GetNCols(), 4);
-    EXPECT_EQ(Layout().ExtractFullRank(1e-8, true, full), 4);
-    EXPECT_EQ(full.GetNRows(), 4);
+    EXPECT_TRUE(Layout().ExtractFullRank(1e-8, false, full) == 4 && full.GetNCols() == 4);
+    EXPECT_TRUE(Layout().ExtractFullRank(1e-8, true, full) == 4 && full.GetNRows() == 4);
     EXPECT_EQ(Layout().ExtractFullRank(-1e-8, true, full), -1);
 
     // The residual of the second column is 0.1 of its norm.
     const MCRectMatrix near(2, 2, std::vector<double>{1, std::sqrt(0.99), 0, 0.1});
-    EXPECT_EQ(near.FindRedundancies(0.0999, kept, false), 0);
-    EXPECT_EQ(near.FindRedundancies(0.1001, kept, false), 1);
+    EXPECT_TRUE(near.FindRedundancies(0.0999, kept, false) == 0 && near.FindRedundancies(0.1001, kept, false) == 1);
 }
 
 TEST(MCRectMatrixRank, AddedColumnsAreComparedWithAllBefore)
@@ -72,24 +59,19 @@ TEST(MCRectMatrixRank, AddedColumnsAreComparedWithAllBefore)
 TEST(MCRectMatrixRank, MultiplesOfOtherRows)
 {
     const MCRectMatrix m(5, 2, std::vector<double>{1, 2, 3, 4, -2, -4, 0, 0, 1, 2.001});
-    EXPECT_TRUE(m.IsERowMultipleOfAnother(0, 1e-8));
-    EXPECT_TRUE(m.IsERowMultipleOfAnother(2, 1e-8));
-    EXPECT_TRUE(m.IsERowMultipleOfAnother(3, 1e-8)); // the zero row
-    EXPECT_FALSE(m.IsERowMultipleOfAnother(1, 1e-8));
-    EXPECT_FALSE(m.IsERowMultipleOfAnother(4, 1e-8));
-    EXPECT_TRUE(m.IsERowMultipleOfAnother(4, 1e-3));
-    EXPECT_FALSE(m.IsERowMultipleOfAnother(5, 1e-8) || m.IsERowMultipleOfAnother(0, -1.0));
+    for (int row = -1; row <= 5; ++row) // row 3 is the zero row
+        EXPECT_EQ(m.IsERowMultipleOfAnother(row, 1e-8), row == 0 || row == 2 || row == 3) << row;
+    EXPECT_TRUE(m.IsERowMultipleOfAnother(4, 1e-3) && !m.IsERowMultipleOfAnother(0, -1.0));
 }
 
 TEST(MCRectMatrixRank, ContrastsAreEstimableAndSingleEffectsAreNot)
 {
     const MCRectMatrix x = Layout();
-    EXPECT_TRUE(x.IsEstimable({0, 1, -1, 0, 0, 0}, 1e-8));
-    EXPECT_TRUE(x.IsEstimable({1, 1, 0, 0, 0.5, 0.5}, 1e-8));
-    EXPECT_TRUE(x.IsEstimable({0, 0, 0, 0, 0, 0}, 1e-8));
-    EXPECT_FALSE(x.IsEstimable({0, 1, 0, 0, 0, 0}, 1e-8));
-    EXPECT_FALSE(x.IsEstimable({1, 0, 0, 0, 0, 0}, 1e-8));
-    EXPECT_FALSE(x.IsEstimable({0, 1, -1}, 1e-8));
+    for (const std::vector<double>& l :
+         {std::vector<double>{0, 1, -1, 0, 0, 0}, {1, 1, 0, 0, 0.5, 0.5}, {0, 0, 0, 0, 0, 0}})
+        EXPECT_TRUE(x.IsEstimable(l, 1e-8));
+    for (const std::vector<double>& l : {std::vector<double>{0, 1, 0, 0, 0, 0}, {1, 0, 0, 0, 0, 0}, {0, 1, -1}})
+        EXPECT_FALSE(x.IsEstimable(l, 1e-8));
 }
 
 TEST(MCRectMatrixRank, LeastSquaresAndProjection)

@@ -1,12 +1,5 @@
 #include "matrix/Matrices.h"
 
-#include <gtest/gtest.h>
-
-#include <limits>
-#include <vector>
-
-using namespace MCMath_930;
-
 TEST(MCRectMatrixSolve, SquareSystems)
 {
     const MCRectMatrix small(2, 2, std::vector<double>{0, 2, 4, 1}); // needs an interchange
@@ -16,7 +9,7 @@ TEST(MCRectMatrixSolve, SquareSystems)
     TestRandom random(601);
     for (const int n : {1, 2, 5, 40}) {
         const MCRectMatrix a = RandomRect(random, n, n);
-        const std::vector<double> b = random.Vector(static_cast<std::size_t>(n), -1.0, 1.0);
+        const std::vector<double> b = RandomVec(random, n);
         ASSERT_TRUE(a.SolveLinearSquare(b, x, 0.0));
         EXPECT_TRUE(Near(ToNaive(a) * ToNaive(x), ToNaive(b), 1e-11));
     }
@@ -31,7 +24,7 @@ TEST(MCRectMatrixSolve, WhatCannotBeSolvedLeavesTheSolutionAlone)
     std::vector<double> x{7};
     EXPECT_FALSE(MCRectMatrix(2, 3).SolveLinearSquare(b, x, 0.0) || MCRectMatrix().SolveLinearSquare(b, x, 0.0));
     EXPECT_FALSE(regular.SolveLinearSquare(b, x, -1.0) || regular.SolveLinearSquare({1}, x, 0.0));
-    EXPECT_FALSE(regular.SolveLinearSquare(b, x, std::numeric_limits<double>::quiet_NaN()));
+    EXPECT_FALSE(regular.SolveLinearSquare(b, x, kNan));
     EXPECT_FALSE(singular.SolveLinearSquare(b, x, 1e-15) || nearly.SolveLinearSquare(b, x, 1e-9));
     EXPECT_EQ(x, (std::vector<double>{7}));
     EXPECT_TRUE(nearly.SolveLinearSquare(b, x, 1e-12));
@@ -46,7 +39,7 @@ TEST(MCRectMatrixSolve, QRDecomposition)
             MCRectMatrix q, r;
             ASSERT_TRUE(a.QRDecompositionH(q, r));
             const Naive Q = ToNaive(q), R = ToNaive(r);
-            EXPECT_TRUE(Near(Q.T() * Q, DiagonalOf(std::vector<double>(static_cast<std::size_t>(Q.cols), 1.0)), 1e-14));
+            EXPECT_TRUE(Near(Q.T() * Q, Identity(Q.cols), 1e-14));
             EXPECT_TRUE(Near(Q * R, ToNaive(a), 1e-14));
             for (int i = 0; i < R.rows; ++i)
                 for (int j = 0; j < i; ++j) EXPECT_EQ(r.GetElem(i, j), 0.0);

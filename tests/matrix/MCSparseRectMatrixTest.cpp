@@ -1,19 +1,6 @@
-#include "modelcore/matrix/MCSparseRectMatrix.h"
 #include "matrix/Matrices.h"
-#include "modelcore/common/MCBitSet.h"
-#include "modelcore/matrix/MCSparseVector.h"
-#include "support/DisplayCapture.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 #include <functional>
-#include <limits>
-#include <utility>
-#include <vector>
-
-using namespace MCMath_930;
 
 namespace MCMath_930 {
 
@@ -82,8 +69,8 @@ TEST(MCSparseRectMatrix, EqualsTheDenseMatrix)
         fewTall.Transpose();
         const MCSparseRectMatrix fewSparse = ToSparse(few, slots),
                                  tallSparse = ToSparse(FewPerRow(random, cols, 6, 2), 3);
-        const std::vector<double> v = random.Vector(static_cast<std::size_t>(cols), -1.0, 1.0);
-        const std::vector<double> u = random.Vector(static_cast<std::size_t>(rows), -1.0, 1.0);
+        const std::vector<double> v = RandomVec(random, cols);
+        const std::vector<double> u = RandomVec(random, rows);
         MCBitSet spread(rows + 3);
         for (int i = 0; i < rows; ++i) spread.Set(i < 2 ? i : i + 2);
 
@@ -259,17 +246,12 @@ TEST(MCSparseRectMatrix, RowsGrowAndTheirPatternStays)
 // What is not stored is no factor, not even of a NaN.
 TEST(MCSparseRectMatrix, NanReachesOnlyStoredElements)
 {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
     const MCSparseRectMatrix m = ToSparse(MCRectMatrix(2, 3, std::vector<double>{1, 0, 0, 0, 2, 0}), 2);
     std::vector<double> out;
-    ASSERT_TRUE(m.ComputeRV({nan, 1, nan}, out));
+    ASSERT_TRUE(m.ComputeRV({kNan, 1, kNan}, out));
     EXPECT_TRUE(std::isnan(out[0]) && out[1] == 2.0);
-    ASSERT_TRUE(m.ComputeVR({nan, 1}, out));
+    ASSERT_TRUE(m.ComputeVR({kNan, 1}, out));
     EXPECT_TRUE(std::isnan(out[0]) && out[1] == 2.0 && out[2] == 0.0);
     EXPECT_TRUE(MCSparseRectMatrix().ComputeRV({}, out) && out.empty() && MCSparseRectMatrix().ComputeVR({}, out));
-    const DisplayCapture capture;
-    m.Display();
-    EXPECT_TRUE(capture.Text().starts_with("MCSparseRectMatrix display start\nNumber of rows: 2\n"));
-    m.DisplayF();
-    EXPECT_TRUE(capture.Text().ends_with("MCSparseRectMatrix display end\n"));
+    EXPECT_TRUE(Shown(m).starts_with("MCSparseRectMatrix display start\nNumber of rows: 2\n"));
 }

@@ -1,12 +1,5 @@
 #include "matrix/Matrices.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <vector>
-
-using namespace MCMath_930;
-
 TEST(MCSymMatrixIndefinite, DeterminantsOfIntegerMatrices)
 {
     struct Case {
@@ -33,7 +26,7 @@ TEST(MCSymMatrixIndefinite, SolutionsOfRegularSystems)
     TestRandom random(701);
     for (const int n : {1, 2, 6, 31}) {
         const MCSymMatrix s = RandomSym(random, n);
-        const std::vector<double> b = random.Vector(static_cast<std::size_t>(n), -1.0, 1.0);
+        const std::vector<double> b = RandomVec(random, n);
         std::vector<double> x;
         ASSERT_TRUE(s.SolveIndefinite(b, x, 0.0));
         EXPECT_TRUE(Near(ToNaive(s) * ToNaive(x), ToNaive(b), 1e-11));
@@ -62,7 +55,7 @@ TEST(MCSymMatrixIndefinite, SingularSystemsAreSolvedWhenTheyCanBe)
             MCSymMatrix s;
             ASSERT_TRUE(middle.ComputeRSRTrans(a, s));
             std::vector<double> b, x;
-            ASSERT_TRUE(s.ComputeSV(random.Vector(static_cast<std::size_t>(n), -1.0, 1.0), b));
+            ASSERT_TRUE(s.ComputeSV(RandomVec(random, n), b));
             EXPECT_EQ(s.SolveIndefiniteGI(b, x, 1e-10), r);
             EXPECT_TRUE(Near(ToNaive(s) * ToNaive(x), ToNaive(b), 1e-9));
             EXPECT_LE(std::count_if(x.begin(), x.end(), [](double value) { return value != 0.0; }), r);

@@ -1,18 +1,8 @@
 // The products that only the packed matrix forms.
 #include "matrix/Matrices.h"
-#include "modelcore/common/MCMV.h"
-#include "modelcore/matrix/MCDiagMatrix.h"
 #include "support/AllKernels.h"
 
-#include <gtest/gtest.h>
-
-#include <vector>
-
-using namespace MCMath_930;
-
 namespace {
-
-constexpr double kMissing = MCCommon_930::MCMV::gMissingValue;
 
 std::vector<double> Slice(const std::vector<double>& v, int first, int count)
 {
@@ -27,12 +17,9 @@ TEST(MCSymMatrixProducts, EqualTripleLoops)
     for (const int n : {1, 2, 5, 12, 40})
         for (const int k : {0, 1, 4, 9}) {
             SCOPED_TRACE(::testing::Message() << "order " << n << ", other side " << k);
-            const MCSymMatrix s = RandomSym(random, n);
-            const MCSymMatrix middle = RandomSym(random, k);
-            const MCRectMatrix left = RandomRect(random, k, n);
-            const MCRectMatrix right = RandomRect(random, n, k);
-            const std::vector<double> v = random.Vector(static_cast<std::size_t>(n), -1.0, 1.0);
-            const std::vector<double> w = random.Vector(static_cast<std::size_t>(n), -1.0, 1.0);
+            const MCSymMatrix s = RandomSym(random, n), middle = RandomSym(random, k);
+            const MCRectMatrix left = RandomRect(random, k, n), right = RandomRect(random, n, k);
+            const std::vector<double> v = RandomVec(random, n), w = RandomVec(random, n);
             const int a = n / 3, na = n / 2, b = n / 4, nb = n - n / 4;
             std::vector<int> rows;
             for (int i = 0; i < std::min(k, n); ++i) rows.push_back((2 * i + 1) % n);
@@ -47,45 +34,37 @@ TEST(MCSymMatrixProducts, EqualTripleLoops)
             for (int i = 0; i < sub.rows; ++i)
                 for (int j = 0; j < sub.cols; ++j)
                     sub.At(i, j) = s.GetElem(rows[static_cast<std::size_t>(i)], rows[static_cast<std::size_t>(j)]);
-            const std::vector<double> subV = Slice(v, 0, sub.rows);
-            const std::vector<double> subW = Slice(w, 0, sub.rows);
+            const std::vector<double> subV = Slice(v, 0, sub.rows), subW = Slice(w, 0, sub.rows);
             MCRectMatrix full, mgn;
             MCSymMatrix scaled, subProduct, transByR(3), byRTrans(3), transSymR(3);
             ASSERT_TRUE(s.ComputeRSRTrans2(left, full) && s.ComputeMGN(left, right, mgn));
             ASSERT_TRUE(s.ComputeRDiagSRDiagTrans(left, w, scaled) && s.ComputeSSubBSSub(rows, b2, subProduct));
             ASSERT_TRUE(transByR.ComputeRTransByR(left) && byRTrans.ComputeRByRTrans(left));
             ASSERT_TRUE(transSymR.ComputeRTransSymR(left, middle));
-            struct Case {
-                const char* name;
-                Naive actual;
-                Naive expected;
-            };
-            const Case cases[] = {
-                {"RSRTrans2", ToNaive(full), A * S * A.T()},
-                {"MGN", ToNaive(mgn), A * S * B},
-                {"RDiagSRDiagTrans", ToNaive(scaled), A * DiagonalOf(w) * S * DiagonalOf(w) * A.T()},
-                {"SSubBSSub", ToNaive(subProduct), sub * ToNaive(b2) * sub},
-                {"RTransByR", ToNaive(transByR), A.T() * A},
-                {"RByRTrans", ToNaive(byRTrans), A * A.T()},
-                {"RTransSymR", ToNaive(transSymR), A.T() * ToNaive(middle) * A},
-                {"VSWii", Scalar(k > 0 ? s.ComputeVSWii(v, right.GetPtr(), k) : 0.0),
-                 k > 0 ? V.T() * S * ToNaive(right, n, 1) : Scalar(0)},
-                {"ViiSW", Scalar(k > 0 ? s.ComputeViiSW(right.GetPtr(), k, w) : 0.0),
-                 k > 0 ? ToNaive(right, n, 1).T() * S * W : Scalar(0)},
-                {"VBW", Scalar(s.ComputeVBW(Slice(v, a, na), a, na, Slice(w, b, nb), b, nb)),
-                 V.T() * S.Part(a, na, b, nb) * W},
-                {"BlockVSV", Scalar(blocks.ComputeBlockVSV(last, Slice(v, last * size, size))),
-                 V.T() * S.Part(last * size, size, last * size, size) * V},
-                {"BlockVSW", Scalar(blocks.ComputeBlockVSW(0, v, w)), V.T() * S.Part(0, size, 0, size) * W},
-                {"VSymSubW", Scalar(s.ComputeVSymSubW(subV, rows, subW)), ToNaive(subV).T() * sub * ToNaive(subW)},
-                {"row parts", Scalar(s.ComputeDotProduct2RowsPart(n - 1, 0, a, na)),
-                 Scalar((S.Part(n - 1, 1, a, na) * S).At(n - 1, 0))},
-                {"row part by vector", Scalar(s.ComputeDotProductRowPart(n - 1, v, a, na)),
-                 Scalar((S.Part(n - 1, 1, a, na) * V).At(n - 1, 0))},
-                {"rows of L", Scalar(s.ComputeDotProduct2LRows(n - 1, n / 2)),
-                 Scalar((S.Lower() * S.Lower().T()).At(n - 1, n / 2))},
-            };
-            for (const Case& c : cases) EXPECT_TRUE(Near(c.actual, c.expected)) << c.name;
+            ExpectNear(
+                {{"RSRTrans2", ToNaive(full), A * S * A.T()},
+                 {"MGN", ToNaive(mgn), A * S * B},
+                 {"RDiagSRDiagTrans", ToNaive(scaled), A * DiagonalOf(w) * S * DiagonalOf(w) * A.T()},
+                 {"SSubBSSub", ToNaive(subProduct), sub * ToNaive(b2) * sub},
+                 {"RTransByR", ToNaive(transByR), A.T() * A},
+                 {"RByRTrans", ToNaive(byRTrans), A * A.T()},
+                 {"RTransSymR", ToNaive(transSymR), A.T() * ToNaive(middle) * A},
+                 {"VSWii", Scalar(k > 0 ? s.ComputeVSWii(v, right.GetPtr(), k) : 0.0),
+                  k > 0 ? V.T() * S * ToNaive(right, n, 1) : Scalar(0)},
+                 {"ViiSW", Scalar(k > 0 ? s.ComputeViiSW(right.GetPtr(), k, w) : 0.0),
+                  k > 0 ? ToNaive(right, n, 1).T() * S * W : Scalar(0)},
+                 {"VBW", Scalar(s.ComputeVBW(Slice(v, a, na), a, na, Slice(w, b, nb), b, nb)),
+                  V.T() * S.Part(a, na, b, nb) * W},
+                 {"BlockVSV", Scalar(blocks.ComputeBlockVSV(last, Slice(v, last * size, size))),
+                  V.T() * S.Part(last * size, size, last * size, size) * V},
+                 {"BlockVSW", Scalar(blocks.ComputeBlockVSW(0, v, w)), V.T() * S.Part(0, size, 0, size) * W},
+                 {"VSymSubW", Scalar(s.ComputeVSymSubW(subV, rows, subW)), ToNaive(subV).T() * sub * ToNaive(subW)},
+                 {"row parts", Scalar(s.ComputeDotProduct2RowsPart(n - 1, 0, a, na)),
+                  Scalar((S.Part(n - 1, 1, a, na) * S).At(n - 1, 0))},
+                 {"row part by vector", Scalar(s.ComputeDotProductRowPart(n - 1, v, a, na)),
+                  Scalar((S.Part(n - 1, 1, a, na) * V).At(n - 1, 0))},
+                 {"rows of L", Scalar(s.ComputeDotProduct2LRows(n - 1, n / 2)),
+                  Scalar((S.Lower() * S.Lower().T()).At(n - 1, n / 2))}});
         }
 }
 

@@ -1,14 +1,4 @@
 #include "matrix/Matrices.h"
-#include "modelcore/common/MCBitSet.h"
-#include "support/DisplayCapture.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <utility>
-#include <vector>
-
-using namespace MCMath_930;
 
 namespace {
 
@@ -37,10 +27,7 @@ TEST(MCSymMatrix, PacksTheLowerTriangleRowByRow)
     EXPECT_EQ(s.GetElem(17), 3.5);
     EXPECT_TRUE(s.SetElem((4 + 1) * (4 + 2) / 2 - 1, -2.0));
     EXPECT_EQ(s.GetElem(4, 4), -2.0);
-    EXPECT_EQ(s.GetRowPtr(5), s.GetPtr() + 15);
-    EXPECT_EQ(s.GetRowPtr(7), nullptr);
-    EXPECT_EQ(s.GetRowPtr(-1), nullptr);
-    EXPECT_EQ(s.GetMatrixKind(), IMCSymMatrix::kPackedMatrix);
+    EXPECT_TRUE(s.GetRowPtr(5) == s.GetPtr() + 15 && !s.GetRowPtr(7) && !s.GetRowPtr(-1));
 }
 
 TEST(MCSymMatrix, OrdersWithoutPackedIndexesAreRefused)
@@ -48,17 +35,14 @@ TEST(MCSymMatrix, OrdersWithoutPackedIndexesAreRefused)
     for (const int n : {-1, MCSymMatrix::kMaxRows + 1, 2147483647}) {
         EXPECT_EQ(MCSymMatrix(n).GetNRows(), 0);
         MCSymMatrix s = Places(3);
-        EXPECT_TRUE(Refuses(s, [n](MCSymMatrix& m) { return m.SetNRows(n); }));
-        EXPECT_TRUE(Refuses(s, [n](MCSymMatrix& m) { return m.Resize(n); }));
-        EXPECT_TRUE(Refuses(s, [n](MCSymMatrix& m) { return m.Expand({0, 1, 2}, n); }));
+        EXPECT_TRUE(Refuses(s, [n](MCSymMatrix& m) { return m.SetNRows(n) || m.Resize(n) || m.Expand({0, 1, 2}, n); }));
     }
 }
 
 TEST(MCSymMatrix, ResizeKeepsWhatLiesInBoth)
 {
     MCSymMatrix s = Places(3);
-    EXPECT_TRUE(s.Resize(2));
-    EXPECT_TRUE(s.Resize(3));
+    EXPECT_TRUE(s.Resize(2) && s.Resize(3));
     EXPECT_EQ(Elements(s), (std::vector<double>{0, 10, 11, 0, 0, 0}));
     EXPECT_TRUE(s.SetNRows(2));
     EXPECT_EQ(Elements(s), (std::vector<double>{0, 0, 0}));
@@ -86,14 +70,12 @@ TEST(MCSymMatrix, RowsAreThoseOfTheFullMatrix)
 {
     MCSymMatrix s = Places(4);
     std::vector<double> row{-1.0};
-    EXPECT_FALSE(s.GetRow(4, row));
-    EXPECT_FALSE(s.GetRow(-1, row));
+    EXPECT_FALSE(s.GetRow(4, row) || s.GetRow(-1, row));
     EXPECT_EQ(row, (std::vector<double>{-1.0}));
     EXPECT_TRUE(s.GetRow(2, row));
     EXPECT_EQ(row, (std::vector<double>{20, 21, 22, 32}));
 
-    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.PutRow(1, {1, 2, 3}); }));
-    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.PutRow(4, {1, 2, 3, 4}); }));
+    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.PutRow(1, {1, 2, 3}) || m.PutRow(4, {1, 2, 3, 4}); }));
     EXPECT_TRUE(s.PutRow(1, {1, 2, 3, 4}));
     EXPECT_EQ(Elements(s), (std::vector<double>{0, 1, 2, 20, 3, 22, 30, 4, 32, 33}));
     s.GetDiagonal(row);
@@ -120,8 +102,7 @@ TEST(MCSymMatrix, DeleteAndExpandUndoEachOther)
             EXPECT_TRUE(SameMatrix(s, expected));
         }
     MCSymMatrix s = Places(3);
-    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.DeleteOneRow(3); }));
-    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.DeleteOneRow(-1); }));
+    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.DeleteOneRow(3) || m.DeleteOneRow(-1); }));
 }
 
 TEST(MCSymMatrix, ExpandPlacesRowsAnywhere)
@@ -167,7 +148,7 @@ TEST(MCSymMatrix, RowsTreatedBySizeOfTheirElements)
     s = FromTriangle({4, 1, 0, 2, 3, 1e-14});
     EXPECT_EQ(s.SetCovarZeros(), 1);
     EXPECT_EQ(Elements(s), (std::vector<double>{4, 0, 0, 2, 0, 1e-14}));
-    EXPECT_EQ(s.ZeroOutAllSmall(std::nan("")), -1);
+    EXPECT_EQ(s.ZeroOutAllSmall(kNan), -1);
     EXPECT_EQ(s.ZeroOutAllSmall(2.0), 2);
     EXPECT_EQ(Elements(s), (std::vector<double>{4, 0, 0, 0, 0, 0}));
     EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.AddToDiagonalPart(2, 2, 1.0) || m.ZeroOutRow(3); }));
@@ -178,8 +159,8 @@ TEST(MCSymMatrix, RowsTreatedBySizeOfTheirElements)
 TEST(MCSymMatrix, CorrelationsAreClampedAwayFromOne)
 {
     MCSymMatrix s = FromTriangle({1, 1.0, 1, -1.2, 0.5, 1});
-    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.AdjustOffDiagCorr(1.0) || m.AdjustOffDiagCorr(-0.1); }));
-    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.AdjustOffDiagCorr(std::nan("")); }));
+    for (const double eps : {1.0, -0.1, kNan})
+        EXPECT_TRUE(Refuses(s, [eps](MCSymMatrix& m) { return m.AdjustOffDiagCorr(eps); }));
     EXPECT_TRUE(s.AdjustOffDiagCorr(0.001));
     EXPECT_EQ(Elements(s), (std::vector<double>{1, 0.999, 1, -0.999, 0.5, 1}));
 }
@@ -191,9 +172,7 @@ TEST(MCSymMatrix, PartsOfRowsAndBlocks)
     EXPECT_TRUE(s.GetPCol(1, values));
     EXPECT_EQ(values, (std::vector<double>{11, 21, 31}));
     EXPECT_FALSE(s.GetPCol(4, values));
-    MCBitSet swept(4);
-    swept.Set(0);
-    swept.Set(3);
+    const MCBitSet swept = Bits(4, {0, 3}), kept = Bits(6, {0, 1, 3, 5});
     EXPECT_TRUE(s.GetRegCoeffs(1, swept, values));
     EXPECT_EQ(values, (std::vector<double>{10, 0, 0, 31}));
     EXPECT_FALSE(s.GetRegCoeffs(0, swept, values) || s.GetRegCoeffs(4, swept, values) ||
@@ -205,8 +184,6 @@ TEST(MCSymMatrix, PartsOfRowsAndBlocks)
     EXPECT_EQ(block.GetElem(0, 0), 32.0);
     EXPECT_TRUE(s.ExtractOffBlock(swept, block)); // rows 0 and 3, columns 1 and 2
     EXPECT_TRUE(block.GetNRows() == 2 && block.GetElem(1, 0) == 31.0 && block.GetElem(0, 1) == 20.0);
-    MCBitSet kept(6);
-    for (const int i : {0, 1, 3, 5}) kept.Set(i);
     MCSymMatrix wide;
     ASSERT_TRUE(s.ExpandSym(kept, wide) && s.ExpandSymToRect(kept, block));
     EXPECT_TRUE(wide.GetElem(5, 3) == 32.0 && block.GetElem(3, 5) == 32.0 && block.GetElem(4, 4) == 0.0);
@@ -216,12 +193,8 @@ TEST(MCSymMatrix, PartsOfRowsAndBlocks)
 TEST(MCSymMatrix, DisplayIsFramed)
 {
     const DisplayCapture capture;
-    Places(2).Display();
-    EXPECT_TRUE(capture.Text().starts_with("MCSymMatrix display start\nNumber of rows: 2\n"));
-    EXPECT_NE(capture.Text().find("11"), std::string::npos);
-    EXPECT_TRUE(capture.Text().ends_with("MCSymMatrix display end\n"));
-    Places(2).DisplayS();
-    EXPECT_NE(capture.Text().find("Trace: 11\nLargest diagonal element: 11\n"), std::string::npos);
     Places(2).DisplayF();
-    EXPECT_TRUE(capture.Text().ends_with("MCSymMatrix display end\n"));
+    Places(2).DisplayS();
+    EXPECT_TRUE(capture.Text().starts_with("MCSymMatrix display start\nNumber of rows: 2\n"));
+    EXPECT_NE(capture.Text().find("Trace: 11\nLargest diagonal element: 11\n"), std::string::npos);
 }

@@ -1,38 +1,60 @@
-// Random matrices for tests, and refusals checked to the bit.
+// What the tests of the matrices share: random matrices, plain products in long double, refusals checked to the bit.
 #pragma once
 
-#include "modelcore/matrix/MCRectMatrix.h"
-#include "modelcore/matrix/MCSymMatrix.h"
+#include "modelcore/modelcore.h"
 #include "support/Bits.h"
+#include "support/DisplayCapture.h"
 #include "support/Random.h"
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <string>
+#include <utility>
 #include <vector>
 
-inline MCMath_930::MCRectMatrix RandomRect(TestRandom& random, int rows, int cols)
+using namespace MCMath_930;
+
+constexpr double kMissing = MCCommon_930::MCMV::gMissingValue;
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+
+inline MCBitSet Bits(int size, const std::vector<int>& set)
 {
-    MCMath_930::MCRectMatrix matrix(rows, cols);
+    MCBitSet bits(size);
+    for (const int i : set) bits.Set(i);
+    return bits;
+}
+
+inline std::vector<double> RandomVec(TestRandom& random, int n)
+{
+    return random.Vector(static_cast<std::size_t>(n), -1.0, 1.0);
+}
+
+inline MCRectMatrix RandomRect(TestRandom& random, int rows, int cols)
+{
+    MCRectMatrix matrix(rows, cols);
     for (double& element : matrix.AsSpan()) element = random.Uniform(-1.0, 1.0);
     return matrix;
 }
 
-inline MCMath_930::MCSymMatrix RandomSym(TestRandom& random, int n)
+inline MCSymMatrix RandomSym(TestRandom& random, int n)
 {
-    MCMath_930::MCSymMatrix matrix(n);
+    MCSymMatrix matrix(n);
     for (double& element : matrix.AsSpan()) element = random.Uniform(-1.0, 1.0);
     return matrix;
 }
 
 /// The matrix with the given n(n+1)/2 packed elements.
-inline MCMath_930::MCSymMatrix FromTriangle(const std::vector<double>& elements)
+inline MCSymMatrix FromTriangle(const std::vector<double>& elements)
 {
-    MCMath_930::MCSymMatrix matrix;
+    MCSymMatrix matrix;
     EXPECT_TRUE(matrix.CopyFromPacked(elements));
     return matrix;
 }
 
-inline std::vector<double> Diagonal(const MCMath_930::MCSymMatrix& matrix)
+inline std::vector<double> Diagonal(const MCSymMatrix& matrix)
 {
     std::vector<double> diag;
     matrix.GetDiagonal(diag);
@@ -40,10 +62,10 @@ inline std::vector<double> Diagonal(const MCMath_930::MCSymMatrix& matrix)
 }
 
 /// The cross products of n + 2 random rows, summed in long double.
-inline MCMath_930::MCSymMatrix RandomCrossProducts(TestRandom& random, int n)
+inline MCSymMatrix RandomCrossProducts(TestRandom& random, int n)
 {
-    const MCMath_930::MCRectMatrix rows = RandomRect(random, n + 2, n);
-    MCMath_930::MCSymMatrix products(n);
+    const MCRectMatrix rows = RandomRect(random, n + 2, n);
+    MCSymMatrix products(n);
     for (int i = 0; i < n; ++i)
         for (int j = 0; j <= i; ++j) {
             long double sum = 0.0L;
@@ -53,15 +75,13 @@ inline MCMath_930::MCSymMatrix RandomCrossProducts(TestRandom& random, int n)
     return products;
 }
 
-inline ::testing::AssertionResult SameMatrix(const MCMath_930::MCSymMatrix& actual,
-                                             const MCMath_930::MCSymMatrix& expected)
+inline ::testing::AssertionResult SameMatrix(const MCSymMatrix& actual, const MCSymMatrix& expected)
 {
     if (actual.GetNRows() != expected.GetNRows()) return ::testing::AssertionFailure() << "the orders differ";
     return SameBits(actual.AsSpan(), expected.AsSpan());
 }
 
-inline ::testing::AssertionResult SameMatrix(const MCMath_930::MCRectMatrix& actual,
-                                             const MCMath_930::MCRectMatrix& expected)
+inline ::testing::AssertionResult SameMatrix(const MCRectMatrix& actual, const MCRectMatrix& expected)
 {
     if (actual.GetNRows() != expected.GetNRows() || actual.GetNCols() != expected.GetNCols())
         return ::testing::AssertionFailure() << "the shapes differ";
@@ -129,12 +149,12 @@ Naive ToNaive(const Matrix& matrix, int rows, int cols)
     return naive;
 }
 
-inline Naive ToNaive(const MCMath_930::IMCSymMatrix& matrix)
+inline Naive ToNaive(const IMCSymMatrix& matrix)
 {
     return ToNaive(matrix, matrix.GetNRows(), matrix.GetNRows());
 }
 
-inline Naive ToNaive(const MCMath_930::IMCRectMatrix& matrix)
+inline Naive ToNaive(const IMCRectMatrix& matrix)
 {
     return ToNaive(matrix, matrix.GetNRows(), matrix.GetNCols());
 }
@@ -152,6 +172,11 @@ inline Naive DiagonalOf(const std::vector<double>& d)
     return diagonal;
 }
 
+inline Naive Identity(int n)
+{
+    return DiagonalOf(std::vector<double>(static_cast<std::size_t>(n), 1.0));
+}
+
 inline Naive Scalar(long double x)
 {
     return {1, 1, {x}};
@@ -164,6 +189,21 @@ Naive Formed(Call call)
     Result out;
     EXPECT_TRUE(call(out));
     return ToNaive(out);
+}
+template <class Call>
+Naive Vec(Call call)
+{
+    return Formed<std::vector<double>>(call);
+}
+template <class Call>
+Naive Rect(Call call)
+{
+    return Formed<MCRectMatrix>(call);
+}
+template <class Call>
+Naive Sym(Call call)
+{
+    return Formed<MCSymMatrix>(call);
 }
 
 /// Equal up to tolerance, relative to the largest element or 1.
@@ -180,6 +220,26 @@ inline ::testing::AssertionResult Near(const Naive& actual, const Naive& expecte
                 return ::testing::AssertionFailure() << "element (" << i << ", " << j << "): " << actual.At(i, j)
                                                      << " instead of " << expected.At(i, j);
     return ::testing::AssertionSuccess();
+}
+
+/// One of many results, and what it must be.
+struct NaiveCase {
+    const char* name;
+    Naive actual;
+    Naive expected;
+};
+
+inline void ExpectNear(const std::vector<NaiveCase>& cases)
+{
+    for (const NaiveCase& c : cases) EXPECT_TRUE(Near(c.actual, c.expected)) << c.name;
+}
+
+template <class Matrix>
+std::string Shown(const Matrix& matrix)
+{
+    const DisplayCapture capture;
+    matrix.Display();
+    return capture.Text();
 }
 
 /// What operations on a matrix returned, the results that they formed, and the matrix after each: to compare two kinds
@@ -199,7 +259,7 @@ struct Outcome {
     Matrix* matrix;
     Matrix* own; // a result of the matrix's own kind
     std::vector<double> vec{7.0, 8.0};
-    MCMath_930::MCRectMatrix rect{1, 1};
+    MCRectMatrix rect{1, 1};
     std::vector<double> numbers{};
 };
 

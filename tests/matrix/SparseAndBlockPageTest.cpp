@@ -1,16 +1,5 @@
 // The code of docs/sparse-and-block.md.
 #include "matrix/Matrices.h"
-#include "modelcore/matrix/MCSparseRectMatrix.h"
-#include "modelcore/matrix/MCSparseVector.h"
-#include "modelcore/matrix/MCSymBlockDiagMatrix.h"
-#include "modelcore/matrix/MCSymBlockMatrix.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <vector>
-
-using namespace MCMath_930;
 
 TEST(SparseAndBlockPage, RegressionOnASparseDesign)
 {
