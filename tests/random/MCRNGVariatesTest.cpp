@@ -1,25 +1,7 @@
 // What MCRNGNormal, MCRNGBeta and MCRNGBinomial have in common, and the edges of each.
-#include "modelcore/common/MCMV.h"
-#include "modelcore/random/MCRNGBeta.h"
-#include "modelcore/random/MCRNGBinomial.h"
-#include "modelcore/random/MCRNGNormal.h"
-#include "modelcore/random/MCRNGUCongruential.h"
-#include "modelcore/random/MCRNGUTwister.h"
-#include "tests/random/ScriptedSource.h"
-#include "tests/support/Bits.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <vector>
-
-using namespace MCMath_930;
+#include "random/RandomTesting.h"
 
 namespace {
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInf = std::numeric_limits<double>::infinity();
 
 /// With these parameters a draw takes several uniforms by way of the embedded generators.
 constexpr double kFirst = 150.0, kSecond = 0.4;
@@ -91,7 +73,7 @@ TYPED_TEST(MCRNGVariates, CopiesGoOnFromACopyOfAnOwnSource)
 
 TYPED_TEST(MCRNGVariates, BrokenSourcesDoNotHang)
 {
-    for (const double number : {kNaN, kInf, -kInf, 0.0, 1.0, 0.975, 0.999, 0.5, -5.0}) {
+    for (const double number : {kNan, kInf, -kInf, 0.0, 1.0, 0.975, 0.999, 0.5, -5.0}) {
         ScriptedSource source({number});
         From<TypeParam>(source);
         EXPECT_LT(source.Drawn(), 50000000u);
@@ -117,27 +99,27 @@ TEST(MCRNGNormal, RefusedTrials)
         EXPECT_LE(UlpDistance(normal.GetNext(), row.expected), 4u) << row.name;
         EXPECT_EQ(source.Drawn(), row.uniforms.size()) << row.name;
     }
-    ScriptedSource broken({0.9, kNaN});
+    ScriptedSource broken({0.9, kNan});
     MCRNGNormal normal(3.0, 2.0);
     normal.SetURNGenerator(broken);
-    EXPECT_EQ(normal.GetNext(), MCCommon_930::MCMV::Missing());
+    EXPECT_EQ(normal.GetNext(), kMissing);
 }
 
 TEST(MCRNGVariatesParameters, InvalidOnesBecomeDefaults)
 {
     const double z = MCRNGNormal().GetNext(), u = MCRNGUCongruential().GetNext();
-    for (const double sd : {-1.0, -5e-324, kNaN}) EXPECT_EQ(MCRNGNormal(5.0, sd).GetNext(), z);
+    for (const double sd : {-1.0, -5e-324, kNan}) EXPECT_EQ(MCRNGNormal(5.0, sd).GetNext(), z);
     EXPECT_EQ(MCRNGNormal(5.0, 0.0).GetNext(), 5.0);
     EXPECT_EQ(MCRNGNormal(3.0, 1.0).GetNext(5.0, 2.0), 5.0 + 2.0 * z);
-    for (const double shape : {0.0, -1.0, kInf, kNaN}) {
+    for (const double shape : {0.0, -1.0, kInf, kNan}) {
         EXPECT_EQ(MCRNGBeta(shape, 3.0).GetNext(), u);
         EXPECT_EQ(MCRNGBeta(3.0, shape).GetNext(), u);
     }
     ScriptedSource none({0.0});
     MCRNGBinomial binomial;
     binomial.SetURNGenerator(none);
-    for (const double n : {2.5, -1.0, kInf, kNaN}) EXPECT_EQ(binomial.GetNext(n, 0.3), 0.0);
-    for (const double p : {-0.1, 1.1, kNaN}) EXPECT_EQ(binomial.GetNext(10.0, p), 0.0);
+    for (const double n : {2.5, -1.0, kInf, kNan}) EXPECT_EQ(binomial.GetNext(n, 0.3), 0.0);
+    for (const double p : {-0.1, 1.1, kNan}) EXPECT_EQ(binomial.GetNext(10.0, p), 0.0);
     EXPECT_EQ(none.Drawn(), 0u);
 }
 

@@ -1,29 +1,11 @@
 // MCRandomValues: choosing a distribution, refusals, vectors and matrices.
-#include "modelcore/random/MCRandomValues.h"
-#include "modelcore/accumulators/MCProvMeans.h"
-#include "modelcore/common/MCMV.h"
-#include "modelcore/matrix/MCSymMatrix.h"
-#include "modelcore/random/MCRNGNormal.h"
-#include "modelcore/random/MCURandom.h"
-#include "tests/random/ScriptedSource.h"
-#include "tests/support/Bits.h"
-#include "tests/support/DisplayCapture.h"
-
-#include <gtest/gtest.h>
+#include "random/RandomTesting.h"
+#include "support/DisplayCapture.h"
 
 #include <algorithm>
-#include <cmath>
-#include <limits>
-#include <string>
-#include <vector>
-
-using namespace MCMath_930;
 
 namespace {
 
-constexpr double kMissing = MCCommon_930::MCMV::gMissingValue;
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInf = std::numeric_limits<double>::infinity();
 using Vector = std::vector<double>;
 constexpr int kDraws = 200000;
 
@@ -99,17 +81,17 @@ TEST(MCRandomValues, RefusedParametersKeepTheOldOnes)
     EXPECT_FALSE(v.SetParamUniform(1.0, 0.9) || v.SetParamUniform(-1e308, 1e308) || v.SetParamUniform(0));
     EXPECT_FALSE(v.SetParamGamma(0.0, 1.0) || v.SetParamGamma(1.0, 0.0) || v.SetParamChi(0.0));
     EXPECT_FALSE(v.SetParamUniform(Vector(), Vector()) || v.SetParamUniform({0.0}, {1.0, 2.0}) ||
-                 v.SetParamUniform({0.0, 1.0}, {1.0, 0.9}) || v.SetParamUniform({0.0, kNaN}, {1.0, 1.0}));
+                 v.SetParamUniform({0.0, 1.0}, {1.0, 0.9}) || v.SetParamUniform({0.0, kNan}, {1.0, 1.0}));
     EXPECT_FALSE(v.SetParamNormal(-1) || v.SetParamNormal(Vector(), 1.0, MCSymMatrix()) ||
                  v.SetParamNormal({0.0}, 1.0, kUnit) || v.SetParamNormal({0.0, kInf}, 1.0, kUnit));
     EXPECT_FALSE(v.SetParamWishart(3, 5.0, kUnit) || v.SetParamWishart(0, 5.0, MCSymMatrix()) ||
                  v.SetParamWishart(2, 1.0, kUnit) || v.SetParamWishart(MCSymMatrix::kMaxRows + 1, 1e9));
-    for (const double bad : {kNaN, kInf, -kInf}) {
+    for (const double bad : {kNan, kInf, -kInf}) {
         EXPECT_FALSE(v.SetParamUniform(bad, 1.0) || v.SetParamUniform(0.0, bad) || v.SetParamNormal(bad, 1.0) ||
                      v.SetParamNormal(0.0, bad) || v.SetParamGamma(bad, 1.0) || v.SetParamGamma(1.0, bad) ||
                      v.SetParamChi(bad) || v.SetParamNormal({0.0, 0.0}, bad, kUnit) || v.SetParamWishart(2, bad));
     }
-    for (const double bad : {0.0, -1.0, kNaN}) EXPECT_FALSE(v.SetTolerance(bad));
+    for (const double bad : {0.0, -1.0, kNan}) EXPECT_FALSE(v.SetTolerance(bad));
     EXPECT_EQ(b.Displayed(), before);
 }
 
@@ -117,10 +99,10 @@ TEST(MCRandomValues, RefusalsOfADrawAreMissing)
 {
     Bound b({0.5});
     MCRandomValues& v = b.values;
-    for (const double bad : {0.0, -1.0, kNaN})
+    for (const double bad : {0.0, -1.0, kNan})
         for (const double x : {v.RVExp(bad), v.RVGam(bad, 1.0), v.RVGam(1.0, bad), v.RVChi(bad)})
             EXPECT_EQ(x, kMissing);
-    for (const double x : {v.RVGam(kInf, 1.0), v.RVNor(0.0, -1.0), v.RVNor(0.0, kNaN), v.RVUni(1.0, 0.5)})
+    for (const double x : {v.RVGam(kInf, 1.0), v.RVNor(0.0, -1.0), v.RVNor(0.0, kNan), v.RVUni(1.0, 0.5)})
         EXPECT_EQ(x, kMissing);
     EXPECT_EQ(v.RVNor(7.0, 0.0), 7.0);
     EXPECT_EQ(b.script.Drawn(), 0u);
@@ -137,7 +119,7 @@ TEST(MCRandomValues, RefusalsOfADrawAreMissing)
     EXPECT_DOUBLE_EQ(zero.values.RVGam(0.5, 4.0), p * p / 4.0);
     EXPECT_EQ(zero.script.Drawn(), 4u);
     EXPECT_EQ(Bound({1e-3, 0.5}).values.RVGam(1e-3, 1.0), 0.0); // exp would underflow
-    for (const double number : {kNaN, 0.0, 1.0})
+    for (const double number : {kNan, 0.0, 1.0})
         for (const double shape : {0.5, 2.0, 1e6}) {
             Bound broken({number});
             const double x = broken.values.RVGam(shape, 1.0);
@@ -176,7 +158,7 @@ TEST(MCRandomValues, VectorsAndMatricesAreDrawnElementByElement)
     EXPECT_EQ(b.values.GetRandom(), kMissing);
     b.values.SetParamNormal(2);
     EXPECT_FALSE(b.values.GetRandom(w));
-    Bound broken({0.9, kNaN});
+    Bound broken({0.9, kNan});
     for (MCURandom* const source : {static_cast<MCURandom*>(nullptr), &broken.source}) {
         b.values.SetURNGPtr(source);
         EXPECT_FALSE(b.values.SetParamNormal(2) && b.values.GetRandom(x));
@@ -203,7 +185,7 @@ TEST(MCRandomValues, SingularCovariancesAreDrawnAndIndefiniteOnesRefused)
         {"correlation above 1", Packed(2, {1, 2, 1}), 1e-12, {}},
         {"covariance of a constant", Packed(2, {0, 1, 1}), 1e-12, {}},
         {"covariance of a dependent one", Packed(3, {1, 1, 1, 1, 0.5, 1}), 1e-12, {}},
-        {"not a number", Packed(2, {1, kNaN, 1}), 1e-12, {}},
+        {"not a number", Packed(2, {1, kNan, 1}), 1e-12, {}},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);

@@ -1,34 +1,23 @@
-#include "modelcore/random/MCURandom.h"
-#include "modelcore/random/MCRNGUCongruential.h"
-#include "modelcore/random/MCRandomTwister.h"
-#include "modelcore/xml/XMLValueStream.h"
-#include "tests/random/ScriptedSource.h"
-
-#include <gtest/gtest.h>
+#include "random/RandomTesting.h"
 
 #include <bit>
-#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <string>
-#include <vector>
-
-using MCMath_930::MCURandom;
 
 namespace {
 
 /// The generators that the flags choose, told apart by what they draw after the seed.
 double TwisterFirst(unsigned long seed)
 {
-    MCMath_930::MCRandomTwister twister;
+    MCRandomTwister twister;
     twister.Initialize(seed);
     return twister.GetRealOpen();
 }
 double CongruentialFirst(unsigned long seed)
 {
-    MCMath_930::MCRNGUCongruential generator;
+    MCRNGUCongruential generator;
     generator.SetSeed(static_cast<double>(seed));
     return generator.GetNext();
 }
@@ -185,8 +174,7 @@ TEST(MCURandom, DamagedSavedStatesAreRefusedAndChangeNothing)
         Element("-1", "true", "true"),  Element("4294967296", "true", "true"),
         Element("1.5", "true", "true"), Element("12", "1", "true"),
         Element("12", "true", ""),      "\t<Other>" + element.substr(element.find('>') + 1)};
-    for (const double seed : {-1.0, 0.5, 4294967296.0, double(NAN), double(INFINITY)})
-        damaged.push_back(Record("MCUR", seed, 1, 1));
+    for (const double seed : {-1.0, 0.5, 4294967296.0, kNan, kInf}) damaged.push_back(Record("MCUR", seed, 1, 1));
     for (std::size_t length = 0; length < record.size(); ++length) damaged.push_back(record.substr(0, length));
     for (std::size_t length = 1; length + 1 < element.size(); ++length) damaged.push_back(element.substr(0, length));
     MCURandom random(5, true, true, nullptr), same(5, true, true, nullptr);

@@ -1,23 +1,13 @@
 // MCRandomTwister, MCRNGUTwister and MCRNGUCongruential.
-#include "modelcore/random/MCRNGUCongruential.h"
-#include "modelcore/random/MCRNGUTwister.h"
-#include "modelcore/random/MCRandomTwister.h"
-#include "tests/support/AllKernels.h"
-
-#include <gtest/gtest.h>
+#include "random/RandomTesting.h"
+#include "support/AllKernels.h"
 
 #include <bit>
-#include <limits>
 #include <random>
-#include <vector>
-
-using namespace MCMath_930;
 
 namespace {
 
 constexpr unsigned long kHighBit = 1ul << 31 << 1; // an unsigned long may have 64 bits, of which 32 count
-constexpr double kInf = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 /// FNV-1a over the bits of 100000 numbers, lowest byte first.
 template <class Next>
@@ -102,34 +92,23 @@ TEST(MCRandomTwister, RealsAreThePublishedOnes)
 
 TEST(MCRNGenerator, SeedsAndFirstNumbers)
 {
-    struct Row {
-        double seed, first;
-    };
-    for (const Row& row : {Row{12345.5, 0.5921444154416835},
-                           {-12345.0, 0.8455589674597609},
-                           {1e10, 0.6839340554638002},
-                           {0.1, 0.9487699303840682},
-                           {-0.75, 0.5061910191451283},
-                           {2147483648.0, 0.5755746591999943},
-                           {1e-5, 0.09314521661496278},
-                           {12345.0, 0.9296160928171479},
-                           {-0.0, 0.5488135039273248}}) {
-        auto twister = Seeded<MCRNGUTwister>(row.seed);
-        for (const double refused : {kNaN, kInf, -kInf}) twister.SetSeed(refused);
-        EXPECT_EQ(twister.GetNext(), row.first) << row.seed;
+    const std::vector<std::pair<double, double>> ofTwister = {
+        {12345.5, 0.5921444154416835}, {-12345.0, 0.8455589674597609}, {1e10, 0.6839340554638002},
+        {0.1, 0.9487699303840682},     {-0.75, 0.5061910191451283},    {2147483648.0, 0.5755746591999943},
+        {1e-5, 0.09314521661496278},   {12345.0, 0.9296160928171479},  {-0.0, 0.5488135039273248}};
+    for (const auto& [seed, first] : ofTwister) {
+        auto twister = Seeded<MCRNGUTwister>(seed);
+        for (const double refused : {kNan, kInf, -kInf}) twister.SetSeed(refused);
+        EXPECT_EQ(twister.GetNext(), first) << seed;
     }
     EXPECT_NE(Seeded<MCRNGUTwister>(5e-324).GetNext(), Seeded<MCRNGUTwister>(1e-323).GetNext());
-    for (const Row& row : {Row{1.0, 397204094},
-                           {0.0, 397204094},
-                           {-0.4, 397204094},
-                           {-7.9, 632945011},
-                           {34567.0, 1290962027},
-                           {2147483647.0, 1},
-                           {1e300, 1},
-                           {-kInf, 1}}) {
-        auto congruential = Seeded<MCRNGUCongruential>(row.seed);
-        congruential.SetSeed(kNaN); // refused
-        EXPECT_EQ(congruential.GetNext(), row.first / 2147483648.0) << row.seed;
+    const std::vector<std::pair<double, double>> ofCongruential = {
+        {1.0, 397204094},      {0.0, 397204094},  {-0.4, 397204094}, {-7.9, 632945011},
+        {34567.0, 1290962027}, {2147483647.0, 1}, {1e300, 1},        {-kInf, 1}};
+    for (const auto& [seed, first] : ofCongruential) {
+        auto congruential = Seeded<MCRNGUCongruential>(seed);
+        congruential.SetSeed(kNan); // refused
+        EXPECT_EQ(congruential.GetNext(), first / 2147483648.0) << seed;
     }
 }
 

@@ -1,23 +1,9 @@
 // The sequences of the variate generators, which are fixed for good, and their distributions. Seeds are fixed, so a
 // test passes always or never.
-#include "modelcore/distributions/MCDistFun.h"
-#include "modelcore/random/MCRNGBeta.h"
-#include "modelcore/random/MCRNGBinomial.h"
-#include "modelcore/random/MCRNGNormal.h"
-#include "modelcore/random/MCRNGUTwister.h"
-#include "modelcore/random/MCRandomValues.h"
-#include "modelcore/random/MCURandom.h"
-#include "tests/support/Bits.h"
-
-#include <gtest/gtest.h>
+#include "random/RandomTesting.h"
 
 #include <algorithm>
-#include <cmath>
 #include <functional>
-#include <memory>
-#include <vector>
-
-using namespace MCMath_930;
 
 namespace {
 

@@ -1,0 +1,35 @@
+// What the tests of random numbers share.
+#pragma once
+
+#include "modelcore/modelcore.h"
+#include "support/Bits.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+using namespace MCMath_930;
+
+constexpr double kMissing = MCCommon_930::MCMV::gMissingValue;
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+/// A uniform source for both families of generators, which returns given numbers, over and over.
+class ScriptedSource : public MCRNGenerator, public MCCommon_930::MCRandom {
+public:
+    explicit ScriptedSource(std::vector<double> numbers) : fvNumbers(std::move(numbers)) {}
+
+    void SetSeed(double) override {}
+    double GetNext() override { return fvNumbers[fnDrawn++ % fvNumbers.size()]; }
+    double GetRandom() override { return GetNext(); }
+
+    std::size_t Drawn() const { return fnDrawn; }
+
+private:
+    std::vector<double> fvNumbers;
+    std::size_t fnDrawn = 0;
+};
