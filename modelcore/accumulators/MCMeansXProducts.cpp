@@ -42,18 +42,12 @@ double AddWeightedRows(const internal::WeightedRows& block, double count, std::v
     for (std::size_t start = 0; start < block.nRows; start += kRowsAtOnce) {
         const std::size_t rows = std::min(kRowsAtOnce, block.nRows - start);
         block.GetWeights(start, rows, weights);
-        bool zeros = false;
         for (std::size_t k = 0; k < rows; ++k) {
             count += weights[k];
-            zeros |= weights[k] == 0.0;
             inspect(block.Row(start + k));
         }
-        if (!zeros)
-            internal::AddColumns(sums.data(), block.Row(start), static_cast<std::ptrdiff_t>(block.stride), rows,
-                                 weights, sums.size());
-        else // which AddColumns would leave out, but 0 times infinity shows
-            for (std::size_t k = 0; k < rows; ++k)
-                internal::AddScaled(sums.data(), weights[k], block.Row(start + k), sums.size());
+        internal::AddRows(sums.data(), block.Row(start), static_cast<std::ptrdiff_t>(block.stride), rows, weights, 1,
+                          sums.size());
     }
     return count;
 }
