@@ -433,7 +433,6 @@ private:
 
     bool SweepArgumentsValid(double tol, const double* origDiag, const MCBitSet& swept) const;
     bool RowsValid(const std::vector<int>& rows) const;
-    bool PivotAllowed(int k, double tol, const double* origDiag, const MCBitSet& swept) const;
 
     void SetOrder(int n)
     {

@@ -15,6 +15,21 @@ namespace MCMath_930 {
 
 namespace {
 
+/// The two tests of row k, which is not swept. row(j) is element (k, j), diag(j) is element (j, j).
+template <class RowElement, class DiagElement>
+bool PassesTests(int k, int n, double tol, const double* origDiag, const MCBitSet& swept, RowElement row,
+                 DiagElement diag)
+{
+    const double pivot = row(k);
+    if (tol * origDiag[k] >= pivot) return false;
+    for (int j = swept.Next(0); j >= 0 && j < n; j = swept.Next(j + 1)) {
+        const double old = row(j);
+        // S(j,j) of a swept row is minus the inverse of its pivot: below -1/(tol*origDiag[j]) that pivot is too small.
+        if (!((diag(j) - old * old / pivot) * tol * origDiag[j] > -1.0)) return false;
+    }
+    return true;
+}
+
 /// The sweep rule on a packed triangle, row by row or by blocks of rows.
 ///
 /// Sweeping row k adds left[i]*right[j] to every element (i, j) outside row and column k, where left is row k up to
@@ -103,13 +118,9 @@ private:
     bool PivotAllowed(int k, const double* row, Diag diag)
     {
         const bool forward = !fSwept.IsIn(k);
-        if (forward) {
-            const double pivot = row[k];
-            if (fTol * fOrigDiag[k] >= pivot) return false;
-            for (int j = fSwept.Next(0); j >= 0 && j < fn; j = fSwept.Next(j + 1))
-                // S(j,j) of a swept row is minus the inverse of its pivot: at -1/(tol*origDiag[j]) that is too small.
-                if (!((diag(j) - row[j] * row[j] / pivot) * fTol * fOrigDiag[j] > -1.0)) return false;
-        }
+        if (forward && !PassesTests(
+                           k, fn, fTol, fOrigDiag, fSwept, [row](int j) { return row[j]; }, diag))
+            return false;
         fSwept.Set(k, forward);
         return true;
     }
@@ -247,18 +258,6 @@ bool MCSymMatrix::Sweep(int k, double tol, const double* origDiag, MCBitSet& swe
     return Sweeper(fvElem.data(), fnRows, tol, origDiag, swept).SweepOnRow(k);
 }
 
-bool MCSymMatrix::PivotAllowed(int k, double tol, const double* origDiag, const MCBitSet& swept) const
-{
-    const double pivot = GetElem(k, k);
-    if (tol * origDiag[k] >= pivot) return false;
-    for (int j = swept.Next(0); j >= 0 && j < fnRows; j = swept.Next(j + 1)) {
-        const double old = GetElem(k, j);
-        // S(j,j) of a swept row is minus the inverse of its pivot: below -1/(tol*origDiag[j]) that pivot is too small.
-        if (!((GetElem(j, j) - old * old / pivot) * tol * origDiag[j] > -1.0)) return false;
-    }
-    return true;
-}
-
 bool MCSymMatrix::SweepOrig(int k, double tol, const std::vector<double>& origDiag, MCBitSet& swept, bool check)
 {
     if (check && origDiag.size() < static_cast<std::size_t>(fnRows)) return false;
@@ -269,7 +268,10 @@ bool MCSymMatrix::SweepOrig(int k, double tol, const double* origDiag, MCBitSet&
 {
     if (check && (k < 0 || k >= fnRows || !SweepArgumentsValid(tol, origDiag, swept))) return false;
     const bool forward = !swept.IsIn(k);
-    if (forward && !PivotAllowed(k, tol, origDiag, swept)) return false;
+    if (forward && !PassesTests(
+                       k, fnRows, tol, origDiag, swept, [=, this](int j) { return GetElem(k, j); },
+                       [this](int j) { return GetElem(j, j); }))
+        return false;
 
     const double pivot = GetElem(k, k);
     for (int i = 0; i < fnRows; ++i) {
