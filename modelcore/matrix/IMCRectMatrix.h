@@ -140,6 +140,13 @@ protected:
 
     bool IsRow(int i) const { return i >= 0 && i < GetNRows(); }
     bool IsCol(int j) const { return j >= 0 && j < GetNCols(); }
+
+    /// Whether source has `count` rows from firstSource on, and this matrix as many from first on.
+    bool HasRows(const IMCRectMatrix& source, int firstSource, int count, int first) const
+    {
+        return count >= 0 && firstSource >= 0 && count <= source.GetNRows() - firstSource && first >= 0 &&
+               count <= GetNRows() - first;
+    }
 };
 
 } // namespace MCMath_930

@@ -297,12 +297,6 @@ void MCRectMatrix::Transpose(MCRectMatrix& out) const
     out = std::move(transposed);
 }
 
-bool MCRectMatrix::HasRows(const IMCRectMatrix& source, int firstSource, int count, int first) const
-{
-    return count >= 0 && firstSource >= 0 && count <= source.GetNRows() - firstSource && first >= 0 &&
-           count <= fnRows - first;
-}
-
 bool MCRectMatrix::CopyRowToRow(const IMCRectMatrix& source, int sourceRow, int row)
 {
     return CopyRows(source, sourceRow, 1, row);

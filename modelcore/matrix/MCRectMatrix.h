@@ -276,7 +276,6 @@ private:
     }
     std::size_t RowLength() const { return static_cast<std::size_t>(fnCols); }
     std::size_t ColLength() const { return static_cast<std::size_t>(fnRows); }
-    bool HasRows(const IMCRectMatrix& source, int firstSource, int count, int first) const;
 
     int fnRows = 0;
     int fnCols = 0;

@@ -191,7 +191,6 @@ private:
     void EmptyRows(int first, int count);
     void MoveRowColumns(int i, long long by, int cols);
     bool Assign(const RowList& list, int cols);
-    bool HasRows(const IMCRectMatrix& source, int firstSource, int count, int first) const;
 
     int fnRows = 0;
     int fnCapacity = 0;

@@ -199,12 +199,6 @@ bool MCSparseRectMatrix::CreateBlockDiagonal(const std::vector<const IMCRectMatr
     return Assign(list, firstCol);
 }
 
-bool MCSparseRectMatrix::HasRows(const IMCRectMatrix& source, int firstSource, int count, int first) const
-{
-    return count >= 0 && firstSource >= 0 && count <= source.GetNRows() - firstSource && first >= 0 &&
-           count <= fnRows - first;
-}
-
 bool MCSparseRectMatrix::CopyRowToRow(const IMCRectMatrix& source, int sourceRow, int row)
 {
     return CopyRows(source, sourceRow, 1, row);
