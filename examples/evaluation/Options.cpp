@@ -1,24 +1,12 @@
 #include "Options.h"
 
-#include "common/Failure.h"
-
-#include <CLI/CLI.hpp>
+#include "common/CommandLine.h"
 
 #include <cmath>
-#include <iostream>
 
 namespace evaluate {
 
 using namespace procedure;
-
-namespace {
-
-void Check(bool holds, const char* complaint)
-{
-    if (!holds) throw Failure(complaint);
-}
-
-} // namespace
 
 std::optional<Options> ParseOptions(int argc, char** argv)
 {
@@ -43,17 +31,10 @@ std::optional<Options> ParseOptions(int argc, char** argv)
         ->type_name("PATH");
     app.add_flag("--quiet", options.quiet, "print no tables and no progress");
 
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp&) {
-        std::cout << app.help();
-        return std::nullopt;
-    } catch (const CLI::ParseError& error) {
-        throw Failure(std::string(error.what()) + " (--help lists the options)");
-    }
-    Check(options.segments >= 1 && options.segments <= 1000, "--segments must be 1 to 1000");
-    Check(options.bins >= 2 && options.bins <= 1000, "--bins must be 2 to 1000");
-    Check(std::isfinite(options.cutoff), "--cutoff must be a number");
+    if (!ParseCommandLine(app, argc, argv)) return std::nullopt;
+    CheckOption(options.segments >= 1 && options.segments <= 1000, "--segments must be 1 to 1000");
+    CheckOption(options.bins >= 2 && options.bins <= 1000, "--bins must be 2 to 1000");
+    CheckOption(std::isfinite(options.cutoff), "--cutoff must be a number");
     return options;
 }
 

@@ -1,11 +1,7 @@
 #include "Options.h"
 
+#include "common/CommandLine.h"
 #include "common/CsvReader.h"
-#include "common/Failure.h"
-
-#include <CLI/CLI.hpp>
-
-#include <iostream>
 
 namespace linreg {
 
@@ -14,11 +10,6 @@ using namespace procedure;
 namespace {
 
 constexpr int kMaxThreads = 256;
-
-void Check(bool holds, const char* complaint)
-{
-    if (!holds) throw Failure(complaint);
-}
 
 } // namespace
 
@@ -51,22 +42,15 @@ std::optional<Options> ParseOptions(int argc, char** argv)
     app.add_option("--xml", options.xmlPath, "write the results as a StatXML document")->type_name("OUT.xml");
     app.add_flag("--quiet", options.quiet, "print no table and no progress");
 
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp&) {
-        std::cout << app.help();
-        return std::nullopt;
-    } catch (const CLI::ParseError& error) {
-        throw Failure(std::string(error.what()) + " (--help lists the options)");
-    }
+    if (!ParseCommandLine(app, argc, argv)) return std::nullopt;
 
     // A list of names is a CSV row, so that a name with a comma can be given as it stands in the header.
     if (*chosen) options.predictors = SplitCsvRow(predictors);
     options.factors = SplitCsvRow(factors);
     options.intercept = !noIntercept;
-    Check(options.tolerance > 0.0 && options.tolerance < 1.0, "--tolerance must lie between 0 and 1");
-    Check(options.level > 0.0 && options.level < 1.0, "--level must lie between 0 and 1");
-    Check(options.threads >= 1 && options.threads <= kMaxThreads, "--threads must be 1 to 256");
+    CheckOption(options.tolerance > 0.0 && options.tolerance < 1.0, "--tolerance must lie between 0 and 1");
+    CheckOption(options.level > 0.0 && options.level < 1.0, "--level must lie between 0 and 1");
+    CheckOption(options.threads >= 1 && options.threads <= kMaxThreads, "--threads must be 1 to 256");
     return options;
 }
 
