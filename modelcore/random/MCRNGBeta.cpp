@@ -43,29 +43,10 @@ struct MCRNGBeta::Record {
     static constexpr double kSmallestRejectionShape = 0.052;
     static_assert(36.8 / kSmallestRejectionShape < std::min(kOverflowLimit, -kUnderflowLimit));
 
-    internal::UniformSource source;
-    MCRNGNormal normal{0.0, 1.0}; // draws from the same source
+    internal::SharedSource<MCRNGNormal> source{MCRNGNormal(0.0, 1.0)};
     Shapes shapes;
 
     explicit Record(const Shapes& initial) : shapes(initial) {}
-    Record(const Record& other) : source(other.source), normal(other.normal), shapes(other.shapes)
-    {
-        if (source.Exists()) normal.SetURNGenerator(source.Get());
-    }
-    Record& operator=(const Record&) = delete;
-
-    void Use(MCRNGenerator& generator)
-    {
-        source.Use(generator);
-        normal.SetURNGenerator(generator);
-    }
-    MCRNGenerator& Source()
-    {
-        const bool isNew = !source.Exists();
-        MCRNGenerator& uniform = source.Get();
-        if (isNew) normal.SetURNGenerator(uniform);
-        return uniform;
-    }
 
     static double GuardedExp(double x) { return x < kUnderflowLimit ? 0.0 : std::exp(std::min(x, kOverflowLimit)); }
 
@@ -80,10 +61,9 @@ struct MCRNGBeta::Record {
 double MCRNGBeta::Record::Draw(const Shapes& s)
 {
     const double smaller = std::min(s.a, s.b);
-    if (s.a == s.b && smaller == 1.0) return Source().GetNext();
+    if (s.a == s.b && smaller == 1.0) return source.Get().GetNext();
     if (s.a == s.b && smaller > 1.5) return DrawSymmetric(smaller);
-    if (smaller < kSmallestRejectionShape) return MCDistFun::IdfBeta(Source().GetNext(), s.a, s.b);
-    Source(); // the embedded normal generator has to know a source that is made now
+    if (smaller < kSmallestRejectionShape) return MCDistFun::IdfBeta(source.Get().GetNext(), s.a, s.b);
     return source.Draw([&](auto next) { return smaller > 1.0 ? DrawBB(s, next) : DrawBC(s, next); });
 }
 
@@ -91,11 +71,11 @@ double MCRNGBeta::Record::Draw(const Shapes& s)
 // exp((a-1)*(ln(1-y) + y)) and lies between 1 - s^4/(8a-12) and 1 - q + q^2/2, q = s^4/(8a-8).
 double MCRNGBeta::Record::DrawSymmetric(double a)
 {
-    MCRNGenerator& uniform = Source();
+    MCRNGenerator& uniform = source.Get();
     const double exponent = a - 1.0;
     const double spread = std::sqrt(2.0 * exponent);
     for (int trial = 0; trial < kMaxTrials; ++trial) {
-        const double s = normal.GetNext();
+        const double s = source.embedded.GetNext();
         if (!(std::fabs(s) <= spread)) continue;
         const double u = uniform.GetNext();
         const double square = s * s;
@@ -185,7 +165,7 @@ MCRNGBeta::~MCRNGBeta() = default;
 
 void MCRNGBeta::SetSeed(double s)
 {
-    fpRecord->Source().SetSeed(s);
+    fpRecord->source.Get().SetSeed(s);
 }
 
 double MCRNGBeta::GetNext()
@@ -205,7 +185,7 @@ void MCRNGBeta::SetParameters(double a, double b)
 
 void MCRNGBeta::SetURNGenerator(MCRNGenerator& generator)
 {
-    fpRecord->Use(generator);
+    fpRecord->source.Use(generator);
 }
 
 void MCRNGBeta::Display() const

@@ -28,29 +28,10 @@ constexpr double kDirectTrials = 100.0;
 } // namespace
 
 struct MCRNGBinomial::Record {
-    internal::UniformSource source;
-    MCRNGBeta beta; // draws from the same source
+    internal::SharedSource<MCRNGBeta> source{MCRNGBeta()};
     Parameters parameters;
 
     explicit Record(const Parameters& initial) : parameters(initial) {}
-    Record(const Record& other) : source(other.source), beta(other.beta), parameters(other.parameters)
-    {
-        if (source.Exists()) beta.SetURNGenerator(source.Get());
-    }
-    Record& operator=(const Record&) = delete;
-
-    void Use(MCRNGenerator& generator)
-    {
-        source.Use(generator);
-        beta.SetURNGenerator(generator);
-    }
-    MCRNGenerator& Source()
-    {
-        const bool isNew = !source.Exists();
-        MCRNGenerator& uniform = source.Get();
-        if (isNew) beta.SetURNGenerator(uniform);
-        return uniform;
-    }
 
     double Draw(const Parameters& given);
 };
@@ -63,7 +44,7 @@ double MCRNGBinomial::Record::Draw(const Parameters& given)
     const double p = given.p;
     if (n <= 0.0 || p <= 0.0) return 0.0;
 
-    MCRNGenerator& uniform = Source();
+    MCRNGenerator& uniform = source.Get();
     double k = 0.0;
     double lo = 0.0;
     double width = 1.0;
@@ -74,7 +55,7 @@ double MCRNGBinomial::Record::Draw(const Parameters& given)
             n -= 1.0;
         }
         const double a = (n + 1.0) / 2.0;
-        const double x = beta.GetNext(a, a);
+        const double x = source.embedded.GetNext(a, a);
         if (MCCommon_930::MCMV::IsMissing(x)) return x;
         const double middle = lo + x * width;
         if (p < middle) {
@@ -115,7 +96,7 @@ MCRNGBinomial::~MCRNGBinomial() = default;
 
 void MCRNGBinomial::SetSeed(double s)
 {
-    fpRecord->Source().SetSeed(s);
+    fpRecord->source.Get().SetSeed(s);
 }
 
 double MCRNGBinomial::GetNext()
@@ -135,7 +116,7 @@ void MCRNGBinomial::SetParameters(double n, double p)
 
 void MCRNGBinomial::SetURNGenerator(MCRNGenerator& generator)
 {
-    fpRecord->Use(generator);
+    fpRecord->source.Use(generator);
 }
 
 void MCRNGBinomial::Display() const

@@ -65,4 +65,45 @@ private:
     bool fOwnsSource = true;
 };
 
+/// A uniform source and an embedded variate generator that draws from the same one.
+template <class Embedded>
+class SharedSource {
+public:
+    explicit SharedSource(const Embedded& initial) : embedded(initial) {}
+    SharedSource(const SharedSource& other) : embedded(other.embedded), fSource(other.fSource)
+    {
+        if (fSource.Exists()) embedded.SetURNGenerator(fSource.Get());
+    }
+    SharedSource& operator=(const SharedSource&) = delete;
+
+    void Use(MCRNGenerator& generator)
+    {
+        fSource.Use(generator);
+        embedded.SetURNGenerator(generator);
+    }
+
+    MCRNGenerator& Get()
+    {
+        const bool isNew = !fSource.Exists();
+        MCRNGenerator& uniform = fSource.Get();
+        if (isNew) embedded.SetURNGenerator(uniform);
+        return uniform;
+    }
+
+    template <class Body>
+    auto Draw(Body body)
+    {
+        Get(); // the embedded generator has to know a source that is made now
+        return fSource.Draw(body);
+    }
+
+    bool Exists() const { return fSource.Exists(); }
+    bool IsOwned() const { return fSource.IsOwned(); }
+
+    Embedded embedded;
+
+private:
+    UniformSource fSource;
+};
+
 } // namespace MCMath_930::internal
