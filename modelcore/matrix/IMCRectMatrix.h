@@ -141,6 +141,9 @@ protected:
     bool IsRow(int i) const { return i >= 0 && i < GetNRows(); }
     bool IsCol(int j) const { return j >= 0 && j < GetNCols(); }
 
+    /// The shape of blocks along a diagonal. False when one is null or the shape is beyond an int.
+    static bool SumOfShapes(const std::vector<const IMCRectMatrix*>& blocks, int& rows, int& cols);
+
     /// Whether source has `count` rows from firstSource on, and this matrix as many from first on.
     bool HasRows(const IMCRectMatrix& source, int firstSource, int count, int first) const
     {

@@ -6,7 +6,6 @@
 #include "modelcore/matrix/internal/Operands.h"
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 namespace MCMath_930 {
@@ -259,16 +258,10 @@ bool MCRectMatrix::ExpandSquare(const MCBitSet& kept)
 
 bool MCRectMatrix::CreateBlockDiagonal(const std::vector<const IMCRectMatrix*>& blocks)
 {
-    long long rows = 0;
-    long long cols = 0;
-    for (const IMCRectMatrix* const block : blocks) {
-        if (block == nullptr) return false;
-        rows += block->GetNRows();
-        cols += block->GetNCols();
-    }
-    constexpr long long kMax = std::numeric_limits<int>::max();
+    int rows = 0;
+    int cols = 0;
     MCRectMatrix whole;
-    if (rows > kMax || cols > kMax || !whole.SetNRowsCols(static_cast<int>(rows), static_cast<int>(cols))) return false;
+    if (!SumOfShapes(blocks, rows, cols) || !whole.SetNRowsCols(rows, cols)) return false;
     int firstRow = 0;
     int firstCol = 0;
     std::vector<double> row;

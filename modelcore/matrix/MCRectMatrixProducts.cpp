@@ -104,15 +104,7 @@ bool MCRectMatrix::ComputeBlockDiagSR(const IMCSymMatrix& S, MCRectMatrix& out) 
 
 double MCRectMatrix::ComputeSpVRSpW(const MCSparseVector& v, const MCSparseVector& w) const
 {
-    if (!v.IsValid() || !w.IsValid() || v.GetMinVecSize() > fnRows || w.GetMinVecSize() > fnCols)
-        return MCMV::Missing();
-    double sum = 0.0;
-    for (int i = 0; i < v.GetNElements(); ++i) {
-        double rowSum = 0.0;
-        for (int j = 0; j < w.GetNElements(); ++j) rowSum += GetElem(v.GetIndex(i), w.GetIndex(j)) * w.GetValue(j);
-        sum += v.GetValue(i) * rowSum;
-    }
-    return sum;
+    return internal::SparseForm(*this, fnRows, fnCols, v, w);
 }
 
 bool MCRectMatrix::ComputeVecProduct(const std::vector<double>& v, const std::vector<double>& w)

@@ -5,7 +5,6 @@
 #include "modelcore/matrix/MCRectMatrix.h"
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 namespace MCMath_930 {
@@ -181,15 +180,9 @@ bool MCSparseRectMatrix::ExpandSquare(const MCBitSet& kept)
 
 bool MCSparseRectMatrix::CreateBlockDiagonal(const std::vector<const IMCRectMatrix*>& blocks)
 {
-    long long rows = 0;
-    long long cols = 0;
-    for (const IMCRectMatrix* const block : blocks) {
-        if (block == nullptr) return false;
-        rows += block->GetNRows();
-        cols += block->GetNCols();
-    }
-    constexpr long long kMost = std::numeric_limits<int>::max();
-    if (rows > kMost || cols > kMost || cols < 1) return false;
+    int rows = 0;
+    int cols = 0;
+    if (!SumOfShapes(blocks, rows, cols) || cols < 1) return false;
     RowList list;
     int firstCol = 0;
     for (const IMCRectMatrix* const block : blocks) {

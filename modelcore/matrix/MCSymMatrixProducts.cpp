@@ -96,15 +96,7 @@ double MCSymMatrix::ComputeViiSW(const double* v, int incr, const std::vector<do
 
 double MCSymMatrix::ComputeSpVSSpW(const MCSparseVector& v, const MCSparseVector& w) const
 {
-    if (!v.IsValid() || !w.IsValid() || v.GetMinVecSize() > fnRows || w.GetMinVecSize() > fnRows)
-        return MCMV::Missing();
-    double sum = 0.0;
-    for (int i = 0; i < v.GetNElements(); ++i) {
-        double rowSum = 0.0;
-        for (int j = 0; j < w.GetNElements(); ++j) rowSum += GetElem(v.GetIndex(i), w.GetIndex(j)) * w.GetValue(j);
-        sum += v.GetValue(i) * rowSum;
-    }
-    return sum;
+    return internal::SparseForm(*this, fnRows, fnRows, v, w);
 }
 
 double MCSymMatrix::ComputeVBW(const std::vector<double>& v, int firstRow, int nRows, const std::vector<double>& w,

@@ -1,9 +1,11 @@
 // How products read their operands and form their results, whatever the storage of the operands.
 #pragma once
 
+#include "modelcore/common/MCMV.h"
 #include "modelcore/linalg/kernels/Kernels.h"
 #include "modelcore/linalg/kernels/TileProduct.h"
 #include "modelcore/matrix/MCRectMatrix.h"
+#include "modelcore/matrix/MCSparseVector.h"
 #include "modelcore/matrix/MCSymMatrix.h"
 
 #include <algorithm>
@@ -100,6 +102,22 @@ inline void AddRowsTimesRows(double* out, const double* a, std::size_t aStride, 
         work, static_cast<int>(rows), static_cast<int>(inner), [&](int i) { return out + at(i) * cols; },
         [&](int) { return static_cast<int>(cols); }, [&](int i, int k) { return a[at(i) * aStride + at(k)]; },
         RowsOperand{[&](int k) { return b + at(k) * cols; }});
+}
+
+/// v'*A*w over the stored elements of v and w; system-missing when one is not valid or too long for a matrix of rows x
+/// cols elements.
+template <class Matrix>
+double SparseForm(const Matrix& A, int rows, int cols, const MCSparseVector& v, const MCSparseVector& w)
+{
+    if (!v.IsValid() || !w.IsValid() || v.GetMinVecSize() > rows || w.GetMinVecSize() > cols)
+        return MCCommon_930::MCMV::Missing();
+    double sum = 0.0;
+    for (int i = 0; i < v.GetNElements(); ++i) {
+        double rowSum = 0.0;
+        for (int j = 0; j < w.GetNElements(); ++j) rowSum += A.GetElem(v.GetIndex(i), w.GetIndex(j)) * w.GetValue(j);
+        sum += v.GetValue(i) * rowSum;
+    }
+    return sum;
 }
 
 /// Stores the product a*b of rows x inner and inner x cols elements. False, and out as it was, when there can be no
