@@ -3,7 +3,7 @@
 #include "modelcore/accumulators/internal/ProductSums.h"
 #include "modelcore/accumulators/internal/StateStream.h"
 #include "modelcore/common/MCDisplay.h"
-#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/kernels/Kernels.h"
 #include "modelcore/matrix/MCRectMatrix.h"
 
 #include <algorithm>

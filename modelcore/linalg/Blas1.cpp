@@ -1,7 +1,7 @@
 // The BLAS level 1 routines. Contiguous vectors go to the kernels where that cannot change a bit.
 #include "modelcore/linalg/Blas1.h"
 
-#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/kernels/Kernels.h"
 
 #include <algorithm>
 #include <cmath>

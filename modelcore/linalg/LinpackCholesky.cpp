@@ -1,8 +1,8 @@
 // LINPACK: Cholesky decomposition with pivoting; adding and removing rows, permuting columns.
 #include "modelcore/linalg/Linpack.h"
 
+#include "modelcore/kernels/ColumnViews.h"
 #include "modelcore/linalg/Blas1.h"
-#include "modelcore/linalg/internal/LinpackColumns.h"
 
 #include <algorithm>
 #include <cmath>

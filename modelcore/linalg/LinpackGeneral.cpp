@@ -4,8 +4,8 @@
 #include "modelcore/linalg/internal/LinpackDeterminant.h"
 #include "modelcore/linalg/internal/LinpackElimination.h"
 
-#include "modelcore/linalg/kernels/AlignedDoubles.h"
-#include "modelcore/linalg/kernels/TileProduct.h"
+#include "modelcore/kernels/AlignedDoubles.h"
+#include "modelcore/kernels/TileProduct.h"
 
 #include <algorithm>
 #include <cmath>

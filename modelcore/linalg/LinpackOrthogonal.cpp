@@ -1,10 +1,10 @@
 // LINPACK: QR decomposition and what is computed from it.
 #include "modelcore/linalg/Linpack.h"
 
+#include "modelcore/kernels/ColumnViews.h"
+#include "modelcore/kernels/ReflectionBlock.h"
 #include "modelcore/linalg/Blas1.h"
-#include "modelcore/linalg/internal/LinpackColumns.h"
 #include "modelcore/linalg/internal/LinpackReflection.h"
-#include "modelcore/linalg/internal/ReflectionBlock.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,10 +1,10 @@
 // LINPACK: positive definite matrices, dense, packed, band and tridiagonal.
 #include "modelcore/linalg/Linpack.h"
 
+#include "modelcore/kernels/OrderedCholesky.h"
 #include "modelcore/linalg/internal/LinpackCondition.h"
 #include "modelcore/linalg/internal/LinpackDeterminant.h"
 #include "modelcore/linalg/internal/LinpackTriangle.h"
-#include "modelcore/linalg/kernels/OrderedCholesky.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,10 +1,10 @@
 // LINPACK: singular value decomposition.
 #include "modelcore/linalg/Linpack.h"
 
+#include "modelcore/kernels/ColumnViews.h"
+#include "modelcore/kernels/RotationQueue.h"
 #include "modelcore/linalg/Blas1.h"
-#include "modelcore/linalg/internal/LinpackColumns.h"
 #include "modelcore/linalg/internal/LinpackReflection.h"
-#include "modelcore/linalg/internal/RotationQueue.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,7 +2,7 @@
 #include "modelcore/linalg/MCEigenValues.h"
 
 #include "modelcore/common/MCDisplay.h"
-#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/kernels/Kernels.h"
 
 #include <algorithm>
 #include <string_view>

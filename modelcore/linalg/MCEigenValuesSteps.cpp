@@ -1,9 +1,9 @@
 // MCEigenValues: reduction to tridiagonal form, implicit QL iteration, transformation of the vectors back.
 #include "modelcore/linalg/MCEigenValues.h"
 
-#include "modelcore/linalg/internal/RotationSweeps.h"
-#include "modelcore/linalg/kernels/AlignedDoubles.h"
-#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/kernels/AlignedDoubles.h"
+#include "modelcore/kernels/Kernels.h"
+#include "modelcore/kernels/RotationSweeps.h"
 
 #include <algorithm>
 #include <cmath>

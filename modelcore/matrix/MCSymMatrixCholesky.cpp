@@ -2,8 +2,8 @@
 #include "modelcore/matrix/MCSymMatrix.h"
 
 #include "modelcore/common/MCBitSet.h"
-#include "modelcore/linalg/internal/BlockedInverse.h"
-#include "modelcore/linalg/kernels/OrderedCholesky.h"
+#include "modelcore/kernels/BlockedInverse.h"
+#include "modelcore/kernels/OrderedCholesky.h"
 #include "modelcore/matrix/internal/CholeskyArguments.h"
 #include "modelcore/matrix/internal/Operands.h"
 

@@ -2,7 +2,7 @@
 #include "modelcore/matrix/MCSymMatrix.h"
 
 #include "modelcore/common/MCMV.h"
-#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/kernels/Kernels.h"
 #include "modelcore/matrix/MCSparseVector.h"
 #include "modelcore/matrix/internal/Operands.h"
 

@@ -2,7 +2,7 @@
 #include "modelcore/matrix/MCSymMatrix.h"
 
 #include "modelcore/common/MCBitSet.h"
-#include "modelcore/linalg/kernels/TileProduct.h"
+#include "modelcore/kernels/TileProduct.h"
 
 #include <algorithm>
 #include <cmath>

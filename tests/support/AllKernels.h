@@ -1,7 +1,7 @@
 // Runs a piece of code once under every kernel set that this processor can run, the plain one first.
 #pragma once
 
-#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/kernels/Kernels.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "modelcore/accumulators/internal/ProductSums.h"
 
-#include "modelcore/linalg/kernels/TileProduct.h"
+#include "modelcore/kernels/TileProduct.h"
 
 #include <algorithm>
 

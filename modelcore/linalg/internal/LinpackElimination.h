@@ -1,8 +1,8 @@
 // Gaussian elimination with partial pivoting, for dense and for band matrices.
 #pragma once
 
+#include "modelcore/kernels/ColumnViews.h"
 #include "modelcore/linalg/Blas1.h"
-#include "modelcore/linalg/internal/LinpackColumns.h"
 #include "modelcore/linalg/internal/LinpackCondition.h"
 #include "modelcore/linalg/internal/LinpackTriangle.h"
 

@@ -3,7 +3,7 @@
 
 #include "modelcore/linalg/Blas1.h"
 
-#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/kernels/Kernels.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,9 +1,9 @@
 // Loops over an upper triangle that several LINPACK families share; Columns is one of the views of LinpackColumns.h.
 #pragma once
 
+#include "modelcore/kernels/BlockedInverse.h"
+#include "modelcore/kernels/ColumnViews.h"
 #include "modelcore/linalg/Blas1.h"
-#include "modelcore/linalg/internal/BlockedInverse.h"
-#include "modelcore/linalg/internal/LinpackColumns.h"
 
 namespace MCMath_930::internal {
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "modelcore/common/MCMV.h"
-#include "modelcore/linalg/kernels/Kernels.h"
-#include "modelcore/linalg/kernels/TileProduct.h"
+#include "modelcore/kernels/Kernels.h"
+#include "modelcore/kernels/TileProduct.h"
 #include "modelcore/matrix/MCRectMatrix.h"
 #include "modelcore/matrix/MCSparseVector.h"
 #include "modelcore/matrix/MCSymMatrix.h"

@@ -1,5 +1,5 @@
+#include "modelcore/kernels/RotationQueue.h"
 #include "modelcore/linalg/Blas1.h"
-#include "modelcore/linalg/internal/RotationQueue.h"
 
 #include "support/AllKernels.h"
 #include "support/Bits.h"

@@ -4,8 +4,8 @@
 // of line r receives left(r, k) * right(k, w) for k = 0, 1, 2 ... exactly as a plain loop would add them.
 #pragma once
 
-#include "modelcore/linalg/kernels/AlignedDoubles.h"
-#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/kernels/AlignedDoubles.h"
+#include "modelcore/kernels/Kernels.h"
 
 #include <algorithm>
 #include <cmath>

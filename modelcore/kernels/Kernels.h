@@ -5,7 +5,7 @@
 // terms of one sum. Callers use the free functions at the end; which version runs is decided here and nowhere else.
 #pragma once
 
-#include "modelcore/linalg/kernels/KernelTable.h"
+#include "modelcore/kernels/KernelTable.h"
 #include "modelcore/modelcore_export.h"
 
 #include <atomic>

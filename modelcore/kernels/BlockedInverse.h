@@ -1,8 +1,8 @@
 // Inverse of an upper triangle by blocks.
 #pragma once
 
-#include "modelcore/linalg/Blas1.h"
-#include "modelcore/linalg/kernels/TileProduct.h"
+#include "modelcore/kernels/Kernels.h"
+#include "modelcore/kernels/TileProduct.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -40,11 +40,11 @@ private:
             for (int k = first; k < last; ++k) {
                 double* const column = fu(k);
                 column[k] = 1.0 / column[k];
-                Blas1::DScal(k, -column[k], column, 1);
+                Scale(column, -column[k], static_cast<std::size_t>(k));
                 for (int j = k + 1; j < last; ++j) {
                     const double t = fu(j)[k];
                     fu(j)[k] = 0.0;
-                    Blas1::Daxpy(k + 1, t, column, 1, fu(j), 1);
+                    if (t != 0.0) AddScaled(fu(j), t, column, static_cast<std::size_t>(k) + 1);
                 }
             }
             return;

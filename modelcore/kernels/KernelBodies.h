@@ -6,7 +6,7 @@
 #error "KernelBodies.h is included by the KernelsFor*.cpp sources only"
 #endif
 
-#include "modelcore/linalg/kernels/KernelTable.h"
+#include "modelcore/kernels/KernelTable.h"
 
 namespace MCMath_930::internal::MODELCORE_KERNEL_SET {
 

@@ -1,7 +1,7 @@
 // The choice among the compiled kernel sets: once, at the first call.
-#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/kernels/Kernels.h"
 
-#include "modelcore/linalg/kernels/TileProduct.h"
+#include "modelcore/kernels/TileProduct.h"
 
 #include <vector>
 

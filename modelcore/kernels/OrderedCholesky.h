@@ -5,8 +5,8 @@
 // the same operations.
 #pragma once
 
-#include "modelcore/linalg/kernels/AlignedDoubles.h"
-#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/kernels/AlignedDoubles.h"
+#include "modelcore/kernels/Kernels.h"
 
 #include <algorithm>
 #include <cstddef>

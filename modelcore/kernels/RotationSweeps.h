@@ -1,8 +1,8 @@
 // Sweeps of plane rotations that wait to be applied to strips of rows.
 #pragma once
 
-#include "modelcore/linalg/kernels/AlignedDoubles.h"
-#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/kernels/AlignedDoubles.h"
+#include "modelcore/kernels/Kernels.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,4 +1,4 @@
-// How the LINPACK routines see the columns of a dense, packed or band matrix, so that one loop serves all three.
+// How loops see the columns of a dense, packed or band matrix, so that one loop serves all three.
 #pragma once
 
 #include <algorithm>

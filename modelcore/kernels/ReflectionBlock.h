@@ -1,9 +1,9 @@
 // Several Householder reflections applied to many columns, strip by strip.
 #pragma once
 
-#include "modelcore/linalg/internal/LinpackColumns.h"
-#include "modelcore/linalg/kernels/AlignedDoubles.h"
-#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/kernels/AlignedDoubles.h"
+#include "modelcore/kernels/ColumnViews.h"
+#include "modelcore/kernels/Kernels.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,11 +1,10 @@
 // Plane rotations of the columns of a matrix, put off and applied many at a time.
 #pragma once
 
-#include "modelcore/linalg/Blas1.h"
-#include "modelcore/linalg/internal/LinpackColumns.h"
-#include "modelcore/linalg/internal/RotationSweeps.h"
-#include "modelcore/linalg/kernels/AlignedDoubles.h"
-#include "modelcore/linalg/kernels/Kernels.h"
+#include "modelcore/kernels/AlignedDoubles.h"
+#include "modelcore/kernels/ColumnViews.h"
+#include "modelcore/kernels/Kernels.h"
+#include "modelcore/kernels/RotationSweeps.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -38,7 +37,7 @@ public:
     void Rotate(double c, double s)
     {
         const int k = fSweeps.NextColumn();
-        if (!fWaits) Blas1::DRot(fRows, fx(k), 1, fx(k + 1), 1, c, s);
+        if (!fWaits) internal::Rotate(fx(k), fx(k + 1), c, s, Size(fRows));
         fSweeps.Add(c, s);
     }
 
@@ -46,7 +45,7 @@ public:
     void RotateNow(int k, int other, double c, double s)
     {
         Flush();
-        Blas1::DRot(fRows, fx(k), 1, fx(other), 1, c, s);
+        internal::Rotate(fx(k), fx(other), c, s, Size(fRows));
     }
 
     void Negate(int j)
@@ -54,7 +53,7 @@ public:
         if (fWaits)
             fPlaces[Size(j)].negated = !fPlaces[Size(j)].negated;
         else
-            Blas1::DScal(fRows, -1.0, fx(j), 1);
+            Scale(fx(j), -1.0, Size(fRows));
     }
 
     void Exchange(int j, int other)
@@ -62,7 +61,7 @@ public:
         if (fWaits)
             std::swap(fPlaces[Size(j)], fPlaces[Size(other)]);
         else
-            Blas1::DSwap(fRows, fx(j), 1, fx(other), 1);
+            std::swap_ranges(fx(j), fx(j) + fRows, fx(other));
     }
 
     /// Does everything that still waits.
@@ -74,8 +73,8 @@ public:
             // The column that belongs here may have been exchanged for that of an earlier place.
             int from = fPlaces[Size(j)].column;
             while (from < j) from = fPlaces[Size(from)].column;
-            if (from != j) Blas1::DSwap(fRows, fx(j), 1, fx(from), 1);
-            if (fPlaces[Size(j)].negated) Blas1::DScal(fRows, -1.0, fx(j), 1);
+            if (from != j) std::swap_ranges(fx(j), fx(j) + fRows, fx(from));
+            if (fPlaces[Size(j)].negated) Scale(fx(j), -1.0, Size(fRows));
         }
     }
 
