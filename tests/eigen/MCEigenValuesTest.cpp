@@ -1,4 +1,4 @@
-#include "modelcore/linalg/MCEigenValues.h"
+#include "modelcore/eigen/MCEigenValues.h"
 
 #include "matrix/Matrices.h"
 #include "support/AllKernels.h"

@@ -1,5 +1,5 @@
 // MCEigenValues: the problem, its results, sorting, positive definiteness and display.
-#include "modelcore/linalg/MCEigenValues.h"
+#include "modelcore/eigen/MCEigenValues.h"
 
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/kernels/Kernels.h"

@@ -1,5 +1,5 @@
 // MCEigenValues: reduction to tridiagonal form, implicit QL iteration, transformation of the vectors back.
-#include "modelcore/linalg/MCEigenValues.h"
+#include "modelcore/eigen/MCEigenValues.h"
 
 #include "modelcore/kernels/AlignedDoubles.h"
 #include "modelcore/kernels/Kernels.h"
