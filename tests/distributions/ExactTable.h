@@ -1,4 +1,4 @@
-// The table of exact values made by tests/tools/distribution_table.py, and the calls that it stands for. Shared by the
+// The table of exact values made by reference/distribution_table.py, and the calls that it stands for. Shared by the
 // tests and the accuracy program.
 #pragma once
 

@@ -9,7 +9,7 @@ namespace MCMath_930::internal {
 
 namespace {
 
-// x^x exp(-x) / Gamma(x) for x = 1/2, 1, 3/2, ..., 8; made by tests/tools/gamma_weight_table.py. Integer degrees of
+// x^x exp(-x) / Gamma(x) for x = 1/2, 1, 3/2, ..., 8; made by reference/gamma_weight_table.py. Integer degrees of
 // freedom come here, and the t distribution always does.
 constexpr std::array<double, 16> kHalfIntegerWeight{
     0.241970724519143349798, 0.367879441171442321596, 0.462540989411307830434, 0.541341132946450767576,

@@ -1,4 +1,4 @@
-// Reciprocals and their logarithms for AccurateLog. Made by tests/tools/log_table.py; checked by the accuracy tests.
+// Reciprocals and their logarithms for AccurateLog. Made by reference/log_table.py; checked by the accuracy tests.
 #pragma once
 
 #include <array>
