@@ -2,8 +2,8 @@
 // bytes cut into fields.
 #include "common/CsvReader.h"
 #include "common/Progress.h"
-#include "linear_regression/Fit.h"
-#include "linear_regression/Options.h"
+#include "linreg/Fit.h"
+#include "linreg/Options.h"
 #include "support/Inputs.h"
 #include "support/PeerTable.h"
 
