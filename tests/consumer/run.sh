@@ -18,7 +18,7 @@ trap 'rm -rf "$scratch"' EXIT
 pc=$(dirname "$(find "$scratch/prefix" -name modelcore.pc)")
 libdir=$(dirname "$pc")
 # shellcheck disable=SC2046 # the flags are words on purpose
-"$cxx" -std=c++20 "$here/main.cpp" -o "$scratch/consumer" \
+"$cxx" -std=c++20 "$here/../../docs/snippets/regression.cpp" -o "$scratch/consumer" \
   $(PKG_CONFIG_PATH="$pc" pkg-config --cflags --libs modelcore) -Wl,-rpath,"$libdir"
 "$scratch/consumer" >"$scratch/pkgconfig.txt"
 cmp "$scratch/found.txt" "$scratch/pkgconfig.txt"

@@ -1,0 +1,23 @@
+// The code of docs/eigen.md.
+#include "modelcore/modelcore.h"
+
+#include <cstdio>
+#include <vector>
+
+using namespace MCMath_930;
+
+int main()
+{
+    // Correlations that were computed from different cases need not fit together.
+    const std::vector<double> packed = {1.0, 0.9, 1.0, -0.9, 0.9, 1.0};
+    const MCSymMatrix correlations(3, packed);
+    MCEigenValues eigen(correlations, 1e-14, 30);
+    std::vector<double> values;
+    MCRectMatrix vectors;
+    if (eigen.GetSorted(values, vectors, true) < 3) return 1; // vectors in columns
+
+    MCSymMatrix repaired;
+    bool changed = false;
+    eigen.GetPDHMatrix(1e-3, repaired, changed); // the negative eigenvalue is raised to 1e-3
+    std::printf("%.4f %.4f %.4f%s\n", values[0], values[1], values[2], changed ? ", repaired" : "");
+}
