@@ -44,6 +44,19 @@ TEST(Evaluate, CountsWhatAHandCounts)
         EXPECT_NE(text.find(part), std::string::npos) << part << "\nis not in\n" << text;
 }
 
+// Round scores lie on round edges. Each belongs to the bin above its edge, whatever rounding makes of the quotient.
+TEST(Evaluate, RoundScoresFillTheBinsEvenly)
+{
+    std::string rows = "y,s\n";
+    for (int i = 0; i <= 20; ++i)
+        rows += std::string(i % 2 == 0 ? "1" : "0") + (i < 20 ? ",0." : ",1.") + (i % 20 < 2 ? "0" : "") +
+                std::to_string(5 * (i % 20)) + "\n";
+    const std::string text = Squeezed(Evaluate({"-", "--target", "y", "--score", "s"}, rows).out);
+    for (const char* const bin :
+         {"0 0.1 1 1 ", "0.1 0.2 1 1 ", "0.3 0.4 1 1 ", "0.6 0.7 1 1 ", "0.9 1 1 1 ", "1 1.1 1 0 "})
+        EXPECT_NE(text.find(std::string("\n") + bin), std::string::npos) << bin << text;
+}
+
 TEST(Evaluate, WritesADocumentAndPicturesThatReadersAccept)
 {
     const TemporaryFolder folder;
@@ -89,7 +102,7 @@ TEST(Evaluate, BadInputIsOneClearLineAndNothingIsWritten)
     struct BadCase {
         const char* data;
         std::vector<std::string> arguments;
-        const char* complaint; // PATH standing for the path of the data
+        const char* complaint; // PATH and CHART standing for the paths of the data and of a chart
     };
     const BadCase cases[] = {
         {"y,s\n1,2\n", {"--target", "y", "--score", "z"}, "PATH, line 1: there is no column 'z'"},
@@ -110,15 +123,21 @@ TEST(Evaluate, BadInputIsOneClearLineAndNothingIsWritten)
          "PATH: no cases are left: 1 rows, 1 with a missing value, 0 with a frequency that is missing or not positive"},
         {"y,s\n1,2\n", {"--target", "y", "--score", "s", "--segments", "0"}, "--segments must be 1 to 1000"},
         {"y,s\n1,2\n", {"--target", "y", "--score", "s", "--xml", "PATH"}, "PATH: it would replace the data"},
+        {"y,s\n1,2\n",
+         {"--target", "y", "--score", "s", "--xml", "CHART"},
+         "CHART: two results would be written to it"},
     };
     for (const BadCase& bad : cases) {
         const TemporaryFolder folder;
         const std::string path = folder.Write("data.csv", bad.data);
         std::vector<std::string> arguments = {path, "--charts", folder.File("c")};
         arguments.insert(arguments.end(), bad.arguments.begin(), bad.arguments.end());
-        std::replace(arguments.begin(), arguments.end(), std::string("PATH"), path);
         std::string complaint = std::string("evaluate: ") + bad.complaint + "\n";
-        if (const std::size_t at = complaint.find("PATH"); at != std::string::npos) complaint.replace(at, 4, path);
+        for (const auto& [name, place] : {std::pair{"PATH", path}, std::pair{"CHART", folder.File("c-gains.svg")}}) {
+            std::replace(arguments.begin(), arguments.end(), std::string(name), place);
+            const std::size_t at = complaint.find(name);
+            if (at != std::string::npos) complaint.replace(at, std::string_view(name).size(), place);
+        }
         const ProgramResult result = Evaluate(arguments);
         EXPECT_EQ(result.status, 2);
         EXPECT_EQ(result.err, complaint);

@@ -375,6 +375,10 @@ R squared                       0.9734556
 Adjusted R squared              0.9693719
 Standard error of the estimate   614.6258
 
+Predictor  Taken as  Levels
+GNP          number
+YEAR         number
+
 Analysis of variance
 Source      Sum of squares  df  Mean square         F  Significance
 Regression       180097882   2     90048941  238.3730     5.699e-11

@@ -1,9 +1,13 @@
 // What linreg does with input it cannot use, output it cannot write, and a user who stops it.
 #include "Linreg.h"
 
+#include <chrono>
 #include <sstream>
+#include <thread>
+#include <tuple>
 
 #include <pty.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -34,6 +38,16 @@ const BadCase kBadCases[] = {
     {"missing file", "", "--target y", "PATH: cannot be opened: No such file or directory"},
     {"unknown target", "y,x\n1,2\n", "--target z", "PATH, line 1: there is no column 'z'"},
     {"unknown predictor", "y,x\n1,2\n", "--target y --predictors x,w", "PATH, line 1: there is no column 'w'"},
+    {"name that differs in case", "Y,x\n1,2\n", "--target y",
+     "PATH, line 1: there is no column 'y'; there is one named 'Y'"},
+    {"another delimiter", "y;x\n1;2\n", "--target y",
+     "PATH, line 1: there is no column 'y'; the columns seem to be separated by ';': --delimiter ';'"},
+    {"UTF-16", std::string("\xFF\xFEy\0,\0x\0", 8), "--target y", "PATH: the text is UTF-16; convert it to UTF-8"},
+    {"a NUL in a field", std::string("y,x\n1,2\n2,a\0b\n", 14), "--target y",
+     "PATH, line 3, column 2 (x): text 'a b' in a column that was numeric; name it in --factors to take its values as "
+     "names, or in --missing if it means that there is none"},
+    {"delimiter that is none", "y,x\n1,2\n", "--target y --delimiter ;;",
+     "--delimiter must be one character, no quote and no blank, or tab"},
     {"ambiguous name", "y,x,x\n1,2,3\n", "--target y --predictors x",
      "PATH, line 1: more than one column is named 'x'"},
     {"two roles", "y,x\n1,2\n", "--target y --predictors x,y", "column 'y' is given two roles"},
@@ -45,7 +59,7 @@ const BadCase kBadCases[] = {
      "PATH, line 5: the row has 2 fields, the header 3"},
     {"text in a numeric column", "y,x\n1,2\n2,3\n3,4x\n", "--target y",
      "PATH, line 4, column 2 (x): text '4x' in a column that was numeric; name it in --factors to take its values as "
-     "names"},
+     "names, or in --missing if it means that there is none"},
     {"text in the target", "x,y\n1,abc\n", "--target y",
      "PATH, line 2, column 2 (y): text 'abc' in the column of the target"},
     {"text in a weight", "y,x,w\n1,2,3\n2,3,many\n", "--target y --weight w",
@@ -93,6 +107,25 @@ TEST(LinregBadInput, IsOneClearLineAndStatusTwoAndNothingIsWritten)
     EXPECT_EQ(Linreg({kLongley}).status, 2);
     EXPECT_EQ(Linreg({kLongley, "--target", "TOTEMP", "--colour"}).status, 2);
     EXPECT_EQ(Linreg({"--help"}).status, 0);
+    EXPECT_EQ(RunProgram({"sh", "-c", "\"$0\" --help >/dev/full", LINREG_PROGRAM}).status, 2);
+}
+
+TEST(LinregInput, ATextAmongNumbersIsSaidOrIsMissing)
+{
+    std::string rows = "y\tx\n1\tn/a\n";
+    for (int i = 2; i < 40; ++i) rows += std::to_string(i * i % 7) + "\t" + std::to_string(i) + "\n";
+    const std::vector<std::string> command = {"-", "--target", "y", "--delimiter", "tab"};
+    const ProgramResult factor = Linreg(command, rows);
+    EXPECT_EQ(factor.err, "linreg: warning: x was taken as a factor because its first value is 'n/a', but 38 of its 39 "
+                          "values are numbers; --missing says what means a missing value\n");
+    EXPECT_NE(factor.out.find("x            factor      39\n"), std::string::npos) << factor.out;
+
+    std::vector<std::string> told = command;
+    told.insert(told.end(), {"--missing", "n/a,-99"});
+    const ProgramResult number = Linreg(told, rows);
+    EXPECT_EQ(number.err, "");
+    EXPECT_NE(number.out.find("x            number\n"), std::string::npos) << number.out;
+    EXPECT_NE(number.out.find("  a value is missing                      1\n"), std::string::npos) << number.out;
 }
 
 TEST(LinregBadInput, APipeIsRefusedForTextInANumericColumnAsAFileIs)
@@ -114,6 +147,16 @@ TEST(LinregOutput, ADocumentReplacesAnOlderOneAndALinkStaysALink)
     EXPECT_TRUE(std::filesystem::is_symlink(link));
     EXPECT_EQ(ReadFile(older).rfind("<?xml", 0), 0u);
     EXPECT_EQ(folder.Count(), 2u);
+
+    // The mode stays, and a file that nobody may write is nobody's to replace.
+    EXPECT_EQ(chmod(older.c_str(), 0640), 0);
+    EXPECT_EQ(Linreg({kLongley, "--target", "TOTEMP", "--xml", older}).status, 0);
+    struct stat status {};
+    EXPECT_EQ(stat(older.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0640u);
+    EXPECT_EQ(chmod(older.c_str(), 0444), 0);
+    const ProgramResult refused = Linreg({kLongley, "--target", "TOTEMP", "--xml", older});
+    EXPECT_EQ(refused.err, "linreg: " + older + ": cannot be written: it is read-only\n");
 
     // Table and document appear both or not at all.
     const std::string fresh = folder.File("fresh.xml");
@@ -139,6 +182,24 @@ TEST(LinregInterrupt, StopsAtTheNextBlockAndWritesNothing)
         EXPECT_EQ(result.err, "linreg: interrupted: nothing was written\n");
         EXPECT_EQ(result.out, "");
         EXPECT_EQ(folder.Count(), 0u);
+    }
+}
+
+// A named pipe has no other end: opening it would wait for ever.
+TEST(LinregInterrupt, ReachesAProgramThatWaitsForANamedPipe)
+{
+    const TemporaryFolder folder;
+    const std::string pipe = folder.File("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const auto& [signal, data, document] :
+         {std::tuple{SIGTERM, pipe, folder.File("fit.xml")}, std::tuple{SIGHUP, kLongley, pipe}}) {
+        Program program(LinregCommand({data, "--target", "TOTEMP", "--xml", document, "--quiet"}));
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        program.Signal(signal);
+        const ProgramResult result = program.Finish();
+        EXPECT_EQ(result.status, 128 + signal);
+        EXPECT_EQ(result.err, "linreg: interrupted: nothing was written\n");
+        EXPECT_EQ(folder.Count(), 1u);
     }
 }
 

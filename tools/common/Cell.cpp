@@ -27,7 +27,7 @@ std::string Quoted(std::string_view text)
 {
     constexpr std::size_t kShown = 40;
     std::string quoted("'");
-    quoted += text.substr(0, kShown);
+    for (const char c : text.substr(0, kShown)) quoted += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
     quoted += text.size() > kShown ? "...'" : "'";
     return quoted;
 }

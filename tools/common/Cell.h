@@ -12,7 +12,7 @@ enum class Cell { Missing, Number, Text, OutOfRange };
 /// missing values. value is set when the result is Number.
 Cell ParseCell(std::string_view text, double& value);
 
-/// The text in single quotes for a message, cut after 40 bytes.
+/// The text in single quotes for a message, cut after 40 bytes, with blanks for control characters.
 std::string Quoted(std::string_view text);
 
 } // namespace procedure

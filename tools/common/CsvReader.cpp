@@ -29,7 +29,8 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 InputFile::InputFile(const std::string& path, MCMath_930::MCCancelInfo& cancel)
     : fName(path == "-" ? "standard input" : path), fCancel(cancel)
 {
-    fDescriptor = path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    fDescriptor = path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    // Not blocking: a named pipe is then opened at once, and it is AwaitInput that waits for its writer.
     if (fDescriptor < 0) throw Failure(fName + ": cannot be opened: " + std::strerror(errno));
     struct stat status {};
     if (fstat(fDescriptor, &status) != 0) throw Failure(fName + ": cannot be read: " + std::strerror(errno));
@@ -61,7 +62,7 @@ std::size_t InputFile::Read(char* buffer, std::size_t length)
     while (filled < length) {
         if (!fRegular) AwaitInput();
         const ssize_t got = read(fDescriptor, buffer + filled, length - filled);
-        if (got < 0 && errno == EINTR) continue;
+        if (got < 0 && (errno == EINTR || errno == EAGAIN)) continue;
         if (got < 0) throw Failure(fName + ": cannot be read: " + std::strerror(errno));
         if (got == 0) break;
         filled += static_cast<std::size_t>(got);
@@ -76,10 +77,16 @@ void InputFile::Rewind()
     fBytesRead = 0;
 }
 
-CsvReader::CsvReader(InputFile& input) : fInput(input), fBuffer(kBufferSize)
+CsvReader::CsvReader(InputFile& input, char delimiter) : fInput(input), fDelimiter(delimiter), fBuffer(kBufferSize)
+{
+    StartParser();
+    Begin();
+}
+
+void CsvReader::StartParser()
 {
     if (csv_init(&fParser, 0) != 0) throw std::bad_alloc();
-    Begin();
+    csv_set_delim(&fParser, static_cast<unsigned char>(fDelimiter));
 }
 
 CsvReader::~CsvReader()
@@ -96,14 +103,16 @@ void CsvReader::Begin()
     fText.clear();
     fEnds.clear();
     FillBuffer();
-    if (std::string_view(fBuffer.data(), fEnd).substr(0, kByteOrderMark.size()) == kByteOrderMark)
-        fNext = kByteOrderMark.size();
+    const std::string_view start(fBuffer.data(), fEnd);
+    if (start.starts_with(kByteOrderMark)) fNext = kByteOrderMark.size();
+    if (start.starts_with("\xFF\xFE") || start.starts_with("\xFE\xFF"))
+        throw Failure(fInput.Name() + ": the text is UTF-16; convert it to UTF-8");
 }
 
 void CsvReader::Restart()
 {
     csv_free(&fParser);
-    if (csv_init(&fParser, 0) != 0) throw std::bad_alloc();
+    StartParser();
     fInput.Rewind();
     Begin();
 }

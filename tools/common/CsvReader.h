@@ -13,11 +13,17 @@
 
 namespace procedure {
 
+/// How a text is cut into fields, and which of them say that there is no value.
+struct CsvFormat {
+    char delimiter = ',';
+    std::vector<std::string> missing; ///< besides nothing, NA and a point alone
+};
+
 /// A file, or whatever standard input is. Only a regular file has a size and can be read twice.
 class InputFile {
 public:
     /// Opens path, "-" being standard input. Throws Failure when that is impossible. cancel is asked while a pipe keeps
-    /// the program waiting.
+    /// the program waiting, a named pipe that nobody writes to yet among them.
     InputFile(const std::string& path, MCMath_930::MCCancelInfo& cancel);
     ~InputFile();
     InputFile(const InputFile&) = delete;
@@ -50,12 +56,12 @@ private:
     std::int64_t fBytesRead = 0;
 };
 
-/// The rows of a CSV text: commas, fields in double quotes where needed (then with commas, line breaks and doubled
+/// The rows of a CSV text: commas or another delimiter, fields in double quotes where needed (then with commas, line breaks and doubled
 /// quotes inside), LF, CRLF or CR at the end of a row, blank lines ignored, blanks around an unquoted field dropped, a
 /// byte order mark skipped. Parsed by libcsv.
 class CsvReader {
 public:
-    explicit CsvReader(InputFile& input);
+    CsvReader(InputFile& input, char delimiter);
     ~CsvReader();
     CsvReader(const CsvReader&) = delete;
     CsvReader& operator=(const CsvReader&) = delete;
@@ -74,10 +80,12 @@ private:
     void Parse(const char* text, std::size_t length);
     bool FillBuffer();
     void Begin();
+    void StartParser();
     static void AddField(void* text, std::size_t length, void* self);
     static void EndRow(int terminator, void* self);
 
     InputFile& fInput;
+    char fDelimiter;
     csv_parser fParser{};
     std::vector<char> fBuffer;
     std::size_t fNext = 0; // first byte of fBuffer that is not parsed yet

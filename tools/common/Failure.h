@@ -8,7 +8,7 @@
 namespace procedure {
 
 inline constexpr int kExitBadInput = 2;
-inline constexpr int kExitInterrupted = 130;
+inline constexpr int kExitInterrupted = 128; ///< and the number of the signal
 
 /// Input that cannot be used or output that cannot be written: one line for the user.
 class Failure : public std::runtime_error {

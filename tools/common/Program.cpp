@@ -1,6 +1,7 @@
 #include "common/Program.h"
 
 #include "common/Failure.h"
+#include "common/Progress.h"
 
 #include <cerrno>
 #include <csignal>
@@ -25,7 +26,7 @@ void Complain(const char* name, std::string message)
 
 void Print(const std::string& text)
 {
-    if (std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0)
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0)
         throw Failure(std::string("standard output cannot be written: ") + std::strerror(errno));
 }
 
@@ -37,7 +38,7 @@ int RunProgram(const char* name, const std::function<void()>& run)
         return 0;
     } catch (const Interrupted& stop) {
         Complain(name, stop.what());
-        return kExitInterrupted;
+        return kExitInterrupted + InterruptQuery::Signal();
     } catch (const std::bad_alloc&) {
         Complain(name, "the memory does not suffice");
     } catch (const std::exception& error) {

@@ -10,35 +10,53 @@ namespace procedure {
 
 namespace {
 
-std::atomic<bool> gInterrupted{false};
-static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler may touch nothing else");
+std::atomic<int> gSignal{0};
+static_assert(std::atomic<int>::is_always_lock_free, "a signal handler may touch nothing else");
 
-extern "C" void NoteInterrupt(int)
+constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
+extern "C" void NoteSignal(int number)
 {
-    gInterrupted = true;
+    gSignal = number;
+}
+
+/// Without SA_RESTART: a call that waits comes back and looks.
+void Handle(int number, void (*handler)(int))
+{
+    struct sigaction before {};
+    sigaction(number, nullptr, &before);
+    if (before.sa_handler == SIG_IGN) return; // nohup
+    struct sigaction action {};
+    action.sa_handler = handler;
+    sigaction(number, &action, nullptr);
 }
 
 } // namespace
 
 InterruptQuery::InterruptQuery()
 {
-    gInterrupted = false;
-    std::signal(SIGINT, NoteInterrupt);
+    gSignal = 0;
+    for (const int number : kSignals) Handle(number, NoteSignal);
 }
 
 InterruptQuery::~InterruptQuery()
 {
-    std::signal(SIGINT, SIG_DFL);
+    for (const int number : kSignals) Handle(number, SIG_DFL);
 }
 
 bool InterruptQuery::CheckCancel()
 {
-    return gInterrupted;
+    return gSignal != 0;
 }
 
 bool InterruptQuery::PeekCancel()
 {
-    return gInterrupted;
+    return gSignal != 0;
+}
+
+int InterruptQuery::Signal()
+{
+    return gSignal;
 }
 
 void Progress::Show(double fraction, std::int64_t rows)

@@ -8,8 +8,8 @@
 
 namespace procedure {
 
-/// Ctrl-C as the library asks for it: while an object of this class lives, SIGINT sets a flag instead of ending the
-/// process.
+/// Ctrl-C as the library asks for it: while an object of this class lives, SIGINT, SIGTERM and SIGHUP set a flag instead
+/// of ending the process, unless they were ignored before. A call that waits is interrupted by them.
 class InterruptQuery : public MCCommon_930::MCQueryCancel {
 public:
     InterruptQuery();
@@ -17,6 +17,9 @@ public:
 
     bool CheckCancel() override;
     bool PeekCancel() override;
+
+    /// The last of these signals that came, 0 for none.
+    static int Signal();
 };
 
 /// A line on standard error that is rewritten in place: a bar with percent, rows per second and time left while a file

@@ -28,7 +28,7 @@ using MCMath_930::MCHistogramData;
 class CaseReader {
 public:
     CaseReader(InputFile& input, const Options& options)
-        : fTable(input), fEvent(options.event), fHasFrequency(!options.frequency.empty()),
+        : fTable(input, options.format), fEvent(options.event), fHasFrequency(!options.frequency.empty()),
           fTarget(fTable.Find(options.target)), fScore(fTable.Find(options.score)),
           fFrequency(fHasFrequency ? fTable.Find(options.frequency) : 0),
           fEventIsNumber(ParseCell(fEvent, fEventNumber) == Cell::Number)
@@ -44,7 +44,7 @@ public:
         if (row == nullptr) return false;
         ++counts.rows;
         double outcome = 0.0;
-        const Cell kind = ParseCell((*row)[fTarget], outcome);
+        const Cell kind = fTable.Parse((*row)[fTarget], outcome);
         const double score = fTable.ReadNumber(fScore, (*row)[fScore], "the score");
         const double frequency = ReadFrequency(*row);
         if (kind == Cell::Missing || MCMV::IsMissing(score)) {
@@ -115,6 +115,22 @@ void Tabulate(const std::vector<LiftInfo>& table, Evaluation& out)
     }
 }
 
+/// Bins [from, to) with round edges. Scores are often round themselves and lie on the edges, the highest one too; the
+/// last bin would then hold the scores of two, so there is one more.
+Axis BinAxis(const std::vector<ClassDataInfo>& cases, double low, double high, int bins)
+{
+    const Axis axis = RoundAxis(low, high, bins);
+    const auto onEdge = [&](double score) {
+        const double position = (score - axis.min) / axis.step;
+        return std::fabs(position - std::round(position)) < 1e-9;
+    };
+    if (!onEdge(high)) return axis;
+    const auto inside = [&](const ClassDataInfo& c) { return c.fdProbability < high && onEdge(c.fdProbability); };
+    const auto nInside = std::ranges::count_if(cases, inside);
+    const bool manyOnEdges = 100 * nInside >= static_cast<std::ptrdiff_t>(cases.size());
+    return manyOnEdges ? RoundAxis(low, high + 0.5 * axis.step, bins) : axis;
+}
+
 void Describe(const std::vector<ClassDataInfo>& cases, const Options& options, Evaluation& out)
 {
     MCContStats range;
@@ -124,10 +140,12 @@ void Describe(const std::vector<ClassDataInfo>& cases, const Options& options, E
     }
     std::tie(out.minScore, out.maxScore) = range.GetExtrema();
 
-    const Axis axis = RoundAxis(out.minScore, out.maxScore, options.bins);
+    const Axis axis = BinAxis(cases, out.minScore, out.maxScore, options.bins);
     const int nBins = axis.Steps();
-    MCHistogramData all(axis.min, axis.max, nBins);
-    MCHistogramData events(axis.min, axis.max, nBins);
+    // A score on an edge belongs to the bin above it; rounding must not put it into the one below.
+    const double below = 1e-6 * axis.step;
+    MCHistogramData all(axis.min - below, axis.max - below, nBins);
+    MCHistogramData events(axis.min - below, axis.max - below, nBins);
     for (const ClassDataInfo& c : cases) {
         all.UpdateData(c.fdFreqWeight, 1.0, c.fdProbability);
         if (c.fbHit) events.UpdateData(c.fdFreqWeight, 1.0, c.fdProbability);

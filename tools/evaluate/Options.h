@@ -1,6 +1,8 @@
 // The command line.
 #pragma once
 
+#include "common/CsvReader.h"
+
 #include <optional>
 #include <string>
 
@@ -8,6 +10,7 @@ namespace evaluate {
 
 struct Options {
     std::string dataPath; ///< "-" is standard input
+    procedure::CsvFormat format;
     std::string target;
     std::string event = "1"; ///< the value of the target that is predicted
     std::string score;

@@ -57,6 +57,11 @@ void Run(const Options& options)
         add("-histogram.svg", DrawHistogram);
     }
 
+    for (auto one = outputs.begin(); one != outputs.end(); ++one)
+        for (auto other = outputs.begin(); other != one; ++other)
+            if (one->file.IsSameFile(other->file))
+                throw Failure(one->file.Path() + ": two results would be written to it");
+
     Progress progress(!options.quiet && isatty(STDERR_FILENO) == 1);
     InputFile input(options.dataPath, cancel);
     const Evaluation evaluation = Evaluate(options, input, progress, cancel);
@@ -66,7 +71,7 @@ void Run(const Options& options)
     const std::string report = options.quiet ? std::string() : FormatReport(options, evaluation);
     if (cancel.IsCancel()) throw Interrupted();
     Print(report);
-    for (Output& output : outputs) output.file.PutInPlace();
+    for (Output& output : outputs) output.file.PutInPlace(cancel);
 }
 
 } // namespace

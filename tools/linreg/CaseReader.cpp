@@ -11,7 +11,7 @@ using namespace procedure;
 using MCCommon_930::MCMV;
 
 CaseReader::CaseReader(InputFile& input, const Options& options, Design& design)
-    : fInput(input), fTable(input), fDesign(design), fHasFrequency(!options.frequency.empty()),
+    : fInput(input), fTable(input, options.format), fDesign(design), fHasFrequency(!options.frequency.empty()),
       fHasWeight(!options.weight.empty())
 {
     fFields.resize(fTable.NColumns());
@@ -117,16 +117,20 @@ double CaseReader::ReadCovariate(std::size_t field, std::string_view text)
 {
     Predictor& predictor = fDesign.Predictors()[fFields[field].predictor];
     double value = MCMV::Missing();
-    const Cell cell = ParseCell(text, value);
+    const Cell cell = fTable.Parse(text, value);
     if (cell == Cell::Missing) return MCMV::Missing();
-    if (predictor.kind == Predictor::Kind::Unknown)
+    if (predictor.kind == Predictor::Kind::Unknown) {
         predictor.kind =
             cell == Cell::Text || fFields[field].namedAsFactor ? Predictor::Kind::Factor : Predictor::Kind::Covariate;
+        predictor.namedAsFactor = fFields[field].namedAsFactor;
+        predictor.firstValue = text;
+    }
+    if (fLearning) ++(cell == Cell::Number ? predictor.numbers : predictor.texts);
     if (predictor.kind == Predictor::Kind::Factor) return 0.0;
     if (cell == Cell::Text)
         fTable.Refuse(field, "text " + Quoted(text) +
                                  " in a column that was numeric; name it in --factors to take its " +
-                                 "values as names");
+                                 "values as names, or in --missing if it means that there is none");
     if (cell == Cell::OutOfRange) fTable.Refuse(field, "the number " + Quoted(text) + " is out of range");
     return value;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
@@ -18,10 +19,17 @@ struct Predictor {
 
     std::string name;
     Kind kind = Kind::Unknown;
+    bool namedAsFactor = false;      ///< by the user
+    std::string firstValue;          ///< the one that settled the kind
+    std::int64_t numbers = 0;        ///< values that are numbers, in all cases
+    std::int64_t texts = 0;          ///< and other ones
     int column = -1;                 ///< of a covariate
     std::vector<std::string> levels; ///< of a factor, in order of first appearance in a case that is used
     std::vector<int> levelColumns;   ///< the indicator column of each level
     std::map<std::string, int, std::less<>> columnOfLevel;
+
+    /// Whether it became a factor by a text among numbers: nearly always a mark for a missing value.
+    bool IsSuspicious() const { return kind == Kind::Factor && !namedAsFactor && numbers >= 9 * texts; }
 };
 
 /// One coefficient of the model, in the order in which they are estimated and shown.

@@ -155,6 +155,7 @@ public:
         if (fReadings == 2) Refine();
         fProgress.Clear();
         Describe();
+        fFit.predictors = std::move(fDesign.Predictors());
         return std::move(fFit);
     }
 

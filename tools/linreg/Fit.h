@@ -33,6 +33,7 @@ struct VarianceSource {
 };
 
 struct Fit {
+    std::vector<Predictor> predictors;
     CaseCounts counts;
     double nCases = 0.0;            ///< sum of the frequency weights
     double sumOfWeights = 0.0;      ///< of frequency weight times regression weight

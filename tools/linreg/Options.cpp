@@ -19,6 +19,7 @@ std::optional<Options> ParseOptions(int argc, char** argv)
     std::string predictors;
     std::string factors;
     bool noIntercept = false;
+    FormatOptions format;
 
     CLI::App app("Fits a linear regression to the columns of a CSV file.", "linreg");
     app.get_formatter()->column_width(26);
@@ -33,6 +34,7 @@ std::optional<Options> ParseOptions(int argc, char** argv)
     app.add_option("--frequency", options.frequency, "column saying how many cases a row stands for")
         ->type_name("NAME");
     app.add_option("--weight", options.weight, "column with the regression weight of a case")->type_name("NAME");
+    format.AddTo(app);
     app.add_flag("--no-intercept", noIntercept, "leave the intercept out");
     app.add_option("--tolerance", options.tolerance, "smallest share of a predictor that the others must leave (1e-8)")
         ->type_name("T");
@@ -47,6 +49,7 @@ std::optional<Options> ParseOptions(int argc, char** argv)
     // A list of names is a CSV row, so that a name with a comma can be given as it stands in the header.
     if (*chosen) options.predictors = SplitCsvRow(predictors);
     options.factors = SplitCsvRow(factors);
+    options.format = format.Format();
     options.intercept = !noIntercept;
     CheckOption(options.tolerance > 0.0 && options.tolerance < 1.0, "--tolerance must lie between 0 and 1");
     CheckOption(options.level > 0.0 && options.level < 1.0, "--level must lie between 0 and 1");

@@ -1,6 +1,8 @@
 // The command line.
 #pragma once
 
+#include "common/CsvReader.h"
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -9,6 +11,7 @@ namespace linreg {
 
 struct Options {
     std::string dataPath; ///< "-" is standard input
+    procedure::CsvFormat format;
     std::string target;
     std::optional<std::vector<std::string>> predictors; ///< absent: every column without another role
     std::vector<std::string> factors;

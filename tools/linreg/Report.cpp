@@ -1,5 +1,6 @@
 #include "Report.h"
 
+#include "common/Cell.h"
 #include "common/TextTable.h"
 
 namespace linreg {
@@ -26,6 +27,20 @@ std::string FormatSummary(const Options& options, const Fit& fit)
     table.AddRow({"Adjusted R squared", FormatNumber(fit.adjustedRSquared)});
     table.AddRow({"Standard error of the estimate", FormatNumber(fit.stdErrorOfEstimate)});
     return table.Format();
+}
+
+std::string FormatPredictors(const Fit& fit)
+{
+    if (fit.predictors.empty()) return {};
+    TextTable table;
+    table.AddRow({"Predictor", "Taken as", "Levels"});
+    for (const Predictor& p : fit.predictors) {
+        const bool factor = p.kind == Predictor::Kind::Factor;
+        std::vector<std::string> row{Printable(p.name), factor ? "factor" : "number"};
+        if (factor) row.push_back(std::to_string(p.levels.size()));
+        table.AddRow(std::move(row));
+    }
+    return "\n" + table.Format();
 }
 
 std::string FormatVariance(const Fit& fit)
@@ -57,10 +72,23 @@ std::string FormatCoefficients(const Fit& fit)
 
 } // namespace
 
+std::vector<std::string> Warnings(const Fit& fit)
+{
+    std::vector<std::string> lines;
+    for (const Predictor& p : fit.predictors)
+        if (p.IsSuspicious())
+            lines.push_back(Printable(p.name) + " was taken as a factor because its first value is " +
+                            Quoted(p.firstValue) + ", but " + std::to_string(p.numbers) + " of its " +
+                            std::to_string(p.numbers + p.texts) +
+                            " values are numbers; --missing says what means a missing value");
+    return lines;
+}
+
 std::string FormatReport(const Options& options, const Fit& fit)
 {
     std::string text = "Linear regression of " + Printable(options.target) + "\n\n";
     text += FormatSummary(options, fit);
+    text += FormatPredictors(fit);
     text += options.intercept ? "\nAnalysis of variance\n" : "\nAnalysis of variance (about zero: no intercept)\n";
     text += FormatVariance(fit);
     text += "\nCoefficients with " + FormatShort(100.0 * options.level) + "% confidence limits\n";

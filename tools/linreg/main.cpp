@@ -8,6 +8,7 @@
 #include "common/Program.h"
 #include "common/Progress.h"
 
+#include <cstdio>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -40,8 +41,9 @@ void Run(const Options& options)
     if (document) document->Write([&](std::ostream& out) { WriteDocument(options, fit, out); });
     const std::string report = options.quiet ? std::string() : FormatReport(options, fit);
     if (cancel.IsCancel()) throw Interrupted();
+    for (const std::string& line : Warnings(fit)) std::fprintf(stderr, "linreg: warning: %s\n", line.c_str());
     Print(report);
-    if (document) document->PutInPlace();
+    if (document) document->PutInPlace(cancel);
 }
 
 } // namespace
