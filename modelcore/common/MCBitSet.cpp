@@ -2,6 +2,7 @@
 #include "modelcore/common/MCBitSet.h"
 
 #include "modelcore/common/MCDisplay.h"
+#include "modelcore/common/internal/Index.h"
 
 #include <algorithm>
 #include <bit>
@@ -16,12 +17,12 @@ constexpr std::uint32_t kAllOn = 0xFFFFFFFFu;
 
 std::size_t WordsFor(int size)
 {
-    return (static_cast<std::size_t>(size) + kWordBits - 1) / kWordBits;
+    return (internal::AsSize(size) + kWordBits - 1) / kWordBits;
 }
 
 std::size_t WordOf(int i)
 {
-    return static_cast<std::size_t>(i) / kWordBits;
+    return internal::AsSize(i) / kWordBits;
 }
 
 // The bits from i on within i's word.
@@ -74,6 +75,14 @@ int MCBitSet::Next(int i) const
     return static_cast<int>(w) * kWordBits + std::countr_zero(word);
 }
 
+std::vector<int> MCBitSet::Members() const
+{
+    std::vector<int> members;
+    members.reserve(internal::AsSize(Count()));
+    for (int i = Next(0); i >= 0; i = Next(i + 1)) members.push_back(i);
+    return members;
+}
+
 void MCBitSet::Clear()
 {
     std::fill(fvWords.begin(), fvWords.end(), 0u);
@@ -102,11 +111,9 @@ void MCBitSet::ClearBitsFromSizeOn()
 
 void MCBitSet::Display() const
 {
-    std::vector<int> on;
-    for (int i = Next(0); i >= 0; i = Next(i + 1)) on.push_back(i);
     MCDisplay_930::DisplayStart("MCBitSet");
     MCDisplay_930::Display("Number of flags", fnSize);
-    MCDisplay_930::Display("Flags on", on);
+    MCDisplay_930::Display("Flags on", Members());
     MCDisplay_930::DisplayEnd("MCBitSet");
 }
 

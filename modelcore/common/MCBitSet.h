@@ -1,6 +1,7 @@
 // A set of numbered flags.
 #pragma once
 
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/modelcore_export.h"
 
 #include <cstdint>
@@ -9,7 +10,8 @@
 namespace MCMath_930 {
 
 /// A set of N flags numbered 0 to N-1, for example the rows of a matrix that are swept. Packed 32 to a word: flag i is
-/// bit i mod 32 of word i/32, and the bits of the last word from N on are always 0.
+/// bit i mod 32 of word i/32, and the bits of the last word from N on are always 0. A set that was moved from has no
+/// flags; an assignment that runs out of memory leaves the set as it was.
 class MODELCORE_EXPORT MCBitSet {
 public:
     /// No flags.
@@ -17,6 +19,12 @@ public:
 
     /// size flags, all off; none when size is negative.
     explicit MCBitSet(int size);
+
+    MCBitSet(const MCBitSet&) = default;
+    MCBitSet(MCBitSet&&) = default;
+    MCBitSet& operator=(const MCBitSet& other) { return internal::AssignByCopy(*this, other); }
+    MCBitSet& operator=(MCBitSet&&) = default;
+    ~MCBitSet() = default;
 
     /// Turns flag i on or off. False, with nothing changed, when not 0 <= i < N.
     bool Set(int i, bool on = true);
@@ -37,9 +45,12 @@ public:
     /// The number of flags that are on.
     int Count() const;
 
-    /// The first flag at or after i that is on, -1 when there is none: for (int k = s.Next(0); k >= 0; k = s.Next(k +
-    /// 1)).
+    /// The first flag at or after i that is on, -1 when there is none:
+    /// for (int k = s.Next(0); k >= 0; k = s.Next(k + 1)).
     int Next(int i) const;
+
+    /// The numbers of the flags that are on, ascending.
+    std::vector<int> Members() const;
 
     /// Turns every flag off; N stays.
     void Clear();
@@ -60,7 +71,7 @@ public:
 private:
     void ClearBitsFromSizeOn();
 
-    int fnSize = 0;
+    internal::EmptiedOnMove<int> fnSize = 0;
     std::vector<std::uint32_t> fvWords;
 };
 

@@ -92,10 +92,3 @@ inline ::testing::AssertionResult SameState(const MCMeansXProdData& actual, cons
     return SameBits(numbers(actual), numbers(expected));
 }
 
-template <class T>
-std::string Shown(const T& object)
-{
-    const DisplayCapture capture;
-    object.Display();
-    return capture.Text();
-}

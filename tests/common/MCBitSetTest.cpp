@@ -44,6 +44,10 @@ TEST(MCBitSet, CountsAndWalksAsAVectorOfBool)
             ASSERT_EQ(set.Next(a), next);
         }
         EXPECT_EQ(set.Next(n), -1);
+        std::vector<int> on;
+        for (int i = 0; i < n; ++i)
+            if (set.IsIn(i)) on.push_back(i);
+        EXPECT_EQ(set.Members(), on);
     }
 }
 

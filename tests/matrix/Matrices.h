@@ -234,14 +234,6 @@ inline void ExpectNear(const std::vector<NaiveCase>& cases)
     for (const NaiveCase& c : cases) EXPECT_TRUE(Near(c.actual, c.expected)) << c.name;
 }
 
-template <class Matrix>
-std::string Shown(const Matrix& matrix)
-{
-    const DisplayCapture capture;
-    matrix.Display();
-    return capture.Text();
-}
-
 /// What operations on a matrix returned, the results that they formed, and the matrix after each: to compare two kinds
 /// of matrices.
 template <class Matrix>

@@ -21,3 +21,12 @@ private:
     std::ostringstream fText;
     std::ostream* fpBefore;
 };
+
+/// What an object writes by its Display.
+template <class T>
+std::string Shown(const T& object)
+{
+    DisplayCapture capture;
+    object.Display();
+    return capture.Text();
+}

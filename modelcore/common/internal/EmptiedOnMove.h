@@ -16,9 +16,11 @@ public:
     constexpr EmptiedOnMove(const EmptiedOnMove&) noexcept = default;
     constexpr EmptiedOnMove(EmptiedOnMove&& other) noexcept : fValue(std::exchange(other.fValue, T{})) {}
     constexpr EmptiedOnMove& operator=(const EmptiedOnMove&) noexcept = default;
+    /// Moved onto itself it is 0 too: a vector moved onto itself is empty.
     constexpr EmptiedOnMove& operator=(EmptiedOnMove&& other) noexcept
     {
-        fValue = std::exchange(other.fValue, T{});
+        fValue = other.fValue;
+        other.fValue = T{};
         return *this;
     }
     ~EmptiedOnMove() = default;

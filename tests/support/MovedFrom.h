@@ -1,0 +1,84 @@
+// What every class owes its users when its objects are moved from, copied, or caught by the end of memory. The programs
+// that ask for the last list support/OutOfMemory.cpp beside their tests.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <utility>
+
+/// While it lives, this thread gets `allowed` more allocations; every later one throws std::bad_alloc.
+class MemoryLimit {
+public:
+    explicit MemoryLimit(long allowed);
+    ~MemoryLimit();
+    MemoryLimit(const MemoryLimit&) = delete;
+    MemoryLimit& operator=(const MemoryLimit&) = delete;
+};
+
+/// Moves filled by construction, by assignment and onto itself. An object that was moved from shows what empty shows,
+/// stands every use, and can be filled again.
+///
+/// @param empty  what an object is after a move
+/// @param look   look(const T&): all that can be seen of an object, comparable and printable (Shown of DisplayCapture.h)
+/// @param use    use(T&): calls whatever the class offers; run on objects that were moved from
+template <class T, class Look, class Use>
+void ExpectEmptyAfterMove(const T& filled, const T& empty, Look look, Use use)
+{
+    const auto all = look(filled), nothing = look(empty);
+    T source(filled);
+    T constructed(std::move(source));
+    EXPECT_EQ(look(constructed), all);
+    EXPECT_EQ(look(source), nothing); // NOLINT(bugprone-use-after-move): that is what is tested, here and below
+    use(source);
+
+    source = filled;
+    T assigned(empty);
+    assigned = std::move(source);
+    EXPECT_EQ(look(assigned), all);
+    EXPECT_EQ(look(source), nothing);
+    T copyOfEmptied(source);
+    use(copyOfEmptied);
+    use(source);
+    source = filled;
+    EXPECT_EQ(look(source), all);
+
+    T& itself = assigned;
+    assigned = std::move(itself); // whole, with its content or without
+    look(assigned);
+    use(assigned);
+    T& copied = constructed;
+    constructed = copied;
+    EXPECT_EQ(look(constructed), all);
+}
+
+/// Calls change(T&) on copies of filled, with memory running out at its first allocation, at its second, and so on until
+/// it gets through. Whenever it does not, the object shows what it showed before, or what empty shows.
+template <class T, class Change, class Look>
+void ExpectWholeWhenMemoryRunsOut(const T& filled, const T& empty, Change change, Look look)
+{
+    const auto all = look(filled), nothing = look(empty);
+    for (long allowed = 0, refused = 1; refused != 0; ++allowed) {
+        T object(filled);
+        refused = 0;
+        try {
+            const MemoryLimit limit(allowed);
+            change(object);
+        } catch (const std::bad_alloc&) {
+            refused = 1;
+        }
+        const auto seen = look(object);
+        if (refused != 0 && !(seen == nothing)) {
+            EXPECT_EQ(seen, all) << "after " << allowed << " allocations";
+        }
+        ASSERT_LT(allowed, 100000) << "never gets through";
+    }
+}
+
+/// The same for object = other, which a memberwise assignment does not stand: it sets the counts before a vector throws.
+template <class T, class Look>
+void ExpectAssignmentIsWhole(const T& filled, const T& other, Look look)
+{
+    ExpectWholeWhenMemoryRunsOut(
+        filled, filled, [&other](T& object) { object = other; }, look);
+}
