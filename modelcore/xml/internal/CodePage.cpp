@@ -1,11 +1,14 @@
 // Text of the process's code page as UTF-8.
 #include "modelcore/xml/internal/CodePage.h"
 
+#include <algorithm>
+
 #ifdef _WIN32
+#ifndef NOMINMAX
 #define NOMINMAX
+#endif
 #include <windows.h>
 #else
-#include <bit>
 #include <cerrno>
 #include <cstdlib>
 #include <iconv.h>
@@ -14,6 +17,28 @@
 #endif
 
 namespace MCXML_930::internal {
+
+const std::string& ProcessCodePage()
+{
+    static const std::string codePage = CodePageOfEnvironment();
+    return codePage;
+}
+
+bool ProcessCodePageKeepsASCII()
+{
+    static const bool keeps = CodePageReader(ProcessCodePage()).KeepsASCII();
+    return keeps;
+}
+
+bool CodePageReader::KeepsASCII()
+{
+    std::string all, converted;
+    for (int c = 0; c < 128; ++c) all += static_cast<char>(c);
+    AppendAsUTF8(converted, all);
+    return converted == all;
+}
+
+#ifdef _WIN32
 
 namespace {
 
@@ -57,14 +82,6 @@ void AppendUTF16(std::string& out, const std::u16string& units)
 
 } // namespace
 
-const std::string& ProcessCodePage()
-{
-    static const std::string codePage = CodePageOfEnvironment();
-    return codePage;
-}
-
-#ifdef _WIN32
-
 std::string CodePageOfEnvironment()
 {
     return {};
@@ -76,15 +93,21 @@ CodePageReader::~CodePageReader() = default;
 void CodePageReader::AppendAsUTF8(std::string& out, std::string_view text)
 {
     constexpr std::size_t kPiece = 1u << 30; // the system counts in int
+    std::u16string units;
     for (std::size_t at = 0; at < text.size(); at += kPiece) {
         const std::string_view piece = text.substr(at, kPiece);
         const int length = static_cast<int>(piece.size());
-        fUnits.resize(piece.size());
+        units.resize(piece.size());
         const int count =
-            MultiByteToWideChar(GetACP(), 0, piece.data(), length, reinterpret_cast<wchar_t*>(fUnits.data()), length);
-        fUnits.resize(static_cast<std::size_t>(count > 0 ? count : 0));
-        AppendUTF16(out, fUnits);
+            MultiByteToWideChar(GetACP(), 0, piece.data(), length, reinterpret_cast<wchar_t*>(units.data()), length);
+        units.resize(static_cast<std::size_t>(count > 0 ? count : 0));
+        AppendUTF16(out, units);
     }
+}
+
+std::size_t CodePageReader::CharacterLength(std::string_view text)
+{
+    return text.size() > 1 && IsDBCSLeadByte(static_cast<BYTE>(text[0])) != 0 ? 2 : 1;
 }
 
 #else
@@ -92,7 +115,7 @@ void CodePageReader::AppendAsUTF8(std::string& out, std::string_view text)
 namespace {
 
 constexpr char kUTF8[] = "UTF-8";
-constexpr const char* kUTF16 = std::endian::native == std::endian::little ? "UTF-16LE" : "UTF-16BE";
+constexpr char kReplacement[] = "\xEF\xBF\xBD"; // U+FFFD
 
 const iconv_t kNoConverter = reinterpret_cast<iconv_t>(-1);
 
@@ -104,6 +127,39 @@ std::string LocaleOfEnvironment()
         if (value != nullptr && *value != '\0') return value;
     }
     return "C";
+}
+
+/// The bytes of the UTF-8 character that text begins with, 0 when it begins with none. The limits of the second byte
+/// keep out overlong forms, surrogates and what is beyond U+10FFFF (RFC 3629).
+std::size_t UTF8Length(std::string_view text)
+{
+    const auto within = [text](std::size_t i, unsigned char low, unsigned char high) {
+        return i < text.size() && static_cast<unsigned char>(text[i]) >= low &&
+               static_cast<unsigned char>(text[i]) <= high;
+    };
+    if (within(0, 0x00, 0x7F)) return 1;
+    if (within(0, 0xC2, 0xDF)) return within(1, 0x80, 0xBF) ? 2 : 0;
+    if (within(0, 0xE0, 0xEF)) {
+        const bool second = within(1, text[0] == '\xE0' ? 0xA0 : 0x80, text[0] == '\xED' ? 0x9F : 0xBF);
+        return second && within(2, 0x80, 0xBF) ? 3 : 0;
+    }
+    if (!within(0, 0xF0, 0xF4)) return 0;
+    const bool second = within(1, text[0] == '\xF0' ? 0x90 : 0x80, text[0] == '\xF4' ? 0x8F : 0xBF);
+    return second && within(2, 0x80, 0xBF) && within(3, 0x80, 0xBF) ? 4 : 0;
+}
+
+void AppendValidUTF8(std::string& out, std::string_view text)
+{
+    std::size_t copied = 0;
+    for (std::size_t i = 0; i < text.size();) {
+        const std::size_t length = UTF8Length(text.substr(i));
+        if (length == 0) {
+            out.append(text.substr(copied, i - copied)).append(kReplacement);
+            copied = i + 1;
+        }
+        i += std::max<std::size_t>(length, 1);
+    }
+    out.append(text.substr(copied));
 }
 
 } // namespace
@@ -125,8 +181,9 @@ std::string CodePageOfEnvironment()
 
 CodePageReader::CodePageReader(const std::string& codePage)
 {
-    iconv_t converter = iconv_open(kUTF16, codePage.c_str());
-    if (converter == kNoConverter) converter = iconv_open(kUTF16, kUTF8);
+    // Systems without the C runtime's converters, minimal images among them, still write UTF-8.
+    if (codePage == kUTF8) return;
+    const iconv_t converter = iconv_open(kUTF8, codePage.c_str());
     if (converter != kNoConverter) fConverter = converter;
 }
 
@@ -138,28 +195,48 @@ CodePageReader::~CodePageReader()
 void CodePageReader::AppendAsUTF8(std::string& out, std::string_view text)
 {
     const auto converter = static_cast<iconv_t>(fConverter);
-    if (converter == nullptr) return;
+    if (converter == nullptr) return AppendValidUTF8(out, text);
     iconv(converter, nullptr, nullptr, nullptr, nullptr);
 
-    // A byte gives at most two units in the code pages that exist; what does not fit goes round the loop again.
+    // Piece by piece, so that a bad byte costs no more than a good one. Returns 0, or errno.
+    const auto convert = [&out, converter](char** in, std::size_t* left) {
+        char piece[4096];
+        char* to = piece;
+        std::size_t room = sizeof piece;
+        const int fault = iconv(converter, in, left, &to, &room) == static_cast<std::size_t>(-1) ? errno : 0;
+        out.append(piece, to);
+        return fault;
+    };
     char* in = const_cast<char*>(text.data());
     std::size_t left = text.size();
     while (left > 0) {
-        fUnits.resize(left + 16);
-        char* unit = reinterpret_cast<char*>(fUnits.data());
-        std::size_t room = fUnits.size() * sizeof(char16_t);
-        const std::size_t before = left;
-        const bool failed = iconv(converter, &in, &left, &unit, &room) == static_cast<std::size_t>(-1);
-        const bool full = failed && errno == E2BIG && left < before;
-        fUnits.resize(fUnits.size() - room / sizeof(char16_t));
-        if (failed && !full && left > 0) {
-            fUnits.push_back(kReplacement);
-            ++in;
-            --left;
-            iconv(converter, nullptr, nullptr, nullptr, nullptr);
-        }
-        AppendUTF16(out, fUnits);
+        const int fault = convert(&in, &left);
+        if (fault == 0 || fault == E2BIG) continue;
+        convert(nullptr, nullptr); // what the converter holds back stands before the bad byte
+        out.append(kReplacement);
+        ++in;
+        --left;
     }
+    // Where accents follow their letter, as in CP1258, the last letter is held back until the text ends.
+    convert(nullptr, nullptr);
+}
+
+std::size_t CodePageReader::CharacterLength(std::string_view text)
+{
+    const auto converter = static_cast<iconv_t>(fConverter);
+    if (converter == nullptr) return std::max<std::size_t>(UTF8Length(text), 1);
+    constexpr std::size_t kLongest = 4;
+    for (std::size_t length = 1; length <= std::min(kLongest, text.size()); ++length) {
+        char* in = const_cast<char*>(text.data());
+        std::size_t left = length;
+        char piece[64];
+        char* to = piece;
+        std::size_t room = sizeof piece;
+        iconv(converter, nullptr, nullptr, nullptr, nullptr);
+        if (iconv(converter, &in, &left, &to, &room) != static_cast<std::size_t>(-1)) return length;
+        if (errno != EINVAL) return 1; // EINVAL: the character has more bytes
+    }
+    return 1;
 }
 
 #endif

@@ -3,6 +3,7 @@
 
 #include "modelcore/modelcore_export.h"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -16,21 +17,30 @@ MODELCORE_EXPORT const std::string& ProcessCodePage();
 /// taken at its word: "de_DE.ISO-8859-1" names ISO-8859-1. Without any such word, and for C and POSIX, UTF-8.
 MODELCORE_EXPORT std::string CodePageOfEnvironment();
 
-/// Converts one code page to UTF-8. One object is used by one thread.
+/// Reads one code page. One object is used by one thread.
 class MODELCORE_EXPORT CodePageReader {
 public:
-    /// A code page that the platform does not know is read as UTF-8.
+    /// A code page that the platform does not know, or has no converter for, is read as UTF-8. UTF-8 itself needs no
+    /// converter of the platform.
     explicit CodePageReader(const std::string& codePage);
     ~CodePageReader();
     CodePageReader(const CodePageReader&) = delete;
     CodePageReader& operator=(const CodePageReader&) = delete;
 
-    /// Appends text as UTF-8. Each byte that does not convert becomes U+FFFD.
+    /// Appends text as UTF-8. Each byte that does not convert becomes U+FFFD. Takes time linear in the length.
     void AppendAsUTF8(std::string& out, std::string_view text);
 
+    /// The bytes of the character that text, which is not empty, begins with; 1 for a byte that does not convert.
+    std::size_t CharacterLength(std::string_view text);
+
+    /// Whether all ASCII bytes stand for themselves. Shift-JIS may have the sign of the yen in the place of a backslash.
+    bool KeepsASCII();
+
 private:
-    void* fConverter = nullptr;
-    std::u16string fUnits;
+    void* fConverter = nullptr; // null: UTF-8 on our own
 };
+
+/// KeepsASCII of the process's code page, settled at the first call.
+MODELCORE_EXPORT bool ProcessCodePageKeepsASCII();
 
 } // namespace MCXML_930::internal

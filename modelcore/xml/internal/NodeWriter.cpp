@@ -57,7 +57,7 @@ const NodeLink* NodeWriter::OpenTag(const XMLElement& element, ExportFormat& fmt
         const NodeLink* link = element.fLast->Next();
         for (; link->IsAttribute(); link = link->Next()) {
             const auto& attribute = static_cast<const XMLAttribute&>(*link);
-            if (attribute.IsPlain() && !fmt.HasIndentation()) {
+            if (attribute.IsPlain() && fPlainAsIs && !fmt.HasIndentation()) {
                 Put(attribute.BlankAndText());
             } else {
                 // With indentation on, tabs follow the blank that separates attributes.
@@ -104,7 +104,7 @@ void NodeWriter::Indent(const ExportFormat& fmt)
 
 void NodeWriter::WriteName(const XMLElement& element)
 {
-    if (element.IsPlain()) {
+    if (element.IsPlain() && fPlainAsIs) {
         Put(element.Name());
     } else {
         WriteConverted(element.Name());
@@ -113,7 +113,7 @@ void NodeWriter::WriteName(const XMLElement& element)
 
 void NodeWriter::WriteAttribute(const XMLAttribute& attribute)
 {
-    if (attribute.IsPlain()) return Put(attribute.Text());
+    if (attribute.IsPlain()) return fPlainAsIs ? Put(attribute.Text()) : WriteConverted(attribute.Text());
     std::string text(attribute.Name());
     text += "=\"";
     AppendEscapedValue(text, attribute.Value());
@@ -123,7 +123,7 @@ void NodeWriter::WriteAttribute(const XMLAttribute& attribute)
 
 void NodeWriter::WriteText(const XMLString& text, ExportFormat& fmt)
 {
-    if (text.IsPlain()) {
+    if (text.IsPlain() && fPlainAsIs) {
         Put(text.Text());
     } else {
         std::string escaped;
@@ -135,7 +135,7 @@ void NodeWriter::WriteText(const XMLString& text, ExportFormat& fmt)
 
 void NodeWriter::WriteConverted(std::string_view text)
 {
-    if (!fUTF8 || IsASCII(text)) return Put(text);
+    if (!fUTF8 || (fPlainAsIs && IsASCII(text))) return Put(text);
     if (!fCodePage) fCodePage.emplace(ProcessCodePage());
     std::string converted;
     fCodePage->AppendAsUTF8(converted, text);

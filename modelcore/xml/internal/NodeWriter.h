@@ -27,7 +27,9 @@ namespace MCXML_930::internal {
 class NodeWriter {
 public:
     explicit NodeWriter(std::string& out) : fString(&out) {}
-    NodeWriter(std::ostream& os, bool utf8) : fStream(&os), fUTF8(utf8) {}
+    NodeWriter(std::ostream& os, bool utf8)
+        : fStream(&os), fUTF8(utf8), fPlainAsIs(!utf8 || ProcessCodePageKeepsASCII())
+    {}
     NodeWriter(const NodeWriter&) = delete;
     NodeWriter& operator=(const NodeWriter&) = delete;
 
@@ -58,6 +60,7 @@ private:
     std::string* fString = nullptr;
     std::ostream* fStream = nullptr;
     bool fUTF8 = false;
+    bool fPlainAsIs = true; // plain ASCII is the same in the output, whatever the code page
     std::optional<CodePageReader> fCodePage;
 };
 
