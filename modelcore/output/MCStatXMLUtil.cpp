@@ -1,7 +1,10 @@
 // Factories of StatXML elements: the document, counts and statistics, model parameters.
 #include "modelcore/output/MCStatXMLUtil.h"
 
+#include "modelcore/common/MCMV.h"
 #include "modelcore/output/internal/ElementBuilder.h"
+
+#include <cmath>
 
 namespace MCXML_930 {
 
@@ -61,7 +64,8 @@ XMLElement* MCStatXMLUtil::CreateElemCounts(const MCXMLCounts& counts)
 
 XMLElement* MCStatXMLUtil::CreateElemStatistic(const std::string& name, double value)
 {
-    return ElementBuilder("Statistic").Attribute("name", name).Attribute("value", value).Release();
+    const double known = std::isnan(value) ? MCCommon_930::MCMV::Missing() : value;
+    return ElementBuilder("Statistic").Attribute("name", name).Attribute("value", known).Release();
 }
 
 XMLElement* MCStatXMLUtil::CreateElemStatistic(const std::string& name, const std::string& value)

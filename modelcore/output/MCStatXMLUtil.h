@@ -21,7 +21,8 @@ class XMLElement;
 /// Each CreateElem function returns a new element, owned by the caller until it is added to a parent. Elements handed
 /// to a factory become children of the new element in the order of the arguments, those of a vector in its order; null
 /// pointers are skipped, and an element that already has a parent stays there. Of a pointer with a count, a count of
-/// zero or less means an empty list. Numbers have at most 15 significant digits, in value lists too.
+/// zero or less means an empty list. Numbers have at most 15 significant digits, in value lists too, and the
+/// system-missing value is "__MISSING__" wherever it stands.
 class MODELCORE_EXPORT MCStatXMLUtil {
 public:
     // Document
@@ -41,7 +42,7 @@ public:
     /// A "Counts" element: frequencies in all, missing and invalid, and the number of distinct values.
     static XMLElement* CreateElemCounts(double total, double missing, double invalid, double cardinality);
     static XMLElement* CreateElemCounts(const MCXMLCounts& counts);
-    /// A "Statistic" element. The system-missing value is written as a number.
+    /// A "Statistic" element. One that does not exist, system-missing or NaN, has the value "__MISSING__".
     static XMLElement* CreateElemStatistic(const std::string& name, double value);
     static XMLElement* CreateElemStatistic(const std::string& name, const std::string& value);
 
@@ -73,7 +74,6 @@ public:
     static XMLElement* CreateElemArray(const std::string& item, int count);
 
     /// Appends the values to the element as one text, separated by single blanks; nothing when there are none.
-    /// The system-missing value is written as "__MISSING__".
     static void AddDoublesList(XMLElement& element, const double* values, int count);
     static void AddDoublesList(XMLElement& element, const std::vector<double>& values);
     /// As AddDoublesList, but each integer has one significant digit: 0 to 9 as they are, 10 as 1e+01, 15 as 2e+01.
@@ -85,8 +85,9 @@ public:
     static void AddStringList(XMLElement& element, const std::string* values, int count);
     static void AddStringList(XMLElement& element, const std::vector<std::string>& values);
 
-    /// An item of a string array between its quotes: a backslash before each double quote and each backslash. The items
-    /// of an array are put between double quotes and separated by one blank.
+    /// An item of a string array between its quotes: a backslash before each double quote and each backslash, which are
+    /// characters of the process's code page and not parts of others. The items of an array are put between double
+    /// quotes and separated by one blank.
     static std::string ReplaceSpecialChar(const std::string& item);
 
     // Chart data and records
@@ -108,7 +109,7 @@ public:
     static XMLElement* CreateElemRecordInfo(const std::string& recordId, const std::string& recordLabel,
                                             const std::vector<std::vector<int>>& rows);
     static XMLElement* CreateElemRecordInfo(const MCXMLRecordInfo& record);
-    /// Appends a "RecordInfo" element for each record to the element.
+    /// Appends a "RecordInfo" element for each record to the element; none when memory runs out.
     static void AddRecordInfos(XMLElement& element, const std::vector<MCXMLRecordInfo>& records);
     /// A "FieldInfo" element: the value of one field, and whether it is null.
     static XMLElement* CreateElemFieldInfo(const std::string& fieldName, double value, bool isNull);

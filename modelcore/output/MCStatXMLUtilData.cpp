@@ -82,7 +82,9 @@ XMLElement* MCStatXMLUtil::CreateElemRecordInfo(const MCXMLRecordInfo& record)
 
 void MCStatXMLUtil::AddRecordInfos(XMLElement& element, const std::vector<MCXMLRecordInfo>& records)
 {
-    for (const MCXMLRecordInfo& record : records) element.AddElement(CreateElemRecordInfo(record));
+    internal::ElementsToAdd added(records.size());
+    for (const MCXMLRecordInfo& record : records) added.Add(CreateElemRecordInfo(record));
+    added.MoveTo(element);
 }
 
 XMLElement* MCStatXMLUtil::CreateElemFieldInfo(const std::string& fieldName, double value, bool isNull)

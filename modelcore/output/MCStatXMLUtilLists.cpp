@@ -3,11 +3,13 @@
 #include "modelcore/output/MCStatXMLUtil.h"
 #include "modelcore/output/internal/ElementBuilder.h"
 #include "modelcore/xml/XMLString.h"
+#include "modelcore/xml/internal/CodePage.h"
 #include "modelcore/xml/internal/NumberText.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -16,8 +18,6 @@ namespace MCXML_930 {
 using internal::ElementBuilder;
 
 namespace {
-
-constexpr std::string_view kMissing = "__MISSING__";
 
 template <class T>
 std::span<const T> ListOf(const T* values, int count)
@@ -31,7 +31,7 @@ constexpr std::ptrdiff_t kItemRoom = internal::kNumberRoom + 1;
 char* WriteItem(char* out, double value)
 {
     if (!MCCommon_930::MCMV::IsMissing(value)) return internal::WriteNumber(out, value);
-    return std::ranges::copy(kMissing, out).out;
+    return std::ranges::copy(std::string_view(internal::kMissingWord), out).out;
 }
 
 char* WriteItem(char* out, int value)
@@ -93,6 +93,11 @@ XMLElement* Array(const char* type, std::span<const T> values)
     builder.Attribute("type", type);
     AddList(builder.Element(), values);
     return builder.Release();
+}
+
+bool IsHighByte(char c)
+{
+    return static_cast<unsigned char>(c) >= 0x80;
 }
 
 XMLElement* StringArray(std::span<const std::string> values)
@@ -213,11 +218,17 @@ void MCStatXMLUtil::AddStringList(XMLElement& element, const std::vector<std::st
 
 std::string MCStatXMLUtil::ReplaceSpecialChar(const std::string& item)
 {
+    // In GBK, Big5 and Shift-JIS the second byte of a character can be that of a backslash. Only behind a byte that is
+    // not ASCII is it worth asking which one it is.
+    std::optional<internal::CodePageReader> reader;
+    for (std::size_t i = 1; i < item.size() && !reader; ++i)
+        if (item[i] == '\\' && IsHighByte(item[i - 1])) reader.emplace(internal::ProcessCodePage());
     std::string out;
     out.reserve(item.size());
-    for (const char c : item) {
-        if (c == '"' || c == '\\') out += '\\';
-        out += c;
+    for (std::size_t i = 0, length = 0; i < item.size(); i += length) {
+        length = reader && IsHighByte(item[i]) ? reader->CharacterLength(std::string_view(item).substr(i)) : 1;
+        if (item[i] == '"' || item[i] == '\\') out += '\\';
+        out.append(item, i, length);
     }
     return out;
 }

@@ -2,10 +2,13 @@
 #include "modelcore/output/MCVariateData.h"
 
 #include "modelcore/common/MCDisplay.h"
+#include "modelcore/common/MCMV.h"
 #include "modelcore/output/MCStatXMLUtil.h"
+#include "modelcore/output/internal/ElementBuilder.h"
 #include "modelcore/xml/XMLElement.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <memory>
 
@@ -18,8 +21,10 @@ XMLElement* Fill(XMLElement* created, const MCVariateData& data)
 {
     std::unique_ptr<XMLElement> element(created);
     for (const MCXMLCoordinates& variable : data.fVariables) element->AddElement(variable.GetCoordinates());
+    // The values of a chart are finite; a mean or a deviation of them that is not has left the range of a double.
     for (const auto& [name, value] : data.fStatistics)
-        element->AddElement(MCStatXMLUtil::CreateElemStatistic(name, value));
+        element->AddElement(
+            MCStatXMLUtil::CreateElemStatistic(name, std::isfinite(value) ? value : MCCommon_930::MCMV::Missing()));
     return element.release();
 }
 
@@ -46,8 +51,10 @@ void MCVariateData::AddCoordinatesToVarData(XMLElement* element, const std::vect
     if (element == nullptr) return;
     const auto size = static_cast<std::int64_t>(coordinates.size());
     const std::int64_t end = std::min(std::int64_t{first} + count, size);
-    for (std::int64_t i = std::max(first, 0); i < end; ++i)
-        element->AddElement(coordinates[static_cast<std::size_t>(i)].GetCoordinates());
+    const std::int64_t begin = std::max(first, 0);
+    internal::ElementsToAdd added(static_cast<std::size_t>(std::max<std::int64_t>(end - begin, 0)));
+    for (std::int64_t i = begin; i < end; ++i) added.Add(coordinates[static_cast<std::size_t>(i)].GetCoordinates());
+    added.MoveTo(*element);
 }
 
 void MCVariateData::Display() const

@@ -17,7 +17,8 @@ struct MODELCORE_EXPORT MCVariateData {
     std::vector<std::pair<std::string, double>> fStatistics; // names and values
 
     /// A new element of that name, owned by the caller: a "Coordinates" element for each variable, then a "Statistic"
-    /// element for each statistic. The number of variables is not looked at; MCStatXMLUtil::CreateElemVarData does.
+    /// element for each statistic, with the value "__MISSING__" for one that is not finite. The number of variables is
+    /// not looked at; MCStatXMLUtil::CreateElemVarData does.
     XMLElement* GetUnivariateDataElem() const;
     XMLElement* GetBivariateDataElem() const;
     XMLElement* GetMultiVariateDataElem() const;

@@ -1,12 +1,15 @@
 #include "modelcore/output/MCStatXMLUtil.h"
 
-#include "modelcore/common/MCMV.h"
 #include "modelcore/xml/ExportFormat.h"
 #include "modelcore/xml/XMLElement.h"
+#include "modelcore/xml/internal/CodePage.h"
 #include "support/DisplayCapture.h"
+#include "support/MovedFrom.h"
+#include "support/Numbers.h"
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -34,7 +37,12 @@ std::string ListText(Add add)
     return Text(element);
 }
 
-constexpr double kMissing = MCCommon_930::MCMV::gMissingValue;
+/// An element that can be copied.
+struct Holder {
+    Holder() = default;
+    Holder(const Holder& other) : element(other.element->Clone()) {}
+    std::unique_ptr<XMLElement> element{XMLElement::Create("l")};
+};
 
 } // namespace
 
@@ -60,7 +68,10 @@ TEST(MCStatXMLUtil, Elements)
         {Util::CreateElem("E", "a", "x", "b", "y"), "<E a=\"x\" b=\"y\"/>"},
         {Util::CreateElemCounts(counts),
          "<Counts totalFreq=\"10.5\" missingFreq=\"1\" invalidFreq=\"0\" cardinality=\"3\"/>"},
-        {Util::CreateElemStatistic("mean", kMissing), "<Statistic name=\"mean\" value=\"-1.79769313486232e+308\"/>"},
+        {Util::CreateElemStatistic("mean", kMissing), "<Statistic name=\"mean\" value=\"__MISSING__\"/>"},
+        {Util::CreateElemStatistic("sd", -kNan), "<Statistic name=\"sd\" value=\"__MISSING__\"/>"},
+        {Util::CreateElemStatistic("F", kInf), "<Statistic name=\"F\" value=\"inf\"/>"},
+        {Util::CreateElemFactor("f", kMissing, false), "<Factor field=\"f\" value=\"__MISSING__\" nest=\"false\"/>"},
         {Util::CreateElemRegressionParameter("p", false, covariates(), factors()),
          "<RegressionParameter name=\"p\" isIntercept=\"false\">" + terms + "</RegressionParameter>"},
         {Util::CreateElemLabel("l", Util::CreateElemCovariate("x", -1)),
@@ -118,6 +129,10 @@ TEST(MCStatXMLUtil, ValueLists)
     EXPECT_EQ(Text(Util::CreateElemArray("x", -1)), "<Array type=\"string\"/>");
     EXPECT_EQ(Text(Util::CreateElemArray(reals.data(), -1)), "<Array type=\"real\"/>");
     EXPECT_EQ(Text(Util::CreateElemArray(std::vector<int>())), "<Array type=\"int\"/>");
+    // A trail byte of a backslash, a lone lead byte before a backslash, and both behind a character of two bytes.
+    const bool isGBK = internal::ProcessCodePage() == "GBK";
+    EXPECT_EQ(Util::ReplaceSpecialChar("\x81\x5C\"\xFF\x5C\x81\x81\x5C"),
+              isGBK ? "\x81\x5C\\\"\xFF\\\x5C\x81\x81\\\x5C" : "\x81\\\x5C\\\"\xFF\\\x5C\x81\x81\\\x5C");
     std::string many = "0.125"; // longer than a piece of the writer
     for (int i = 1; i < 3000; ++i) many += " 0.125";
     EXPECT_EQ(Text(Util::CreateElemArray(std::vector(3000, 0.125))), "<Array type=\"real\">" + many + "</Array>");
@@ -164,6 +179,27 @@ TEST(MCStatXMLUtil, VariateDataPicksItsElementByTheNumberOfVariables)
         EXPECT_EQ(features, range.expected);
     }
     MCVariateData::AddCoordinatesToVarData(nullptr, coordinates, 0, 3);
+
+    data = {"d", {}, {{"mean", kInf}, {"sd", kMissing}}}; // statistics of values beyond the range, or of one value
+    const std::string nothing = "value=\"__MISSING__\"/>";
+    EXPECT_EQ(Text(Util::CreateElemVarData(data)), "<UnivariateData description=\"d\"><Statistic name=\"mean\" " +
+                                                       nothing + "<Statistic name=\"sd\" " + nothing +
+                                                       "</UnivariateData>");
+}
+
+TEST(MCStatXMLUtil, SeveralElementsAreAddedTogetherOrNotAtAll)
+{
+    const auto look = [](const Holder& holder) { return Text(holder.element->Clone()); };
+    ExpectWholeWhenMemoryRunsOut(
+        Holder(), Holder(),
+        [](Holder& h) {
+            Util::AddRecordInfos(*h.element, {{"a long identifier", "label", {{1}, {2}}}, {"2", "", {}}});
+        },
+        look);
+    const std::vector<MCXMLCoordinates> coordinates(3, {"a long feature name", "", "", {1.5}});
+    ExpectWholeWhenMemoryRunsOut(
+        Holder(), Holder(),
+        [&](Holder& h) { MCVariateData::AddCoordinatesToVarData(h.element.get(), coordinates, 0, 3); }, look);
 }
 
 TEST(MCStatXMLUtil, RecordsDisplayTheirFields)

@@ -1,14 +1,13 @@
 // Whole documents against the schema and against the sample of the documentation.
-#include "modelcore/common/MCMV.h"
 #include "modelcore/output/MCStatXMLUtil.h"
 #include "modelcore/xml/XMLElement.h"
 #include "modelcore/xml/XMLWrite.h"
+#include "support/Numbers.h"
 #include "support/Program.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -19,9 +18,6 @@ using Util = MCStatXMLUtil;
 using Tree = std::unique_ptr<XMLElement>;
 
 namespace {
-
-constexpr double kMissing = MCCommon_930::MCMV::gMissingValue;
-constexpr double kInf = std::numeric_limits<double>::infinity();
 
 std::string Document(const XMLElement& root)
 {
