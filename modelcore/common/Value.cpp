@@ -25,6 +25,8 @@ Value::Value(const char* value) : Value(std::string(value != nullptr ? value : "
 
 Value::Value(const std::string& value) : Value(std::string(value)) {}
 
+Value::Value(std::string_view value) : Value(std::string(value)) {}
+
 Value::Value(std::string&& value)
 {
     fData.string = new std::string(std::move(value));
@@ -173,32 +175,6 @@ void Value::AssertMap()
     Swap(fresh);
 }
 
-// References to the payload
-
-Value::operator bool&()
-{
-    AssertTypeOrInvalid(TypeBool);
-    return fData.boolean;
-}
-
-Value::operator long long&()
-{
-    AssertTypeOrInvalid(TypeInteger);
-    return fData.integer;
-}
-
-Value::operator double&()
-{
-    AssertTypeOrInvalid(TypeReal);
-    return fData.real;
-}
-
-Value::operator std::string&()
-{
-    AssertTypeOrInvalid(TypeString);
-    return *fData.string;
-}
-
 // Arrays and maps
 
 Value& Value::operator[](int index)
@@ -248,6 +224,11 @@ int Value::Size() const
 bool Value::Contains(const std::string& name) const
 {
     return fType == TypeMap && fData.map->contains(name);
+}
+
+bool Value::Remove(const std::string& name)
+{
+    return fType == TypeMap && fData.map->erase(name) == 1;
 }
 
 std::vector<std::string> Value::Names() const

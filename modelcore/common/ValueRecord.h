@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace MCCommon_930 {
@@ -53,13 +54,20 @@ public:
     /// @return  false, with the field unchanged, for an unknown name or a refused type
     virtual bool Set(const std::string& name, const Value& v, bool checkType);
 
-    /// Assigns to a field whatever its type; false for an unknown name.
+    /// Assigns to a field whatever its type; false for an unknown name. An unsigned integer above the largest long long
+    /// throws, as it does where a Value is made of it.
     virtual bool SetValue(const std::string& name, bool value);
     virtual bool SetValue(const std::string& name, int value);
     virtual bool SetValue(const std::string& name, long long value);
     virtual bool SetValue(const std::string& name, double value);
     virtual bool SetValue(const std::string& name, const std::string& value);
     virtual bool SetValue(const std::string& name, const char* value);
+    bool SetValue(const std::string& name, std::string_view value) { return SetValue(name, std::string(value)); }
+    template <IntegerType T>
+    bool SetValue(const std::string& name, T value)
+    {
+        return SetValue(name, Value(value).GetInteger());
+    }
 
     /// Makes a field the real that holds the system-missing value; false for an unknown name.
     virtual bool SetMissingValue(const std::string& name);

@@ -8,11 +8,14 @@
 #include <bit>
 #include <climits>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -45,6 +48,21 @@ std::vector<Value> OneOfEach()
 }
 
 static_assert(!std::is_constructible_v<Value, const int*>, "a pointer must not become a bool");
+static_assert(!std::is_constructible_v<Value, char> && !std::is_assignable_v<Value&, wchar_t>,
+              "nor a character a number");
+
+// What a value, constant or not, converts to: its own types and nothing else.
+template <class From, class... To>
+constexpr bool kConvertsToAll = (std::is_convertible_v<From, To> && ...);
+template <class From, class... To>
+constexpr bool kConvertsToNone = (!std::is_constructible_v<To, From> && ...);
+template <class From>
+constexpr bool kConvertsRightly = kConvertsToAll<From, bool, long long, double, std::string>&&
+    kConvertsToNone<From, int, unsigned, long, unsigned long, short, char, float, long double, const char*>;
+static_assert(kConvertsRightly<Value&> && kConvertsRightly<const Value&> && kConvertsRightly<Value>);
+static_assert(kConvertsToAll<Value&, bool&, long long&, double&, std::string&> &&
+              kConvertsToNone<Value&, int&, float&> &&
+              kConvertsToNone<const Value&, bool&, long long&, double&, std::string&>);
 
 } // namespace
 
@@ -78,6 +96,60 @@ TEST(Value, AssignmentTakesTheTypeOfItsArgument)
         value.SetValue(zeros);
         EXPECT_EQ(value.GetStringRef(), zeros);
     }
+}
+
+// The conversions of a value that is not constant are those of a constant one: they read, refuse alike, change nothing.
+TEST(Value, ReadingConvertsNothingAndChangesNothing)
+{
+    const auto outcome = [](auto& value) {
+        const auto read = [&value](auto wanted) {
+            std::string text;
+            const std::string thrown = Thrown([&] {
+                const decltype(wanted) result = value;
+                text = Value(result).GetString();
+            });
+            return text + thrown + "; ";
+        };
+        const std::string condition = Thrown([&] { static_cast<void>(value ? 1 : 0); });
+        return read(true) + read(1LL) + read(1.0) + read(std::string()) + condition;
+    };
+    const std::string no = kWrongType;
+    const std::string expected[] = {
+        no + "; " + no + "; -1.7976931348623157e+308; ; " + no, // null: the missing real, no text
+        "true; " + no + "; " + no + "; true; ",
+        no + "; -7; " + no + "; -7; " + no,
+        no + "; " + no + "; 2.5; 2.5; " + no,
+    };
+    std::vector<Value> values = OneOfEach();
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const Value before = values[i];
+        EXPECT_EQ(outcome(values[i]), outcome(before));
+        EXPECT_TRUE(i >= std::size(expected) || outcome(values[i]) == expected[i]) << outcome(values[i]);
+        EXPECT_TRUE(values[i].GetType() == before.GetType() && values[i].GetString() == before.GetString());
+    }
+}
+
+TEST(Value, TakesEveryIntegerTypeAndStringViews)
+{
+    const auto takes = [](auto integer) {
+        Value assigned;
+        assigned = integer;
+        EXPECT_TRUE(assigned.GetInteger() == 5 && assigned == integer && integer == assigned && Value(integer) == 5);
+        assigned.SetValue(integer);
+        EXPECT_TRUE(4 < assigned && integer >= assigned && 6u > assigned && assigned != 6L && 5.0f <= Value(5.0));
+    };
+    takes(static_cast<signed char>(5));
+    takes(static_cast<std::uint8_t>(5));
+    takes(static_cast<short>(5));
+    takes(5u);
+    takes(5L);
+    takes(5UL);
+    takes(5ULL);
+    EXPECT_EQ(Value(static_cast<std::uint64_t>(LLONG_MAX)).GetInteger(), LLONG_MAX);
+    EXPECT_EQ(Thrown([] { Value(static_cast<std::uint64_t>(LLONG_MAX) + 1); }), kWrongType);
+    const std::string_view view = std::string_view("abcd").substr(1, 2);
+    Value text(view);
+    EXPECT_TRUE((text = view).GetStringRef() == "bc" && view == text && text < "bd" && "bb" < text);
 }
 
 TEST(Value, OtherTypesAreRefusedAndNothingIsConverted)
@@ -115,10 +187,7 @@ TEST(Value, OtherTypesAreRefusedAndNothingIsConverted)
         EXPECT_EQ(value.Names().size(), type == 6 ? 1u : 0u);
     }
     EXPECT_EQ(Value().GetReal(), Value::SYSMISVALUE);
-    const Value integer = -7;
-    const std::string text = integer; // any type renders as text
-    EXPECT_EQ(text, "-7");
-    EXPECT_EQ(Thrown([&] { Value(integer).Resize(2); }), kWrongType);
+    EXPECT_EQ(Thrown([] { Value(-7).Resize(2); }), kWrongType);
 }
 
 TEST(Value, AssertionsConvertAndClearingResets)
@@ -170,6 +239,13 @@ TEST(Value, ArraysGrowAtTheirEndAndMapsKeepByteOrder)
     EXPECT_THAT(map.Names(), ElementsAre("", "B", "b"));
     EXPECT_TRUE(map["unknown"].IsNull() && map.Size() == 3); // reading made no entry
     EXPECT_TRUE(map.Contains("") && !map.Contains("unknown"));
+    std::string entries;
+    for (const auto& [name, value] : map.GetMapRef()) entries += name + "=" + value.GetString() + ";";
+    const Value list = Array({1, "x"});
+    for (const Value& element : list.GetArrayRef()) entries += element.GetString();
+    EXPECT_EQ(entries, "=empty;B=1;b=2;1x");
+    Value fewer(map);
+    EXPECT_TRUE(fewer.Remove("B") && !fewer.Remove("B") && !array.Remove("B") && fewer.Size() == 2);
 }
 
 TEST(Value, CopiesAreDeepAndTheSourceMayBePartOfTheTarget)
