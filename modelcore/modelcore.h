@@ -31,6 +31,7 @@
 #include "modelcore/common/MCQueryCancel.h"
 #include "modelcore/common/MCStatus.h"
 #include "modelcore/common/MCTimeUtil.h"
+#include "modelcore/common/MCVersion.h"
 #include "modelcore/common/MCWarnings.h"
 #include "modelcore/common/MemoryRecordIterator.h"
 #include "modelcore/common/MultiPassRecordIter.h"

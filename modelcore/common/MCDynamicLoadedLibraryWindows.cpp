@@ -1,7 +1,6 @@
 // MCDynamicLoadedLibrary: the loader calls of Windows.
 #include "modelcore/common/MCDynamicLoadedLibrary.h"
 
-#define NOMINMAX
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 

@@ -5,8 +5,8 @@
 // terms of one sum. Callers use the free functions at the end; which version runs is decided here and nowhere else.
 #pragma once
 
+#include "modelcore/common/internal/InternalExport.h"
 #include "modelcore/kernels/KernelTable.h"
-#include "modelcore/modelcore_export.h"
 
 #include <atomic>
 #include <cmath>
@@ -16,14 +16,14 @@
 namespace MCMath_930::internal {
 
 /// The sets compiled into this binary that this processor can run, the plain one first, the fastest last.
-MODELCORE_EXPORT std::span<const KernelTable* const> UsableKernelTables();
+MODELCORE_INTERNAL_EXPORT std::span<const KernelTable* const> UsableKernelTables();
 
 /// Test hook: makes every later kernel call use the given set; nullptr goes back to the fastest one. Not for use while
 /// other threads are inside kernels.
-MODELCORE_EXPORT void OverrideKernels(const KernelTable* table);
+MODELCORE_INTERNAL_EXPORT void OverrideKernels(const KernelTable* table);
 
-MODELCORE_EXPORT extern std::atomic<const KernelTable*> activeKernels;
-MODELCORE_EXPORT const KernelTable& ChooseKernels();
+MODELCORE_INTERNAL_EXPORT extern std::atomic<const KernelTable*> activeKernels;
+MODELCORE_INTERNAL_EXPORT const KernelTable& ChooseKernels();
 
 inline const KernelTable& Kernels()
 {
@@ -41,7 +41,7 @@ inline void AddScaled(double* y, double c, const double* x, std::size_t count)
 /// packed(i,j) += left[k][i] * right[k][j] for k = 0 .. count-1 in this order and all j <= i < order. packed is a lower
 /// triangle row by row; left and right hold count rows of order values. Each product is rounded before it is added,
 /// and each element adds its own terms in the order of k, so any grouping of elements or calls gives the same bits.
-MODELCORE_EXPORT void AddOuterProducts(double* packed, std::size_t order, const double* left, const double* right,
+MODELCORE_INTERNAL_EXPORT void AddOuterProducts(double* packed, std::size_t order, const double* left, const double* right,
                                        std::size_t count);
 
 /// y += factors[k*factorStep] * row k, `step` apart, for k = 0 .. count-1 in this order; y and the rows are `length`

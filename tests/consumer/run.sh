@@ -1,25 +1,78 @@
 #!/usr/bin/env bash
-# Installs the built library into a scratch folder and builds a small outside project against that package, once through
-# find_package and once through pkg-config; both programs run and must print the same thing.
-# Usage: run.sh BUILD_DIR CMAKE CXX
+# Builds a small outside project against the library in one of the ways that a user has; it must run, print what
+# the README says and find that headers and library are of one version.
+#
+# Usage: run.sh package BUILD_DIR CMAKE CXX   what BUILD_DIR installs, through find_package and pkg-config
+#        run.sh static CMAKE CXX              the same of a static library, installed at absolute paths
+#        run.sh sources CMAKE CXX             through add_subdirectory and FetchContent
 set -euo pipefail
-build=$1 cmake=$2 cxx=$3
+how=$1
 here=$(cd "$(dirname "$0")" && pwd)
+root=$(cd "$here/../.." && pwd)
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
+prefix=$scratch/prefix
 
-"$cmake" --install "$build" --prefix "$scratch/prefix" >"$scratch/install.log"
+quiet() {
+  "$@" >"$scratch/log" 2>&1 || { cat "$scratch/log" >&2; return 1; }
+}
 
-"$cmake" -S "$here" -B "$scratch/build" -G Ninja -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_BUILD_TYPE=Release \
-  -DCMAKE_PREFIX_PATH="$scratch/prefix" >"$scratch/configure.log"
-"$cmake" --build "$scratch/build" >"$scratch/build.log" || { cat "$scratch/build.log"; exit 1; }
-"$scratch/build/consumer" | tee "$scratch/found.txt"
+# consumer BUILD_DIR OPTION...: the project with CMake.
+consumer() {
+  quiet "$cmake" -S "$here" -B "$1" -G Ninja -DCMAKE_CXX_COMPILER="$cxx" "${@:2}"
+  quiet "$cmake" --build "$1"
+  "$1/consumer" | diff - "$root/docs/snippets/regression.txt"
+  "$1/version"
+}
 
-pc=$(dirname "$(find "$scratch/prefix" -name modelcore.pc)")
-libdir=$(dirname "$pc")
-# shellcheck disable=SC2046 # the flags are words on purpose
-"$cxx" -std=c++20 "$here/../../docs/snippets/regression.cpp" -o "$scratch/consumer" \
-  $(PKG_CONFIG_PATH="$pc" pkg-config --cflags --libs modelcore) -Wl,-rpath,"$libdir"
-"$scratch/consumer" >"$scratch/pkgconfig.txt"
-cmp "$scratch/found.txt" "$scratch/pkgconfig.txt"
-echo "find_package and pkg-config agree"
+# By find_package and by pkg-config, against what is installed under $prefix.
+installed() {
+  consumer "$scratch/found" -DCMAKE_PREFIX_PATH="$prefix;$prefix/far" -DCMAKE_BUILD_TYPE=Release
+  local version
+  for version in 8 9.9 10; do
+    if quiet "$cmake" -S "$here" -B "$scratch/refused" -G Ninja -DCMAKE_CXX_COMPILER="$cxx" \
+      -DCMAKE_PREFIX_PATH="$prefix;$prefix/far" -DWANTED="$version" 2>/dev/null; then
+      echo "find_package(modelcore $version) was not refused" >&2
+      return 1
+    fi
+  done
+
+  local pc
+  pc=$(dirname "$(find "$prefix" -name modelcore.pc)")
+  # shellcheck disable=SC2046 # the flags are words on purpose
+  "$cxx" -std=c++20 "$root/docs/snippets/regression.cpp" -o "$scratch/consumer" \
+    $(PKG_CONFIG_PATH="$pc" pkg-config --cflags --libs modelcore) -Wl,-rpath,"$(dirname "$pc")"
+  "$scratch/consumer" | diff - "$root/docs/snippets/regression.txt"
+  echo "$how: found by find_package and by pkg-config"
+}
+
+case $how in
+  package)
+    build=$2 cmake=$3 cxx=$4
+    quiet "$cmake" --install "$build" --prefix "$prefix"
+    # The installed programs find the installed library, and the schema is there.
+    [ ! -e "$prefix/bin/linreg" ] || "$prefix/bin/linreg" --help >/dev/null
+    [ -n "$(find "$prefix/share" -name 'StatXML_*.xsd')" ]
+    installed
+    ;;
+  static)
+    cmake=$2 cxx=$3
+    quiet "$cmake" -S "$root" -B "$scratch/build" -G Ninja -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_BUILD_TYPE= \
+      -DBUILD_SHARED_LIBS=OFF -DMODELCORE_BUILD_TESTS=OFF -DMODELCORE_BUILD_TOOLS=OFF -DMODELCORE_BUILD_EXAMPLES=OFF \
+      -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_INSTALL_LIBDIR="$prefix/far/lib" -DCMAKE_INSTALL_INCLUDEDIR="$prefix/far/include"
+    quiet "$cmake" --build "$scratch/build"
+    quiet "$cmake" --install "$scratch/build"
+    installed
+    ;;
+  sources)
+    cmake=$2 cxx=$3
+    # Both in the same folder, one after the other: the library is compiled once.
+    for way in subdirectory fetch; do
+      consumer "$scratch/build" -DHOW=$way -DMODELCORE="$root"
+      quiet "$cmake" --install "$scratch/build" --prefix "$prefix"
+      [ ! -e "$prefix/include" ] || { echo "$way: the user's install carries our files" >&2; exit 1; }
+      echo "$way: built and run"
+    done
+    ;;
+  *) echo "run.sh: no way '$how'" >&2; exit 2 ;;
+esac

@@ -1,7 +1,7 @@
 // Text of the process's code page as UTF-8.
 #pragma once
 
-#include "modelcore/modelcore_export.h"
+#include "modelcore/common/internal/InternalExport.h"
 
 #include <cstddef>
 #include <string>
@@ -11,14 +11,14 @@ namespace MCXML_930::internal {
 
 /// The code page of the process's strings: "" on Windows, where the system knows it, elsewhere the name of the
 /// character set of the locale that the environment asks for. Settled at the first call.
-MODELCORE_EXPORT const std::string& ProcessCodePage();
+MODELCORE_INTERNAL_EXPORT const std::string& ProcessCodePage();
 
 /// The name of the character set that a locale named by the environment stands for. A locale that is not installed is
 /// taken at its word: "de_DE.ISO-8859-1" names ISO-8859-1. Without any such word, and for C and POSIX, UTF-8.
-MODELCORE_EXPORT std::string CodePageOfEnvironment();
+MODELCORE_INTERNAL_EXPORT std::string CodePageOfEnvironment();
 
 /// Reads one code page. One object is used by one thread.
-class MODELCORE_EXPORT CodePageReader {
+class MODELCORE_INTERNAL_EXPORT CodePageReader {
 public:
     /// A code page that the platform does not know, or has no converter for, is read as UTF-8. UTF-8 itself needs no
     /// converter of the platform.
@@ -41,6 +41,6 @@ private:
 };
 
 /// KeepsASCII of the process's code page, settled at the first call.
-MODELCORE_EXPORT bool ProcessCodePageKeepsASCII();
+MODELCORE_INTERNAL_EXPORT bool ProcessCodePageKeepsASCII();
 
 } // namespace MCXML_930::internal

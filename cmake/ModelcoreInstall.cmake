@@ -1,0 +1,53 @@
+# What `cmake --install` writes: the library and its headers, the files by which CMake and pkg-config find it, the
+# programs, the documentation and the schema of the documents.
+
+include(CMakePackageConfigHelpers)
+
+install(TARGETS modelcore EXPORT modelcoreTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+  FILE_SET generated DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+# A program that asks for version 9 gets any 9.x: within a major version nothing is taken away.
+set(MODELCORE_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/modelcore)
+install(EXPORT modelcoreTargets NAMESPACE modelcore:: DESTINATION ${MODELCORE_CMAKE_DIR})
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/modelcoreConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/modelcoreConfig.cmake INSTALL_DESTINATION ${MODELCORE_CMAKE_DIR})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/modelcoreConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/modelcoreConfig.cmake ${PROJECT_BINARY_DIR}/modelcoreConfigVersion.cmake
+  DESTINATION ${MODELCORE_CMAKE_DIR})
+
+# The package can be moved as a whole, unless its folders were given as absolute paths: those are meant.
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+  set(MODELCORE_PC_PREFIX ${CMAKE_INSTALL_PREFIX})
+  set(MODELCORE_PC_LIBDIR ${CMAKE_INSTALL_LIBDIR})
+else()
+  file(RELATIVE_PATH up ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+  set(MODELCORE_PC_PREFIX "\${pcfiledir}/${up}")
+  set(MODELCORE_PC_LIBDIR "\${prefix}/${CMAKE_INSTALL_LIBDIR}")
+endif()
+if(IS_ABSOLUTE "${CMAKE_INSTALL_INCLUDEDIR}")
+  set(MODELCORE_PC_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR})
+else()
+  set(MODELCORE_PC_INCLUDEDIR "\${prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
+endif()
+if(NOT BUILD_SHARED_LIBS)
+  set(MODELCORE_PC_DEFINES " -DMODELCORE_STATIC_DEFINE")
+  set(MODELCORE_PC_PRIVATE ${CMAKE_DL_LIBS})
+  list(TRANSFORM MODELCORE_PC_PRIVATE PREPEND " -l")
+endif()
+configure_file(${PROJECT_SOURCE_DIR}/cmake/modelcore.pc.in ${PROJECT_BINARY_DIR}/modelcore.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/modelcore.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+if(MODELCORE_BUILD_TOOLS)
+  # The programs find the library beside them, wherever the package is.
+  file(RELATIVE_PATH up ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+  set_target_properties(evaluate linreg PROPERTIES INSTALL_RPATH "$ORIGIN/${up}")
+  install(TARGETS evaluate linreg RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${CMAKE_INSTALL_DOCDIR}
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN snippets EXCLUDE PATTERN schema EXCLUDE)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/modelcore)
