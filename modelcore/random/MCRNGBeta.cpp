@@ -152,15 +152,8 @@ MCRNGBeta::MCRNGBeta() : MCRNGBeta(1.0, 1.0) {}
 
 MCRNGBeta::MCRNGBeta(double a, double b) : fpRecord(std::make_unique<Record>(Accepted(a, b))) {}
 
-MCRNGBeta::MCRNGBeta(const MCRNGBeta& other) : MCRNGenerator(other), fpRecord(std::make_unique<Record>(*other.fpRecord))
-{}
-
-MCRNGBeta& MCRNGBeta::operator=(const MCRNGBeta& other)
-{
-    fpRecord = std::make_unique<Record>(*other.fpRecord);
-    return *this;
-}
-
+MCRNGBeta::MCRNGBeta(const MCRNGBeta&) = default;
+MCRNGBeta& MCRNGBeta::operator=(const MCRNGBeta&) = default;
 MCRNGBeta::~MCRNGBeta() = default;
 
 void MCRNGBeta::SetSeed(double s)
@@ -193,8 +186,7 @@ void MCRNGBeta::Display() const
     MCDisplay_930::DisplayStart("MCRNGBeta");
     MCDisplay_930::Display("First shape", fpRecord->shapes.a);
     MCDisplay_930::Display("Second shape", fpRecord->shapes.b);
-    MCDisplay_930::Display("Uniform source indicator", fpRecord->source.Exists());
-    MCDisplay_930::Display("Owned source indicator", fpRecord->source.IsOwned());
+    fpRecord->source.Display();
     MCDisplay_930::DisplayEnd("MCRNGBeta");
 }
 

@@ -3,8 +3,7 @@
 
 #include "modelcore/modelcore_export.h"
 #include "modelcore/random/MCRNGenerator.h"
-
-#include <memory>
+#include "modelcore/random/internal/CopiedRecord.h"
 
 namespace MCMath_930 {
 
@@ -60,7 +59,7 @@ public:
 
 private:
     struct Record;
-    std::unique_ptr<Record> fpRecord;
+    internal::CopiedRecord<Record> fpRecord;
 };
 
 } // namespace MCMath_930

@@ -82,16 +82,8 @@ MCRNGBinomial::MCRNGBinomial() : MCRNGBinomial(0.0, 0.0) {}
 
 MCRNGBinomial::MCRNGBinomial(double n, double p) : fpRecord(std::make_unique<Record>(Accepted(n, p))) {}
 
-MCRNGBinomial::MCRNGBinomial(const MCRNGBinomial& other)
-    : MCRNGenerator(other), fpRecord(std::make_unique<Record>(*other.fpRecord))
-{}
-
-MCRNGBinomial& MCRNGBinomial::operator=(const MCRNGBinomial& other)
-{
-    fpRecord = std::make_unique<Record>(*other.fpRecord);
-    return *this;
-}
-
+MCRNGBinomial::MCRNGBinomial(const MCRNGBinomial&) = default;
+MCRNGBinomial& MCRNGBinomial::operator=(const MCRNGBinomial&) = default;
 MCRNGBinomial::~MCRNGBinomial() = default;
 
 void MCRNGBinomial::SetSeed(double s)
@@ -124,8 +116,7 @@ void MCRNGBinomial::Display() const
     MCDisplay_930::DisplayStart("MCRNGBinomial");
     MCDisplay_930::Display("Number of trials", fpRecord->parameters.n);
     MCDisplay_930::Display("Probability", fpRecord->parameters.p);
-    MCDisplay_930::Display("Uniform source indicator", fpRecord->source.Exists());
-    MCDisplay_930::Display("Owned source indicator", fpRecord->source.IsOwned());
+    fpRecord->source.Display();
     MCDisplay_930::DisplayEnd("MCRNGBinomial");
 }
 

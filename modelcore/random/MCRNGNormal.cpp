@@ -26,6 +26,8 @@ struct MCRNGNormal::Record {
     internal::UniformSource source;
     Parameters parameters;
 
+    explicit Record(const Parameters& initial) : parameters(initial) {}
+
     double Draw(const Parameters& p)
     {
         const double z = source.Draw([](auto next) { return internal::StandardNormal(next); });
@@ -35,16 +37,10 @@ struct MCRNGNormal::Record {
 
 MCRNGNormal::MCRNGNormal() : MCRNGNormal(0.0, 1.0) {}
 
-MCRNGNormal::MCRNGNormal(double mean, double sd) : fpRecord(new Record{{}, Accepted(mean, sd)}) {}
+MCRNGNormal::MCRNGNormal(double mean, double sd) : fpRecord(std::make_unique<Record>(Accepted(mean, sd))) {}
 
-MCRNGNormal::MCRNGNormal(const MCRNGNormal& other) : MCRNGenerator(other), fpRecord(new Record(*other.fpRecord)) {}
-
-MCRNGNormal& MCRNGNormal::operator=(const MCRNGNormal& other)
-{
-    *fpRecord = *other.fpRecord;
-    return *this;
-}
-
+MCRNGNormal::MCRNGNormal(const MCRNGNormal&) = default;
+MCRNGNormal& MCRNGNormal::operator=(const MCRNGNormal&) = default;
 MCRNGNormal::~MCRNGNormal() = default;
 
 void MCRNGNormal::SetSeed(double s)
@@ -77,8 +73,7 @@ void MCRNGNormal::Display() const
     MCDisplay_930::DisplayStart("MCRNGNormal");
     MCDisplay_930::Display("Mean", fpRecord->parameters.mean);
     MCDisplay_930::Display("Standard deviation", fpRecord->parameters.sd);
-    MCDisplay_930::Display("Uniform source indicator", fpRecord->source.Exists());
-    MCDisplay_930::Display("Owned source indicator", fpRecord->source.IsOwned());
+    fpRecord->source.Display();
     MCDisplay_930::DisplayEnd("MCRNGNormal");
 }
 

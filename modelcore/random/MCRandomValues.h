@@ -1,6 +1,7 @@
 // Variates of several distributions from the procedures' uniform source.
 #pragma once
 
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/matrix/MCSymMatrix.h"
 #include "modelcore/modelcore_export.h"
 
@@ -33,7 +34,16 @@ public:
     /// The tolerance of an object that was given no other.
     static constexpr double kDefaultTolerance = 1e-12;
 
+    /// No source and no distribution.
     MCRandomValues() = default;
+
+    MCRandomValues(const MCRandomValues&) = default;
+    /// What was moved from keeps its source and tolerance, and has no distribution chosen.
+    MCRandomValues(MCRandomValues&&) noexcept = default;
+    /// When memory runs out, this object is as it was.
+    MCRandomValues& operator=(const MCRandomValues& other) { return internal::AssignByCopy(*this, other); }
+    MCRandomValues& operator=(MCRandomValues&&) noexcept = default;
+    ~MCRandomValues() = default;
 
     /// Draws from source from now on; it is not owned. Null is no source.
     void SetURNGPtr(MCURandom* source) { fpSource = source; }
@@ -45,6 +55,8 @@ public:
     /// on earlier ones: those whose pivot is at most t times the diagonal element. False, and nothing changed, unless
     /// t > 0.
     bool SetTolerance(double t);
+
+    /// The tolerance for dependent rows.
     double GetTolerance() const { return fTolerance; }
 
     // ---------------------------------------------------------------------------------------------------------------
@@ -156,15 +168,15 @@ private:
     double Draw(Body body);
 
     MCURandom* fpSource = nullptr;
-    bool fParametersSet = false;
+    internal::EmptiedOnMove<bool> fParametersSet = false;
     Kind fKind = kUniform;
     double fTolerance = kDefaultTolerance;
-    double fFirst = 0.0;          // lower bound, mean, degrees of freedom or shape
-    double fSecond = 0.0;         // upper bound, standard deviation or rate
-    int fnOrder = 0;              // of the vectors and matrices
-    std::vector<double> fvFirst;  // lower bounds or means
-    std::vector<double> fvSecond; // upper bounds
-    MCSymMatrix fFactor;          // L; empty for the identity
+    double fFirst = 0.0;                      // lower bound, mean, degrees of freedom or shape
+    double fSecond = 0.0;                     // upper bound, standard deviation or rate
+    internal::EmptiedOnMove<int> fnOrder = 0; // of the vectors and matrices
+    std::vector<double> fvFirst;              // lower bounds or means
+    std::vector<double> fvSecond;             // upper bounds
+    MCSymMatrix fFactor;                      // L; empty for the identity
 };
 
 } // namespace MCMath_930

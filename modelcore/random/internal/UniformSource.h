@@ -1,11 +1,11 @@
 // Where a variate generator gets its uniform numbers from.
 #pragma once
 
+#include "modelcore/common/MCDisplay.h"
 #include "modelcore/random/MCRNGUCongruential.h"
 #include "modelcore/random/MCRNGUTwister.h"
 
 #include <typeinfo>
-#include <utility>
 
 namespace MCMath_930::internal {
 
@@ -20,12 +20,7 @@ public:
         if (fOwnsSource && fpSource != nullptr)
             fpSource = new MCRNGUCongruential(static_cast<const MCRNGUCongruential&>(*fpSource));
     }
-    UniformSource& operator=(UniformSource other) noexcept
-    {
-        std::swap(fpSource, other.fpSource);
-        std::swap(fOwnsSource, other.fOwnsSource);
-        return *this;
-    }
+    UniformSource& operator=(const UniformSource&) = delete; // records are copied whole and then exchanged
     ~UniformSource()
     {
         if (fOwnsSource) delete fpSource;
@@ -58,7 +53,13 @@ public:
     }
 
     bool Exists() const { return fpSource != nullptr; }
-    bool IsOwned() const { return fOwnsSource; }
+
+    /// The lines with which the display of a generator ends.
+    void Display() const
+    {
+        MCDisplay_930::Display("Uniform source indicator", Exists());
+        MCDisplay_930::Display("Owned source indicator", fOwnsSource);
+    }
 
 private:
     MCRNGenerator* fpSource = nullptr;
@@ -97,8 +98,7 @@ public:
         return fSource.Draw(body);
     }
 
-    bool Exists() const { return fSource.Exists(); }
-    bool IsOwned() const { return fSource.IsOwned(); }
+    void Display() const { fSource.Display(); }
 
     Embedded embedded;
 
