@@ -104,7 +104,7 @@ void FoldBlocks(int threads, Read read, Work work, Fold fold)
             idle.pop_back();
             changed.notify_all();
         } else if (!waiting.empty()) {
-            workOnNext(lock); // nothing to read into: lend a hand
+            workOnNext(lock); // nothing to read into: work on a block
         } else if (ordered.GetAwaited() < blocks) {
             changed.wait(lock, [&] { return !done.empty(); });
         } else {

@@ -13,6 +13,12 @@ namespace linreg {
 /// A larger model is refused: its cross products alone would take 100 MB for each thread.
 inline constexpr int kMaxParameters = 5000;
 
+/// An index or a count that is known not to be negative.
+inline std::size_t At(int index)
+{
+    return static_cast<std::size_t>(index);
+}
+
 /// One predictor. What it is shows with its first value: a number makes a covariate, any other text a factor.
 struct Predictor {
     enum class Kind { Unknown, Covariate, Factor };

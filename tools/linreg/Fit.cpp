@@ -1,6 +1,8 @@
 #include "Fit.h"
 
 #include "DoubleDouble.h"
+#include "Moments.h"
+#include "Residuals.h"
 #include "common/Failure.h"
 #include "common/Workers.h"
 
@@ -19,126 +21,7 @@ using MCMath_930::MCBitSet;
 using MCMath_930::MCCancelInfo;
 using MCMath_930::MCDistFun;
 using MCMath_930::MCMeansXProdData;
-using MCMath_930::MCMeansXProducts;
-using MCMath_930::MCRectMatrix;
 using MCMath_930::MCSymMatrix;
-
-std::size_t At(int index)
-{
-    return static_cast<std::size_t>(index);
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
-// First reading: means and cross products
-
-/// What one block gives, with the room to compute it in.
-struct BlockMoments {
-    MCRectMatrix rows;
-    MCMeansXProducts products;
-    double frequencies = 0.0;
-};
-
-/// The moments of all blocks so far.
-struct Moments {
-    /// Takes the next block in. Columns that it has in excess are indicators of levels that no earlier case had.
-    void Append(const BlockMoments& block)
-    {
-        products.AppendZeroVars(block.products.GetNVars() - products.GetNVars());
-        products.Merge(block.products);
-        frequencies += block.frequencies;
-    }
-
-    MCMeansXProdData products;
-    double frequencies = 0.0; ///< sum of the frequency weights
-};
-
-/// shift is subtracted from the target and the covariates; it is empty when nothing is to be subtracted.
-void ComputeMoments(const CaseBlock& block, bool intercept, const std::vector<double>& shift, BlockMoments& out)
-{
-    const bool frequency = !block.frequencies.empty();
-    const bool weight = !block.weights.empty();
-    const int columns = block.columns + (frequency ? 1 : 0) + (weight ? 1 : 0);
-    if (out.rows.GetNRows() != block.cases || out.rows.GetNCols() != columns)
-        out.rows.SetNRowsCols(block.cases, columns);
-    if (out.products.GetNVars() != block.columns)
-        out.products = MCMeansXProducts(block.columns, intercept, frequency, weight);
-
-    const std::size_t nValues = block.values.size() / At(block.cases);
-    const std::size_t nFactors = block.levelColumns.size() / At(block.cases);
-    out.frequencies = frequency ? 0.0 : block.cases;
-    for (int i = 0; i < block.cases; ++i) {
-        double* const row = out.rows.GetRowPtr(i);
-        const double* const values = block.values.data() + At(i) * nValues;
-        const int* const levels = block.levelColumns.data() + At(i) * nFactors;
-        if (shift.empty())
-            std::copy_n(values, nValues, row);
-        else
-            std::transform(values, values + nValues, shift.begin(), row, [](double x, double s) { return x - s; });
-        std::fill(row + nValues, row + block.columns, 0.0);
-        for (std::size_t f = 0; f < nFactors; ++f) row[levels[f]] = 1.0;
-        double* next = row + block.columns;
-        if (frequency) out.frequencies += * next++ = block.frequencies[At(i)];
-        if (weight) *next = block.weights[At(i)];
-    }
-    out.products.Compute(out.rows, block.cases);
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
-// Second reading: residuals
-
-/// Sums over cases of weight w and residual r; y is the target less its mean (or as it is, without an intercept) and x
-/// a design column.
-struct ResidualSums {
-    DoubleDouble r, rr, y, yy;
-    std::vector<DoubleDouble> rx;
-
-    void Append(const ResidualSums& next)
-    {
-        rx.resize(next.rx.size());
-        r += next.r;
-        rr += next.rr;
-        y += next.y;
-        yy += next.yy;
-        for (std::size_t j = 0; j < rx.size(); ++j) rx[j] += next.rx[j];
-    }
-};
-
-/// The model at which residuals are taken.
-struct Prediction {
-    DoubleDouble intercept;
-    DoubleDouble centre;              ///< what is subtracted from the target in y and yy
-    std::vector<double> coefficients; ///< by design column, 0 for the target and for those that are aliased
-};
-
-void ComputeResiduals(const CaseBlock& block, const Prediction& at, ResidualSums& out)
-{
-    const std::size_t nValues = block.values.size() / At(block.cases);
-    const std::size_t nFactors = block.levelColumns.size() / At(block.cases);
-    out.r = out.rr = out.y = out.yy = {};
-    out.rx.assign(at.coefficients.size(), {});
-    for (std::size_t i = 0; i < At(block.cases); ++i) {
-        const double* const values = block.values.data() + i * nValues;
-        const int* const levels = block.levelColumns.data() + i * nFactors;
-        const DoubleDouble target{values[0]};
-        DoubleDouble residual = target - at.intercept;
-        for (std::size_t j = 1; j < nValues; ++j) residual += -ExactProduct(at.coefficients[j], values[j]);
-        for (std::size_t f = 0; f < nFactors; ++f) residual += {-at.coefficients[At(levels[f])]};
-
-        const double weight =
-            (block.frequencies.empty() ? 1.0 : block.frequencies[i]) * (block.weights.empty() ? 1.0 : block.weights[i]);
-        const DoubleDouble y = target - at.centre;
-        const DoubleDouble weighted = residual * weight;
-        out.r += weighted;
-        out.rr += weighted * residual;
-        out.y += y * weight;
-        out.yy += y * weight * y;
-        for (std::size_t j = 1; j < nValues; ++j) out.rx[j] += weighted * values[j];
-        for (std::size_t f = 0; f < nFactors; ++f) out.rx[At(levels[f])] += weighted;
-    }
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
-// The fit
 
 class Fitting {
 public:
