@@ -21,7 +21,7 @@ public:
         StorageTimestamp = 6
     };
 
-    virtual ~IMCVariable();
+    virtual ~IMCVariable() = default;
 
 protected:
     IMCVariable() = default;

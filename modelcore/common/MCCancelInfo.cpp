@@ -1,13 +1,7 @@
-// MCQueryCancel and MCCancelInfo: cancellation of a computation.
+// MCCancelInfo.
 #include "modelcore/common/MCCancelInfo.h"
 
 #include "modelcore/common/MCDisplay.h"
-
-namespace MCCommon_930 {
-
-MCQueryCancel::~MCQueryCancel() = default;
-
-} // namespace MCCommon_930
 
 namespace MCMath_930 {
 

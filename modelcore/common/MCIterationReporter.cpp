@@ -1,15 +1,8 @@
-// ProgressReport, ProgressReportVect and MCIterationReporter.
+// MCIterationReporter.
 #include "modelcore/common/MCIterationReporter.h"
 
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/common/MCMV.h"
-
-namespace MCCommon_930 {
-
-ProgressReport::~ProgressReport() = default;
-ProgressReportVect::~ProgressReportVect() = default;
-
-} // namespace MCCommon_930
 
 namespace MCMath_930 {
 

@@ -9,7 +9,7 @@ namespace MCCommon_930 {
 /// computation. The virtual operations stand in the order of the binary interface.
 class MODELCORE_EXPORT MCQueryCancel {
 public:
-    virtual ~MCQueryCancel();
+    virtual ~MCQueryCancel() = default;
 
     /// True when the computation shall stop. May do work: show a dialog, handle pending events.
     virtual bool CheckCancel() = 0;

@@ -5,15 +5,23 @@
 
 #include <algorithm>
 #include <iterator>
+#include <tuple>
 #include <utility>
 
 namespace MCCommon_930 {
 
 namespace {
 
-void AddOnce(std::vector<MCStatus>& list, const MCStatus& status)
+// A vector that grows by as much as it holds, as push_back lets it, whatever the number of elements asked for.
+template <class T>
+void MakeRoom(std::vector<T>& list, std::size_t added)
 {
-    if (std::find(list.begin(), list.end(), status) == list.end()) list.push_back(status);
+    if (list.capacity() - list.size() < added) list.reserve(list.size() + std::max(list.size(), added));
+}
+
+bool HasNaN(const MCStatus& status)
+{
+    return !(status == status);
 }
 
 void DisplayList(const char* label, const std::vector<MCStatus>& list)
@@ -44,24 +52,76 @@ void MCWarnings::MCParameterValue::SetString(std::string value)
 
 MCWarnings::~MCWarnings() = default;
 
+void MCWarnings::MCParameterValue::Display() const
+{
+    MCDisplay_930::DisplayStart("MCParameterValue");
+    MCDisplay_930::Display("Type", static_cast<int>(fType));
+    MCDisplay_930::Display("Integer", fInteger);
+    MCDisplay_930::Display("Real", fReal);
+    MCDisplay_930::Display("String", fString);
+    MCDisplay_930::DisplayEnd("MCParameterValue");
+}
+
+bool MCWarnings::Less::operator()(const MCStatus& a, const MCStatus& b) const
+{
+    const auto fields = [](const MCStatus& status) {
+        return std::tuple(status.GetErrorCode(), status.IsWarning(), status.GetDiscreteDatum(0),
+                          status.GetDiscreteDatum(1), status.GetDiscreteDatum(2), status.GetScaleDatum(0),
+                          status.GetScaleDatum(1), status.GetScaleDatum(2));
+    };
+    return fields(a) < fields(b);
+}
+
+void MCWarnings::List::Add(const MCStatus& status)
+{
+    MakeRoom(statuses, 1);
+    if (HasNaN(status) || sorted.insert(status).second) statuses.push_back(status);
+}
+
+void MCWarnings::List::MakeRoomFor(const List& added)
+{
+    MakeRoom(statuses, added.statuses.size());
+}
+
+// The nodes of the sorted statuses pass from list to list: after MakeRoomFor nothing here needs memory.
+void MCWarnings::List::Take(List& added) noexcept
+{
+    for (const MCStatus& status : added.statuses)
+        if (HasNaN(status) || !sorted.contains(status)) statuses.push_back(status);
+    sorted.merge(added.sorted);
+}
+
+void MCWarnings::Merge(List& primary, List& secondary)
+{
+    fPrimary.MakeRoomFor(primary);
+    fSecondary.MakeRoomFor(secondary);
+    fPrimary.Take(primary);
+    fSecondary.Take(secondary);
+}
+
 void MCWarnings::AddWarning(const MCStatus& status, Destination destination)
 {
     if (!status.IsWarning()) return;
-    const MCStatus added = status; // it may stand in a list that is about to grow
-    if (destination != DestSecondary) AddOnce(fvPrimary, added);
-    if (destination != DestPrimary) AddOnce(fvSecondary, added);
+    List primary, secondary;
+    if (destination != DestSecondary) primary.Add(status);
+    if (destination != DestPrimary) secondary.Add(status);
+    Merge(primary, secondary);
 }
 
 void MCWarnings::AddWarnings(const std::vector<MCStatus>& statuses)
 {
-    // By index and size on entry: the list may be our own, which grows when it holds a NaN datum.
-    for (std::size_t i = 0, count = statuses.size(); i < count; ++i) AddWarning(statuses[i], DestPrimary);
+    List primary, secondary;
+    for (const MCStatus& status : statuses)
+        if (status.IsWarning()) primary.Add(status);
+    Merge(primary, secondary);
 }
 
 void MCWarnings::AddWarnings(MCWarnings other)
 {
-    for (const MCStatus& status : other.fvPrimary) AddWarning(status, DestPrimary);
-    for (const MCStatus& status : other.fvSecondary) AddWarning(status, DestSecondary);
+    // Codes without parameters are no content, so all that needs memory comes before anything is added.
+    for (const auto& [code, place] : other.fParameterIndex)
+        MakeRoom(ParametersOf(code), other.fvParameters[place].size());
+    Merge(other.fPrimary, other.fSecondary);
     for (const auto& [code, place] : other.fParameterIndex) {
         Parameters& from = other.fvParameters[place];
         Parameters& to = ParametersOf(code);
@@ -103,9 +163,10 @@ const std::vector<MCWarnings::MCParameterValue>& MCWarnings::GetParameters(const
 void MCWarnings::Display() const
 {
     MCDisplay_930::DisplayStart("MCWarnings");
-    DisplayList("Number of primary warnings", fvPrimary);
-    DisplayList("Number of secondary warnings", fvSecondary);
+    DisplayList("Number of primary warnings", fPrimary.statuses);
+    DisplayList("Number of secondary warnings", fSecondary.statuses);
     for (const auto& [code, place] : fParameterIndex) {
+        if (fvParameters[place].empty()) continue;
         MCDisplay_930::Display("Parameters of code", static_cast<int>(code));
         for (const MCParameterValue& parameter : fvParameters[place]) {
             switch (parameter.GetType()) {
@@ -128,9 +189,9 @@ MCWarnings::Parameters& MCWarnings::ParametersOf(std::int32_t code)
 {
     const auto at = fParameterIndex.find(code);
     if (at != fParameterIndex.end()) return fvParameters[at->second];
-    fvParameters.emplace_back();
-    fParameterIndex.emplace(code, fvParameters.size() - 1); // last: a table entry without an index harms nothing
-    return fvParameters.back();
+    MakeRoom(fvParameters, 1);
+    fParameterIndex.emplace(code, fvParameters.size());
+    return fvParameters.emplace_back();
 }
 
 const MCWarnings::Parameters* MCWarnings::FindParameters(const MCStatus& status) const

@@ -2,11 +2,14 @@
 #pragma once
 
 #include "modelcore/common/MCStatus.h"
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/modelcore_export.h"
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,7 +18,9 @@ namespace MCCommon_930 {
 
 /// Warnings gathered over several calls: a primary and a secondary list, both in order of arrival and without
 /// duplicates, and parameters that a message for a warning needs. Parameters belong to a status code: two statuses with
-/// the same code but other severity or data share them.
+/// the same code but other severity or data share them. Whether a warning is there is found in O(log n).
+///
+/// Whatever runs out of memory leaves the collection as it was. One that was moved from is empty.
 class MODELCORE_EXPORT MCWarnings {
 public:
     /// Which lists AddWarning writes to.
@@ -25,22 +30,34 @@ public:
     /// the other two as they were and the readers return their own field whatever the type: nothing is converted.
     class MODELCORE_EXPORT MCParameterValue {
     public:
+        /// Which field was set last.
         enum ValueType : std::int32_t { TypeInteger = 0, TypeReal = 1, TypeString = 2 };
 
         /// Integer 0, real 0.0, an empty string, type integer.
         MCParameterValue() = default;
+        /// One field and its type set, the others as in a default parameter.
         explicit MCParameterValue(int value) { SetInteger(value); }
         explicit MCParameterValue(double value) { SetDouble(value); }
         explicit MCParameterValue(std::string value) { SetString(std::move(value)); }
 
+        /// Sets the integer, and the type to TypeInteger.
         void SetInteger(int value);
+        /// Sets the real, and the type to TypeReal.
         void SetDouble(double value);
+        /// Sets the string, and the type to TypeString.
         void SetString(std::string value);
 
+        /// Which field was set last.
         ValueType GetType() const { return fType; }
+        /// The integer; 0 when none was set.
         int ToInteger() const { return fInteger; }
+        /// The real; 0.0 when none was set.
         double ToDouble() const { return fReal; }
+        /// The string; empty when none was set.
         const std::string& ToString() const { return fString; }
+
+        /// Writes the type and the three fields to the diagnostic text stream.
+        void Display() const;
 
     private:
         ValueType fType = TypeInteger;
@@ -52,7 +69,7 @@ public:
     MCWarnings() = default;
     MCWarnings(const MCWarnings&) = default;
     MCWarnings(MCWarnings&&) = default;
-    MCWarnings& operator=(const MCWarnings&) = default;
+    MCWarnings& operator=(const MCWarnings& other) { return MCMath_930::internal::AssignByCopy(*this, other); }
     MCWarnings& operator=(MCWarnings&&) = default;
     virtual ~MCWarnings();
 
@@ -68,18 +85,26 @@ public:
     void AddWarnings(MCWarnings other);
 
     /// The primary list for true, the secondary one for false.
-    const std::vector<MCStatus>& GetWarnings(bool primary) const { return primary ? fvPrimary : fvSecondary; }
+    const std::vector<MCStatus>& GetWarnings(bool primary) const
+    {
+        return primary ? fPrimary.statuses : fSecondary.statuses;
+    }
 
     /// Empties the primary list only: the secondary list and all parameters stay.
-    void ClearWarnings() { fvPrimary.clear(); }
+    void ClearWarnings() { fPrimary = {}; }
 
     /// Appends a parameter to those of the status's code, whatever the status's severity and whether or not it is in a
     /// list.
     ///
-    /// @return  true; no parameter is refused
+    /// @return  true; false, with nothing changed, for an integer that 32 bits do not hold
     bool AddParameter(const MCStatus& status, int value);
     bool AddParameter(const MCStatus& status, double value);
     bool AddParameter(const MCStatus& status, std::string value);
+    template <std::integral T>
+    requires(!std::same_as<T, bool>) bool AddParameter(const MCStatus& status, T value)
+    {
+        return std::in_range<std::int32_t>(value) && AddParameter(status, static_cast<int>(value));
+    }
 
     /// Whether the status's code has a parameter.
     bool HasParameter(const MCStatus& status) const;
@@ -94,12 +119,27 @@ public:
 private:
     using Parameters = std::vector<MCParameterValue>;
 
+    struct MODELCORE_EXPORT Less {
+        bool operator()(const MCStatus& a, const MCStatus& b) const;
+    };
+
+    // Statuses in order of arrival, and the same ones sorted. A status with a NaN datum equals none: it is not sorted in.
+    struct MODELCORE_EXPORT List {
+        void Add(const MCStatus& status);
+        void MakeRoomFor(const List& added);
+        void Take(List& added) noexcept;
+
+        std::vector<MCStatus> statuses;
+        std::set<MCStatus, Less> sorted;
+    };
+
+    void Merge(List& primary, List& secondary);
     bool Append(const MCStatus& status, MCParameterValue parameter);
     Parameters& ParametersOf(std::int32_t code);
     const Parameters* FindParameters(const MCStatus& status) const;
 
-    std::vector<MCStatus> fvPrimary;
-    std::vector<MCStatus> fvSecondary;
+    List fPrimary;
+    List fSecondary;
     std::map<std::int32_t, std::size_t> fParameterIndex; // status code -> place in fvParameters
     std::vector<Parameters> fvParameters;
     mutable Parameters fvResult;

@@ -1,17 +1,23 @@
-// RecordIterator, MultiPassRecordIter and MemoryRecordIterator.
+// MemoryRecordIterator.
 #include "modelcore/common/MemoryRecordIterator.h"
 
 #include "modelcore/common/MCDisplay.h"
+#include "modelcore/common/internal/Index.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <limits>
+#include <utility>
 
 namespace MCCommon_930 {
 
 namespace {
 
+using MCMath_930::internal::AsSize;
+
+constexpr int kMostVars = std::numeric_limits<int>::max() - 2; // a row has two values more
 constexpr std::size_t kChunk = 4;
 constexpr std::size_t kWide = 64;       // from this many columns on the library's copy is the faster one
 constexpr std::uintptr_t kAhead = 4096; // bytes
@@ -36,20 +42,37 @@ inline void FetchAhead(const double* from)
 
 } // namespace
 
-RecordIterator::~RecordIterator() = default;
-MultiPassRecordIter::~MultiPassRecordIter() = default;
 MemoryRecordIterator::~MemoryRecordIterator() = default;
 
-MemoryRecordIterator::MemoryRecordIterator(int nRecords, int nVars, double* lead, double* data, double* trail)
-    : fnRecords(nRecords), fnVars(std::max(nVars, 0)), fpLead(lead), fpData(data), fpTrail(trail),
-      fRecord(fnVars + (trail != nullptr ? 2 : 1)), fFinished(nRecords < 1 ? 1 : 0)
+MemoryRecordIterator::MemoryRecordIterator(int nRecords, int nVars, const double* lead, const double* data,
+                                           const double* trail)
+    : fnRecords(nVars > kMostVars ? 0 : nRecords), fnVars(nVars > kMostVars ? 0 : std::max(nVars, 0)), fpLead(lead),
+      fpData(data), fpTrail(trail), fRecord(fnVars + (trail != nullptr ? 2 : 1)), fFinished(fnRecords < 1 ? 1 : 0)
 {}
+
+MemoryRecordIterator& MemoryRecordIterator::operator=(const MemoryRecordIterator& other)
+{
+    Record row(other.fRecord); // the one step that needs memory
+    MultiPassRecordIter::operator=(other);
+    fnRecords = other.fnRecords;
+    fnVars = other.fnVars;
+    fpLead = other.fpLead;
+    fpData = other.fpData;
+    fpTrail = other.fpTrail;
+    fRecord = std::move(row);
+    fFinished = other.fFinished;
+    fPosition = other.fPosition;
+    return *this;
+}
 
 Record* MemoryRecordIterator::Next()
 {
-    if (fFinished != 0) return nullptr;
-    const auto p = static_cast<std::size_t>(fPosition);
-    const auto nVars = static_cast<std::size_t>(fnVars);
+    if (fPosition >= fnRecords) { // finished, or no rows at all
+        fFinished = 1;
+        return nullptr;
+    }
+    const std::size_t p = AsSize(fPosition);
+    const std::size_t nVars = AsSize(fnVars);
     const double* const from = fpData + p * nVars;
     double* const row = fRecord.GetAll();
     FetchAhead(from);

@@ -13,16 +13,20 @@ namespace MCCommon_930 {
 class MODELCORE_EXPORT MemoryRecordIterator : public MultiPassRecordIter {
 public:
     /// @param nRecords  number of rows; below 1 the iterator starts finished
-    /// @param nVars     columns of the matrix; a negative number counts as 0
+    /// @param nVars     columns of the matrix; a negative number counts as 0, and with more than INT_MAX - 2, which no
+    ///                  row can hold, there are no rows and no columns
     /// @param lead      nRecords values
     /// @param data      nRecords * nVars values, row by row
     /// @param trail     nRecords values, or null for no trailing column
-    MemoryRecordIterator(int nRecords, int nVars, double* lead, double* data, double* trail);
+    MemoryRecordIterator(int nRecords, int nVars, const double* lead, const double* data, const double* trail);
 
+    /// Moving copies: the arrays are the caller's.
     MemoryRecordIterator(const MemoryRecordIterator&) = default;
-    MemoryRecordIterator& operator=(const MemoryRecordIterator&) = default;
+    /// When memory runs out for the row, nothing changes.
+    MemoryRecordIterator& operator=(const MemoryRecordIterator& other);
     ~MemoryRecordIterator() override;
 
+    /// Whether Next will deliver a row; after NewPass it says so even when there is none.
     bool HasMore() const override { return fFinished == 0; }
 
     /// The row at the current position: the leading value, the matrix row, the trailing value when there is such a
@@ -33,7 +37,7 @@ public:
     int GetFailReason() const override { return fFinished; }
 
     /// Back to the first row; returns 0. It makes no difference that there is none: after it an iterator of no rows
-    /// says HasMore, and Next must not be called.
+    /// says HasMore until Next has given null.
     int NewPass() override;
 
     /// Writes counts and position to the diagnostic text stream.
@@ -44,9 +48,9 @@ private:
 
     int fnRecords;
     int fnVars;
-    double* fpLead;
-    double* fpData;
-    double* fpTrail;
+    const double* fpLead;
+    const double* fpData;
+    const double* fpTrail;
     Record fRecord;
     int fFinished;
     int fPosition = 0;

@@ -9,7 +9,7 @@ namespace MCCommon_930 {
 /// A source of rows that can be read again from the first one.
 class MODELCORE_EXPORT MultiPassRecordIter : public RecordIterator {
 public:
-    ~MultiPassRecordIter() override;
+    ~MultiPassRecordIter() override = default;
 
     /// Starts again at the first row. 0 when that worked, otherwise a code of the source.
     virtual int NewPass() = 0;

@@ -11,7 +11,7 @@ namespace MCCommon_930 {
 /// case-sensitively. The virtual operations stand in the order of the binary interface.
 class MODELCORE_EXPORT ProgressReport {
 public:
-    virtual ~ProgressReport();
+    virtual ~ProgressReport() = default;
 
     /// An integer measure; -1 for an unknown key.
     virtual int DiscreteMeasure(const std::string& key) const = 0;

@@ -12,7 +12,7 @@ namespace MCCommon_930 {
 /// A progress report that can also be asked for vectors, such as the current parameter estimates.
 class MODELCORE_EXPORT ProgressReportVect : public ProgressReport {
 public:
-    ~ProgressReportVect() override;
+    ~ProgressReportVect() override = default;
 
     /// A vector measure, owned by the computation; null for an unknown key.
     virtual const std::vector<double>* VectorMeasure(const std::string& key) const = 0;

@@ -1,13 +1,7 @@
-// RawData, and the variable interface that its storage types come from.
+// RawData.
 #include "modelcore/common/RawData.h"
 
 #include "modelcore/common/MCDisplay.h"
-
-namespace MCXML_930 {
-
-IMCVariable::~IMCVariable() = default;
-
-} // namespace MCXML_930
 
 namespace MCCommon_930 {
 

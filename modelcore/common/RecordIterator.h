@@ -10,7 +10,7 @@ namespace MCCommon_930 {
 /// interface.
 class MODELCORE_EXPORT RecordIterator {
 public:
-    virtual ~RecordIterator();
+    virtual ~RecordIterator() = default;
 
     /// Whether Next will deliver a row.
     virtual bool HasMore() const = 0;

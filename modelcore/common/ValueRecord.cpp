@@ -2,6 +2,7 @@
 #include "modelcore/common/ValueRecord.h"
 
 #include "modelcore/common/MCDisplay.h"
+#include "modelcore/common/internal/Index.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -11,6 +12,10 @@
 namespace MCCommon_930 {
 
 namespace {
+
+using MCMath_930::internal::AsSize;
+
+constexpr std::size_t kLargestBlock = 512; // names: 8 KB
 
 // The first 8 bytes of a name, filled up with zeros, as a number that orders as they do.
 std::uint64_t FirstBytes(const std::string& name)
@@ -24,8 +29,7 @@ std::uint64_t FirstBytes(const std::string& name)
 } // namespace
 
 ValueRecord::ValueRecord(ValueRecord&& other) noexcept
-    : fvValues(std::move(other.fvValues)), fvNames(std::move(other.fvNames)),
-      fvSortedNames(std::move(other.fvSortedNames))
+    : fvValues(std::move(other.fvValues)), fvNames(std::move(other.fvNames)), fvBlocks(std::move(other.fvBlocks))
 {}
 
 ValueRecord& ValueRecord::operator=(const ValueRecord& other)
@@ -38,41 +42,59 @@ ValueRecord& ValueRecord::operator=(ValueRecord&& other) noexcept
     ValueRecord taken(std::move(other));
     fvValues.swap(taken.fvValues);
     fvNames.swap(taken.fvNames);
-    fvSortedNames.swap(taken.fvSortedNames);
+    fvBlocks.swap(taken.fvBlocks);
     return *this;
 }
 
 ValueRecord::~ValueRecord() = default;
 
-// The place in fvSortedNames where a name stands or would be put in.
-std::size_t ValueRecord::PlaceOf(const std::string& name) const
+// Where among the sorted names a name stands or would be put in.
+ValueRecord::Place ValueRecord::PlaceOf(const std::string& name) const
 {
     const std::uint64_t firstBytes = FirstBytes(name);
-    // The number of entries with smaller first bytes, by halves: the steps are the same for every name, so the
-    // processor does not guess them wrong.
-    const SortedName* first = fvSortedNames.data();
-    const SortedName* const end = first + fvSortedNames.size();
-    for (std::size_t left = fvSortedNames.size(); left > 0;) {
-        const std::size_t half = (left + 1) / 2;
-        first += first[half - 1].firstBytes < firstBytes ? half : 0;
-        left -= half;
-    }
     const auto before = [&](const SortedName& entry) {
-        return entry.firstBytes == firstBytes && fvNames[static_cast<std::size_t>(entry.position)] < name;
+        return entry.firstBytes != firstBytes ? entry.firstBytes < firstBytes : fvNames[AsSize(entry.position)] < name;
     };
-    if (first != end && before(*first)) first = std::partition_point(first + 1, end, before);
-    return static_cast<std::size_t>(first - fvSortedNames.data());
+    if (fvBlocks.empty()) return {0, 0};
+    const auto last = fvBlocks.end() - 1;
+    const auto block =
+        std::partition_point(fvBlocks.begin(), last, [&](const Block& names) { return before(names.back()); });
+    const auto entry = std::partition_point(block->begin(), block->end(), before);
+    return {static_cast<std::size_t>(block - fvBlocks.begin()), static_cast<std::size_t>(entry - block->begin())};
 }
 
-bool ValueRecord::IsNameAt(std::size_t place, const std::string& name) const
+bool ValueRecord::IsNameAt(Place place, const std::string& name) const
 {
-    return place < fvSortedNames.size() && fvNames[static_cast<std::size_t>(fvSortedNames[place].position)] == name;
+    return place.block < fvBlocks.size() && place.entry < fvBlocks[place.block].size() &&
+           fvNames[AsSize(fvBlocks[place.block][place.entry].position)] == name;
+}
+
+// Memory for one entry more where the name belongs; a full block becomes two.
+ValueRecord::Place ValueRecord::MakeRoomAt(const std::string& name)
+{
+    const Place place = PlaceOf(name);
+    if (fvBlocks.empty()) fvBlocks.emplace_back();
+    Block& block = fvBlocks[place.block];
+    if (block.size() < block.capacity()) return place;
+    if (block.size() < kLargestBlock) {
+        block.reserve(std::clamp<std::size_t>(2 * block.size(), 8, kLargestBlock));
+        return place;
+    }
+    const auto middle = block.begin() + kLargestBlock / 2;
+    Block upper;
+    upper.reserve(kLargestBlock);
+    upper.assign(middle, block.end());
+    if (fvBlocks.size() == fvBlocks.capacity()) fvBlocks.reserve(2 * fvBlocks.size());
+    Block& lower = fvBlocks[place.block];
+    lower.erase(lower.begin() + kLargestBlock / 2, lower.end());
+    fvBlocks.insert(fvBlocks.begin() + static_cast<std::ptrdiff_t>(place.block) + 1, std::move(upper));
+    return PlaceOf(name);
 }
 
 int ValueRecord::IndexOf(const std::string& name) const
 {
-    const std::size_t place = PlaceOf(name);
-    return IsNameAt(place, name) ? fvSortedNames[place].position : -1;
+    const Place place = PlaceOf(name);
+    return IsNameAt(place, name) ? fvBlocks[place.block][place.entry].position : -1;
 }
 
 bool ValueRecord::Contains(const std::string& name) const
@@ -157,26 +179,46 @@ int ValueRecord::Add(const std::string& name, const Value& v)
     // Value and name may stand in the record itself, and all that can run out of memory comes before it changes.
     Value addedValue(v);
     std::string addedName(name);
-    const std::size_t place = PlaceOf(name);
-    if (fvValues.size() == fvValues.capacity() || fvNames.size() == fvNames.capacity() ||
-        fvSortedNames.size() == fvSortedNames.capacity()) {
-        const std::size_t room = std::max<std::size_t>(8, 2 * fvValues.size());
-        fvValues.reserve(room);
-        fvNames.reserve(room);
-        fvSortedNames.reserve(room);
-    }
+    const std::size_t room = std::max<std::size_t>(8, 2 * fvValues.size());
+    if (fvValues.size() == fvValues.capacity()) fvValues.reserve(room);
+    if (fvNames.size() == fvNames.capacity()) fvNames.reserve(room);
+    const Place place = MakeRoomAt(addedName);
     const int position = Size();
     fvValues.push_back(std::move(addedValue));
     fvNames.push_back(std::move(addedName));
-    fvSortedNames.insert(fvSortedNames.begin() + static_cast<std::ptrdiff_t>(place),
-                         {FirstBytes(fvNames.back()), position});
+    Block& block = fvBlocks[place.block];
+    block.insert(block.begin() + static_cast<std::ptrdiff_t>(place.entry), {FirstBytes(fvNames.back()), position});
     return position;
 }
 
 void ValueRecord::AddAll(const ValueRecord& other)
 {
-    const std::vector<std::string> names = other.Names();
-    for (std::size_t i = 0; i < names.size(); ++i) Add(names[i], other.Get(static_cast<int>(i)));
+    const ValueRecord added(other); // may be this record
+    const std::size_t sizeBefore = fvValues.size();
+    std::vector<std::pair<std::size_t, Value>> replaced;
+    replaced.reserve(added.fvValues.size());
+    try {
+        for (std::size_t i = 0; i < added.fvValues.size(); ++i) {
+            const int index = IndexOf(added.fvNames[i]);
+            if (IsPosition(index)) replaced.emplace_back(AsSize(index), ValueAt(index));
+            Add(added.fvNames[i], added.fvValues[i]);
+        }
+    } catch (...) {
+        DropFrom(sizeBefore);
+        for (; !replaced.empty(); replaced.pop_back())
+            if (replaced.back().first < sizeBefore) fvValues[replaced.back().first].Swap(replaced.back().second);
+        throw;
+    }
+}
+
+// Drops the fields from a position on.
+void ValueRecord::DropFrom(std::size_t size) noexcept
+{
+    fvValues.erase(fvValues.begin() + static_cast<std::ptrdiff_t>(size), fvValues.end());
+    fvNames.erase(fvNames.begin() + static_cast<std::ptrdiff_t>(size), fvNames.end());
+    for (Block& block : fvBlocks)
+        std::erase_if(block, [size](const SortedName& entry) { return AsSize(entry.position) >= size; });
+    std::erase_if(fvBlocks, [](const Block& block) { return block.empty(); });
 }
 
 bool ValueRecord::Remove(const std::string& name)
@@ -185,9 +227,12 @@ bool ValueRecord::Remove(const std::string& name)
     if (!IsPosition(index)) return false;
     fvValues.erase(fvValues.begin() + index);
     fvNames.erase(fvNames.begin() + index);
-    std::erase_if(fvSortedNames, [index](const SortedName& entry) { return entry.position == index; });
-    for (SortedName& entry : fvSortedNames)
-        if (entry.position > index) --entry.position;
+    for (Block& block : fvBlocks) {
+        std::erase_if(block, [index](const SortedName& entry) { return entry.position == index; });
+        for (SortedName& entry : block)
+            if (entry.position > index) --entry.position;
+    }
+    std::erase_if(fvBlocks, [](const Block& block) { return block.empty(); });
     return true;
 }
 
@@ -203,7 +248,7 @@ std::vector<std::string> ValueRecord::Names() const
 
 std::string ValueRecord::GetName(int index) const
 {
-    return IsPosition(index) ? fvNames[static_cast<std::size_t>(index)] : std::string();
+    return IsPosition(index) ? fvNames[AsSize(index)] : std::string();
 }
 
 int ValueRecord::Size() const
@@ -227,7 +272,7 @@ void ValueRecord::Clear()
 {
     fvValues.clear();
     fvNames.clear();
-    fvSortedNames.clear();
+    fvBlocks.clear();
 }
 
 } // namespace MCCommon_930

@@ -15,7 +15,7 @@ namespace MCCommon_930 {
 /// A row of named values: the values in field order, and an ordered map from a field's name to its position, kept as
 /// the names in field order and the positions in the order of the names. Names are byte strings, compared
 /// case-sensitively; the empty name is a name like any other. Lookup by name takes O(log n) comparisons, by position
-/// constant time.
+/// constant time. Whatever runs out of memory leaves the record as it was.
 ///
 /// Every operation that takes a name finds it through IndexOf, so a class that redefines IndexOf alone redefines the
 /// lookup (say, without regard to case) for all of them.
@@ -77,7 +77,7 @@ public:
     /// @return  the field's position
     virtual int Add(const std::string& name, const Value& v);
 
-    /// Add of every field of another record, in its order.
+    /// Add of every field of another record, in its order; all of them, or none when memory runs out.
     virtual void AddAll(const ValueRecord& other);
 
     /// Removes a field; the ones behind it move up by one position. False for an unknown name.
@@ -105,19 +105,26 @@ private:
 
     const Value& ValueAt(int index) const { return fvValues[static_cast<std::size_t>(index)]; }
     Value& ValueAt(int index) { return fvValues[static_cast<std::size_t>(index)]; }
-    std::size_t PlaceOf(const std::string& name) const;
-    bool IsNameAt(std::size_t place, const std::string& name) const;
 
     // Sorts as its name does: the first bytes settle most comparisons without a look at the name itself.
     struct SortedName {
         std::uint64_t firstBytes;
         std::int32_t position;
     };
+    using Block = std::vector<SortedName>;
+    struct Place {
+        std::size_t block, entry;
+    };
+
+    Place PlaceOf(const std::string& name) const;
+    bool IsNameAt(Place place, const std::string& name) const;
+    Place MakeRoomAt(const std::string& name);
+    void DropFrom(std::size_t size) noexcept;
 
     std::vector<Value> fvValues;
     std::vector<std::string> fvNames; // by position
-    std::vector<SortedName> fvSortedNames;
-    Value fOutside; // what the writing forms of operator[] refer to outside the record
+    std::vector<Block> fvBlocks;      // the names in their order, cut into pieces: adding one moves a piece only
+    Value fOutside;                   // what the writing forms of operator[] refer to outside the record
 };
 
 } // namespace MCCommon_930

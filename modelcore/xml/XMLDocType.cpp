@@ -4,6 +4,7 @@
 #include "modelcore/xml/ExportFormat.h"
 #include "modelcore/xml/XMLWrite.h"
 
+#include <algorithm>
 #include <memory>
 #include <ostream>
 
@@ -20,14 +21,17 @@ XMLDocType* XMLDocType::Create(const std::string& name, const std::string& syste
 
 std::size_t XMLDocType::AddExtension(const std::string& text)
 {
+    const std::size_t length = fExtension.size() + 1 + text.size();
+    if (length > fExtension.capacity()) fExtension.reserve(std::max(length, 2 * fExtension.size()));
     fExtension.append("\n").append(text);
-    return fExtension.size();
+    return length;
 }
 
 void XMLDocType::SetDeclaration(const std::string& version, const std::string& encoding)
 {
-    fVersion = version;
-    fEncoding = encoding;
+    std::string newVersion(version), newEncoding(encoding);
+    fVersion.swap(newVersion);
+    fEncoding.swap(newEncoding);
 }
 
 long XMLDocType::GetMark() const
@@ -46,10 +50,11 @@ XMLDocType* XMLDocType::Clone() const
 int XMLDocType::ToString(std::string& out, ExportFormat&) const
 {
     const char* const quote = fSystemId.find('"') == std::string::npos ? "\"" : "'";
-    out.append("<?xml version=\"").append(fVersion).append("\" encoding=\"").append(fEncoding).append("\" ?>\n");
-    out.append("<!DOCTYPE ").append(fName).append(" SYSTEM ").append(quote).append(fSystemId).append(quote);
-    if (!fExtension.empty()) out.append(" [").append(fExtension).append("\n]");
-    out.append(">\n");
+    std::string text("<?xml version=\"");
+    text.append(fVersion).append("\" encoding=\"").append(fEncoding).append("\" ?>\n");
+    text.append("<!DOCTYPE ").append(fName).append(" SYSTEM ").append(quote).append(fSystemId).append(quote);
+    if (!fExtension.empty()) text.append(" [").append(fExtension).append("\n]");
+    out.append(text.append(">\n"));
     return 0;
 }
 

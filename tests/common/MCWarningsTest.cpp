@@ -1,9 +1,12 @@
 #include "modelcore/common/MCWarnings.h"
 
+#include "support/Growth.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <vector>
 
@@ -67,6 +70,11 @@ TEST(MCWarnings, EachListHoldsAWarningOnceInOrderOfArrival)
     EXPECT_EQ(warnings.GetWarnings(true).size(), 4u); // a NaN datum is never a duplicate
     warnings.AddWarnings(warnings.GetWarnings(true)); // its own list, which grows by the two with a NaN
     EXPECT_EQ(warnings.GetWarnings(true).size(), 6u);
+    ExpectLinearTime(5000, [](int size) {
+        MCWarnings many;
+        for (int i = 0; i < size; ++i) many.AddWarning(MCStatus(i, true), MCWarnings::DestBoth);
+        EXPECT_EQ(many.GetWarnings(false).size(), static_cast<std::size_t>(size));
+    });
 }
 
 TEST(MCWarnings, ParametersBelongToTheCodeAlone)
@@ -89,6 +97,7 @@ TEST(MCWarnings, ParametersBelongToTheCodeAlone)
     MCWarnings::MCParameterValue parameter = found[1];
     parameter.SetString("x"); // leaves the other fields
     EXPECT_TRUE(parameter.GetType() == MCWarnings::MCParameterValue::TypeString && parameter.ToDouble() == 0.25);
+    EXPECT_FALSE(warnings.AddParameter(other, 1LL << 31) || warnings.AddParameter(other, 1u << 31));
     EXPECT_THAT(warnings.GetParameters(MCStatus(10, true)), IsEmpty());
     EXPECT_THAT(found, IsEmpty()); // one buffer for every answer
 }

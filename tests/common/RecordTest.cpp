@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstddef>
 #include <numeric>
 #include <utility>
@@ -96,7 +97,9 @@ TEST(MemoryRecordIterator, DeliversLeadRowAndTrail)
     }
     MemoryRecordIterator none(-1, 2, nullptr, nullptr, nullptr); // without rows: finished, until a new pass
     EXPECT_TRUE(!none.HasMore() && none.GetFailReason() == 1 && none.Next() == nullptr);
-    EXPECT_TRUE(none.NewPass() == 0 && none.HasMore());
+    EXPECT_TRUE(none.NewPass() == 0 && none.HasMore() && none.Next() == nullptr && !none.HasMore());
+    MemoryRecordIterator tooWide(1, INT_MAX - 1, lead, data, trail); // no row has room for its columns
+    EXPECT_TRUE(!tooWide.HasMore() && tooWide.Next() == nullptr);
     MemoryRecordIterator without(1, 0, lead, nullptr, nullptr);
     EXPECT_THAT(Elements(*without.Next()), ElementsAre(1));
 }

@@ -1,4 +1,5 @@
 #include "modelcore/common/ValueRecord.h"
+#include "support/Growth.h"
 #include "support/Random.h"
 
 #include <gtest/gtest.h>
@@ -93,6 +94,11 @@ TEST(ValueRecord, LookupEqualsThatOfAnOrderedMap)
     }
     for (const auto& [name, value] : values) EXPECT_EQ(record.Get(name), value);
     Dump(record);
+    ExpectLinearTime(20000, [](int size) {
+        TestRandom order(7);
+        ValueRecord grown;
+        for (int i = 0; i < size; ++i) grown.Add(std::to_string(order.Uniform(0, 1)), i);
+    });
 }
 
 TEST(ValueRecord, SetChecksTheTypeWhenAsked)
@@ -109,6 +115,7 @@ TEST(ValueRecord, SetChecksTheTypeWhenAsked)
     EXPECT_EQ(Dump(record), "name=1;age=37;=0.5;Age=x;");
 
     EXPECT_TRUE(record.SetValue("name", "a literal, no bool") && record.SetValue("age", false));
+    EXPECT_TRUE(record.SetValue("", 1L << 20) && record.SetValue("", std::string_view("view")));
     EXPECT_TRUE(record.SetValue("", 1LL << 40) && record.SetValue("Age", 2.5));
     EXPECT_EQ(Dump(record), "name=a literal, no bool;age=false;=1099511627776;Age=2.5;");
     EXPECT_TRUE(record.SetMissingValue("name"));

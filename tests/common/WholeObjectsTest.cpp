@@ -1,12 +1,17 @@
 // Objects of this folder's classes after a move and after an assignment that ran out of memory.
 #include "common/ValueBuilders.h"
 #include "modelcore/common/MCBitSet.h"
+#include "modelcore/common/MCWarnings.h"
+#include "modelcore/common/MemoryRecordIterator.h"
+#include "modelcore/common/RawRecord.h"
+#include "modelcore/common/ValueRecord.h"
 #include "support/DisplayCapture.h"
 #include "support/MovedFrom.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 using namespace MCCommon_930;
 using MCMath_930::MCBitSet;
@@ -22,6 +27,60 @@ MCBitSet Flags(int size)
     return set;
 }
 
+ValueRecord Fields(int size, const std::string& lead)
+{
+    ValueRecord record;
+    for (int i = 0; i < size; ++i) record.Add(lead + std::to_string(i), i);
+    return record;
+}
+
+MCStatus Warning(int code)
+{
+    return {code, true};
+}
+
+MCWarnings Warnings(int count)
+{
+    MCWarnings warnings;
+    for (int i = 0; i < count; ++i) {
+        warnings.AddWarning(Warning(i), MCWarnings::DestBoth);
+        warnings.AddParameter(Warning(i), "a parameter with more text than a small string holds");
+    }
+    return warnings;
+}
+
+RawRecord Cells(int size)
+{
+    RawRecord record(size);
+    for (int i = 0; i < size; ++i) record[i].SetString("a cell with more text than a small string holds", false);
+    return record;
+}
+
+Record Numbers(int size)
+{
+    Record record(size);
+    for (int i = 0; i < size; ++i) record[i] = 1.5;
+    return record;
+}
+
+constexpr double kData[] = {1, 2, 3, 4, 5, 6};
+
+MemoryRecordIterator Rows(int nVars)
+{
+    MemoryRecordIterator rows(2, nVars, kData, kData, nullptr);
+    rows.Next();
+    return rows;
+}
+
+// The number of rows to come and what is in them.
+std::string Remaining(const MemoryRecordIterator& rows)
+{
+    MemoryRecordIterator copy(rows);
+    std::string text;
+    while (const Record* const row = copy.Next()) text += Shown(*row);
+    return text;
+}
+
 } // namespace
 
 TEST(WholeObjects, MovedFromIsEmptyAndUsable)
@@ -32,9 +91,63 @@ TEST(WholeObjects, MovedFromIsEmptyAndUsable)
         set.Clear();
         EXPECT_TRUE(!set.IsIn(69) && set.Count() == 0 && set.Next(0) == -1 && set.Resize(33) && set.Set(32));
     });
+    ExpectEmptyAfterMove(Fields(9, "field"), ValueRecord(), kShow, [](ValueRecord& record) {
+        record.ClearValues();
+        record.AddAll(Fields(3, "z"));
+        EXPECT_TRUE(!record.Remove("field0") || record.Size() > 3);
+        EXPECT_EQ(record.Add("z1", 5), record.IndexOf("z1"));
+    });
+    ExpectEmptyAfterMove(Warnings(3), MCWarnings(), kShow, [](MCWarnings& warnings) {
+        warnings.AddWarnings(warnings);
+        warnings.AddWarning(Warning(2), MCWarnings::DestBoth);
+        warnings.AddParameter(Warning(2), 1);
+        EXPECT_TRUE(warnings.HasParameter(Warning(2)) && !warnings.GetParameters(Warning(2)).empty());
+        warnings.ClearWarnings();
+    });
+    ExpectEmptyAfterMove(Numbers(3), Record(0), kShow, [](Record& r) { EXPECT_TRUE(r.Resize(4) && r.Size() == 4); });
+    ExpectEmptyAfterMove(Cells(3), RawRecord(0), kShow,
+                         [](RawRecord& r) { EXPECT_TRUE(r.Resize(4) && r[3].IsNull()); });
+    ExpectEmptyAfterMove(
+        Map({{"k", Array({1, "text"})}}), Value(), [](const Value& value) { return value.GetString(); },
+        [](Value& value) { value[value.GetType() == 6 ? "n" : "k"] = 1; });
+    MemoryRecordIterator rows = Rows(2), taken(std::move(rows)); // the arrays are the caller's: moving copies
+    EXPECT_EQ(Remaining(rows), Remaining(taken));                // NOLINT(bugprone-use-after-move)
 }
 
 TEST(WholeObjects, AssignmentWithoutMemoryLeavesThemAsTheyWere)
 {
     ExpectAssignmentIsWhole(Flags(3), Flags(70), kShow);
+    ExpectAssignmentIsWhole(Fields(2, "a"), Fields(9, "b"), kShow);
+    ExpectAssignmentIsWhole(Warnings(1), Warnings(4), kShow);
+    ExpectAssignmentIsWhole(Numbers(2), Numbers(5), kShow);
+    ExpectAssignmentIsWhole(Cells(2), Cells(5), kShow);
+    ExpectAssignmentIsWhole(Array({1}), Map({{"k", Array({1, "x"})}}),
+                            [](const Value& value) { return value.GetString(); });
+    ExpectAssignmentIsWhole(Rows(1), Rows(3), Remaining);
+}
+
+TEST(WholeObjects, OperationsWithoutMemoryChangeNothing)
+{
+    ExpectWholeWhenMemoryRunsOut(
+        Fields(7, "a"), ValueRecord(),
+        [](ValueRecord& record) {
+            ValueRecord added = Fields(9, "b");
+            added.Add("a3", "another value");
+            record.AddAll(added);
+        },
+        kShow);
+    ExpectWholeWhenMemoryRunsOut(
+        Warnings(2), MCWarnings(), [](MCWarnings& warnings) { warnings.AddWarning(Warning(7), MCWarnings::DestBoth); },
+        kShow);
+    ExpectWholeWhenMemoryRunsOut(
+        Warnings(2), MCWarnings(),
+        [](MCWarnings& warnings) {
+            warnings.AddWarnings({Warning(8), Warning(9)});
+        },
+        kShow);
+    ExpectWholeWhenMemoryRunsOut(
+        Warnings(2), MCWarnings(), [](MCWarnings& warnings) { warnings.AddWarnings(Warnings(4)); }, kShow);
+    ExpectWholeWhenMemoryRunsOut(
+        Warnings(2), MCWarnings(),
+        [](MCWarnings& warnings) { warnings.AddParameter(Warning(9), std::string(40, 'x')); }, kShow);
 }

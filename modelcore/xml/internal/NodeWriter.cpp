@@ -144,12 +144,18 @@ void NodeWriter::WriteConverted(std::string_view text)
 
 void NodeWriter::PutPastBuffer(std::string_view text)
 {
-    Finish();
+    Flush();
     if (text.size() > kBufferSize) return Deliver(text);
     Put(text);
 }
 
 void NodeWriter::Finish()
+{
+    Flush();
+    fString = nullptr;
+}
+
+void NodeWriter::Flush()
 {
     if (fUsed > 0) Deliver({fBuffer.get(), fUsed});
     fUsed = 0;

@@ -23,15 +23,20 @@ class XMLString;
 namespace MCXML_930::internal {
 
 /// Writes nodes through a buffer to the end of a string or to a stream. Both get the last of the buffer from Finish,
-/// which is not called by a destructor because a stream may be set to throw.
+/// which is not called by a destructor because a stream may be set to throw. A string that does not get that far is
+/// left as it was.
 class NodeWriter {
 public:
-    explicit NodeWriter(std::string& out) : fString(&out) {}
+    explicit NodeWriter(std::string& out) : fString(&out), fLengthBefore(out.size()) {}
     NodeWriter(std::ostream& os, bool utf8)
         : fStream(&os), fUTF8(utf8), fPlainAsIs(!utf8 || ProcessCodePageKeepsASCII())
     {}
     NodeWriter(const NodeWriter&) = delete;
     NodeWriter& operator=(const NodeWriter&) = delete;
+    ~NodeWriter()
+    {
+        if (fString != nullptr) fString->resize(fLengthBefore);
+    }
 
     void WriteElement(const XMLElement& root, ExportFormat& fmt);
     /// Without a blank before it.
@@ -49,6 +54,7 @@ private:
     void Indent(const ExportFormat& fmt);
     void WriteName(const XMLElement& element);
     void Put(std::string_view text);
+    void Flush();
     void PutPastBuffer(std::string_view text);
     void Deliver(std::string_view text);
 
@@ -57,7 +63,8 @@ private:
 
     std::unique_ptr<char[]> fBuffer{new char[kBufferSize]};
     std::size_t fUsed = 0;
-    std::string* fString = nullptr;
+    std::string* fString = nullptr; // until it is finished
+    std::size_t fLengthBefore = 0;
     std::ostream* fStream = nullptr;
     bool fUTF8 = false;
     bool fPlainAsIs = true; // plain ASCII is the same in the output, whatever the code page
