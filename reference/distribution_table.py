@@ -282,6 +282,36 @@ def noncentral_t_density(t, df, nc):
         return t_density(t, df) * exp(-nc * nc / 2) * total
 
 
+def noncentral_t_by_integral(t, df, nc, density=False):
+    """The distribution function or density by the trapezoidal rule for S^2 = W/shape, W gamma-distributed: any arguments."""
+    t, nc, shape = mpf(t), mpf(nc), mpf(df) / 2
+
+    def value(v):
+        w = exp(v)
+        s = sqrt(w / shape)
+        z = t * s - nc
+        factor = s * exp(-z * z / 2) / sqrt(2 * mp.pi) if density else normal_cdf(z)
+        return exp(shape * (v - log(shape)) - (w - shape)) * factor
+
+    # The peak: a coarse scan of the logarithm, then a fine one.
+    centre, reach = log(shape), mpf(60) / sqrt(shape) + 3 * log(1 + abs(nc)) / min(1, shape) + 2
+    for _ in range(6):
+        grid = [centre + reach * i / 40 for i in range(-40, 41)]
+        centre = max(grid, key=value)
+        reach /= 15
+    step = mpf(1) / 5 / sqrt(exp(centre) + (abs(nc) + 4) ** 2 / 2 + 1)
+    total = value(centre)
+    for sign in (1, -1):
+        k = 0
+        while True:
+            k += sign
+            term = value(centre + k * step)
+            total += term
+            if term < mpf(10) ** -30 * total:
+                break
+    return total * step * exp(shape * log(shape) - shape - loggamma(shape))
+
+
 def quantile_row(point, tails, weight):
     """The arguments of a quantile near a given point x, params: p rounded to a double, its quantile to first order in
     that rounding, and the sensitivity. The weight is x times the density."""
@@ -298,6 +328,34 @@ def quantile_row(point, tails, weight):
 
 COUNTS = [("small", 2, 50), ("medium", 50, 1e4), ("large", 1e4, 1e6), ("huge", 1e6, 5e7)]
 FAMILIES = [("small", 0.01, 1), ("medium", 1, 50), ("large", 50, 2000), ("huge", 2000, 1e6)]
+
+
+def edges():
+    """Points where the usual sums are at their ends: (function, arguments, the exact value)."""
+    gamma = lambda x, shape, rate=1: gamma_tails(mpf(x) * mpf(rate), shape)
+    # above the mode of a large shape, where the convergents of the fraction leave the range before they converge
+    for x, df in [(96001.1, 96000), (20010.3, 20000), (2.0001e6, 2e6)]:
+        yield "SigChi", (x, df), lambda x, df: gamma(mpf(x) / 2, mpf(df) / 2)[1]
+    yield "CdfGam", (48001, 48000, 1), lambda *v: gamma(*v)[0]
+    # products and quotients that are no doubles
+    yield "CdfGam", (1e-300, 1e-3, 1e-100), lambda *v: gamma(*v)[0]
+    yield "CdfChi", (5e-324, 1e-3), lambda x, df: gamma(mpf(x) / 2, mpf(df) / 2)[0]
+    yield "SigChi", (2, 2e-9), lambda x, df: gamma(mpf(x) / 2, mpf(df) / 2)[1]
+    yield "PdfGamma", (1e-300, 1, 1e-100), lambda x, shape, rate: mpf(rate)
+    yield "PdfGamma", (1, 1e-290, 1), lambda x, shape, rate: gamma_weight(mpf(x), mpf(shape))
+    yield "CdfF", (1e-320, 0.001, 5), lambda *v: f_tails(*v)[0]
+    yield "SigF", (1e300, 5, 0.001), lambda *v: f_tails(*v)[1]
+    yield "CdfT", (-1e160, 1e-3), t_cdf
+    yield "PdfT", (1, 1e-290), t_density
+    # the noncentral ones: two large numbers that nearly cancel, far tails of one sign, large shapes
+    yield "NonCentralCdfChi", (672664.136, 670893.987, 1263.179), noncentral_chi
+    yield "NonCentralCdfChi", (1.01e5, 10, 1e5), noncentral_chi
+    yield "NonCentralCdfF", (1010, 100, 1e4, 1e5), noncentral_f
+    for args in [(-6400, 100, -6300), (6400, 100, 6300), (1e5, 1e8, 99999), (-300, 1e6, -290), (200, 3, 150), (-200, 3, -150),
+                 (-1e3, 0.5, -0.5), (-60, 40, -1), (30, 1000, 41), (-7000, 2.5, -40.5), (5, 1e4, 30)]:
+        yield "NonCentralCdfT", args, noncentral_t_by_integral
+    for args in [(3, 1e4, 2), (3, 1e7, 2), (1, 1e12, 0.5), (400, 1e5, 380), (-1e6, 1.5, -12), (1e-3, 700, 11), (80, 3, 41)]:
+        yield "NonCentralPdfT", args, lambda *v: noncentral_t_by_integral(*v, density=True)
 
 
 def rows():
@@ -351,6 +409,9 @@ def rows():
 def main():
     points, seed = int(sys.argv[1]), int(sys.argv[2])
     only = sys.argv[3] if len(sys.argv) > 3 else ""
+    for function, args, exact in edges():
+        if function.startswith(only):
+            print(function, "edge", *[repr(float(v)) for v in args], nstr(exact(*[float(v) for v in args]), 20))
     for function, region, make, exact in rows():
         if not function.startswith(only):
             continue

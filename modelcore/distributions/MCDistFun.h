@@ -216,6 +216,7 @@ private:
     static internal::DoubleDouble dnlbnc(double n, double k);
     static internal::DoubleDouble dnlhyp(double k, double population, double marked, double drawn);
     static double gammad(const internal::DoubleDouble& x, double a, bool lowerTail, long& fault);
+    static double gampoint(double x, double rate, double a, bool lowerTail, long& fault);
     static double gamnrm(double x, double a, bool lowerTail);
     static double tavoidfchi(double p, double df, long& fault);
     static double idfchb(double p, double df, double start, long& fault);

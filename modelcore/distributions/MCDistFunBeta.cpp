@@ -74,10 +74,7 @@ BetaTails MCDistFun::cbttails(double t, double df, bool wantWeight)
 double MCDistFun::cdfbet(double x, double a, double b, long& fault)
 {
     fault = 0;
-    if (!IsPositiveFinite(a) || !IsPositiveFinite(b)) {
-        fault = 1;
-        return MCMV::Missing();
-    }
+    if (!IsPositiveFinite(a) || !IsPositiveFinite(b)) return internal::Refuse(fault, 1L);
     if (std::isnan(x)) return x;
     if (x <= 0.0) return 0.0;
     if (x >= 1.0) return 1.0;
@@ -86,17 +83,13 @@ double MCDistFun::cdfbet(double x, double a, double b, long& fault)
 
 double MCDistFun::CdfBeta(double x, double a, double b)
 {
-    long fault = 0;
-    return cdfbet(x, a, b, fault);
+    return internal::Checked([&](long& fault) { return cdfbet(x, a, b, fault); });
 }
 
 double MCDistFun::tavocdft(double t, double df, long& fault)
 {
     fault = 0;
-    if (!(df > 0.0)) {
-        fault = 1;
-        return MCMV::Missing();
-    }
+    if (!(df > 0.0)) return internal::Refuse(fault, 1L);
     if (std::isnan(t)) return t;
     if (t == 0.0) return 0.5;
     if (std::isinf(t)) return t > 0.0 ? 1.0 : 0.0;
@@ -108,8 +101,7 @@ double MCDistFun::tavocdft(double t, double df, long& fault)
 
 double MCDistFun::CdfT(double t, double df)
 {
-    long fault = 0;
-    return tavocdft(t, df, fault);
+    return internal::Checked([&](long& fault) { return tavocdft(t, df, fault); });
 }
 
 double MCDistFun::SigT(double t, double df)
@@ -117,29 +109,32 @@ double MCDistFun::SigT(double t, double df)
     if (!(df > 0.0)) return MCMV::Missing();
     if (t == 0.0) return 0.5;
     if (df == 1.0) return 0.5 - std::atan(t) / kPi;
-    long fault = 0;
-    return tavocdft(-t, df, fault);
+    return internal::Checked([&](long& fault) { return tavocdft(-t, df, fault); });
 }
 
 double MCDistFun::PdfT(double t, double df, long& err)
 {
     err = 0;
-    if (!(df > 0.0)) {
-        err = 1;
-        return MCMV::Missing();
-    }
+    if (!(df > 0.0)) return internal::Refuse(err, 1L);
     if (std::isnan(t)) return t;
     if (std::isinf(t)) return 0.0;
     if (df >= internal::kNormalDf) return PdfNormalStandard(t);
+    constexpr double kFewDf = 1e-6; // below, the logarithms of the gamma functions would cost the last digits
+    if (df < kFewDf && t != 0.0 && std::fabs(t) < internal::kFarStudent)
+        return internal::BetaWeight(internal::StudentPoint(std::fabs(t), df), 0.5 * df, 0.5) / std::fabs(t);
     constexpr double kHalfLogPi = 0.5723649429247001;
     // Everything is kept relative to (df + 1)/2 ln(1 + t^2/df), which alone can be large.
     DoubleDouble exponent{internal::LogGammaRatio(0.5 * df, 0.5) - 0.5 * std::log(df) - kHalfLogPi};
     const double w = std::fabs(t);
     if (w >= internal::kFarStudent) {
-        exponent = exponent - (df + 1.0) * internal::AccurateLog(DoubleDouble{w} / DoubleDouble{std::sqrt(df)});
+        exponent = exponent - (df + 1.0) * (internal::AccurateLog({w}) - 0.5 * internal::AccurateLog({df}));
     } else if (w > 1e-140) {
-        const DoubleDouble ratio = internal::ExactProduct(w, w) / DoubleDouble{df};
         const DoubleDouble half = 0.5 * internal::ExactSum(df, 1.0);
+        if (w / df * w > 1e290) {
+            exponent = exponent - half * (2.0 * internal::AccurateLog({w}) - internal::AccurateLog({df}));
+            return exponent.head < -708.0 ? 0.0 : std::exp(exponent.head) * (1.0 + exponent.tail);
+        }
+        const DoubleDouble ratio = internal::ExactProduct(w, w) / DoubleDouble{df};
         const DoubleDouble log = ratio.head <= internal::kSmallDeviation
                                      ? ratio - internal::SmallDeviance(ratio)
                                      : internal::AccurateLog(DoubleDouble{1.0} + ratio);
@@ -152,10 +147,7 @@ double MCDistFun::PdfT(double t, double df, long& err)
 double MCDistFun::tavocdff(double x, double df1, double df2, long& fault)
 {
     fault = 0;
-    if (!IsPositiveFinite(df1) || !IsPositiveFinite(df2)) {
-        fault = 1;
-        return MCMV::Missing();
-    }
+    if (!IsPositiveFinite(df1) || !IsPositiveFinite(df2)) return internal::Refuse(fault, 1L);
     if (std::isnan(x)) return x;
     if (x <= 0.0) return 0.0;
     if (std::isinf(x)) return 1.0;
@@ -164,8 +156,7 @@ double MCDistFun::tavocdff(double x, double df1, double df2, long& fault)
 
 double MCDistFun::CdfF(double x, double df1, double df2)
 {
-    long fault = 0;
-    return tavocdff(x, df1, df2, fault);
+    return internal::Checked([&](long& fault) { return tavocdff(x, df1, df2, fault); });
 }
 
 double MCDistFun::SigF(double x, double df1, double df2)

@@ -26,8 +26,7 @@ constexpr double kPi = 3.14159265358979323846;
 constexpr double kLargest = std::numeric_limits<double>::max();
 
 /// A start for the point t > 0 with P(T > t) = q < 0.5: Hill (1970), Algorithm 396, which gives six digits for df >= 1;
-/// below, the leading term
-/// of the tail, where the search has to do the work. z is the normal quantile of q.
+/// below, the leading term of the tail, where the search has to do the work. z is the normal quantile of q.
 double StudentStart(double q, double df, double z)
 {
     if (df < 1.0) return std::sqrt(df) * std::pow(2.0 * q, -1.0 / df);
@@ -84,10 +83,7 @@ double MCDistFun::tavoidft(double p, double df, double a, double b, long& fault)
     constexpr double kRelativeTolerance = 1e-12;
     constexpr double kAbsoluteTolerance = 1e-20;
     fault = 0;
-    if (!(p > 0.0) || !(p < 1.0) || !(df > 0.0)) {
-        fault = 1;
-        return MCMV::Missing();
-    }
+    if (!internal::IsInsideProbability(p) || !(df > 0.0)) return internal::Refuse(fault, 1L);
     if (p == 0.5) return 0.0;
     if (df >= internal::kNormalDf) return probit(p);
     const double q = std::min(p, 1.0 - p);
@@ -113,10 +109,7 @@ double MCDistFun::tavoidft(double p, double df, double a, double b, long& fault)
             return probe;
         };
         const Root root = internal::SearchRoot(StudentStart(q, df, probit(q)), 0.0, kLargest, evaluate);
-        if (!root.found) {
-            fault = 2;
-            return MCMV::Missing();
-        }
+        if (!root.found) return internal::Refuse(fault, 2L);
         t = root.x;
     }
     return p < 0.5 ? -t : t;
@@ -124,8 +117,7 @@ double MCDistFun::tavoidft(double p, double df, double a, double b, long& fault)
 
 double MCDistFun::IdfT(double p, double df, double a, double b)
 {
-    long fault = 0;
-    return tavoidft(p, df, a, b, fault);
+    return internal::Checked([&](long& fault) { return tavoidft(p, df, a, b, fault); });
 }
 
 /// The odds x/(1 - x) of the beta quantile, for 0 < p < 1; infinite when they exceed every double. Halley's method on
@@ -148,10 +140,7 @@ double MCDistFun::betodd(double p, double a, double b)
 double MCDistFun::betinv(double p, double a, double b, long& fault)
 {
     fault = 0;
-    if (!internal::IsProbability(p) || !IsPositiveFinite(a) || !IsPositiveFinite(b)) {
-        fault = 1;
-        return MCMV::Missing();
-    }
+    if (!internal::IsProbability(p) || !IsPositiveFinite(a) || !IsPositiveFinite(b)) return internal::Refuse(fault, 1L);
     if (p == 0.0 || p == 1.0) return p;
     const double odds = betodd(p, a, b);
     return odds < 1.0 ? odds / (1.0 + odds) : 1.0 / (1.0 + 1.0 / odds);
@@ -159,28 +148,22 @@ double MCDistFun::betinv(double p, double a, double b, long& fault)
 
 double MCDistFun::IdfBeta(const double& p, const double& a, const double& b)
 {
-    long fault = 0;
-    return betinv(p, a, b, fault);
+    return internal::Checked([&](long& fault) { return betinv(p, a, b, fault); });
 }
 
 double MCDistFun::tavoidff(double p, double df1, double df2, long& fault)
 {
     fault = 0;
-    if (!(p >= 0.0) || !(p < 1.0) || !IsPositiveFinite(df1) || !IsPositiveFinite(df2)) {
-        fault = 1;
-        return MCMV::Missing();
-    }
+    if (!internal::IsProbabilityBelowOne(p) || !IsPositiveFinite(df1) || !IsPositiveFinite(df2))
+        return internal::Refuse(fault, 1L);
     if (p == 0.0) return 0.0;
     const double x = betodd(p, 0.5 * df1, 0.5 * df2) / df1 * df2;
-    if (!std::isinf(x)) return x;
-    fault = 2;
-    return MCMV::Missing();
+    return std::isinf(x) ? internal::Refuse(fault, 2L) : x;
 }
 
 double MCDistFun::IdfF(double p, double df1, double df2)
 {
-    long fault = 0;
-    return tavoidff(p, df1, df2, fault);
+    return internal::Checked([&](long& fault) { return tavoidff(p, df1, df2, fault); });
 }
 
 } // namespace MCMath_930

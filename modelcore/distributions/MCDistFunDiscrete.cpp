@@ -21,9 +21,9 @@ namespace {
 
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
 
-// The outward sum of the binomial has about nine standard deviations of terms; for more trials than this the incomplete
-// beta function takes its place.
-constexpr double kMostSummedTrials = 2147483647.0;
+// The outward sum of the binomial has about nine standard deviations of terms, each with a rounding; for more trials than
+// this the incomplete beta function takes its place, which is faster from here on and keeps two digits more at 2e9.
+constexpr double kMostSummedTrials = 1e7;
 
 // Beyond this, products with the number of trials cannot be held as two doubles; a density there is refused.
 constexpr double kMostTrials = 1e140;
@@ -80,62 +80,38 @@ DoubleDouble MCDistFun::dnlbnc(double n, double k)
 double MCDistFun::PdfBin(double x, double n, double p, long& err)
 {
     err = 0;
-    if (!internal::IsProbability(p) || !(n >= 1.0) || std::isinf(n)) {
-        err = 1;
-        return MCMV::Missing();
-    }
+    if (!internal::IsProbability(p) || !(n >= 1.0) || std::isinf(n)) return internal::Refuse(err, 1L);
     if (std::isnan(x)) return x;
     if (x != std::floor(x + 0.5) || x < 0.0 || x > n) return 0.0;
     if (p == 0.0) return x == 0.0 ? 1.0 : 0.0;
     if (p == 1.0) return x == n ? 1.0 : 0.0;
-    if (n > kMostTrials) {
-        err = 2;
-        return MCMV::Missing();
-    }
+    if (n > kMostTrials) return internal::Refuse(err, 2L);
     if (x == n) return ExpOrZero(n * AccurateLog({p}), -708.0);
     if (x == 0.0) return PowerOfComplement(p, n);
     const DoubleDouble exponent = dnlbnc(n, x) + LogOfPowers(p, x, n - x);
-    if (exponent.head > 709.0) {
-        err = 2;
-        return MCMV::Missing();
-    }
+    if (exponent.head > 709.0) return internal::Refuse(err, 2L);
     return ExpOrZero(exponent, -708.0);
 }
 
 double MCDistFun::PdfNegBin(double x, double r, double p, long& err)
 {
     err = 0;
-    if (!internal::IsProbability(p) || !(r >= 1.0) || std::isinf(r)) {
-        err = 1;
-        return MCMV::Missing();
-    }
+    if (!internal::IsProbability(p) || !(r >= 1.0) || std::isinf(r)) return internal::Refuse(err, 1L);
     if (std::isnan(x)) return x;
     if (x != std::floor(x + 0.5) || x < r || std::isinf(x) || p == 0.0) return 0.0;
     if (p == 1.0) return x == r ? 1.0 : 0.0;
-    if (x > kMostTrials) {
-        err = 2;
-        return MCMV::Missing();
-    }
+    if (x > kMostTrials) return internal::Refuse(err, 2L);
     if (x == r) return ExpOrZero(r * AccurateLog({p}), -708.0);
     const DoubleDouble exponent = dnlbnc(x - 1.0, r - 1.0) + LogOfPowers(p, r, x - r);
-    if (exponent.head > 709.0) {
-        err = 2;
-        return MCMV::Missing();
-    }
+    if (exponent.head > 709.0) return internal::Refuse(err, 2L);
     return ExpOrZero(exponent, -708.0);
 }
 
 double MCDistFun::CdfBin(double x, double n, double p, long& err)
 {
     err = 0;
-    if (!IsWhole(n)) {
-        err = 3;
-        return MCMV::Missing();
-    }
-    if (!(n >= 1.0) || std::isinf(n) || !internal::IsProbability(p)) {
-        err = 1;
-        return MCMV::Missing();
-    }
+    if (!IsWhole(n)) return internal::Refuse(err, 3L);
+    if (!(n >= 1.0) || std::isinf(n) || !internal::IsProbability(p)) return internal::Refuse(err, 1L);
     if (std::isnan(x)) return x;
     const double k = std::floor(x);
     if (p == 0.0) return k >= 0.0 ? 1.0 : 0.0;
@@ -172,14 +148,8 @@ double MCDistFun::IdfBin(double p, double n, double prob, long& err)
 {
     constexpr double kTolerance = 2.842170943040401e-14; // 2^-45: a probability that a user took from CdfBin is reached
     err = 0;
-    if (!internal::IsProbability(p) || !internal::IsProbability(prob) || !(n >= 1.0) || std::isinf(n)) {
-        err = 1;
-        return MCMV::Missing();
-    }
-    if (!IsWhole(n)) {
-        err = 3;
-        return MCMV::Missing();
-    }
+    if (!internal::IsProbability(p) || !internal::IsProbability(prob) || !(n >= 1.0) || std::isinf(n) || !IsWhole(n))
+        return internal::Refuse(err, 1L);
     if (p == 0.0 || prob == 0.0) return 0.0;
     if (p == 1.0 || prob == 1.0) return n;
     const double target = p * (1.0 - kTolerance);
@@ -239,10 +209,8 @@ double MCDistFun::CDFHyper(double x, double N, double M, double n, int& err)
     constexpr double kMostWhole = 9007199254740992.0;
     err = 0;
     if (!IsWhole(N) || !IsWhole(M) || !IsWhole(n) || !(N >= 1.0) || std::isinf(N) || !(M >= 0.0) || !(M <= N) ||
-        !(n >= 0.0) || !(n <= N)) {
-        err = 1;
-        return MCMV::Missing();
-    }
+        !(n >= 0.0) || !(n <= N))
+        return internal::Refuse(err, 1);
     if (std::isnan(x)) return x;
     const double k = std::floor(x);
     const double least = std::max(0.0, n - (N - M));

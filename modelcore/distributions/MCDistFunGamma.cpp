@@ -2,6 +2,7 @@
 #include "modelcore/distributions/MCDistFun.h"
 
 #include "modelcore/common/MCMV.h"
+#include "modelcore/distributions/internal/AccurateLog.h"
 #include "modelcore/distributions/internal/Domain.h"
 #include "modelcore/distributions/internal/GammaPieces.h"
 #include "modelcore/distributions/internal/IncompleteGamma.h"
@@ -13,13 +14,18 @@
 
 namespace MCMath_930 {
 
+using internal::Checked;
 using internal::DoubleDouble;
 using internal::GammaTails;
 using internal::IsPositiveFinite;
+using internal::Refuse;
 using internal::Root;
 using MCCommon_930::MCMV;
 
 namespace {
+
+/// A product below does not hold its digits as a double.
+constexpr double kLeastProduct = 1e-305;
 
 /// sqrt((1 + g(u))/x) of the normal approximation of Peizer and Pratt (1968), JASA 63, 1416-1456:
 /// g(u) = (1 - u^2 + 2 u ln u)/(1 - u)^2.
@@ -64,10 +70,7 @@ double MCDistFun::gamnrm(double x, double a, bool lowerTail)
 double MCDistFun::gammad(const DoubleDouble& x, double a, bool lowerTail, long& fault)
 {
     fault = 0;
-    if (!IsPositiveFinite(a)) {
-        fault = 1;
-        return MCMV::Missing();
-    }
+    if (!IsPositiveFinite(a)) return Refuse(fault, 1L);
     if (std::isnan(x.head)) return x.head;
     if (x.head <= 0.0 || std::isinf(x.head)) return (x.head <= 0.0) == lowerTail ? 0.0 : 1.0;
     if (a == 1.0) {
@@ -79,23 +82,31 @@ double MCDistFun::gammad(const DoubleDouble& x, double a, bool lowerTail, long& 
     return lowerTail ? tails.lower : tails.upper;
 }
 
+/// gammad at x * rate, which may be below the least double while its power is not.
+double MCDistFun::gampoint(double x, double rate, double a, bool lowerTail, long& fault)
+{
+    if (!(x > 0.0) || !(rate > 0.0) || !IsPositiveFinite(a) || x * rate >= kLeastProduct)
+        return gammad(internal::SafeProduct(x, rate), a, lowerTail, fault);
+    fault = 0;
+    const GammaTails tails =
+        internal::IncompleteGammaNearZero(internal::AccurateLog({x}) + internal::AccurateLog({rate}), a);
+    return lowerTail ? tails.lower : tails.upper;
+}
+
 double MCDistFun::CdfChi(double x, double df)
 {
-    long fault = 0;
-    return gammad({0.5 * x}, 0.5 * df, true, fault);
+    return Checked([&](long& fault) { return gampoint(x, 0.5, 0.5 * df, true, fault); });
 }
 
 double MCDistFun::SigChi(double x, double df)
 {
-    long fault = 0;
-    return gammad({0.5 * x}, 0.5 * df, false, fault);
+    return Checked([&](long& fault) { return gampoint(x, 0.5, 0.5 * df, false, fault); });
 }
 
 double MCDistFun::CdfGam(double x, double shape, double rate)
 {
     if (!IsPositiveFinite(shape) || !IsPositiveFinite(rate)) return MCMV::Missing();
-    long fault = 0;
-    return gammad(internal::SafeProduct(x, rate), shape, true, fault);
+    return Checked([&](long& fault) { return gampoint(x, rate, shape, true, fault); });
 }
 
 double MCDistFun::PdfGamma(double x, double shape, double rate)
@@ -104,8 +115,17 @@ double MCDistFun::PdfGamma(double x, double shape, double rate)
     if (std::isnan(x)) return x;
     if (x < 0.0 || std::isinf(x)) return 0.0;
     if (x == 0.0) return shape > 1.0 ? 0.0 : shape == 1.0 ? rate : MCMV::Missing();
-    const double weight = internal::GammaDensityTimesX(internal::SafeProduct(x, rate), shape);
-    const double density = weight / x;
+    double density = 0.0;
+    if (x * rate < kLeastProduct) {
+        // (rate x)^(shape - 1) rate / Gamma(shape), in logarithms: each factor may leave the range by itself
+        const double logGamma = shape <= 1.0 ? internal::LogGammaOnePlus(shape) - std::log(shape) : dnlgam(shape);
+        const DoubleDouble logRate = internal::AccurateLog({rate});
+        const DoubleDouble power = (shape - 1.0) * (internal::AccurateLog({x}) + logRate);
+        const DoubleDouble exponent = power + logRate - DoubleDouble{logGamma};
+        density = exponent.head > 709.0 ? HUGE_VAL : std::exp(exponent.head) * (1.0 + exponent.tail);
+    } else {
+        density = internal::GammaDensityTimesX(internal::SafeProduct(x, rate), shape) / x;
+    }
     return std::isinf(density) ? MCMV::Missing() : density;
 }
 
@@ -122,9 +142,7 @@ double MCDistFun::idfchb(double p, double df, double start, long& fault)
         return internal::ProbeTail(x, {tail, tails.weight, a - x, isLower}, target, internal::kFullTolerance);
     };
     const Root root = internal::SearchRoot(0.5 * start, 0.0, 0.5 * std::numeric_limits<double>::max(), evaluate);
-    if (root.found) return 2.0 * root.x;
-    fault = 2;
-    return MCMV::Missing();
+    return root.found ? 2.0 * root.x : Refuse(fault, 2L);
 }
 
 /// Algorithm AS 91 (Best and Roberts 1975, Applied Statistics 24, 385-388) with AS R85 (Shea 1991): the start and up to
@@ -149,10 +167,7 @@ double MCDistFun::tavoidfchi(double p, double df, long& fault)
     constexpr double kMostP = 0.999998f;
 
     fault = 0;
-    if (!(p >= 0.0) || !(p < 1.0) || !IsPositiveFinite(df)) {
-        fault = 1;
-        return MCMV::Missing();
-    }
+    if (!internal::IsProbabilityBelowOne(p) || !IsPositiveFinite(df)) return Refuse(fault, 1L);
     if (p == 0.0) return 0.0;
     const double half = 0.5 * df;
     const double c = half - 1.0;
@@ -210,13 +225,12 @@ double MCDistFun::tavoidfchi(double p, double df, long& fault)
 
 double MCDistFun::IdfChi(double p, double df)
 {
-    long fault = 0;
-    return tavoidfchi(p, df, fault);
+    return Checked([&](long& fault) { return tavoidfchi(p, df, fault); });
 }
 
 double MCDistFun::IdfGam(const double& p, const double& shape, const double& rate)
 {
-    if (!(p >= 0.0) || !(p < 1.0) || !(shape >= 0.0) || !IsPositiveFinite(rate)) return MCMV::Missing();
+    if (!internal::IsProbabilityBelowOne(p) || !(shape >= 0.0) || !IsPositiveFinite(rate)) return MCMV::Missing();
     if (p == 0.0) return 0.0;
     const double chi = IdfChi(p, 2.0 * shape);
     if (MCMV::IsMissing(chi)) return chi;

@@ -22,6 +22,16 @@ namespace {
 constexpr double kTolerance = 1e-17;
 constexpr double kLeastDf = 1e-290;
 constexpr double kLargest = std::numeric_limits<double>::max();
+constexpr double kVanishing = 39.0;    // P(Z > 39) is 0
+constexpr double kSummedShift = 100.0; // of the noncentral t, whose sums take a term for each unit of its square
+constexpr double kLeastTail = 1e-280;  // below, a sum has begun with numbers that have lost their digits
+constexpr double kFarShift = 1e80;     // as nothing beside a t beyond kFarStudent
+
+/// Whether t is as good as 0 for the noncentral t: Z + nc is not moved by t S in any digit, S reaching 40/sqrt(df) or so.
+bool IsAtZero(double t, double df, double nc)
+{
+    return t / std::sqrt(std::min(df, 1.0)) * (1.0 + nc) < 1e-18;
+}
 
 double ToleranceOrDefault(double e)
 {
@@ -33,49 +43,91 @@ bool IsNoncentrality(double nc)
     return nc >= 0.0 && nc <= kLargest;
 }
 
-/// Finds the noncentrality in [low, high] for which a falling distribution function equals p: the method of false
-/// position in the Illinois variant, halving at every third step, until MCPower::AlmostEqual finds the ends equal. At
-/// most 3 * 1100 / 2 evaluations lie in any bracket of doubles; usually ten are made.
-template <class Cdf>
-double FindNoncentrality(double low, double high, double p, double tolerance, Cdf cdf)
+/// 1 - p without the sign of a rounding.
+double Rest(double p)
+{
+    return std::max(1.0 - p, 0.0);
+}
+
+/// The zero of a falling function of the noncentrality between low and high: steps from a start that double until they
+/// bracket it, then false position in the Illinois variant, with a halving whenever three steps have not halved the
+/// bracket, until MCPower::AlmostEqual finds its ends equal. Missing when the function has no zero there or the bracket
+/// does not close.
+///
+/// @param tolerance  relative, of the zero; one below 1e-16 counts as 0
+template <class Function>
+double FindNoncentrality(double start, double low, double high, double tolerance, Function falling)
 {
     constexpr int kMaxSteps = 400;
-    const double relative = tolerance > 0.0 ? std::min(tolerance, 0.1) : 1e-12;
+    constexpr int kStepsPerHalving = 3;
+    constexpr double kSmallest = 1e-16;
+    const double relative = tolerance > 0.0 ? std::clamp(tolerance, 1e-15, 0.1) : 1e-12;
     const int epsilons = std::max(2, static_cast<int>(std::min(relative / MCPower::gMachineEpsilon, 1e9)));
-    double above = cdf(low) - p;
-    double below = cdf(high) - p;
-    if (MCPower::AlmostEqual(above + p, p, 8)) return low;
-    if (!(above > 0.0) || !(below <= 0.0)) return MCMV::Missing();
+    double x = std::clamp(start, low, high);
+    double value = falling(x);
+    double above = value, below = value; // at the ends of the bracket
+    for (double step = 0.05 * (1.0 + std::fabs(x)); value != 0.0; step *= 2.0) {
+        const bool rising = value > 0.0;
+        (rising ? low : high) = x;
+        (rising ? above : below) = value;
+        const double end = rising ? high : low;
+        if (x == end || std::isnan(value)) return MCMV::Missing();
+        x = rising ? std::min(x + step, end) : std::max(x - step, end);
+        value = falling(x);
+        if ((value > 0.0) != rising) {
+            (rising ? high : low) = x;
+            (rising ? below : above) = value;
+            break;
+        }
+    }
+    if (value == 0.0) return x;
     int sameSide = 0;
+    int steps = 0;
+    double width = high - low;
     for (int step = 0; step < kMaxSteps; ++step) {
-        double middle = low + (high - low) * (above / (above - below));
-        if (step % 3 == 2 || !(middle > low && middle < high)) middle = low + 0.5 * (high - low);
-        if (middle <= low || middle >= high || MCPower::AlmostEqual(low, high, epsilons)) break;
-        const double excess = cdf(middle) - p;
-        if (excess == 0.0) return middle;
-        if (excess > 0.0) {
-            low = middle;
-            above = excess;
+        const double closest = std::max(0.5 * relative * std::max(std::fabs(low), std::fabs(high)), kSmallest);
+        if (MCPower::AlmostEqual(low, high, epsilons) || high - low <= 2.0 * closest) return low + 0.5 * (high - low);
+        x = low + (high - low) * (above / (above - below));
+        if (steps++ >= kStepsPerHalving || !(x >= low && x <= high)) {
+            x = low + 0.5 * (high - low);
+        } else {
+            x = std::clamp(x, low + closest, high - closest); // from there the other end can follow
+        }
+        value = falling(x);
+        if (value == 0.0) return x;
+        if (std::isnan(value)) return MCMV::Missing();
+        if (value > 0.0) {
+            low = x;
+            above = value;
             if (sameSide == 1) below *= 0.5;
             sameSide = 1;
         } else {
-            high = middle;
-            below = excess;
+            high = x;
+            below = value;
             if (sameSide == -1) above *= 0.5;
             sameSide = -1;
         }
+        if (high - low <= 0.5 * width) {
+            width = high - low;
+            steps = 0;
+        }
     }
-    return low + 0.5 * (high - low);
+    return MCMV::Missing();
 }
 
-/// An upper end for the search: the first power of two at which the function has fallen to p; 0 when none up to the
-/// limit has.
+/// The search from 0 up for a distribution function, by ln(cdf/p). The start is that of a normal distribution with mean
+/// df + nc and variance 2 (df + 2 nc).
 template <class Cdf>
-double FindUpperEnd(double p, double limit, Cdf cdf)
+double FindFromZero(double x, double df, double z, double p, double tolerance, Cdf cdf)
 {
-    for (double end = 1.0; end <= limit; end *= 2.0)
-        if (cdf(end) <= p) return end;
-    return 0.0;
+    constexpr double kLimit = 134217728.0;
+    const double central = cdf(0.0);
+    if (MCPower::AlmostEqual(central, p, 8)) return 0.0;
+    if (!(central > p)) return MCMV::Missing();
+    const double square = z * z + x - 0.5 * df;
+    const double root = 2.0 * (std::sqrt(std::max(square, 0.0)) - z);
+    return FindNoncentrality(std::max(0.25 * (root * root - 2.0 * df), 0.0), 0.0, kLimit, tolerance,
+                             [&](double nc) { return std::log(cdf(nc) / p); });
 }
 
 } // namespace
@@ -88,18 +140,10 @@ double MCDistFun::NonCentralCdfChi(double x, double df, double nc)
     if (std::isinf(x)) return 1.0;
     if (0.5 * nc == 0.0) return CdfChi(x, df);
     if (df < kLeastDf) return std::exp(-0.5 * nc); // all that is left is the mass at 0
-    if (0.5 * x == 0.0) return 0.0;
-    const SumResult sum = internal::PoissonGammaLower(0.5 * nc, {0.5 * x}, 0.5 * df, kTolerance);
-    if (sum.reached) return sum.value;
-    if (nc > 1e100) return x < nc ? 0.0 : 1.0; // next to no spread, and formulas that would overflow
-    // Sankaran (1963), Biometrika 50, 199-204.
-    const double mean = df + nc;
-    const double spread = df + 2.0 * nc;
-    const double h = 1.0 - 2.0 / 3.0 * (mean / spread) * ((df + 3.0 * nc) / spread);
-    const double r = spread / mean / mean;
-    const double m = (h - 1.0) * (1.0 - 3.0 * h);
-    const double level = 1.0 + h * r * (h - 1.0 - 0.5 * (2.0 - h) * m * r);
-    return prbnrm((std::pow(x / mean, h) - level) / (h * std::sqrt(2.0 * r) * (1.0 + 0.5 * m * r)));
+    // Skewness and excess are below 1e-12 by then, and the sums lose their step in the rounding of its place.
+    if (nc > 1e25) return prbnrm(((x - nc) - df) / std::sqrt(2.0) / std::sqrt(df + 2.0 * nc));
+    const SumResult sum = internal::PoissonGammaLower(0.5 * nc, x, 0.5 * df, kTolerance);
+    return sum.reached ? sum.value : MCMV::Missing();
 }
 
 /// The noncentral beta distribution at the given point.
@@ -108,9 +152,7 @@ double MCDistFun::ncdbet(const internal::UnitPoint& point, double a, double b, d
     fault = 0;
     if (nc == 0.0) return cbtaux(point, a, b, false).lower;
     const SumResult sum = internal::PoissonBetaLower(0.5 * nc, 0.0, point, a, b, ToleranceOrDefault(e));
-    if (sum.reached) return sum.value;
-    fault = 2;
-    return MCMV::Missing();
+    return sum.reached ? sum.value : internal::Refuse(fault, 2L);
 }
 
 double MCDistFun::NonCentralCdfF(double x, double df1, double df2, double nc, double e)
@@ -119,8 +161,8 @@ double MCDistFun::NonCentralCdfF(double x, double df1, double df2, double nc, do
     if (std::isnan(x)) return x;
     if (x <= 0.0) return 0.0;
     if (std::isinf(x)) return 1.0;
-    long fault = 0;
-    return ncdbet(internal::FisherPoint(x, df1, df2), 0.5 * df1, 0.5 * df2, nc, e, fault);
+    return internal::Checked(
+        [&](long& fault) { return ncdbet(internal::FisherPoint(x, df1, df2), 0.5 * df1, 0.5 * df2, nc, e, fault); });
 }
 
 double MCDistFun::NonCentralCdfT(double t, double df, double nc, double e)
@@ -129,66 +171,66 @@ double MCDistFun::NonCentralCdfT(double t, double df, double nc, double e)
     if (std::isnan(t)) return t;
     if (nc == 0.0) return CdfT(t, df);
     if (std::isinf(t)) return t > 0.0 ? 1.0 : 0.0;
-    if (t == 0.0 || df < kLeastDf) return prbnrm(-nc); // with no degrees of freedom left T is infinite, of either sign
-    const double tolerance = ToleranceOrDefault(e);
     const double w = std::fabs(t);
     const double shift = std::fabs(nc);
     const double mean = 0.5 * shift * shift;
+    // With no degrees of freedom left T is infinite, of either sign; so near 0 its sign decides.
+    if (df < kLeastDf || IsAtZero(w, df, shift)) return prbnrm(-nc);
+    if (df >= internal::kNormalDf) return prbnrm(t - nc);
     if (mean == 0.0) return CdfT(t, df);
-    if (w >= internal::kFarStudent) {
+    if (w >= internal::kFarStudent && shift < kFarShift) {
         // The square would overflow, but so far out each tail is proportional to t^-df in every digit.
         constexpr double kFar = 1e100;
         const double scale = std::pow(kFar / w, df);
-        return t < 0.0 ? NonCentralCdfT(-kFar, df, nc, e) * scale
-                       : 1.0 - (1.0 - NonCentralCdfT(kFar, df, nc, e)) * scale;
+        return t < 0.0 ? NonCentralCdfT(-kFar, df, nc, e) * scale : 1.0 - NonCentralCdfT(-kFar, df, -nc, e) * scale;
     }
-    if (mean < 1e10 && df < internal::kNormalDf) {
-        if ((t > 0.0) != (nc > 0.0)) {
-            const double tail = internal::NoncentralTBelow(w, df, shift);
-            return t < 0.0 ? tail : 1.0 - tail;
-        }
-        // Both of one sign: seen from the positive side, the lower tail is wanted for t > 0 and the upper one for t <
-        // 0. T^2 is a mixture of F distributions; even terms carry Poisson weights, odd ones those between.
+    if ((t > 0.0) != (nc > 0.0)) {
+        const double tail = shift > kVanishing ? 0.0 : internal::NoncentralTBelow(w, df, shift);
+        return t < 0.0 ? tail : 1.0 - tail;
+    }
+    // Both of one sign: seen from the positive side, the lower tail is wanted for t > 0 and the upper one for t < 0.
+    if (shift <= kSummedShift) {
+        // T^2 is a mixture of F distributions; even terms carry Poisson weights, odd ones those between.
+        const double tolerance = ToleranceOrDefault(e);
         const internal::UnitPoint far = internal::StudentPoint(w, df);
-        const internal::UnitPoint point{far.y, far.x};
+        const internal::UnitPoint point{far.y, far.x, far.logY, far.logX};
         const double b = 0.5 * df;
         const auto sum = t > 0.0 ? internal::PoissonBetaLower : internal::PoissonBetaUpper;
         const SumResult even = sum(mean, 0.0, point, 0.5, b, tolerance);
-        const SumResult odd = sum(mean, 0.5, point, 1.0, b, tolerance);
-        if (even.reached && odd.reached) {
-            const double tail = 0.5 * (even.value + odd.value);
-            return std::min(t > 0.0 ? prbnrm(-shift) + tail : tail, 1.0);
-        }
+        const SumResult odd = even.reached ? sum(mean, 0.5, point, 1.0, b, tolerance) : even;
+        const double tail = 0.5 * (even.value + odd.value);
+        if (odd.reached && tail > kLeastTail) return std::min(t > 0.0 ? prbnrm(-shift) + tail : tail, 1.0);
     }
-    if ((t > 0.0) != (nc > 0.0) && df < internal::kNormalDf) return t > 0.0 ? 1.0 : 0.0; // |nc| is above 1e5
-    // Few degrees of freedom: the normal variable is as good as constant beside nc, and T <= t means nc <= t S.
-    if (df < 100.0) {
-        const double ratio = shift / w;
-        return t > 0.0 ? SigChi(ratio * df * ratio, df) : CdfChi(ratio * df * ratio, df);
-    }
-    // Abramowitz and Stegun (1964), 26.7.10.
-    return prbnrm((t * (1.0 - 0.25 / df) - nc) / std::hypot(1.0, t / std::sqrt(2.0 * df)));
+    // The tail that is the smaller one, about: the median is near nc.
+    const bool lower = w < shift;
+    const internal::NoncentralPart part = lower ? internal::NoncentralPart::Lower : internal::NoncentralPart::Upper;
+    const double tail = internal::NoncentralTAbove(w, df, shift, part);
+    if (std::isnan(tail)) return MCMV::Missing();
+    return lower == (t > 0.0) ? std::min(tail, 1.0) : Rest(tail);
 }
 
 double MCDistFun::NonCentralPdfT(double t, double df, double nc, long& err)
 {
     constexpr int kMaxTerms = 10000;
     err = 0;
-    if (!IsPositiveFinite(df) || !(std::fabs(nc) <= kLargest)) {
-        err = 1;
-        return MCMV::Missing();
-    }
+    if (!IsPositiveFinite(df) || !(std::fabs(nc) <= kLargest)) return internal::Refuse(err, 1L);
     if (nc == 0.0) return PdfT(t, df, err);
     if (std::isnan(t)) return t;
     if (std::isinf(t)) return 0.0;
     if (df >= internal::kNormalDf) return PdfNormalStandard(t - nc);
     const double w = std::fabs(t);
     const double shift = std::fabs(nc);
-    if (w >= internal::kFarStudent || shift > 1e8) {
-        err = 2;
-        return MCMV::Missing();
+    if (IsAtZero(w, df, shift))
+        return PdfNormalStandard(shift) * std::exp(internal::LogGammaRatio(0.5 * df, 0.5) - 0.5 * std::log(0.5 * df));
+    if (w >= internal::kFarStudent && shift < kFarShift) {
+        constexpr double kFar = 1e100;
+        return NonCentralPdfT(std::copysign(kFar, t), df, nc, err) * std::pow(kFar / w, df) * (kFar / w);
     }
-    if (t != 0.0 && (t > 0.0) != (nc > 0.0)) return internal::NoncentralTDensityBelow(w, df, shift);
+    if ((t > 0.0) != (nc > 0.0)) return shift > kVanishing ? 0.0 : internal::NoncentralTDensityBelow(w, df, shift);
+    if (df > 50.0 || shift > 10.0) {
+        const double density = internal::NoncentralTAbove(w, df, shift, internal::NoncentralPart::Density);
+        return std::isnan(density) ? internal::Refuse(err, 2L) : density;
+    }
 
     // exp(-nc^2/2) f(t) * sum over j of Gamma((df+1+j)/2)/Gamma((df+1)/2) z^j / j!, f the central density, from the
     // largest term outward in steps of two, even and odd j apart.
@@ -219,10 +261,7 @@ double MCDistFun::NonCentralPdfT(double t, double df, double nc, long& err)
             sum += term;
         }
     }
-    if (terms >= kMaxTerms) {
-        err = 2;
-        return MCMV::Missing();
-    }
+    if (terms >= kMaxTerms) return internal::Refuse(err, 2L);
     constexpr double kHalfLogPi = 0.5723649429247001;
     const double logCentral =
         internal::LogGammaRatio(0.5 * df, 0.5) - 0.5 * std::log(df) - kHalfLogPi - base * std::log1p(w / df * w);
@@ -232,33 +271,36 @@ double MCDistFun::NonCentralPdfT(double t, double df, double nc, long& err)
 
 double MCDistFun::FindNCParamChi(double x, double df, double p, double tolerance)
 {
-    constexpr double kLimit = 1e8;
-    if (!IsPositiveFinite(x) || !IsPositiveFinite(df) || !(p > 0.0) || !(p < 1.0)) return MCMV::Missing();
-    const auto cdf = [&](double nc) { return NonCentralCdfChi(x, df, nc); };
-    return FindNoncentrality(0.0, FindUpperEnd(p, kLimit, cdf), p, tolerance, cdf);
+    if (!IsPositiveFinite(x) || !IsPositiveFinite(df) || !internal::IsInsideProbability(p)) return MCMV::Missing();
+    return FindFromZero(x, df, probit(p), p, tolerance, [&](double nc) { return NonCentralCdfChi(x, df, nc); });
 }
 
 double MCDistFun::FindNCParamF(double x, double df1, double df2, double p, double tolerance)
 {
-    constexpr double kLimit = 1e8;
-    if (!IsPositiveFinite(x) || !IsPositiveFinite(df1) || !IsPositiveFinite(df2) || !(p > 0.0) || !(p < 1.0))
+    if (!IsPositiveFinite(x) || !IsPositiveFinite(df1) || !IsPositiveFinite(df2) || !internal::IsInsideProbability(p))
         return MCMV::Missing();
-    const auto cdf = [&](double nc) { return NonCentralCdfF(x, df1, df2, nc, 0.0); };
-    return FindNoncentrality(0.0, FindUpperEnd(p, kLimit, cdf), p, tolerance, cdf);
+    return FindFromZero(x * df1, df1, probit(p), p, tolerance,
+                        [&](double nc) { return NonCentralCdfF(x, df1, df2, nc, 0.0); });
 }
 
 double MCDistFun::FindNCParamT(double t, double df, double p, double e, double tolerance)
 {
-    constexpr double kLimit = 1e4;
-    if (!(std::fabs(t) <= kLargest) || !IsPositiveFinite(df) || !(p > 0.0) || !(p < 1.0)) return MCMV::Missing();
-    const auto cdf = [&](double nc) { return NonCentralCdfT(t, df, nc, e); };
-    const double central = cdf(0.0);
-    if (MCPower::AlmostEqual(central, p, 8)) return 0.0;
-    if (central > p) return FindNoncentrality(0.0, FindUpperEnd(p, kLimit, cdf), p, tolerance, cdf);
-    // Mirrored: the parameter is negative, and the distribution function is 1 less that at (-t, -nc).
-    const auto mirrored = [&](double nc) { return 1.0 - cdf(-nc); };
-    const double found = FindNoncentrality(0.0, FindUpperEnd(1.0 - p, kLimit, mirrored), 1.0 - p, tolerance, mirrored);
-    return MCMV::IsMissing(found) ? found : -found;
+    constexpr double kLimit = 16384.0;
+    if (!(std::fabs(t) <= kLargest) || !IsPositiveFinite(df) || !internal::IsInsideProbability(p))
+        return MCMV::Missing();
+    // The smaller tail: the other one would keep no digits of it.
+    const bool isLower = p <= 0.5;
+    const double target = isLower ? p : 1.0 - p;
+    const auto falling = [&](double nc) {
+        const double tail = isLower ? NonCentralCdfT(t, df, nc, e) : NonCentralCdfT(-t, df, -nc, e);
+        return isLower ? std::log(tail / target) : -std::log(tail / target);
+    };
+    const double central = isLower ? CdfT(t, df) : CdfT(-t, df);
+    if (MCPower::AlmostEqual(central, target, 8)) return 0.0;
+    const bool positive = (central > target) == isLower;
+    const double spread = std::hypot(1.0, t / std::sqrt(2.0 * df));
+    const double start = t * (1.0 - 0.25 / df) - probit(p) * spread;
+    return FindNoncentrality(start, positive ? 0.0 : -kLimit, positive ? kLimit : 0.0, tolerance, falling);
 }
 
 } // namespace MCMath_930

@@ -2,6 +2,7 @@
 #include "modelcore/distributions/MCDistFun.h"
 
 #include "modelcore/common/MCMV.h"
+#include "modelcore/distributions/internal/Domain.h"
 #include "modelcore/distributions/internal/Normal.h"
 
 #include <array>
@@ -64,7 +65,7 @@ double MCDistFun::prbnrm(double x)
 
 double MCDistFun::probit(double p)
 {
-    if (!(p > 0.0) || !(p < 1.0)) return MCMV::Missing();
+    if (!internal::IsInsideProbability(p)) return MCMV::Missing();
     const double q = p - 0.5;
     if (q == 0.0) return 0.0;
     if (std::fabs(q) <= 0.425) {
@@ -96,7 +97,7 @@ double MCDistFun::CdfNorm(double x, double mean, double sd)
 
 double MCDistFun::IdfNorm(double p, double mean, double sd)
 {
-    if (!(p > 0.0) || !(p < 1.0) || !(sd > 0.0)) return MCMV::Missing();
+    if (!internal::IsInsideProbability(p) || !(sd > 0.0)) return MCMV::Missing();
     return p == 0.5 ? mean : mean + sd * probit(p);
 }
 

@@ -55,7 +55,7 @@ TEST(MCDistFunBinomial, ValuesAndCodes)
         {"idf p 0", MCDistFun::IdfBin, 0, 10, 0.5, 0.0, 0},
         {"idf p 1", MCDistFun::IdfBin, 1, 10, 0.5, 10.0, 0},
         {"idf p 2", MCDistFun::IdfBin, 2, 10, 0.5, kMissing, 1},
-        {"idf n not whole", MCDistFun::IdfBin, 0.5, 1.5, 0.5, kMissing, 3},
+        {"idf n not whole", MCDistFun::IdfBin, 0.5, 1.5, 0.5, kMissing, 1},
         {"negbin first possible trial", MCDistFun::PdfNegBin, 2, 2, 0.25, 1.0 / 16, 0},
         {"negbin later", MCDistFun::PdfNegBin, 4, 2, 0.5, 3.0 / 16, 0},
         {"negbin too early", MCDistFun::PdfNegBin, 1, 2, 0.5, 0.0, 0},

@@ -1,7 +1,7 @@
 // Logarithm and deviance to more than double precision.
 #pragma once
 
-#include "modelcore/distributions/internal/DoubleDouble.h"
+#include "modelcore/common/internal/DoubleDouble.h"
 #include "modelcore/distributions/internal/LogTable.h"
 
 #include <bit>

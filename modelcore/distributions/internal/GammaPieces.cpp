@@ -52,6 +52,7 @@ double LogGammaOnePlus(double a)
 
 double LogGammaRatio(double b, double a)
 {
+    if (b < 1e-290) return std::log(b) + LogGamma(a + b); // Gamma(b) is 1/b, and a/b may overflow
     // Up to where Stirling's series holds: Gamma(b + a)/Gamma(b) = Gamma(c + a)/Gamma(c) / prod (1 + a/(b + j)).
     double excess = 0.0; // the product less 1
     double c = b;

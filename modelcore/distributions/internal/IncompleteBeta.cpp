@@ -5,14 +5,11 @@
 
 #include "modelcore/distributions/internal/AccurateLog.h"
 #include "modelcore/distributions/internal/GammaPieces.h"
-#include "modelcore/distributions/internal/Normal.h"
+#include "modelcore/distributions/internal/NormalExpansion.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstddef>
 #include <limits>
-#include <utility>
 
 namespace MCMath_930::internal {
 
@@ -96,6 +93,7 @@ double ContinuedFraction(const Side& side, double distance)
         numerator = numeratorNew;
         denominator = denominatorNew;
         const double cross = numerator * denominatorOld;
+        if (!std::isfinite(cross)) break; // infinity is within any part of itself: it would pass for converged
         if (std::fabs(cross - numeratorOld * denominator) <= 0.5 * kEpsilon * std::fabs(cross))
             return numerator / denominator;
         if (denominator > kLarge) {
@@ -136,77 +134,11 @@ bool PowerSeries(const Side& side, double& lower, double& upper)
     return false;
 }
 
-constexpr std::size_t kExpansionTerms = 17;
-
-/// d_k of the expansion below as polynomials in delta: entry [k][i] is the coefficient of delta^i, 0 unless k - i is
-/// even.
-using ExpansionTable = std::array<std::array<double, kExpansionTerms>, kExpansionTerms>;
-
-/// With v = du/dzeta = sum of d_k zeta^k the differential equation  v - zeta v' = v^3 + delta zeta v^2 - kappa zeta^2
-/// v, kappa = (1 - delta^2)/4, gives each d_k from those before it.
-constexpr ExpansionTable MakeExpansionTable()
-{
-    using Row = std::array<double, kExpansionTerms>; // coefficients of delta^0, delta^1, ...
-    const auto addProduct = [](Row& sum, const Row& p, const Row& q, std::size_t degree) {
-        for (std::size_t i = 0; i <= degree; ++i) {
-            // Every second coefficient is 0; stepping over them also halves what the compiler has to count.
-            if (p[i] == 0.0) continue;
-            for (std::size_t j = 0; i + j <= degree; ++j) sum[i + j] += p[i] * q[j];
-        }
-    };
-    ExpansionTable d{};
-    ExpansionTable square{}; // coefficients of v^2
-    d[0][0] = 1.0;
-    square[0][0] = 1.0;
-    for (std::size_t k = 1; k < kExpansionTerms; ++k) {
-        Row rest{};
-        for (std::size_t i = 1; i < k; ++i) { // the coefficient of v^3 without its 3 d_k
-            addProduct(rest, d[i], d[k - i], k);
-            addProduct(rest, d[i], square[k - i], k);
-        }
-        for (std::size_t i = 0; i < k; ++i) rest[i + 1] += square[k - 1][i];
-        if (k >= 2) {
-            for (std::size_t i = 0; i <= k; ++i) rest[i] -= 0.25 * d[k - 2][i];
-            for (std::size_t i = 0; i + 2 <= k; ++i) rest[i + 2] += 0.25 * d[k - 2][i];
-        }
-        for (std::size_t i = 0; i <= k; ++i) d[k][i] = -rest[i] / static_cast<double>(k + 2);
-        for (std::size_t i = 0; i <= k; ++i) addProduct(square[k], d[i], d[k - i], k);
-    }
-    return d;
-}
-
-constexpr ExpansionTable kExpansion = MakeExpansionTable();
-
-/// The lower tail for large a and b. In u = ln(t/(1-t)) the density is exp(-spread^2 zeta^2 / 2) with zeta a smooth
-/// function of u, spread^2 = ab/(a+b); du/dzeta = sum of d_k zeta^k, and the incomplete normal moments of zeta^k follow
-/// from each other (the expansion of DiDonato and Morris 1992, section 7, there called BASYM, in coefficients that
-/// depend on delta = (b-a)/(a+b) alone). Every moment is formed by additions of positive numbers.
-double NormalExpansion(const Side& side, const Position& position, double spread2)
+/// The lower tail for large a and b: the density in u = ln(t/(1-t)) has delta = (b-a)/(a+b), spread^2 = ab/(a+b).
+double LargeShapes(const Side& side, const Position& position, double spread2)
 {
     const double both = side.a + side.b;
-    const double delta = (side.b - side.a) / both;
-    const double delta2 = delta * delta;
-    const double inverse = 1.0 / std::sqrt(spread2);
-    const double half = std::max(position.deviance.head, 0.0);
-    const double z = std::sqrt(2.0 * half);
-
-    double even = 0.5 * ScaledErfc(std::sqrt(half)); // moments of |zeta|^k over exp(-deviance), k even and odd
-    double odd = kInverseSqrtTwoPi;
-    double power = z * kInverseSqrtTwoPi;
-    double scale = 1.0;
-    double sum = even;
-    for (std::size_t k = 1; k < kExpansionTerms; ++k) {
-        scale *= -inverse;
-        double& moment = k % 2 == 0 ? even : odd;
-        if (k >= 2) {
-            moment = static_cast<double>(k - 1) * moment + power;
-            power *= z;
-        }
-        double coefficient = kExpansion[k][k];
-        for (std::size_t i = k; i >= 2; i -= 2) coefficient = coefficient * delta2 + kExpansion[k][i - 2];
-        if (k % 2 == 1) coefficient *= delta;
-        sum += coefficient * scale * moment;
-    }
+    const double sum = NormalExpansion((side.b - side.a) / both, spread2, position.deviance.head);
     const double remainder = StirlingRemainder(both) - StirlingRemainder(side.a) - StirlingRemainder(side.b);
     return sum * Exp(DoubleDouble{remainder} - position.deviance);
 }
@@ -218,8 +150,29 @@ bool SeriesServes(const Side& side)
 
 } // namespace
 
+namespace {
+
+/// Both tails so near an end that x^a / (a B(a, b)) is all there is to the one there.
+BetaTails TailsNearZero(const DoubleDouble& logX, double a, double b)
+{
+    const double logScale =
+        a <= 1.0 ? LogGammaRatio(b, a) - LogGammaOnePlus(a) : LogGamma(a + b) - LogGamma(b) - LogGamma(a) - std::log(a);
+    const DoubleDouble exponent = a * logX + DoubleDouble{logScale};
+    const double lower = Exp(exponent);
+    return {lower, -std::expm1(exponent.head) - exponent.tail * lower, a * lower, true};
+}
+
+BetaTails Exchanged(const BetaTails& tails)
+{
+    return {tails.upper, tails.lower, tails.weight, tails.reached};
+}
+
+} // namespace
+
 double BetaWeight(const UnitPoint& point, double a, double b)
 {
+    if (point.logX.head != 0.0) return TailsNearZero(point.logX, a, b).weight;
+    if (point.logY.head != 0.0) return TailsNearZero(point.logY, b, a).weight;
     const Side side{point.x, point.y, a, b};
     return Weight(side, Locate(side));
 }
@@ -230,6 +183,8 @@ BetaTails IncompleteBeta(const UnitPoint& point, double a, double b, bool wantWe
     constexpr double kMost = 1e290;
     BetaTails tails{0.0, 0.0, 0.0, false};
     if (!(a >= kLeast) || !(b >= kLeast) || !(a <= kMost) || !(b <= kMost)) return tails;
+    if (point.logX.head != 0.0) return TailsNearZero(point.logX, a, b);
+    if (point.logY.head != 0.0) return Exchanged(TailsNearZero(point.logY, b, a));
     if (!(point.x.head > 0.0)) return {0.0, 1.0, 0.0, true};
     if (!(point.y.head > 0.0)) return {1.0, 0.0, 0.0, true};
 
@@ -247,11 +202,10 @@ BetaTails IncompleteBeta(const UnitPoint& point, double a, double b, bool wantWe
             side = side.Opposite();
             position.distance = -position.distance;
         }
-        // The expansion needs a spread of 8 standard units and a point that is not too many of them away: its 17 terms
-        // then leave an error below 1e-15. Further out the fraction converges in a few steps.
+        // Beyond the reach of the expansion the fraction converges in a few steps.
         const double spread2 = a / (a + b) * b;
-        if (spread2 >= 64.0 && position.deviance.head <= 0.065 * spread2) {
-            tails.lower = NormalExpansion(side, position, spread2);
+        if (ExpansionServes(spread2, position.deviance.head)) {
+            tails.lower = LargeShapes(side, position, spread2);
             if (wantWeight) tails.weight = Weight(side, position);
         } else {
             tails.weight = Weight(side, position);
@@ -260,8 +214,7 @@ BetaTails IncompleteBeta(const UnitPoint& point, double a, double b, bool wantWe
         tails.reached = !std::isnan(tails.lower);
         tails.upper = 1.0 - tails.lower;
     }
-    if (opposite) std::swap(tails.lower, tails.upper);
-    return tails;
+    return opposite ? Exchanged(tails) : tails;
 }
 
 } // namespace MCMath_930::internal

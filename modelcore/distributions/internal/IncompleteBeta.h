@@ -1,7 +1,10 @@
 // The regularised incomplete beta function with both tails to full relative accuracy.
 #pragma once
 
-#include "modelcore/distributions/internal/DoubleDouble.h"
+#include "modelcore/common/internal/DoubleDouble.h"
+#include "modelcore/distributions/internal/AccurateLog.h"
+
+#include <cmath>
 
 namespace MCMath_930::internal {
 
@@ -10,9 +13,18 @@ namespace MCMath_930::internal {
 struct UnitPoint {
     DoubleDouble x;
     DoubleDouble y;
+    DoubleDouble logX{}; ///< ln x where x is so near 0 that a double does not hold its digits; else 0
+    DoubleDouble logY{};
 
     /// x in (0, 1) as it stands.
     static UnitPoint At(double x) { return {{x}, ExactSumOrdered(1.0, -x)}; }
+
+    /// The point with the given ln(x/y), of large magnitude.
+    static UnitPoint AtLogOdds(const DoubleDouble& logOdds)
+    {
+        const double nearer = std::exp(-std::fabs(logOdds.head));
+        return logOdds.head < 0.0 ? UnitPoint{{nearer}, {1.0}, logOdds, {}} : UnitPoint{{1.0}, {nearer}, {}, -logOdds};
+    }
 
     /// The point that divides the interval as below : above; both positive.
     static UnitPoint Dividing(const DoubleDouble& below, const DoubleDouble& above)
@@ -36,13 +48,17 @@ BetaTails IncompleteBeta(const UnitPoint& point, double a, double b, bool wantWe
 /// The weight alone.
 double BetaWeight(const UnitPoint& point, double a, double b);
 
+/// Odds below leave one coordinate without all its digits.
+inline constexpr double kLeastOdds = 1e-305;
+
 /// The point df/(df + t^2) of the unit interval, for 0 < t < kFarStudent and finite df > 0.
 inline constexpr double kFarStudent = 1e140;
 inline UnitPoint StudentPoint(double t, double df)
 {
     // Squares and products beyond certain bounds leave the range in which they can be held as two doubles.
-    if (t > 1e-140) return UnitPoint::Dividing({df}, ExactProduct(t, t));
-    return UnitPoint::Dividing({1.0}, {t / df * t});
+    const double odds = t > 1e-140 ? df / t / t : t / df * t;
+    if (odds < kLeastOdds) return UnitPoint::AtLogOdds(AccurateLog({df}) - 2.0 * AccurateLog({t}));
+    return t > 1e-140 ? UnitPoint::Dividing({df}, ExactProduct(t, t)) : UnitPoint::Dividing({1.0}, {odds});
 }
 
 /// The point df1*x/(df1*x + df2) of the unit interval, for finite positive arguments.
@@ -50,10 +66,16 @@ inline UnitPoint FisherPoint(double x, double df1, double df2)
 {
     constexpr double kTiny = 1e-140;
     constexpr double kHuge = 1e140;
-    if (x > kTiny && x < kHuge && df1 > kTiny && df1 < kHuge && df2 < kHuge)
+    if (x > kTiny && x < kHuge && df1 > kTiny && df1 < kHuge && df2 > kTiny && df2 < kHuge)
         return UnitPoint::Dividing(ExactProduct(x, df1), {df2});
     const double odds = df2 / df1 / x;
-    return odds < 1.0 ? UnitPoint::Dividing({1.0}, {odds}) : UnitPoint::Dividing({1.0 / odds}, {1.0});
+    if (odds > kLeastOdds && odds < 1.0) return UnitPoint::Dividing({1.0}, {odds});
+    if (odds >= 1.0 && odds < 1.0 / kLeastOdds) return UnitPoint::Dividing({1.0 / odds}, {1.0});
+    const DoubleDouble logOdds = AccurateLog({x}) + AccurateLog({df1}) - AccurateLog({df2});
+    const double magnitude =
+        std::exp(-std::fabs(logOdds.head)); // the quotients above may have left the range on the way
+    if (magnitude < kLeastOdds) return UnitPoint::AtLogOdds(logOdds);
+    return logOdds.head < 0.0 ? UnitPoint::Dividing({magnitude}, {1.0}) : UnitPoint::Dividing({1.0}, {magnitude});
 }
 
 } // namespace MCMath_930::internal

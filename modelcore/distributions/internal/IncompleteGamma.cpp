@@ -3,6 +3,7 @@
 
 #include "modelcore/distributions/internal/AccurateLog.h"
 #include "modelcore/distributions/internal/GammaPieces.h"
+#include "modelcore/distributions/internal/NormalExpansion.h"
 
 #include <cmath>
 #include <limits>
@@ -56,9 +57,11 @@ double Fraction(double x, double a)
         denominatorOld = denominator;
         numerator = numeratorNew;
         denominator = denominatorNew;
+        // The products overflow some terms before the convergents are rescaled, and infinity is within any part of
+        // itself: only finite ones say that the fraction has converged.
         const double product = numerator * denominatorOld;
-        if (std::fabs(product - numeratorOld * denominator) <= 0.1 * kTolerance * std::fabs(product))
-            return numerator / denominator;
+        const double change = std::fabs(product - numeratorOld * denominator);
+        if (std::isfinite(product) && change <= 0.1 * kTolerance * std::fabs(product)) return numerator / denominator;
         if (std::fabs(numerator) >= kLarge || std::fabs(denominator) >= kLarge) {
             numeratorOld /= kLarge;
             denominatorOld /= kLarge;
@@ -89,13 +92,19 @@ void SmallShape(const DoubleDouble& x, double a, GammaTails& tails)
 
 double GammaDensityTimesX(const DoubleDouble& x, double a)
 {
-    // The exponent is held in two doubles: one rounding of a ln x would cost a*ln x of them.
+    constexpr double kFar = 1e290; // products with what lies beyond cannot be held as two doubles
     const ScaledNumber scale = GammaWeight(a);
+    if (x.head > kFar) return x.head == a && x.tail == 0.0 ? scale.factor : 0.0; // the neighbours of a are 1e270 away
+    // The exponent is held in two doubles: one rounding of a ln x would cost a*ln x of them.
     const DoubleDouble excess = x - DoubleDouble{a};
-    const DoubleDouble relative = excess / DoubleDouble{a};
-    const DoubleDouble deviance = std::fabs(relative.head) <= kSmallDeviation
-                                      ? a * SmallDeviance(relative)
-                                      : excess - a * AccurateLog(x / DoubleDouble{a});
+    DoubleDouble deviance;
+    if (x.head > kFar * a) {
+        deviance = excess - a * (AccurateLog(x) - AccurateLog({a}));
+    } else {
+        const DoubleDouble relative = excess / DoubleDouble{a};
+        deviance = std::fabs(relative.head) <= kSmallDeviation ? a * SmallDeviance(relative)
+                                                               : excess - a * AccurateLog(x / DoubleDouble{a});
+    }
     const DoubleDouble exponent = DoubleDouble{scale.exponent} - deviance;
     if (exponent.head < -708.0) return 0.0;
     return scale.factor * std::exp(exponent.head) * (1.0 + exponent.tail);
@@ -104,20 +113,19 @@ double GammaDensityTimesX(const DoubleDouble& x, double a)
 GammaTails IncompleteGamma(const DoubleDouble& x, double a)
 {
     constexpr double kMaxTermEstimate = 2147483647.0;
-    GammaTails tails{0.0, 0.0, 0.0, false};
     const double point = x.head;
     const bool series = point <= 1.0 || point <= a;
+    GammaTails tails{0.0, 0.0, GammaDensityTimesX(x, a), false};
+    if (a < 1.0 && point <= 1.0) {
+        SmallShape(x, a, tails);
+        tails.reached = true;
+        return tails;
+    }
     // The estimated number of terms can only come near the limit for extreme shapes.
-    if (series && (a > 1e6 || a < 1e-6)) {
+    if (series && a > 1e6) {
         const double root = 2.0 * std::sqrt(-14.0 / std::log10(point / (a + 1.0))) + 10.0;
         if (!(root * root < kMaxTermEstimate)) return tails;
     } else if (!series && 4.0 * std::log(point) >= kMaxExponent) {
-        return tails;
-    }
-    tails.weight = GammaDensityTimesX(x, a);
-    tails.reached = true;
-    if (series && a < 1.0 && point <= 1.0) {
-        SmallShape(x, a, tails);
         return tails;
     }
     double& near = series ? tails.lower : tails.upper;
@@ -127,6 +135,33 @@ GammaTails IncompleteGamma(const DoubleDouble& x, double a)
     far = 1.0 - near;
     tails.reached = near <= 1.0; // false for NaN too
     return tails;
+}
+
+GammaTails IncompleteGammaNearZero(const DoubleDouble& logX, double a)
+{
+    if (a > 2.0) return {0.0, 1.0, 0.0, true};
+    const double logScale = a <= 1.0 ? LogGammaOnePlus(a) : LogGamma(a) + std::log(a);
+    const DoubleDouble exponent = a * logX - DoubleDouble{logScale};
+    const double lower = std::exp(exponent.head) * (1.0 + exponent.tail);
+    return {lower, -std::expm1(exponent.head) - exponent.tail * lower, a * lower, true};
+}
+
+GammaTails IncompleteGammaOrExpansion(const DoubleDouble& x, double a)
+{
+    const GammaTails known = IncompleteGamma(x, a);
+    if (known.reached) return known;
+    if (a < kLeastExpansionSpread) return {1.0, 0.0, 0.0, true}; // x is too large for the fraction
+    const DoubleDouble relative = (x - DoubleDouble{a}) / DoubleDouble{a};
+    const bool below = relative.head <= 0.0;
+    if (!(std::fabs(relative.head) <= kSmallDeviation)) // so far out that one tail has vanished
+        return {below ? 0.0 : 1.0, below ? 1.0 : 0.0, 0.0, true};
+    const DoubleDouble deviance = a * SmallDeviance(relative);
+    const DoubleDouble exponent = DoubleDouble{-StirlingRemainder(a)} - deviance;
+    // The beta distribution with one shape far beyond the other is the gamma distribution.
+    const double near = exponent.head < -708.0 ? 0.0
+                                               : NormalExpansion(below ? 1.0 : -1.0, a, deviance.head) *
+                                                     std::exp(exponent.head) * (1.0 + exponent.tail);
+    return {below ? near : 1.0 - near, below ? 1.0 - near : near, known.weight, true};
 }
 
 } // namespace MCMath_930::internal

@@ -1,7 +1,7 @@
 // The regularised incomplete gamma function.
 #pragma once
 
-#include "modelcore/distributions/internal/DoubleDouble.h"
+#include "modelcore/common/internal/DoubleDouble.h"
 
 namespace MCMath_930::internal {
 
@@ -9,7 +9,7 @@ struct GammaTails {
     double lower;  ///< P(a, x)
     double upper;  ///< Q(a, x) = 1 - P(a, x)
     double weight; ///< x^a exp(-x) / Gamma(a): the density times x
-    bool reached;  ///< false when the caller has to take its normal approximation
+    bool reached;  ///< false when the caller has to take its normal approximation; of the rest only weight is set then
 };
 
 /// x^a exp(-x) / Gamma(a) for finite x > 0 and a > 0; 0 when its logarithm is below -708.
@@ -17,5 +17,12 @@ double GammaDensityTimesX(const DoubleDouble& x, double a);
 
 /// Both tails for finite x > 0 and a > 0. x may carry more digits than a double, as a product of two does.
 GammaTails IncompleteGamma(const DoubleDouble& x, double a);
+
+/// Both tails at a point that is known by its logarithm and so near 0 that exp(-x) is 1.
+GammaTails IncompleteGammaNearZero(const DoubleDouble& logX, double a);
+
+/// The same as IncompleteGamma, which near the mode of shapes above 1.7e7 gives up: there the expansion around the normal
+/// distribution follows. Always reached, for a up to 1e290.
+GammaTails IncompleteGammaOrExpansion(const DoubleDouble& x, double a);
 
 } // namespace MCMath_930::internal

@@ -1,7 +1,7 @@
 // Pieces of the error functions that several sources share.
 #pragma once
 
-#include "modelcore/distributions/internal/DoubleDouble.h"
+#include "modelcore/common/internal/DoubleDouble.h"
 #include "modelcore/distributions/internal/NormalTables.h"
 
 #include <array>

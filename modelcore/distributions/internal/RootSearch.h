@@ -12,7 +12,7 @@ namespace MCMath_930::internal {
 struct Probe {
     int side;    ///< sign of (x - root); 0 when x will do as it is
     double next; ///< where a Newton or Halley step from x leads
-    bool close;  ///< the step is so short that next is the root as well as it can be told
+    bool close;  ///< next is the root as well as it can be told
 };
 
 struct Root {
@@ -63,6 +63,9 @@ Root SearchRoot(double start, double low, double high, Evaluate evaluate)
     }
 }
 
+/// The longest last step of ProbeTail, in ln x.
+inline constexpr double kLongestLastStep = 0.02;
+
 /// How a tail of a distribution on the positive axis moves at x.
 struct TailAt {
     double tail;
@@ -74,6 +77,8 @@ struct TailAt {
 /// The probe for tail(x) = target: Halley's step for ln(tail/target) as a function of ln x. Where a tail is a power of
 /// x the step is exact, where it is nearly normal it converges fast, and no target is too small for it.
 ///
+/// Where the density has vanished there is no step: next is not a number then, and the search halves its bracket.
+///
 /// @param tolerance  of ln(tail/target) before the last step, which cubes it
 inline Probe ProbeTail(double x, const TailAt& at, double target, double tolerance)
 {
@@ -83,7 +88,9 @@ inline Probe ProbeTail(double x, const TailAt& at, double target, double toleran
     const double bend = 1.0 - 0.5 * newton * (at.slope - rate);
     const double step = bend > 0.5 ? newton / bend : newton;
     const int side = (excess > 0.0) - (excess < 0.0);
-    return {at.isLower ? side : -side, x * std::exp(-step), std::fabs(excess) <= tolerance};
+    // Between two masses a tail hardly moves: a small excess is then far from the root, and the step is no last one.
+    const bool close = std::fabs(excess) <= tolerance && std::fabs(step) <= kLongestLastStep;
+    return {at.isLower ? side : -side, at.weight > 0.0 ? x * std::exp(-step) : std::nan(""), close};
 }
 
 /// Tolerance of ProbeTail for full accuracy.

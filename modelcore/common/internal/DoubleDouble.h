@@ -1,13 +1,15 @@
-// Sums of two doubles, for the few places where a rounding error would be multiplied by a large exponent.
+// Sums of two doubles, for the few places where the rounding error of one would show: large exponents, long residuals.
 #pragma once
 
 namespace MCMath_930::internal {
 
-/// The unevaluated sum head + tail, |tail| at most half a unit in the last place of head: about 106 bits.
+/// The unevaluated sum head + tail, |tail| at most half a unit in the last place of head: about 32 digits. Infinities and
+/// NaN make a NaN. Dekker (1971), Numerische Mathematik 18, 224-242.
 struct DoubleDouble {
-    double head;
+    double head = 0.0;
     double tail = 0.0;
 
+    /// Rounded to a double.
     double Value() const { return head + tail; }
 };
 
@@ -40,10 +42,26 @@ inline DoubleDouble ExactProduct(double a, double b)
     return {product, ((aHigh * bHigh - product) + aHigh * bLow + aLow * bHigh) + aLow * bLow};
 }
 
+/// The sum with an error relative to the operands: what is left when they cancel keeps 106 bits of them, not of itself.
 inline DoubleDouble operator+(const DoubleDouble& a, const DoubleDouble& b)
 {
     const DoubleDouble sum = ExactSum(a.head, b.head);
     return ExactSumOrdered(sum.head, sum.tail + (a.tail + b.tail));
+}
+
+/// The sum with an error relative to itself, whatever cancels; half as many operations again.
+inline DoubleDouble AccurateSum(const DoubleDouble& a, const DoubleDouble& b)
+{
+    const DoubleDouble heads = ExactSum(a.head, b.head);
+    const DoubleDouble tails = ExactSum(a.tail, b.tail);
+    const DoubleDouble sum = ExactSumOrdered(heads.head, heads.tail + tails.head);
+    return ExactSumOrdered(sum.head, sum.tail + tails.tail);
+}
+
+/// For long sums: AccurateSum.
+inline DoubleDouble& operator+=(DoubleDouble& a, const DoubleDouble& b)
+{
+    return a = AccurateSum(a, b);
 }
 
 inline DoubleDouble operator-(const DoubleDouble& a)
@@ -60,6 +78,11 @@ inline DoubleDouble operator*(double a, const DoubleDouble& b)
 {
     const DoubleDouble product = ExactProduct(a, b.head);
     return ExactSumOrdered(product.head, product.tail + a * b.tail);
+}
+
+inline DoubleDouble operator*(const DoubleDouble& a, double b)
+{
+    return b * a;
 }
 
 inline DoubleDouble operator*(const DoubleDouble& a, const DoubleDouble& b)
