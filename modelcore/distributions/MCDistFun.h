@@ -228,7 +228,7 @@ private:
     static double ncdbet(const internal::UnitPoint& point, double a, double b, double nc, double e, long& fault);
     static double tavoidff(double p, double df1, double df2, long& fault);
     static double betinv(double p, double a, double b, long& fault);
-    static double betodd(double p, double a, double b);
+    static double betodd(double p, double a, double b, const internal::DoubleDouble& logUnit);
     static double tavoidft(double p, double df, double a, double b, long& fault);
 };
 

@@ -2,6 +2,7 @@
 #include "modelcore/distributions/MCDistFun.h"
 
 #include "modelcore/common/MCMV.h"
+#include "modelcore/distributions/internal/AccurateLog.h"
 #include "modelcore/distributions/internal/Domain.h"
 #include "modelcore/distributions/internal/GammaPieces.h"
 #include "modelcore/distributions/internal/IncompleteBeta.h"
@@ -14,6 +15,7 @@
 namespace MCMath_930 {
 
 using internal::BetaTails;
+using internal::DoubleDouble;
 using internal::IsPositiveFinite;
 using internal::Probe;
 using internal::Root;
@@ -24,6 +26,7 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kLargest = std::numeric_limits<double>::max();
+constexpr double kMostOdds = 1e290; // beyond, odds cannot be held as two doubles
 
 /// A start for the point t > 0 with P(T > t) = q < 0.5: Hill (1970), Algorithm 396, which gives six digits for df >= 1;
 /// below, the leading term of the tail, where the search has to do the work. z is the normal quantile of q.
@@ -120,20 +123,29 @@ double MCDistFun::IdfT(double p, double df, double a, double b)
     return internal::Checked([&](long& fault) { return tavoidft(p, df, a, b, fault); });
 }
 
-/// The odds x/(1 - x) of the beta quantile, for 0 < p < 1; infinite when they exceed every double. Halley's method on
-/// the logarithm of the smaller tail as a function of the log odds: there it is concave, and straight at both ends.
-double MCDistFun::betodd(double p, double a, double b)
+/// The odds x/(1 - x) of the beta quantile, for 0 < p < 1, as a multiple of exp(logUnit); infinite when that exceeds every
+/// double, 0 below the least. Halley's method on the logarithm of the smaller tail as a function of the log odds: there it
+/// is concave, and straight at both ends.
+double MCDistFun::betodd(double p, double a, double b, const DoubleDouble& logUnit)
 {
     const bool isLower = p < 0.5;
     const double target = isLower ? p : 1.0 - p;
+    const auto pointAt = [&](double odds) {
+        const bool plain = logUnit.head == 0.0 && odds >= internal::kLeastOdds && odds <= kMostOdds;
+        return plain ? UnitPoint::Dividing({odds}, {1.0})
+                     : UnitPoint::AtLogOdds(internal::AccurateLog({odds}) + logUnit);
+    };
     const auto evaluate = [&](double odds) {
-        const UnitPoint point = UnitPoint::Dividing({odds}, {1.0});
+        const UnitPoint point = pointAt(odds);
         const BetaTails tails = cbtaux(point, a, b, true);
         const double slope = a * point.y.head - b * point.x.head;
         return internal::ProbeTail(odds, {isLower ? tails.lower : tails.upper, tails.weight, slope, isLower}, target,
                                    internal::kFullTolerance);
     };
-    const Root root = internal::SearchRoot(BetaStart(p, a, b, probit(p)), 0.0, kLargest, evaluate);
+    const double start = BetaStart(p, a, b, probit(p)) / std::exp(logUnit.head);
+    const Root root = internal::SearchRoot(start, 0.0, kLargest, evaluate);
+    constexpr double kLeastDouble = std::numeric_limits<double>::denorm_min();
+    if (root.x < internal::kLeastOdds && cbtaux(pointAt(kLeastDouble), a, b, false).lower >= p) return 0.0;
     return root.found ? root.x : HUGE_VAL;
 }
 
@@ -142,7 +154,7 @@ double MCDistFun::betinv(double p, double a, double b, long& fault)
     fault = 0;
     if (!internal::IsProbability(p) || !IsPositiveFinite(a) || !IsPositiveFinite(b)) return internal::Refuse(fault, 1L);
     if (p == 0.0 || p == 1.0) return p;
-    const double odds = betodd(p, a, b);
+    const double odds = betodd(p, a, b, {});
     return odds < 1.0 ? odds / (1.0 + odds) : 1.0 / (1.0 + 1.0 / odds);
 }
 
@@ -157,7 +169,10 @@ double MCDistFun::tavoidff(double p, double df1, double df2, long& fault)
     if (!internal::IsProbabilityBelowOne(p) || !IsPositiveFinite(df1) || !IsPositiveFinite(df2))
         return internal::Refuse(fault, 1L);
     if (p == 0.0) return 0.0;
-    const double x = betodd(p, 0.5 * df1, 0.5 * df2) / df1 * df2;
+    const double odds = betodd(p, 0.5 * df1, 0.5 * df2, {});
+    double x = odds / df1 * df2;
+    if (!(odds > internal::kLeastOdds && odds < kMostOdds && x > 0.0 && x < kLargest)) // the odds, but perhaps not x
+        x = betodd(p, 0.5 * df1, 0.5 * df2, internal::AccurateLog({df1}) - internal::AccurateLog({df2}));
     return std::isinf(x) ? internal::Refuse(fault, 2L) : x;
 }
 

@@ -178,7 +178,7 @@ double MCDistFun::tavoidfchi(double p, double df, long& fault)
         chi = std::exp((logP + std::log(half) + g + half * kLn2) / half);
         if (chi < kTolerance) {
             // The leading term of the series is all there is. What vanishes is the quantile as a double: 0.
-            if (chi < std::numeric_limits<double>::min()) return 0.0;
+            if (chi == 0.0) return 0.0;
             return idfchb(p, df, chi, fault);
         }
     } else if (df <= kSmallDf) {

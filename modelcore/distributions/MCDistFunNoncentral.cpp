@@ -141,7 +141,7 @@ double MCDistFun::NonCentralCdfChi(double x, double df, double nc)
     if (0.5 * nc == 0.0) return CdfChi(x, df);
     if (df < kLeastDf) return std::exp(-0.5 * nc); // all that is left is the mass at 0
     // Skewness and excess are below 1e-12 by then, and the sums lose their step in the rounding of its place.
-    if (nc > 1e25) return prbnrm(((x - nc) - df) / std::sqrt(2.0) / std::sqrt(df + 2.0 * nc));
+    if (nc > 1e25) return prbnrm((0.25 * x - 0.25 * nc - 0.25 * df) * std::sqrt(2.0) / std::sqrt(0.25 * df + 0.5 * nc));
     const SumResult sum = internal::PoissonGammaLower(0.5 * nc, x, 0.5 * df, kTolerance);
     return sum.reached ? sum.value : MCMV::Missing();
 }

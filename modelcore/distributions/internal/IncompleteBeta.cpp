@@ -59,7 +59,10 @@ double Weight(const Side& side, const Position& position)
     const ScaledNumber b = GammaWeight(side.b);
     const ScaledNumber both = GammaWeight(side.a + side.b);
     const DoubleDouble exponent = DoubleDouble{a.exponent + b.exponent - both.exponent} - position.deviance;
-    return a.factor * b.factor / both.factor * Exp(exponent);
+    const double product = a.factor * b.factor; // of tiny shapes it may be no double while the quotient is
+    const double factor = product > 1e-290 ? product / both.factor
+                                           : std::max(a.factor, b.factor) / both.factor * std::min(a.factor, b.factor);
+    return factor * Exp(exponent);
 }
 
 /// I_x(a, b) / weight by the even part of the continued fraction 8.17.22 of the NIST Digital Library of Mathematical

@@ -19,11 +19,14 @@ struct UnitPoint {
     /// x in (0, 1) as it stands.
     static UnitPoint At(double x) { return {{x}, ExactSumOrdered(1.0, -x)}; }
 
-    /// The point with the given ln(x/y), of large magnitude.
+    /// The point with the given ln(x/y), however large.
     static UnitPoint AtLogOdds(const DoubleDouble& logOdds)
     {
-        const double nearer = std::exp(-std::fabs(logOdds.head));
-        return logOdds.head < 0.0 ? UnitPoint{{nearer}, {1.0}, logOdds, {}} : UnitPoint{{1.0}, {nearer}, {}, -logOdds};
+        constexpr double kFar = 702.0; // exp(-702) is the last with all its digits
+        const bool nearZero = logOdds.head < 0.0;
+        const double odds = std::exp(-std::fabs(logOdds.head)) * (1.0 + (nearZero ? logOdds.tail : -logOdds.tail));
+        if (std::fabs(logOdds.head) <= kFar) return nearZero ? Dividing({odds}, {1.0}) : Dividing({1.0}, {odds});
+        return nearZero ? UnitPoint{{odds}, {1.0}, logOdds, {}} : UnitPoint{{1.0}, {odds}, {}, -logOdds};
     }
 
     /// The point that divides the interval as below : above; both positive.
@@ -71,11 +74,7 @@ inline UnitPoint FisherPoint(double x, double df1, double df2)
     const double odds = df2 / df1 / x;
     if (odds > kLeastOdds && odds < 1.0) return UnitPoint::Dividing({1.0}, {odds});
     if (odds >= 1.0 && odds < 1.0 / kLeastOdds) return UnitPoint::Dividing({1.0 / odds}, {1.0});
-    const DoubleDouble logOdds = AccurateLog({x}) + AccurateLog({df1}) - AccurateLog({df2});
-    const double magnitude =
-        std::exp(-std::fabs(logOdds.head)); // the quotients above may have left the range on the way
-    if (magnitude < kLeastOdds) return UnitPoint::AtLogOdds(logOdds);
-    return logOdds.head < 0.0 ? UnitPoint::Dividing({magnitude}, {1.0}) : UnitPoint::Dividing({1.0}, {magnitude});
+    return UnitPoint::AtLogOdds(AccurateLog({x}) + AccurateLog({df1}) - AccurateLog({df2}));
 }
 
 } // namespace MCMath_930::internal

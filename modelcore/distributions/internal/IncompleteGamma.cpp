@@ -16,6 +16,9 @@ constexpr double kTolerance = 1e-14;
 constexpr double kMaxExponent = 709.0;
 constexpr double kLeastResult = 3.3e-308; // exp(-708): what is below counts as 0
 constexpr int kMaxTerms = 200000;
+constexpr double kMostSummed =
+    1e100; // squares of shapes above may leave the range; outside one in 1e40 of the shape their
+           // tails are 0 and 1
 
 /// Sum of x^k / ((a+1)(a+2)...(a+k)) over k >= 0; NaN when it takes too long. Two terms share one division.
 double Series(double x, double a)
@@ -130,7 +133,8 @@ GammaTails IncompleteGamma(const DoubleDouble& x, double a)
     }
     double& near = series ? tails.lower : tails.upper;
     double& far = series ? tails.upper : tails.lower;
-    if (tails.weight > 0.0) near = series ? tails.weight / a * Series(point, a) : tails.weight * Fraction(point, a);
+    if (tails.weight > 0.0 && a <= kMostSummed)
+        near = series ? tails.weight / a * Series(point, a) : tails.weight * Fraction(point, a);
     if (near < kLeastResult) near = 0.0;
     far = 1.0 - near;
     tails.reached = near <= 1.0; // false for NaN too
@@ -148,20 +152,24 @@ GammaTails IncompleteGammaNearZero(const DoubleDouble& logX, double a)
 
 GammaTails IncompleteGammaOrExpansion(const DoubleDouble& x, double a)
 {
-    const GammaTails known = IncompleteGamma(x, a);
-    if (known.reached) return known;
-    if (a < kLeastExpansionSpread) return {1.0, 0.0, 0.0, true}; // x is too large for the fraction
-    const DoubleDouble relative = (x - DoubleDouble{a}) / DoubleDouble{a};
-    const bool below = relative.head <= 0.0;
-    if (!(std::fabs(relative.head) <= kSmallDeviation)) // so far out that one tail has vanished
-        return {below ? 0.0 : 1.0, below ? 1.0 : 0.0, 0.0, true};
-    const DoubleDouble deviance = a * SmallDeviance(relative);
-    const DoubleDouble exponent = DoubleDouble{-StirlingRemainder(a)} - deviance;
-    // The beta distribution with one shape far beyond the other is the gamma distribution.
-    const double near = exponent.head < -708.0 ? 0.0
-                                               : NormalExpansion(below ? 1.0 : -1.0, a, deviance.head) *
-                                                     std::exp(exponent.head) * (1.0 + exponent.tail);
-    return {below ? near : 1.0 - near, below ? 1.0 - near : near, known.weight, true};
+    constexpr double kLongSums = 1e5; // shapes above cost the sums more terms near the mode than the expansion has
+    if (a > kLongSums) {
+        const DoubleDouble relative = (x - DoubleDouble{a}) / DoubleDouble{a};
+        const bool below = relative.head <= 0.0;
+        if (std::fabs(relative.head) <= kSmallDeviation) {
+            const DoubleDouble deviance = a * SmallDeviance(relative);
+            const DoubleDouble exponent = DoubleDouble{-StirlingRemainder(a)} - deviance;
+            if (exponent.head < -708.0) return {below ? 0.0 : 1.0, below ? 1.0 : 0.0, 0.0, true};
+            const double scale = std::exp(exponent.head) * (1.0 + exponent.tail);
+            // The beta distribution with one shape far beyond the other is the gamma distribution.
+            const double near = NormalExpansion(below ? 1.0 : -1.0, a, deviance.head) * scale;
+            const double weight = std::sqrt(a) * kInverseSqrtTwoPi * scale;
+            return {below ? near : 1.0 - near, below ? 1.0 - near : near, weight, true};
+        }
+        if (a > kMostSummed) return {below ? 0.0 : 1.0, below ? 1.0 : 0.0, 0.0, true};
+    }
+    const GammaTails tails = IncompleteGamma(x, a);
+    return tails.reached ? tails : GammaTails{1.0, 0.0, 0.0, true}; // x was too large for the fraction
 }
 
 } // namespace MCMath_930::internal

@@ -275,6 +275,11 @@ double NormalDensity(double z)
     return kInverseSqrtTwoPi * ExpMinusSquare(std::fabs(z), 0.5);
 }
 
+double OnGrid(double x, double grid)
+{
+    return std::ceil(x / grid) * grid;
+}
+
 /// The density at z over P(Z > z).
 double NormalHazard(double z)
 {
@@ -302,7 +307,7 @@ private:
     // From here on the normal and the chi distribution end before they come to 0, and their own scale serves; below, the
     // logarithm of the variable makes the end at 0 a smooth one.
     static constexpr double kFarFromZero = 39.0;
-    static constexpr double kNarrowShape = 200.0;
+    static constexpr double kNarrowShape = 50.0;
 
     /// What multiplies the density of S, at z = t s - nc.
     double NormalFactor(double s, double z) const
@@ -352,8 +357,9 @@ private:
     double OverChi() const
     {
         double curvature = 1.0;
-        const double peak = PeakOfChi(curvature);
-        const double distance = 0.5 * peak * NodeDistance(curvature);
+        // The nodes are exact: with a million degrees of freedom their rounding would show in their distance.
+        const double peak = OnGrid(PeakOfChi(curvature), 0x1p-51);
+        const double distance = OnGrid(0.5 * peak * NodeDistance(curvature), 0x1p-51);
         return 2.0 * distance * SumOutward([&](int k) {
                    const double s = peak + k * distance;
                    if (!(s > 0.0)) return 0.0;
@@ -415,9 +421,9 @@ private:
 
     double OverNormal() const
     {
-        const double peak = PeakOfNormal() - nc;
+        const double peak = OnGrid(PeakOfNormal() - nc, 0x1p-30);
         const double narrow = part == NoncentralPart::Upper ? peak + nc : std::min(peak + nc, t);
-        const double distance = NodeDistance(1.0 + 4.0 * (shape + 1.0) / narrow / narrow);
+        const double distance = OnGrid(NodeDistance(1.0 + 4.0 * (shape + 1.0) / narrow / narrow), 0x1p-30);
         return distance * SumOutward([&](int k) {
                    const double z = peak + k * distance;
                    const DoubleDouble y = ExactSum(nc, z);
