@@ -81,6 +81,7 @@
 #include "modelcore/random/MCRandomValues.h"
 #include "modelcore/random/MCURandom.h"
 #include "modelcore/xml/ExportFormat.h"
+#include "modelcore/xml/JsonObject.h"
 #include "modelcore/xml/NumberFormat.h"
 #include "modelcore/xml/XMLAttribute.h"
 #include "modelcore/xml/XMLDocType.h"
