@@ -250,7 +250,8 @@ public:
     /// control characters are escaped; all else stands as UTF-8.
     ///
     /// @param text      replaced; unchanged on failure
-    /// @param indented  true: one element or member a line, two blanks a level; a list of numbers stands on one line
+    /// @param indented  true: one element or member a line, two blanks a level, at most a hundred; a list of numbers
+    ///                  stands on one line
     /// @return  false when the rule is Refuse and there is a NaN or an infinity
     bool ToText(std::string& text, bool indented = false, NonFinite rule = Refuse) const;
 
@@ -301,6 +302,7 @@ public:
 private:
     struct Block;
     struct Text;
+    struct Make;
     class Parser;
     class Writer;
 
@@ -325,8 +327,18 @@ private:
     const JsonObject& ElementOrNull(std::size_t i) const;
     void CopyHeap(const JsonObject& other);
     void ReleaseHeap() noexcept;
+    Block* GetBlock() const;
+    char* InPlace() { return reinterpret_cast<char*>(this) + kInPlaceAt; }
+    const char* InPlace() const { return reinterpret_cast<const char*>(this) + kInPlaceAt; }
+    std::string_view TextOfString() const;
+    static bool SameString(const JsonObject& a, const JsonObject& b);
+    static bool EqualOrDeferred(const JsonObject& a, const JsonObject& b,
+                                std::vector<std::pair<const JsonObject*, const JsonObject*>>& deferred);
+    void Adopt(Type type, Block* block) noexcept;
 
     static constexpr std::uint8_t kOnHeap = 255;
+    static constexpr std::size_t kInPlaceAt = 2;
+    static constexpr std::size_t kInPlace = 14;
 
     // A string of up to 14 bytes fills fRoom and fData, the rest being 0. Otherwise fData is the bits of the scalar or
     // the address of the Text or Block. An array or object without elements has no block: its address is 0.

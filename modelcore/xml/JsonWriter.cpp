@@ -1,0 +1,267 @@
+// JsonObject: writing JSON text.
+#include "modelcore/xml/JsonObject.h"
+#include "modelcore/xml/internal/JsonBlock.h"
+#include "modelcore/xml/internal/JsonNumber.h"
+#include "modelcore/xml/internal/JsonText.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <ostream>
+
+namespace MCXML_930 {
+
+using namespace internal;
+
+/// Writes a value through a buffer of fixed size to a string or a stream. Where it is in the value stands on a list, an
+/// entry for each array or object that is not yet at its end.
+class JsonObject::Writer {
+public:
+    Writer(bool indented, NonFinite rule, std::string* text, std::ostream* stream)
+        : fIndented(indented), fRule(rule), fText(text), fStream(stream), fBuffer(new char[kBufferSize]),
+          fOut(fBuffer.get())
+    {}
+
+    /// False as soon as a number is not finite and the rule is Refuse.
+    bool Run(const JsonObject& value);
+
+    /// Whether a NaN or an infinity is anywhere in the value.
+    static bool HasNonFinite(const JsonObject& value);
+
+private:
+    struct Place {
+        const JsonObject *at, *end;
+        bool isObject, onOneLine, isFirst;
+    };
+    static constexpr std::size_t kBufferSize = 1u << 16;
+    static constexpr std::size_t kDeepestIndent = 50;
+
+    bool Value(const JsonObject& value);
+    void Open(const JsonObject& container);
+    void Close();
+    void NewLine();
+    bool Real(double value);
+    void String(const JsonObject& string);
+    void Quoted(std::string_view text);
+    void Escape(char c);
+
+    void Flush()
+    {
+        const auto size = static_cast<std::size_t>(fOut - fBuffer.get());
+        if (fText != nullptr)
+            fText->append(fBuffer.get(), size);
+        else
+            fStream->write(fBuffer.get(), static_cast<std::streamsize>(size));
+        fOut = fBuffer.get();
+    }
+    /// Room for so many characters, at most kBufferSize.
+    void NeedRoom(std::size_t size)
+    {
+        if (static_cast<std::size_t>(fBuffer.get() + kBufferSize - fOut) < size) Flush();
+    }
+    void Put(std::string_view text)
+    {
+        std::memcpy(fOut, text.data(), text.size());
+        fOut += text.size();
+    }
+
+    const bool fIndented;
+    const NonFinite fRule;
+    std::string* const fText;
+    std::ostream* const fStream;
+    const std::unique_ptr<char[]> fBuffer;
+    char* fOut;
+    Place fPlace{}; // in the innermost array or object
+    std::vector<Place> fvAround;
+};
+
+bool JsonObject::Writer::Run(const JsonObject& value)
+{
+    if (!Value(value)) return false;
+    while (!fvAround.empty()) {
+        NeedRoom(64);
+        if (fPlace.at == fPlace.end) {
+            Close();
+            continue;
+        }
+        if (!fPlace.isFirst) *fOut++ = ',';
+        if (fIndented && !fPlace.onOneLine)
+            NewLine();
+        else if (fIndented && !fPlace.isFirst)
+            *fOut++ = ' ';
+        fPlace.isFirst = false;
+        if (fPlace.isObject) {
+            String(*fPlace.at++);
+            *fOut++ = ':';
+            if (fIndented) *fOut++ = ' ';
+        }
+        if (!Value(*fPlace.at++)) return false;
+    }
+    Flush();
+    return true;
+}
+
+/// Writes a value that is not in the way of others, or the opening bracket of an array or object.
+bool JsonObject::Writer::Value(const JsonObject& value)
+{
+    NeedRoom(kJsonNumberRoom);
+    switch (value.fType) {
+    case TypeNull: Put("null"); break;
+    case TypeBool: Put(value.fData != 0 ? "true" : "false"); break;
+    case TypeInteger: fOut = WriteJsonInteger(fOut, static_cast<long long>(value.fData)); break;
+    case TypeReal: return Real(std::bit_cast<double>(value.fData));
+    case TypeString: String(value); break;
+    default: Open(value);
+    }
+    return true;
+}
+
+void JsonObject::Writer::Open(const JsonObject& container)
+{
+    const bool isObject = container.fType == TypeObject;
+    const std::size_t size = container.Size();
+    if (size == 0) return Put(isObject ? "{}" : "[]");
+    *fOut++ = isObject ? '{' : '[';
+    fvAround.push_back(fPlace);
+    const JsonObject* const first = container.GetBlock()->Values();
+    fPlace = {first, first + (isObject ? 2 * size : size), isObject, false, true};
+    if (fIndented && !isObject)
+        fPlace.onOneLine =
+            std::all_of(fPlace.at, fPlace.end, [](const JsonObject& element) { return element.fType < TypeString; });
+}
+
+void JsonObject::Writer::Close()
+{
+    const Place closed = fPlace;
+    fPlace = fvAround.back();
+    fvAround.pop_back();
+    if (fIndented && !closed.onOneLine) NewLine();
+    *fOut++ = closed.isObject ? '}' : ']';
+}
+
+/// A new line at the level of what is on the list; there is room for the next character, too. Deep levels are not
+/// shown, since the text would grow with the square of the depth.
+void JsonObject::Writer::NewLine()
+{
+    const std::size_t blanks = 2 * std::min(fvAround.size(), kDeepestIndent);
+    NeedRoom(blanks + 64);
+    *fOut++ = '\n';
+    std::memset(fOut, ' ', blanks);
+    fOut += blanks;
+}
+
+bool JsonObject::Writer::Real(double value)
+{
+    if (std::isfinite(value)) {
+        fOut = WriteJsonReal(fOut, value);
+        return true;
+    }
+    if (fRule == Refuse) return false;
+    if (fRule == AsNull)
+        Put("null");
+    else
+        Quoted(NonFiniteText(value));
+    return true;
+}
+
+/// A string in place is mostly plain: then it is written as two overlapping words, whatever its length. Leaves room for
+/// what stands behind a name.
+void JsonObject::Writer::String(const JsonObject& string)
+{
+    if (string.fLength == kOnHeap) return Quoted(string.TextOfString());
+    constexpr std::size_t kHead = 6;
+    const std::size_t length = string.fLength;
+    const char* const text = string.InPlace();
+    // The marks of the zeros behind the text do not count.
+    const auto within = [](std::uint64_t marks, std::size_t count) {
+        return count == 0 ? 0 : marks & (~std::uint64_t{0} >> (64 - 8 * count));
+    };
+    const std::uint64_t marks =
+        within(SpecialCharacters(EightCharacters(text), true), std::min<std::size_t>(length, 8)) |
+        within(SpecialCharacters(EightCharacters(text + kHead), true), length < kHead ? 0 : length - kHead);
+    if (marks != 0) return Quoted(string.TextOfString());
+    NeedRoom(32);
+    *fOut++ = '"';
+    std::memcpy(fOut, text, 8);
+    std::memcpy(fOut + kHead, text + kHead, 8);
+    fOut += length;
+    *fOut++ = '"';
+}
+
+void JsonObject::Writer::Quoted(std::string_view text)
+{
+    constexpr std::size_t kPiece = 4096;
+    constexpr std::size_t kLongestEscape = 6;
+    NeedRoom(1);
+    *fOut++ = '"';
+    for (; !text.empty(); text.remove_prefix(std::min(text.size(), kPiece))) {
+        NeedRoom(kLongestEscape * kPiece);
+        const char* at = text.data();
+        const char* const end = at + std::min(text.size(), kPiece);
+        while (at != end) {
+            if (end - at >= 8) {
+                const std::uint64_t marks = SpecialCharacters(EightCharacters(at), true);
+                std::memcpy(fOut, at, 8);
+                const std::size_t plain = marks == 0 ? 8 : PlainCharacters(marks);
+                at += plain;
+                fOut += plain;
+                if (marks == 0) continue;
+            }
+            Escape(*at++);
+        }
+    }
+    NeedRoom(16);
+    *fOut++ = '"';
+}
+
+/// One character, escaped when it must be.
+void JsonObject::Writer::Escape(char c)
+{
+    constexpr std::string_view kControls = "\b\t\n\f\r\"\\", kLetters = "btnfr\"\\";
+    const auto byte = static_cast<unsigned char>(c);
+    if (const std::size_t i = kControls.find(c); i != std::string_view::npos) {
+        *fOut++ = '\\';
+        *fOut++ = kLetters[i];
+    } else if (byte < 0x20) {
+        Put("\\u00");
+        *fOut++ = static_cast<char>('0' + (byte >> 4));
+        *fOut++ = "0123456789abcdef"[byte & 15];
+    } else {
+        *fOut++ = c;
+    }
+}
+
+bool JsonObject::Writer::HasNonFinite(const JsonObject& value)
+{
+    std::vector<std::pair<const JsonObject*, const JsonObject*>> open{{&value, &value + 1}};
+    while (!open.empty()) {
+        auto& [at, end] = open.back();
+        if (at == end) {
+            open.pop_back();
+            continue;
+        }
+        const JsonObject& next = *at++;
+        if (next.fType == TypeReal && !std::isfinite(std::bit_cast<double>(next.fData))) return true;
+        if (!next.IsContainer() || next.Size() == 0) continue;
+        const JsonObject* const first = next.GetBlock()->Values();
+        open.emplace_back(first, first + next.Size() * (next.fType == TypeObject ? 2 : 1));
+    }
+    return false;
+}
+
+bool JsonObject::ToText(std::string& text, bool indented, NonFinite rule) const
+{
+    std::string made;
+    if (!Writer(indented, rule, &made, nullptr).Run(*this)) return false;
+    text.swap(made);
+    return true;
+}
+
+int JsonObject::Write(std::ostream& stream, bool indented, NonFinite rule) const
+{
+    if (rule == Refuse && Writer::HasNonFinite(*this)) return -1;
+    Writer(indented, rule, nullptr, &stream).Run(*this);
+    return 0;
+}
+
+} // namespace MCXML_930
