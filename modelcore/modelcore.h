@@ -80,6 +80,8 @@
 #include "modelcore/random/MCRandomTwister.h"
 #include "modelcore/random/MCRandomValues.h"
 #include "modelcore/random/MCURandom.h"
+#include "modelcore/settings/MCSetting.h"
+#include "modelcore/settings/MCSettings.h"
 #include "modelcore/xml/ExportFormat.h"
 #include "modelcore/xml/JsonObject.h"
 #include "modelcore/xml/NumberFormat.h"
