@@ -109,6 +109,7 @@ private:
     const char* PlaceOfName(std::size_t object, std::size_t number) const;
     bool Name();
     bool String();
+    bool ShortString();
     const char* PlainEnd(const char* at) const;
     const char* Escape(const char* at);
     const char* FourDigits(const char* at, unsigned& unit);
@@ -229,7 +230,19 @@ bool JsonObject::Parser::Close()
 
 bool JsonObject::Parser::CheckNames(Block& block, std::size_t begin)
 {
+    // Without a table, a set of 64 bits tells mostly that a name is new without a look at those before it.
+    std::uint64_t seen = 0;
     for (std::size_t i = 0; i < block.count; ++i) {
+        if (block.index == nullptr) {
+            const JsonObject& name = block.Values()[2 * i];
+            if (name.fLength != kOnHeap) {
+                const std::uint64_t words = name.fData ^ Make::Head(name);
+                const std::uint64_t bit = std::uint64_t{1} << (words * 0x9E3779B97F4A7C15 >> 58);
+                const bool isNew = (seen & bit) == 0;
+                seen |= bit;
+                if (isNew) continue;
+            }
+        }
         if (block.EnterOrFind(i) == i) continue;
         if (!fLimits.keepLastDuplicate) return Fail(DuplicateName, PlaceOfName(begin, i));
         KeepLast(block);
@@ -308,8 +321,37 @@ const char* JsonObject::Parser::PlainEnd(const char* at) const
     return at;
 }
 
+/// A string of up to 14 plain characters that ends within the next 16, as names and most texts do; its node is made of
+/// the two words that were looked at. False, and nothing done, for any other.
+bool JsonObject::Parser::ShortString()
+{
+    const char* const run = fAt + 1;
+    if (std::endian::native != std::endian::little || fEnd - run < 16) return false;
+    const auto first = [](std::uint64_t word, std::size_t count) {
+        return word & ((std::uint64_t{1} << 8 * count) - 1);
+    };
+    std::uint64_t head = EightCharacters(run), tail = 0;
+    std::uint64_t marks = SpecialCharacters(head, false);
+    std::size_t size = 0;
+    if (marks != 0) {
+        size = PlainCharacters(marks);
+        head = first(head, size);
+    } else {
+        tail = EightCharacters(run + 8);
+        marks = SpecialCharacters(tail, false);
+        size = marks != 0 ? 8 + PlainCharacters(marks) : 16;
+        if (size > kInPlace) return false;
+        tail = first(tail, size - 8);
+    }
+    if (run[size] != '"') return false;
+    Make::PlaceString(Push(), size, head, tail);
+    fAt = run + size + 1;
+    return true;
+}
+
 bool JsonObject::Parser::String()
 {
+    if (ShortString()) return true;
     const char* at = fAt + 1;
     const char* run = at; // what comes before is in fUnescaped
     bool escapes = false;
@@ -335,8 +377,6 @@ bool JsonObject::Parser::String()
     JsonObject* const string = Make::Null(Push());
     if (escapes)
         Make::String(string, fUnescaped.append(run, size));
-    else if (size <= kInPlace && fEnd - run >= 16)
-        Make::ShortString(string, run, size);
     else
         Make::String(string, {run, size});
     fAt = at + 1;
@@ -489,10 +529,14 @@ void JsonObject::Parser::PushReal(double value)
 
 bool JsonObject::Parser::Word(std::string_view word, Type type, std::uint64_t data)
 {
+    if (static_cast<std::size_t>(fEnd - fAt) >= word.size() && std::memcmp(fAt, word.data(), word.size()) == 0) {
+        fAt += word.size();
+        Make::Scalar(Push(), type, data);
+        return true;
+    }
     for (const char c : word)
-        if (*fAt++ != c) return Fail(BadSyntax, fAt - 1);
-    Make::Scalar(Push(), type, data);
-    return true;
+        if (*fAt++ != c) break;
+    return Fail(BadSyntax, fAt - 1);
 }
 
 // The interface

@@ -48,21 +48,24 @@ private:
     void Flush()
     {
         const auto size = static_cast<std::size_t>(fOut - fBuffer.get());
-        if (fText != nullptr)
+        if (fText != nullptr) {
+            if (fText->size() + size > fText->capacity()) Foresee(fText->size() + size);
             fText->append(fBuffer.get(), size);
-        else
+        } else
             fStream->write(fBuffer.get(), static_cast<std::streamsize>(size));
         fOut = fBuffer.get();
     }
+    void Foresee(std::size_t written);
     /// Room for so many characters, at most kBufferSize.
     void NeedRoom(std::size_t size)
     {
         if (static_cast<std::size_t>(fBuffer.get() + kBufferSize - fOut) < size) Flush();
     }
-    void Put(std::string_view text)
+    template <std::size_t N>
+    void Put(const char (&text)[N])
     {
-        std::memcpy(fOut, text.data(), text.size());
-        fOut += text.size();
+        std::memcpy(fOut, text, N - 1);
+        fOut += N - 1;
     }
 
     const bool fIndented;
@@ -73,6 +76,7 @@ private:
     char* fOut;
     Place fPlace{}; // in the innermost array or object
     std::vector<Place> fvAround;
+    const JsonObject* fOutermost = nullptr; // the first value in the outermost array or object
 };
 
 bool JsonObject::Writer::Run(const JsonObject& value)
@@ -101,13 +105,25 @@ bool JsonObject::Writer::Run(const JsonObject& value)
     return true;
 }
 
+/// Makes room in the string for what the whole will probably take, from the part of the outermost array or object that is
+/// done: else the string would be copied again and again while it grows.
+void JsonObject::Writer::Foresee(std::size_t written)
+{
+    constexpr double kMargin = 1.05, kMost = 64.0;
+    if (fvAround.empty()) return;
+    const Place& outermost = fvAround.size() > 1 ? fvAround[1] : fPlace;
+    const auto done = static_cast<double>(outermost.at - fOutermost);
+    const double share = static_cast<double>(outermost.end - fOutermost) / std::max(done, 1.0);
+    fText->reserve(static_cast<std::size_t>(static_cast<double>(written) * std::min(kMargin * share, kMost)));
+}
+
 /// Writes a value that is not in the way of others, or the opening bracket of an array or object.
 bool JsonObject::Writer::Value(const JsonObject& value)
 {
     NeedRoom(kJsonNumberRoom);
     switch (value.fType) {
     case TypeNull: Put("null"); break;
-    case TypeBool: Put(value.fData != 0 ? "true" : "false"); break;
+    case TypeBool: value.fData != 0 ? Put("true") : Put("false"); break;
     case TypeInteger: fOut = WriteJsonInteger(fOut, static_cast<long long>(value.fData)); break;
     case TypeReal: return Real(std::bit_cast<double>(value.fData));
     case TypeString: String(value); break;
@@ -119,11 +135,16 @@ bool JsonObject::Writer::Value(const JsonObject& value)
 void JsonObject::Writer::Open(const JsonObject& container)
 {
     const bool isObject = container.fType == TypeObject;
-    const std::size_t size = container.Size();
-    if (size == 0) return Put(isObject ? "{}" : "[]");
+    const Block* const block = container.GetBlock();
+    const std::size_t size = block != nullptr ? block->count : 0;
     *fOut++ = isObject ? '{' : '[';
+    if (size == 0) {
+        *fOut++ = isObject ? '}' : ']';
+        return;
+    }
     fvAround.push_back(fPlace);
-    const JsonObject* const first = container.GetBlock()->Values();
+    const JsonObject* const first = block->Values();
+    if (fvAround.size() == 1) fOutermost = first;
     fPlace = {first, first + (isObject ? 2 * size : size), isObject, false, true};
     if (fIndented && !isObject)
         fPlace.onOneLine =

@@ -155,20 +155,20 @@ struct JsonObject::Make {
         std::memcpy(at->InPlace(), text.data(), text.size());
     }
 
-    /// The same for text of which sixteen bytes can be read whatever its size, without a copy of variable length.
-    static void ShortString(JsonObject* at, const char* text, std::size_t size)
+    /// The first eight bytes of a value.
+    static std::uint64_t Head(const JsonObject& value)
     {
-        if constexpr (std::endian::native != std::endian::little) return String(at, {text, size});
-        std::uint64_t head, tail;
-        std::memcpy(&head, text, sizeof head);
-        std::memcpy(&tail, text + 6, sizeof tail);
-        const auto keep = [](std::uint64_t word, std::size_t bytes) {
-            return bytes == 0 ? 0 : word & (~std::uint64_t{0} >> (64 - 8 * bytes));
-        };
-        head = keep(head, size < 6 ? size : 6) << 16 | std::uint64_t{size} << 8 | TypeString;
-        tail = keep(tail, size < 6 ? 0 : size - 6);
+        std::uint64_t head;
+        std::memcpy(&head, static_cast<const void*>(&value), sizeof head);
+        return head;
+    }
+
+    /// A string in place from its words, zero beyond its end, the first byte in the lowest. For little-endian machines.
+    static void PlaceString(JsonObject* at, std::size_t size, std::uint64_t first, std::uint64_t second)
+    {
+        const std::uint64_t head = first << 16 | std::uint64_t{size} << 8 | TypeString;
         std::memcpy(static_cast<void*>(at), &head, sizeof head);
-        at->fData = tail;
+        at->fData = first >> 48 | second << 16;
     }
 };
 

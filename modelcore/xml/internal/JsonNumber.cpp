@@ -172,21 +172,28 @@ char* WriteJsonInteger(char* out, long long value)
         *out++ = '-';
         size = 0 - size;
     }
-    char text[24];
-    char* at = text + sizeof text;
-    while (size >= 100) {
-        at -= 2;
-        WritePair(at, static_cast<std::uint32_t>(size % 100));
-        size /= 100;
+    char text[32];
+    char* at = text + 20; // of the longest 19 digits; behind them room for the copies
+    while (size >= 10000) {
+        at -= 4;
+        const auto four = static_cast<std::uint32_t>(size % 10000);
+        WritePair(at, four / 100);
+        WritePair(at + 2, four % 100);
+        size /= 10000;
     }
-    if (size >= 10) {
+    const auto rest = static_cast<std::uint32_t>(size);
+    if (rest >= 100) {
         at -= 2;
-        WritePair(at, static_cast<std::uint32_t>(size));
-    } else {
-        *--at = static_cast<char>('0' + size);
+        WritePair(at, rest % 100);
     }
-    const auto length = static_cast<std::size_t>(text + sizeof text - at);
-    std::memcpy(out, at, length);
+    const std::uint32_t leading = rest >= 100 ? rest / 100 : rest;
+    at -= 2;
+    WritePair(at, leading);
+    at += leading < 10 ? 1 : 0;
+    const std::ptrdiff_t length = text + 20 - at;
+    // Copies of fixed size, which are one move each; there is room.
+    std::memcpy(out, at, 8);
+    if (length > 8) std::memcpy(out + 8, at + 8, 12);
     return out + length;
 }
 
