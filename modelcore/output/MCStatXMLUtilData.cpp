@@ -42,7 +42,9 @@ XMLElement* MCStatXMLUtil::CreateElemVarData(const MCVariateData& data)
 
 XMLElement* MCStatXMLUtil::CreateElemCoordinates(const MCXMLCoordinates& coordinates)
 {
-    return CreateElemCoordinates(coordinates.fFeature, coordinates.fField, coordinates.fStatistic, coordinates.fValues);
+    const auto& [feature, field, statistic, values, texts] = coordinates;
+    return texts.empty() ? CreateElemCoordinates(feature, field, statistic, values)
+                         : CreateElemCoordinates(feature, field, statistic, texts);
 }
 
 XMLElement* MCStatXMLUtil::CreateElemCoordinatesGroup(XMLElement* first, const std::vector<XMLElement*>& rest,

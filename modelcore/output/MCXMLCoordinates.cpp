@@ -18,6 +18,7 @@ void MCXMLCoordinates::Display() const
     MCDisplay_930::Display("Field", fField);
     MCDisplay_930::Display("Statistic", fStatistic);
     MCDisplay_930::Display("Values", fValues);
+    for (const std::string& text : fTexts) MCDisplay_930::Display("Text", text);
     MCDisplay_930::DisplayEnd("MCXMLCoordinates");
 }
 

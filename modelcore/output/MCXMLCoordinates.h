@@ -16,6 +16,8 @@ struct MODELCORE_EXPORT MCXMLCoordinates {
     std::string fField;     // the field they come from; may be empty
     std::string fStatistic; // the statistic they are; may be empty
     std::vector<double> fValues;
+    std::vector<std::string> fTexts = {}; // names of the values, as of categories; when there are any, the element has
+                                          // them in place of the numbers
 
     /// A new "Coordinates" element, owned by the caller.
     XMLElement* GetCoordinates() const;
