@@ -9,7 +9,7 @@ namespace MCMath_930 {
 struct MODELCORE_EXPORT ClassDataInfo {
     double fdProbability = MCCommon_930::MCMV::gMissingValue; ///< predicted for this category
     bool fbHit = false;                                       ///< whether this category was observed
-    double fdFreqWeight = 1.0;
+    double fdFreqWeight = 1.0;                                ///< how many cases it stands for
 
     /// Reversed on purpose: sorting puts the highest probabilities first.
     bool operator<(const ClassDataInfo& other) const { return fdProbability > other.fdProbability; }

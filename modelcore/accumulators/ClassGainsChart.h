@@ -19,9 +19,12 @@ public:
 
     /// The gains table of each category, which is sorted and segmented for itself; the cases are left sorted. A
     /// category without cases has an empty table, and with a requested number of segments below 1 each has and the
-    /// cases stay as they are. Takes time proportional to the number of cases, and memory for a second copy of a
-    /// category's.
+    /// cases stay as they are. Takes time proportional to the number of cases, and memory for a second copy of the
+    /// largest category. When memory runs out, no cases have changed their places.
     std::vector<std::vector<LiftInfo>> CalculateGains(std::vector<std::vector<ClassDataInfo>>& categories) const;
+
+    /// As the base does, with a frame of its own.
+    void Display() const override;
 };
 
 } // namespace MCMath_930

@@ -14,6 +14,7 @@ struct MODELCORE_EXPORT LiftInfo {
     std::int32_t fnCumulativeCount = 0;
     /// Regression: the sum of weight times observed value. Classification: the number of hits.
     double fdSegmentSum = 0.0;
+    /// The least score of the segment; system-missing when one of its scores is.
     double fdMinScore = MCCommon_930::MCMV::gMissingValue;
     /// The sum of weight times score, divided by the number of cases in the segment.
     double fdMeanScore = MCCommon_930::MCMV::gMissingValue;

@@ -3,10 +3,12 @@
 #include "modelcore/accumulators/internal/StateStream.h"
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/common/MCMV.h"
+#include "modelcore/common/internal/Index.h"
 
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <utility>
 
 namespace MCMath_930 {
 
@@ -60,7 +62,7 @@ bool MCAccumXProdPair::Update(int k, double x, double y, double w)
 
 std::size_t MCAccumXProdPair::NPairs(int nVars)
 {
-    const auto p = static_cast<std::size_t>(nVars);
+    const std::size_t p = internal::AsSize(nVars);
     return p > 0 ? p * (p - 1) / 2 : 0;
 }
 
@@ -95,9 +97,9 @@ bool MCAccumXProdPair::Finish()
 
 const MCSymMatrix& MCAccumXProdPair::GetCovar() const
 {
-    const auto p = static_cast<std::size_t>(fnVars);
-    fCovar.SetNRows(fnVars);
+    const std::size_t p = internal::AsSize(fnVars);
     std::vector<double> heaviest(p, 0.0);
+    fCovar.SetNRows(fnVars);
     auto pair = fvPairs.begin();
     const auto offer = [&](std::size_t variable, double variance) {
         if (!(pair->total > heaviest[variable])) return;
@@ -182,15 +184,21 @@ bool MCAccumXProdPair::Merge(const std::vector<MCAccumXProdPair*>& others)
 
 bool MCAccumXProdPair::Merge(const std::vector<const MCAccumXProdPair*>& others)
 {
-    const auto isEntry = [](const MCAccumXProdPair* entry) { return entry != nullptr; };
-    const auto first = std::find_if(others.begin(), others.end(), isEntry);
-    if (first == others.end()) return false;
-    const int nVars = fnVars == 0 ? (*first)->fnVars : fnVars;
-    const bool compatible = std::all_of(
-        first, others.end(), [&](const MCAccumXProdPair* entry) { return entry == nullptr || entry->fnVars == nVars; });
-    if (!compatible) return false;
+    int nVars = fnVars;
+    bool found = false;
+    for (const MCAccumXProdPair* const entry : others) {
+        if (entry == nullptr) continue;
+        found = true;
+        if (nVars != 0 && entry->fnVars != nVars) return false;
+        nVars = entry->fnVars;
+    }
+    if (!found) return false;
+
+    MCAccumXProdPair fresh(0, fnAccum); // where memory can run out, while there are no variables
+    MCAccumXProdPair& target = fnVars == 0 ? fresh : *this;
     for (const MCAccumXProdPair* const entry : others)
-        if (entry != nullptr) Merge(*entry);
+        if (entry != nullptr) target.Merge(*entry);
+    if (fnVars == 0) *this = std::move(fresh);
     return true;
 }
 
@@ -202,7 +210,7 @@ void MCAccumXProdPair::Display() const
         MCDisplay_930::Display(label, numbers);
     };
     MCDisplay_930::DisplayStart("MCAccumXProdPair");
-    MCDisplay_930::Display("Number of variables", fnVars);
+    MCDisplay_930::Display("Number of variables", GetNVars());
     MCDisplay_930::Display("Number of cases in a batch", fnAccum);
     show("Numbers of cases in unfinished batches", [](const Pair& pair) { return pair.batch.count; });
     show("Weights of unfinished batches", [](const Pair& pair) { return pair.batch.w; });
@@ -218,7 +226,7 @@ void MCAccumXProdPair::Display() const
 int MCAccumXProdPair::WriteObjectXML(std::ostream& stream, int indent) const
 {
     internal::StateWriter writer(stream, "MCAccumXProdPair", indent);
-    writer.Write(fnVars);
+    writer.Write(GetNVars());
     writer.Write(fnAccum);
     for (Pair pair : fvPairs)
         for (const double* const number : pair.Numbers()) writer.Write(*number);
@@ -229,17 +237,19 @@ int MCAccumXProdPair::ReadObjectXML(std::ifstream& stream)
 {
     internal::StateReader reader(stream, "MCAccumXProdPair");
     MCAccumXProdPair read(0, 1);
-    reader.Read(read.fnVars);
+    int nVars = 0;
+    reader.Read(nVars);
     reader.Read(read.fnAccum);
-    reader.Require(read.fnVars >= 0 && read.fnVars <= MCSymMatrix::kMaxRows && read.fnAccum >= 1);
-    const std::size_t count = reader.Ok() ? NPairs(read.fnVars) : 0;
+    reader.Require(nVars >= 0 && nVars <= MCSymMatrix::kMaxRows && read.fnAccum >= 1);
+    const std::size_t count = reader.Ok() ? NPairs(nVars) : 0;
+    read.fnVars = nVars;
     while (reader.Ok() && read.fvPairs.size() < count) { // grows with what is there, whatever number was read
         Pair pair;
         for (double* const number : pair.Numbers()) reader.Read(*number);
         read.fvPairs.push_back(pair);
     }
     const int lines = reader.Finish();
-    if (lines > 0) *this = read;
+    if (lines > 0) *this = std::move(read);
     return lines;
 }
 

@@ -1,6 +1,7 @@
 // Covariances and correlations of all pairs of variables, each from the cases that have both values.
 #pragma once
 
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/matrix/MCSymMatrix.h"
 #include "modelcore/modelcore_export.h"
 
@@ -24,11 +25,23 @@ class MODELCORE_EXPORT MCAccumXProdPair {
 public:
     /// nVars variables (none when that is not an order a packed matrix can have), batches of nAccum cases (at least 1).
     MCAccumXProdPair(int nVars, int nAccum);
+
+    /// A deep copy.
     MCAccumXProdPair(const MCAccumXProdPair& other) = default;
-    MCAccumXProdPair& operator=(const MCAccumXProdPair& other) = default;
+
+    /// Deep as well. When memory runs out, this object is as it was.
+    MCAccumXProdPair& operator=(const MCAccumXProdPair& other) { return internal::AssignByCopy(*this, other); }
+
+    /// Takes everything over; other has no variables afterwards and keeps its size of a batch.
+    MCAccumXProdPair(MCAccumXProdPair&& other) noexcept = default;
+    MCAccumXProdPair& operator=(MCAccumXProdPair&& other) noexcept = default;
+
     virtual ~MCAccumXProdPair();
 
+    /// The number of variables.
     int GetNVars() const { return fnVars; }
+
+    /// The number of cases in a batch.
     int GetNAccum() const { return fnAccum; }
 
     /// Sets the size of a batch, at least 1. A batch that is as large already is folded at its pair's next case.
@@ -57,7 +70,7 @@ public:
     /// The running covariances: element (i, j) is that of the pair, element (i, i) the running variance of variable i
     /// from the pair with the most weight, the first of equals in the order of k. Where nothing has been folded yet,
     /// elements are 0. The matrix is current until the next call of a member of this object; GetCorr writes to the
-    /// same.
+    /// same. So neither may run while another thread uses the object, although both are const.
     const MCSymMatrix& GetCovar() const;
 
     /// The covariances c of GetCovar as c(i,j) / sqrt(sqrt(c(i,i))) / sqrt(sqrt(c(j,j))), system-missing where c(i,i)
@@ -70,11 +83,14 @@ public:
     /// @return  false, and nothing changed, when the two differ in variables
     bool Merge(const MCAccumXProdPair& other);
 
-    /// Merges the given accumulators in their order; null entries are skipped. All entries are looked at before the
+    /// Merges the given accumulators in their order; null entries are skipped. While this object has no variables, an
+    /// entry without any adds nothing and the first with some sets the variables. All entries are looked at before the
     /// first is merged.
-    /// @return  false, and nothing changed, when there is no entry that is not null, or when one differs from another
-    ///          or from this object (if this has variables) in variables
+    /// @return  false, and nothing changed, when there is no entry that is not null, or when one differs in variables
+    ///          from what those before it have made of this object
     bool Merge(const std::vector<MCAccumXProdPair*>& others);
+
+    /// The same.
     bool Merge(const std::vector<const MCAccumXProdPair*>& others);
 
     /// Writes the state to the diagnostic text stream.
@@ -121,7 +137,7 @@ private:
     static bool IncrStats(Pair& pair);
     static void MergePair(Pair& pair, const Pair& other);
 
-    int fnVars = 0;
+    internal::EmptiedOnMove<int> fnVars = 0;
     int fnAccum = 1;
     std::vector<Pair> fvPairs;
     mutable MCSymMatrix fCovar; // what GetCovar and GetCorr refer to

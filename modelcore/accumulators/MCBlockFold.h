@@ -31,10 +31,11 @@ public:
 
     /// Hands over the result of a block; it and those kept that follow it without a gap are folded. What the fold
     /// throws is passed on; the result that it was given counts as folded.
-    /// @return  false, and nothing changed, when the block was handed over before
+    /// @return  false, and nothing changed, when the block was handed over before, or when there is no fold, as in an
+    ///          object that was moved from
     bool Add(std::size_t number, Result result)
     {
-        if (number < fnAwaited || !fKept.try_emplace(number, std::move(result)).second) return false;
+        if (!fFold || number < fnAwaited || !fKept.try_emplace(number, std::move(result)).second) return false;
         while (!fKept.empty() && fKept.begin()->first == fnAwaited) {
             auto node = fKept.extract(fKept.begin());
             ++fnAwaited;

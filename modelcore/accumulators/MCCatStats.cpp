@@ -3,73 +3,158 @@
 #include "modelcore/accumulators/internal/StateStream.h"
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/common/MCMV.h"
+#include "modelcore/common/internal/Index.h"
 
+#include <algorithm>
 #include <numeric>
+#include <string>
+#include <utility>
 
 namespace MCMath_930 {
 
 using MCCommon_930::MCMV;
 
+namespace {
+
+/// Categories below this stand in a row, of which at least one in sixteen is in use once it is long.
+std::size_t RowLimit(std::size_t used)
+{
+    return std::max<std::size_t>(65536, 16 * used);
+}
+
+bool Occurred(double count)
+{
+    return count != 0.0;
+}
+
+} // namespace
+
+MCCatStats::MCCatStats(std::vector<double> counts) : fvCounts(std::move(counts))
+{
+    fnUsed = static_cast<std::size_t>(std::count_if(fvCounts.begin(), fvCounts.end(), Occurred));
+}
+
 bool MCCatStats::Update(double category, double freqWeight)
 {
     if (MCMV::IsMissing(freqWeight)) return false;
     if (!(category >= 0.0 && category < kMaxCategory + 1.0)) return false; // missing and NaN among them
-    const auto index = static_cast<std::size_t>(category);
-    if (index >= fvCounts.size()) fvCounts.resize(index + 1);
-    fvCounts[index] += freqWeight <= 0.0 ? 1.0 : freqWeight;
+    AddTo(static_cast<std::size_t>(category), freqWeight <= 0.0 ? 1.0 : freqWeight);
     return true;
+}
+
+/// Makes room before anything changes.
+void MCCatStats::AddTo(std::size_t category, double weight)
+{
+    if (category >= fvCounts.size() && category < RowLimit(fnUsed + 1)) GrowRow(category + 1);
+    double& count = category < fvCounts.size() ? fvCounts[category] : fFar[category];
+    if (!Occurred(count)) fnUsed += 1;
+    count += weight;
+}
+
+/// The row takes the categories that it reaches by now from those beyond it.
+void MCCatStats::GrowRow(std::size_t size)
+{
+    if (size <= fvCounts.size()) return;
+    fvCounts.resize(size);
+    const auto end = fFar.lower_bound(size);
+    for (auto at = fFar.begin(); at != end; ++at) fvCounts[at->first] = at->second;
+    fFar.erase(fFar.begin(), end);
 }
 
 void MCCatStats::Pool(const MCCatStats& other)
 {
-    if (fvCounts.size() < other.fvCounts.size()) fvCounts.resize(other.fvCounts.size());
-    for (std::size_t i = 0; i < other.fvCounts.size(); ++i) fvCounts[i] += other.fvCounts[i];
+    MCCatStats sum(*this);
+    sum.GrowRow(other.fvCounts.size());
+    for (std::size_t i = 0; i < other.fvCounts.size(); ++i)
+        if (Occurred(other.fvCounts[i])) sum.AddTo(i, other.fvCounts[i]);
+    for (const auto& [category, count] : other.fFar) sum.AddTo(category, count);
+    *this = std::move(sum);
 }
 
 int MCCatStats::GetNCategories(bool all) const
 {
-    std::size_t count = fvCounts.size();
-    if (!all)
-        for (std::size_t i = 0; i < count; ++i)
-            if (fvCounts[i] == 0.0) --count;
+    std::size_t count = Size();
+    if (all) return static_cast<int>(count);
+    std::size_t i = 0;
+    for (; i < count && i < fvCounts.size(); ++i)
+        if (!Occurred(fvCounts[i])) --count;
+    for (const auto& [category, weight] : fFar) {
+        if (i >= count) break;
+        const std::size_t empty = std::min(category - i, (count - i + 1) / 2); // each makes the rest two shorter
+        i += empty;
+        count -= empty;
+        if (i < count) ++i; // the category itself
+    }
     return static_cast<int>(count);
 }
 
 double MCCatStats::GetSumCounts() const
 {
-    return std::accumulate(fvCounts.begin(), fvCounts.end(), 0.0);
+    const auto add = [](double sum, const auto& far) { return sum + far.second; };
+    return std::accumulate(fFar.begin(), fFar.end(), std::accumulate(fvCounts.begin(), fvCounts.end(), 0.0), add);
 }
 
 double MCCatStats::GetCatCount(unsigned category) const
 {
-    return category < fvCounts.size() ? fvCounts[category] : 0.0;
+    if (category < fvCounts.size()) return fvCounts[category];
+    const auto far = fFar.find(category);
+    return far != fFar.end() ? far->second : 0.0;
+}
+
+std::vector<double> MCCatStats::GetCatCounts() const
+{
+    std::vector<double> counts(Size());
+    std::copy(fvCounts.begin(), fvCounts.end(), counts.begin());
+    for (const auto& [category, count] : fFar) counts[category] = count;
+    return counts;
 }
 
 void MCCatStats::Display() const
 {
     MCDisplay_930::DisplayStart("MCCatStats");
     MCDisplay_930::Display("Weighted counts of the categories", fvCounts);
+    for (const auto& [category, count] : fFar) MCDisplay_930::Display("Category " + std::to_string(category), count);
     MCDisplay_930::DisplayEnd("MCCatStats");
 }
 
 int MCCatStats::WriteObjectXML(std::ostream& stream, int indent) const
 {
     internal::StateWriter writer(stream, "MCCatStats", indent);
-    writer.Write(static_cast<int>(fvCounts.size()));
+    const int inRow = static_cast<int>(fvCounts.size());
+    writer.Write(fFar.empty() ? inRow : -inRow - 1);
     writer.Write(fvCounts);
+    if (!fFar.empty()) {
+        writer.WriteCount(fFar.size());
+        for (const auto& [category, count] : fFar) {
+            writer.Write(static_cast<int>(category));
+            writer.Write(count);
+        }
+    }
     return writer.Finish();
 }
 
 int MCCatStats::ReadObjectXML(std::ifstream& stream)
 {
     internal::StateReader reader(stream, "MCCatStats");
-    int size = 0;
+    int inRow = 0;
     std::vector<double> counts;
-    reader.Read(size);
-    reader.Require(size >= 0);
-    reader.Read(counts, static_cast<std::size_t>(size));
+    reader.Read(inRow);
+    const bool beyond = inRow < 0;
+    reader.Read(counts, internal::AsSize(beyond ? -(inRow + 1) : inRow));
+    MCCatStats read(std::move(counts));
+    std::size_t far = 0;
+    if (beyond) reader.ReadCount(far);
+    while (reader.Ok() && read.fFar.size() < far) {
+        int category = 0;
+        double count = 0.0;
+        reader.Read(category);
+        reader.Read(count);
+        if (reader.Require(category >= 0 && category <= kMaxCategory && internal::AsSize(category) >= read.Size()))
+            read.fFar.emplace(category, count);
+    }
+    read.fnUsed += read.fFar.size();
     const int lines = reader.Finish();
-    if (lines > 0) fvCounts.swap(counts);
+    if (lines > 0) *this = std::move(read);
     return lines;
 }
 

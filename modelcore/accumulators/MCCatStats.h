@@ -1,17 +1,23 @@
 // Counts of one categorical field in one pass.
 #pragma once
 
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/modelcore_export.h"
 
+#include <cstddef>
 #include <iosfwd>
 #include <limits>
-#include <utility>
+#include <map>
 #include <vector>
 
 namespace MCMath_930 {
 
 /// The weighted count of each category 0, 1, 2, ... of one categorical field. Counts of pieces of the data pool into
 /// those of the whole.
+///
+/// There is a count for each category up to the largest that occurred. They are kept in a row while enough of them are
+/// in use (one in sixteen, or fewer than 65536 in all); a category far beyond those is kept by itself, so that memory
+/// is that of the categories that occur and not that of their numbers.
 class MODELCORE_EXPORT MCCatStats {
 public:
     /// The largest category that is counted.
@@ -21,15 +27,27 @@ public:
     MCCatStats() = default;
 
     /// Counts taken elsewhere: counts[i] is the weighted count of category i.
-    explicit MCCatStats(std::vector<double> counts) : fvCounts(std::move(counts)) {}
+    explicit MCCatStats(std::vector<double> counts);
+
+    /// A deep copy.
+    MCCatStats(const MCCatStats& other) = default;
+
+    /// Deep as well. When memory runs out, this object is as it was.
+    MCCatStats& operator=(const MCCatStats& other) { return internal::AssignByCopy(*this, other); }
+
+    /// Takes everything over; other has no counts afterwards.
+    MCCatStats(MCCatStats&& other) noexcept = default;
+    MCCatStats& operator=(MCCatStats&& other) noexcept = default;
+
+    ~MCCatStats() = default;
 
     /// Adds a case to a category, truncated to an integer; the counts grow up to it. A weight that is not above 0
-    /// counts as 1.
+    /// counts as 1. When memory runs out, nothing has changed.
     /// @return  false, and nothing changed, when an argument is system-missing or the category is a NaN, below 0 or,
     ///          truncated, above kMaxCategory
     bool Update(double category, double freqWeight);
 
-    /// Adds the counts of other, category by category.
+    /// Adds the counts of other, category by category. When memory runs out, nothing has changed.
     void Pool(const MCCatStats& other);
 
     /// With all: how many categories have a place in the counts. Without: that number less the counts of exactly 0 that
@@ -37,18 +55,21 @@ public:
     /// near the end can therefore stay uncounted, or count: {0, 5, 0} gives 2, {0, 0} gives 1.
     int GetNCategories(bool all) const;
 
+    /// The sum of all counts.
     double GetSumCounts() const;
 
     /// The weighted count of a category; 0 for one that never occurred.
     double GetCatCount(unsigned category) const;
 
-    const std::vector<double>& GetCatCounts() const { return fvCounts; }
+    /// The counts of all categories up to the largest that occurred, however many they are: 16 GB for category 2e9.
+    std::vector<double> GetCatCounts() const;
 
     /// Writes the state to the diagnostic text stream.
     void Display() const;
 
-    /// Saves the state as an element of a flat value stream, every bit of it: how many counts there are, and the
-    /// counts.
+    /// Saves the state as an element of a flat value stream, every bit of it: how many counts there are in a
+    /// row, and those counts. With categories beyond them the number is negative, less 1, and behind the counts come
+    /// how many such categories there are, and number and count of each.
     /// @param indent  the depth of its tags, in tabs
     /// @return  the number of lines written; 0 when writing failed
     int WriteObjectXML(std::ostream& stream, int indent) const;
@@ -59,7 +80,13 @@ public:
     int ReadObjectXML(std::ifstream& stream);
 
 private:
-    std::vector<double> fvCounts;
+    std::size_t Size() const { return fFar.empty() ? fvCounts.size() : fFar.rbegin()->first + 1; }
+    void GrowRow(std::size_t size);
+    void AddTo(std::size_t category, double weight);
+
+    std::vector<double> fvCounts;                    // of the first categories
+    std::map<std::size_t, double> fFar;              // of categories beyond those
+    internal::EmptiedOnMove<std::size_t> fnUsed = 0; // the categories that occurred
 };
 
 } // namespace MCMath_930

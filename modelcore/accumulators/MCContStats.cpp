@@ -19,7 +19,8 @@ bool MCContStats::Update(double x, double freqWeight, double regWeight)
     const double total = fdSumWeights + weight;
     const double distance = x - fdMean;
     fdSumFreqWeights += frequency;
-    fdSumSquares += fdSumWeights * weight / total * (distance * distance);
+    // The first case has no deviation. Its square could be infinite, and 0 times that is a NaN.
+    fdSumSquares += fdSumWeights > 0.0 ? fdSumWeights * weight / total * (distance * distance) : 0.0 * distance;
     fdMean += distance * weight / total;
     fdSumWeights = total;
     return true;
@@ -36,7 +37,8 @@ void MCContStats::Pool(const MCContStats& other)
     if (fdMax < other.fdMax) fdMax = other.fdMax;
     const double total = fdSumWeights + other.fdSumWeights;
     const double distance = other.fdMean - fdMean;
-    fdSumSquares += other.fdSumSquares + fdSumWeights * other.fdSumWeights * (distance * distance) / total;
+    fdSumSquares =
+        fdSumSquares + other.fdSumSquares + fdSumWeights * other.fdSumWeights * (distance * distance) / total;
     fdMean += distance * other.fdSumWeights / total;
     fdSumFreqWeights += other.fdSumFreqWeights;
     fdSumWeights = total;

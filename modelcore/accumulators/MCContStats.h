@@ -19,6 +19,7 @@ public:
     bool Update(double x, double freqWeight, double regWeight);
 
     /// Adds one case of weight 1.
+    /// @return  false, and nothing changed, when x is system-missing
     bool Update(double x) { return Update(x, 1.0, 1.0); }
 
     /// Adds the cases of other (Chan, Golub & LeVeque 1979).
@@ -34,6 +35,7 @@ public:
     /// weights are; system-missing unless that sum is above 1.
     double GetVariance() const;
 
+    /// The sum of frequency weights.
     double GetSumFreqWeights() const { return fdSumFreqWeights; }
 
     /// Writes the state to the diagnostic text stream.

@@ -2,6 +2,7 @@
 
 #include "modelcore/common/MCDisplay.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <limits>
@@ -14,6 +15,8 @@ using MCCommon_930::Value;
 namespace {
 
 enum Tag : char { kMissing, kBool, kInteger, kReal, kString, kText };
+
+constexpr std::size_t kWordBytes = 8;
 
 } // namespace
 
@@ -50,22 +53,51 @@ void MCHashKey::AppendReal(double value)
         AppendWord(kReal, value == 0.0 ? 0 : std::bit_cast<std::uint64_t>(value));
 }
 
+std::vector<Value> MCHashKey::GetValues() const
+{
+    std::vector<Value> values;
+    for (std::size_t at = 0; at < fBytes.size();) {
+        const char tag = fBytes[at++];
+        if (tag == kMissing) {
+            values.emplace_back();
+            continue;
+        }
+        std::uint64_t word = 0;
+        for (std::size_t i = kWordBytes; i-- > 0;) word = word << 8 | static_cast<unsigned char>(fBytes[at + i]);
+        at += kWordBytes;
+        switch (tag) {
+        case kBool: values.emplace_back(word != 0); break;
+        case kInteger: values.emplace_back(static_cast<long long>(word)); break;
+        case kReal: values.emplace_back(std::bit_cast<double>(word)); break;
+        default:
+            values.emplace_back(fBytes.substr(at, static_cast<std::size_t>(word)));
+            at += static_cast<std::size_t>(word);
+            break;
+        }
+    }
+    return values;
+}
+
 void MCHashKey::Clear()
 {
     fBytes.clear();
     fnValues = 0;
 }
 
-// Byte by byte from the lowest, so that the hash does not depend on the machine's byte order.
+// Byte by byte from the lowest, so that the hash does not depend on the machine's byte order. All at once, so that it
+// is there whole or, when memory runs out, not at all.
 void MCHashKey::AppendWord(char tag, std::uint64_t word)
 {
-    fBytes.push_back(tag);
-    for (int i = 0; i < 8; ++i, word >>= 8) fBytes.push_back(static_cast<char>(word & 0xFF));
+    char bytes[1 + kWordBytes] = {tag};
+    for (std::size_t i = 1; i <= kWordBytes; ++i, word >>= 8) bytes[i] = static_cast<char>(word & 0xFF);
+    fBytes.append(bytes, sizeof(bytes));
 }
 
 // With the length in front no text can be taken for the beginning of the next value.
 void MCHashKey::AppendText(char tag, std::string_view text)
 {
+    const std::size_t size = fBytes.size() + 1 + kWordBytes + text.size();
+    if (size > fBytes.capacity()) fBytes.reserve(std::max(size, 2 * fBytes.capacity()));
     AppendWord(tag, text.size());
     fBytes.append(text);
 }
@@ -83,7 +115,8 @@ std::uint64_t MCHashKey::Hash() const
 void MCHashKey::Display() const
 {
     MCDisplay_930::DisplayStart("MCHashKey");
-    MCDisplay_930::Display("Number of values", fnValues);
+    MCDisplay_930::Display("Number of values", Size());
+    for (const Value& value : GetValues()) MCDisplay_930::Display("Value", value.GetString());
     MCDisplay_930::Display("Hash", static_cast<unsigned long long>(Hash()));
     MCDisplay_930::DisplayEnd("MCHashKey");
 }

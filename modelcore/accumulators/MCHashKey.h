@@ -2,6 +2,7 @@
 #pragma once
 
 #include "modelcore/common/Value.h"
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/modelcore_export.h"
 
 #include <cstddef>
@@ -30,23 +31,46 @@ class MODELCORE_EXPORT MCHashKey {
 public:
     /// No values.
     MCHashKey() = default;
+
+    /// The values in their order.
     explicit MCHashKey(const std::vector<MCCommon_930::Value>& values);
+
+    /// Reals in their order.
     explicit MCHashKey(std::span<const double> values);
 
-    /// Adds a value at the end.
+    /// A deep copy.
+    MCHashKey(const MCHashKey& other) = default;
+
+    /// Deep as well. When memory runs out, this object is as it was.
+    MCHashKey& operator=(const MCHashKey& other) { return internal::AssignByCopy(*this, other); }
+
+    /// Takes everything over; other has no values afterwards.
+    MCHashKey(MCHashKey&& other) noexcept = default;
+    MCHashKey& operator=(MCHashKey&& other) noexcept = default;
+
+    ~MCHashKey() = default;
+
+    /// Adds a value at the end. When memory runs out, the key is as it was.
     void Append(const MCCommon_930::Value& value);
 
     /// Forgets the values and keeps the memory for the next ones.
     void Clear();
 
+    /// The number of values.
     int Size() const { return fnValues; }
+
+    /// The values, as this key's equality sees them: missing values are null, zeros positive, NaNs the common one, and
+    /// instead of arrays and maps there are their texts, as strings. A key made of them is equal to this one unless it
+    /// holds arrays or maps.
+    std::vector<MCCommon_930::Value> GetValues() const;
 
     /// FNV-1a of the bytes, mixed so that all 64 bits are usable.
     std::uint64_t Hash() const;
 
+    /// As many values, each equal to its counterpart.
     bool operator==(const MCHashKey& other) const { return fBytes == other.fBytes; }
 
-    /// Writes the number of values and the hash to the diagnostic text stream.
+    /// Writes the number of values, the values and the hash to the diagnostic text stream.
     void Display() const;
 
 private:
@@ -54,7 +78,7 @@ private:
     void AppendWord(char tag, std::uint64_t word);
     void AppendText(char tag, std::string_view text);
 
-    int fnValues = 0;
+    internal::EmptiedOnMove<int> fnValues = 0;
     std::string fBytes; // of each value a tag, for a text its length, and the content
 };
 

@@ -2,10 +2,13 @@
 #pragma once
 
 #include "modelcore/common/MCMV.h"
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/modelcore_export.h"
 #include "modelcore/output/MCVariateData.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -22,11 +25,31 @@ public:
     ///                        and 0
     MCHistogramData(double minimum, double maximum, int nBins, bool computeMoments = true, bool keepEmptyBins = false);
 
+    /// A deep copy.
+    MCHistogramData(const MCHistogramData& other) = default;
+
+    /// Deep as well. When memory runs out, this object is as it was.
+    MCHistogramData& operator=(const MCHistogramData& other) { return internal::AssignByCopy(*this, other); }
+
+    /// Takes everything over; other has no bins afterwards and refuses cases until it is assigned to.
+    MCHistogramData(MCHistogramData&& other) noexcept = default;
+    MCHistogramData& operator=(MCHistogramData&& other) noexcept = default;
+
+    ~MCHistogramData() = default;
+
     /// Adds one case. A weight of 0 leaves all means as they are; the case is still counted.
-    /// @return  false, and nothing changed, when the value is a NaN or system-missing or a weight is not >= 0
+    /// @return  false, and nothing changed, when the value is a NaN or system-missing, a weight is not >= 0 or there
+    ///          are no bins
     bool UpdateData(double freqWeight, double regWeight, double value);
 
+    /// Adds the cases of other. Counts and weights are added, means and moments pooled (Chan, Golub & LeVeque 1979).
+    /// @return  false, and nothing changed, when the two differ in number of bins, minimum, maximum or whether the
+    ///          second moment is kept
+    bool Merge(const MCHistogramData& other);
+
+    /// The number of bins.
     int GetNBins() const { return fnBins; }
+    /// The length of a bin.
     double GetBinLength() const { return fdBinLength; }
 
     /// The mean of each bin; system-missing while the bin has no weight.
@@ -38,6 +61,7 @@ public:
 
     /// The sum of the products of both weights.
     double GetTotalWeight() const { return fdTotalWeight; }
+    /// The sum of frequency weights.
     double GetTotalFrequency() const { return fdTotalFrequency; }
     /// The number of cases, unweighted.
     double GetNCases() const { return fdNCases; }
@@ -52,14 +76,28 @@ public:
 
     /// The histogram as chart data: a variable "observed" of the given field name with the mean of each bin whose
     /// frequency count is above 0, a variable "frequency" with the counts, and the statistics "mean" and
-    /// "stdDeviation". Built at the first call; later calls return the same object, whatever was added since.
+    /// "stdDeviation". Every call returns the same object, built at the first and, under the name given then, built
+    /// anew when cases have come since.
     const MCXML_930::MCVariateData& GenerateMCVariateData(const std::string& name);
 
     /// Writes the fields to the diagnostic text stream.
     void Display() const;
 
+    /// Saves the state as an element of a flat value stream, every bit of it.
+    /// @param indent  the depth of its tags, in tabs
+    /// @return  the number of lines written; 0 when writing failed
+    int WriteObjectXML(std::ostream& stream, int indent) const;
+
+    /// Restores a state that was saved so. The stream stands before its element.
+    /// @return  the number of lines read; 0, and nothing changed but the place in the stream, when they are not such a
+    ///          state
+    int ReadObjectXML(std::ifstream& stream);
+
 private:
-    std::int32_t fnBins;
+    void AddToBin(std::size_t bin, double frequency, double weight, double value);
+    void AddToMoments(double weight, double value);
+
+    internal::EmptiedOnMove<std::int32_t> fnBins;
     double fdBinLength;
     std::vector<double> fvBinMeans;
     std::vector<double> fvBinFrequencies;
@@ -68,12 +106,12 @@ private:
     double fdMaximum;
     bool fbComputeMoments;
     bool fbKeepEmptyBins;
-    double fdTotalWeight = 0.0;
-    double fdTotalFrequency = 0.0;
-    double fdNCases = 0.0;
-    double fdMean = 0.0;
+    internal::EmptiedOnMove<double> fdTotalWeight = 0.0;
+    internal::EmptiedOnMove<double> fdTotalFrequency = 0.0;
+    internal::EmptiedOnMove<double> fdNCases = 0.0;
+    internal::EmptiedOnMove<double> fdMean = 0.0;
     double fdSecondMoment = MCCommon_930::MCMV::gMissingValue; // per unit of weight
-    bool fbGenerated = false;
+    internal::EmptiedOnMove<bool> fbCurrent = false;           // whether fVariateData shows all cases
     MCXML_930::MCVariateData fVariateData;
 };
 

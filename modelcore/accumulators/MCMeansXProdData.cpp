@@ -1,20 +1,16 @@
 #include "modelcore/accumulators/MCMeansXProdData.h"
 
-#include "modelcore/accumulators/internal/ProductSums.h"
 #include "modelcore/accumulators/internal/StateStream.h"
+#include "modelcore/accumulators/internal/WaitingTerms.h"
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/kernels/Kernels.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace MCMath_930 {
 
-namespace {
-
-/// The cases whose terms are added to the matrix together.
-constexpr std::size_t kBatch = 64;
-
-} // namespace
+using internal::AsSize;
 
 MCMeansXProdData::MCMeansXProdData() = default;
 
@@ -28,31 +24,29 @@ MCMeansXProdData::MCMeansXProdData(const MCMeansXProdData& other)
       fXProds(other.XProds())
 {}
 
-MCMeansXProdData& MCMeansXProdData::operator=(const MCMeansXProdData& other)
+MCMeansXProdData::MCMeansXProdData(MCMeansXProdData&& other) noexcept = default;
+MCMeansXProdData::~MCMeansXProdData() = default;
+
+MCMeansXProdData& MCMeansXProdData::operator=(MCMeansXProdData&& other) noexcept
 {
-    if (this == &other) return *this;
-    std::vector<double> means(other.fvMeans);
-    MCSymMatrix xProds(other.XProds());
-    fnVars = other.fnVars;
+    if (this == &other) return *this; // the terms that wait would outlive their variables
+    fnVars = std::move(other.fnVars);
     fbIntercept = other.fbIntercept;
-    fdNCases = other.fdNCases;
-    fvMeans.swap(means);
-    fXProds = std::move(xProds);
-    fvWaiting.clear();
-    fnWaiting = 0;
+    fdNCases = std::move(other.fdNCases);
+    fvMeans = std::move(other.fvMeans);
+    fXProds = std::move(other.fXProds);
+    fpWaiting = std::move(other.fpWaiting);
     return *this;
 }
-
-MCMeansXProdData::~MCMeansXProdData() = default;
 
 bool MCMeansXProdData::SetNVars(int p)
 {
     MCSymMatrix xProds;
     if (!xProds.SetNRows(p)) return false;
-    fvMeans.assign(static_cast<std::size_t>(p), 0.0);
+    std::vector<double> means(AsSize(p));
+    fvMeans.swap(means);
     fXProds = std::move(xProds);
-    fvWaiting.clear();
-    fnWaiting = 0;
+    fpWaiting.reset();
     fnVars = p;
     fdNCases = 0.0;
     return true;
@@ -62,7 +56,7 @@ bool MCMeansXProdData::AppendZeroVars(int count)
 {
     if (count < 0 || count > MCSymMatrix::kMaxRows - fnVars) return false;
     std::vector<double> means(fvMeans);
-    means.resize(fvMeans.size() + static_cast<std::size_t>(count));
+    means.resize(fvMeans.size() + AsSize(count));
     XProds().Resize(fnVars + count); // after what waits has been added
     fvMeans.swap(means);
     fnVars += count;
@@ -74,21 +68,15 @@ void MCMeansXProdData::Clear()
     fdNCases = 0.0;
     std::fill(fvMeans.begin(), fvMeans.end(), 0.0);
     fXProds.ZeroOut();
-    fnWaiting = 0;
+    if (fpWaiting) fpWaiting->Forget();
 }
 
 void MCMeansXProdData::MakeRoom()
 {
-    const std::size_t room = kBatch * (fvMeans.size() + 1);
-    if (fvWaiting.size() == room) return;
-    auto sums = std::make_unique<internal::ProductSums>(internal::WeightedRows{nullptr, 0, kBatch, fnVars, 1});
-    fvWaiting.resize(room);
-    fSums = std::move(sums);
-}
-
-double* MCMeansXProdData::WaitingTerm()
-{
-    return fvWaiting.data() + fnWaiting * (fvMeans.size() + 1);
+    if (fpWaiting && fpWaiting->GetNVars() == fnVars) return;
+    auto waiting = std::make_unique<internal::WaitingTerms>(fnVars);
+    XProds();
+    fpWaiting = std::move(waiting);
 }
 
 // The terms are complete here, means and all; only their addition waits.
@@ -96,23 +84,18 @@ void MCMeansXProdData::UpdateXX(const std::vector<double>& x, double f)
 {
     MakeRoom();
     const std::size_t p = fvMeans.size();
-    double* const term = WaitingTerm();
+    double* const term = fpWaiting->Next();
     if (fbIntercept)
         for (std::size_t i = 0; i < p; ++i) term[i] = x[i] - fvMeans[i];
     else
         std::copy_n(x.begin(), p, term);
     term[p] = f;
-    if (++fnWaiting == kBatch) XProds();
+    fpWaiting->Push(fXProds);
 }
 
 MCSymMatrix& MCMeansXProdData::XProds() const
 {
-    if (fnWaiting > 0) {
-        const std::size_t p = fvMeans.size();
-        const internal::WeightedRows terms{fvWaiting.data(), p + 1, fnWaiting, fnVars, 1};
-        fSums->Add(terms, nullptr, fXProds);
-        fnWaiting = 0;
-    }
+    if (fpWaiting) fpWaiting->AddTo(fXProds);
     return fXProds;
 }
 
@@ -124,11 +107,11 @@ bool MCMeansXProdData::AddCase(const std::vector<double>& x, double w)
     const double total = fdNCases + w;
     const double share = w / total;
     const std::size_t p = fvMeans.size();
-    double* const term = WaitingTerm();
+    double* const term = fpWaiting->Next();
     internal::StepMeans(term, fvMeans.data(), x.data(), share, p);
     if (!fbIntercept) std::copy_n(x.begin(), p, term);
     term[p] = fbIntercept ? fdNCases * w / total : w;
-    if (++fnWaiting == kBatch) XProds();
+    fpWaiting->Push(fXProds);
     fdNCases = total;
     return true;
 }
@@ -147,22 +130,19 @@ bool MCMeansXProdData::DeleteCase(const std::vector<double>& x, double w)
     return true;
 }
 
-bool MCMeansXProdData::Merge(const MCMeansXProdData& other)
+void MCMeansXProdData::MergeAlike(const MCMeansXProdData& other, std::span<double> room) noexcept
 {
-    if (fnVars == 0) {
-        if (!SetNVars(other.fnVars)) return false;
-        fbIntercept = other.fbIntercept;
-    }
-    const bool compatible = fnVars == other.fnVars && fbIntercept == other.fbIntercept;
-    const double total = fdNCases + other.fdNCases;
-    if (!compatible || !(total > 0.0)) return compatible;
+    const double own = fdNCases;
+    const double added = other.fdNCases;
+    const double total = own + added;
+    if (!(total > 0.0)) return;
 
     // Distances of both old means from the new ones.
     const std::size_t p = fvMeans.size();
-    std::vector<double> means(p);
-    std::vector<double> a(p);
-    std::vector<double> b(p);
-    const double share = other.fdNCases / total;
+    double* const means = room.data();
+    double* const a = means + p;
+    double* const b = a + p;
+    const double share = added / total;
     for (std::size_t i = 0; i < p; ++i) {
         means[i] = fvMeans[i] + (other.fvMeans[i] - fvMeans[i]) * share;
         a[i] = means[i] - fvMeans[i];
@@ -172,43 +152,68 @@ bool MCMeansXProdData::Merge(const MCMeansXProdData& other)
     const double* from = other.XProds().GetPtr();
     double* to = XProds().GetPtr();
     for (std::size_t i = 0; i < p; from += ++i, to += i) {
-        const double ai = fdNCases * a[i];
-        const double bi = other.fdNCases * b[i];
+        const double ai = own * a[i];
+        const double bi = added * b[i];
         if (fbIntercept)
             for (std::size_t j = 0; j <= i; ++j) to[j] += from[j] + ai * a[j] + bi * b[j];
         else
             for (std::size_t j = 0; j <= i; ++j) to[j] += from[j];
     }
-    fvMeans.swap(means);
+    std::copy_n(means, p, fvMeans.begin());
     fdNCases = total;
+}
+
+bool MCMeansXProdData::MergeAll(std::span<const MCMeansXProdData* const> others)
+{
+    int p = fnVars;
+    bool intercept = fbIntercept;
+    bool found = false;
+    for (const MCMeansXProdData* const entry : others) {
+        if (entry == nullptr) continue;
+        found = true;
+        if (p == 0)
+            intercept = entry->fbIntercept;
+        else if (entry->fnVars != p || entry->fbIntercept != intercept)
+            return false;
+        p = entry->fnVars;
+    }
+    if (!found) return false;
+
+    // All that may throw comes before the first change, which is on the side while there are no variables.
+    MCMeansXProdData fresh(fnVars == 0 ? p : 0, intercept);
+    MCMeansXProdData& target = fnVars == 0 ? fresh : *this;
+    std::vector<double> room(target.MergeRoom());
+    for (const MCMeansXProdData* const entry : others) {
+        if (entry == nullptr || entry->fnVars != p) continue;
+        if (p == 0) target.fdNCases = 0.0; // each takes the place of the one before
+        target.MergeAlike(*entry, room);
+    }
+    if (fnVars == 0) MCMeansXProdData::operator=(std::move(fresh));
     return true;
+}
+
+bool MCMeansXProdData::Merge(const MCMeansXProdData& other)
+{
+    const MCMeansXProdData* const entry = &other;
+    return MergeAll({&entry, 1});
 }
 
 bool MCMeansXProdData::Merge(const std::vector<MCMeansXProdData*>& others)
 {
-    return Merge(std::vector<const MCMeansXProdData*>(others.begin(), others.end()));
+    return MergeAll(std::vector<const MCMeansXProdData*>(others.begin(), others.end()));
 }
 
 bool MCMeansXProdData::Merge(const std::vector<const MCMeansXProdData*>& others)
 {
-    const auto isEntry = [](const MCMeansXProdData* entry) { return entry != nullptr; };
-    const auto first = std::find_if(others.begin(), others.end(), isEntry);
-    if (first == others.end()) return false;
-    const MCMeansXProdData& model = fnVars == 0 ? **first : *this;
-    const bool compatible = std::all_of(first, others.end(), [&](const MCMeansXProdData* entry) {
-        return entry == nullptr || (entry->fnVars == model.fnVars && entry->fbIntercept == model.fbIntercept);
-    });
-    if (!compatible) return false;
-    return std::all_of(first, others.end(),
-                       [&](const MCMeansXProdData* entry) { return entry == nullptr || Merge(*entry); });
+    return MergeAll(others);
 }
 
 void MCMeansXProdData::Display() const
 {
     MCDisplay_930::DisplayStart("MCMeansXProdData");
-    MCDisplay_930::Display("Number of variables", fnVars);
+    MCDisplay_930::Display("Number of variables", GetNVars());
     MCDisplay_930::Display("Intercept indicator", fbIntercept);
-    MCDisplay_930::Display("Weighted number of cases", fdNCases);
+    MCDisplay_930::Display("Weighted number of cases", GetNCases());
     MCDisplay_930::Display("Vector of means", fvMeans);
     MCDisplay_930::DisplayLine("Matrix of cross-products:");
     XProds().Display();
@@ -217,21 +222,25 @@ void MCMeansXProdData::Display() const
 
 void MCMeansXProdData::WriteFields(internal::StateWriter& writer) const
 {
-    writer.Write(fnVars);
+    writer.Write(GetNVars());
     writer.Write(fbIntercept);
-    writer.Write(fdNCases);
+    writer.Write(GetNCases());
     writer.Write(fvMeans);
     writer.Write(XProds().AsSpan());
 }
 
 bool MCMeansXProdData::ReadFields(internal::StateReader& reader)
 {
-    reader.Read(fnVars);
-    reader.Require(fnVars >= 0 && fnVars <= MCSymMatrix::kMaxRows);
+    int p = 0;
+    double nCases = 0.0;
+    reader.Read(p);
+    reader.Require(p >= 0 && p <= MCSymMatrix::kMaxRows);
     reader.Read(fbIntercept);
-    reader.Read(fdNCases);
-    reader.Read(fvMeans, static_cast<std::size_t>(fnVars));
-    return reader.Read(fXProds, fnVars);
+    reader.Read(nCases);
+    reader.Read(fvMeans, AsSize(p));
+    fnVars = p;
+    fdNCases = nCases;
+    return reader.Read(fXProds, p);
 }
 
 int MCMeansXProdData::WriteState(std::ostream& stream, int indent, const char* name) const
@@ -247,7 +256,7 @@ int MCMeansXProdData::ReadState(std::ifstream& stream, const char* name)
     MCMeansXProdData read;
     read.ReadFields(reader);
     const int lines = reader.Finish();
-    if (lines > 0) MCMeansXProdData::operator=(read);
+    if (lines > 0) MCMeansXProdData::operator=(std::move(read));
     return lines;
 }
 

@@ -1,20 +1,21 @@
 // Weighted count, means and cross products, one case at a time.
 #pragma once
 
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/matrix/MCSymMatrix.h"
 #include "modelcore/modelcore_export.h"
 
-#include <cstddef>
 #include <iosfwd>
 #include <memory>
+#include <span>
 #include <vector>
 
 namespace MCMath_930 {
 
 namespace internal {
-class ProductSums;
 class StateReader;
 class StateWriter;
+class WaitingTerms;
 } // namespace internal
 
 /// The weighted number of cases W, the means and the packed matrix of cross products of p variables.
@@ -23,10 +24,9 @@ class StateWriter;
 /// C(i,j) = sum of w*(x_i - m_i)*(x_j - m_j); without it raw ones, C(i,j) = sum of w*x_i*x_j. The means are kept in
 /// both cases. Results of separate pieces of data merge into that of the whole.
 ///
-/// The matrix is updated for some tens of cases at a time, since it can then stay in registers meanwhile; every element
-/// still receives the same operations in the same order as with an update at every case. Whatever looks at the matrix
-/// brings it up to date first, so nobody sees the difference, except that not even members that only read may run on
-/// two threads at once.
+/// The matrix is updated for some tens of cases at a time; every element still receives the same operations in the same
+/// order as with an update at every case. Whatever looks at the matrix brings it up to date first, so that nobody sees
+/// the difference. Const members may run on several threads at once: the first of them does that for all.
 ///
 /// Missing values are not looked for: callers leave incomplete cases out. NaN and infinities flow into the variables
 /// that carry them.
@@ -38,8 +38,16 @@ public:
     /// p variables and no cases yet; no variables when p is not an order that a packed matrix can have.
     MCMeansXProdData(int p, bool intercept);
 
+    /// A deep copy.
     MCMeansXProdData(const MCMeansXProdData& other);
-    MCMeansXProdData& operator=(const MCMeansXProdData& other);
+
+    /// Deep as well. When memory runs out, this object is as it was.
+    MCMeansXProdData& operator=(const MCMeansXProdData& other) { return internal::AssignByCopy(*this, other); }
+
+    /// Takes everything over; other has no variables afterwards and keeps its intercept flag.
+    MCMeansXProdData(MCMeansXProdData&& other) noexcept;
+    MCMeansXProdData& operator=(MCMeansXProdData&& other) noexcept;
+
     virtual ~MCMeansXProdData();
 
     /// Starts afresh with p variables and no cases; the intercept flag stays.
@@ -54,7 +62,10 @@ public:
     /// Sets the intercept flag for the cases that follow; what is accumulated is not converted.
     void SetIntercept(bool intercept) { fbIntercept = intercept; }
 
+    /// Whether the products of the cases that follow are those of deviations from the means.
     bool IsIntercept() const { return fbIntercept; }
+
+    /// The number of variables p.
     int GetNVars() const { return fnVars; }
 
     /// The weighted number of cases W.
@@ -89,11 +100,14 @@ public:
     ///          when the total weight is not above 0: then no case is merged.
     bool Merge(const MCMeansXProdData& other);
 
-    /// Merges the given accumulators in their order; null entries are skipped. All entries are looked at before the
-    /// first is merged.
-    /// @return  false, and nothing changed, when there is no entry that is not null, or when one differs from another
-    ///          or from this object (if this has variables) in variables or intercept flag
+    /// Merges the given accumulators in their order; null entries are skipped. While this object has no variables, an
+    /// entry without any changes nothing and the first with some sets variables and intercept flag. All entries are
+    /// looked at before the first is merged.
+    /// @return  false, and nothing changed, when there is no entry that is not null, or when one differs in variables
+    ///          or intercept flag from what those before it have made of this object
     bool Merge(const std::vector<MCMeansXProdData*>& others);
+
+    /// The same.
     bool Merge(const std::vector<const MCMeansXProdData*>& others);
 
     /// Writes the state to the diagnostic text stream.
@@ -118,28 +132,34 @@ protected:
     /// The cross products, up to date, to be changed in place.
     MCSymMatrix& XProds() const;
 
+    /// How many doubles MergeAlike needs.
+    std::size_t MergeRoom() const { return 3 * fvMeans.size(); }
+
+    /// Merge of an accumulator with the same variables and intercept flag; a total weight that is not above 0 merges
+    /// nothing.
+    /// @param room  MergeRoom() doubles to work in
+    void MergeAlike(const MCMeansXProdData& other, std::span<double> room) noexcept;
+
     /// What WriteObjectXML and ReadObjectXML of a class without further data do, with the element of that name.
     int WriteState(std::ostream& stream, int indent, const char* name) const;
     int ReadState(std::ifstream& stream, const char* name);
 
+    /// Writes the fields of this class to an element that has begun.
     void WriteFields(internal::StateWriter& writer) const;
     /// Reads into this object, which a caller throws away when it fails.
     bool ReadFields(internal::StateReader& reader);
 
-    int fnVars = 0;
+    internal::EmptiedOnMove<int> fnVars = 0;
     bool fbIntercept = true;
-    double fdNCases = 0.0;
+    internal::EmptiedOnMove<double> fdNCases = 0.0;
     std::vector<double> fvMeans;
 
 private:
+    bool MergeAll(std::span<const MCMeansXProdData* const> others);
     void MakeRoom();
-    /// Where the next waiting term goes.
-    double* WaitingTerm();
 
-    mutable MCSymMatrix fXProds;
-    mutable std::vector<double> fvWaiting; // terms not yet added: rows of d, each followed by its f
-    mutable std::size_t fnWaiting = 0;
-    std::unique_ptr<internal::ProductSums> fSums; // room to add them in; made with that for the terms
+    mutable MCSymMatrix fXProds;                       // without the terms that wait
+    std::unique_ptr<internal::WaitingTerms> fpWaiting; // null before the first case
 };
 
 } // namespace MCMath_930

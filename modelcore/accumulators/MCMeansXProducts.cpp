@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 namespace MCMath_930 {
 
@@ -52,19 +53,36 @@ double AddWeightedRows(const internal::WeightedRows& block, double count, std::v
     return count;
 }
 
+std::vector<std::size_t> AllColumns(std::size_t count)
+{
+    std::vector<std::size_t> columns(count);
+    std::iota(columns.begin(), columns.end(), std::size_t{0});
+    return columns;
+}
+
 } // namespace
 
 // The weighted count as well. A constant column must not suffer from the division: its deviations are to be exactly 0.
-void MCMeansXProducts::ComputeMeans(const internal::WeightedRows& block)
+// From columns, the numbers of all columns, those are taken that are not constant.
+void MCMeansXProducts::ComputeMeans(const internal::WeightedRows& block, std::vector<std::size_t>& columns) noexcept
 {
-    std::vector<std::size_t> constant(fvMeans.size());
-    std::iota(constant.begin(), constant.end(), std::size_t{0});
     fdNCases = AddWeightedRows(block, 0.0, fvMeans, [&](const double* row) {
-        if (!constant.empty()) std::erase_if(constant, [&](std::size_t i) { return row[i] != block.rows[i]; });
+        if (!columns.empty()) std::erase_if(columns, [&](std::size_t i) { return row[i] != block.rows[i]; });
     });
     if (fdNCases == 0.0) return;
     for (double& mean : fvMeans) mean /= fdNCases;
-    for (const std::size_t i : constant) fvMeans[i] = block.rows[i];
+    for (const std::size_t i : columns) fvMeans[i] = block.rows[i];
+}
+
+// Into an accumulator without cases.
+void MCMeansXProducts::ComputeInPlace(const internal::WeightedRows& block, internal::ProductSums& sums,
+                                      std::vector<std::size_t>& columns) noexcept
+{
+    ComputeMeans(block, columns);
+    if (fdNCases == 0.0)
+        Clear(); // of what values may have left in the means
+    else
+        sums.Add(block, fbIntercept ? fvMeans.data() : nullptr, XProds());
 }
 
 bool MCMeansXProducts::Compute(const MCRectMatrix& X, int nRows)
@@ -72,22 +90,28 @@ bool MCMeansXProducts::Compute(const MCRectMatrix& X, int nRows)
     internal::WeightedRows block;
     if (!ReadBlock(X, nRows, block)) return false;
     internal::ProductSums sums(block);
+    std::vector<std::size_t> columns = AllColumns(fvMeans.size());
     Clear();
-    ComputeMeans(block);
-    if (fdNCases == 0.0)
-        Clear(); // of what values may have left in the means
-    else
-        sums.Add(block, fbIntercept ? fvMeans.data() : nullptr, XProds());
+    ComputeInPlace(block, sums, columns);
     return true;
 }
 
+// All room is made before the first change.
 bool MCMeansXProducts::Update(const MCRectMatrix& X, int nRows)
 {
     if (fdNCases == 0.0) return Compute(X, nRows);
-    const MCMeansXProdData before(*this);
-    if (!Compute(X, nRows)) return false;
-    if (fdNCases != 0.0) return Merge(before);
-    MCMeansXProdData::operator=(before);
+    internal::WeightedRows block;
+    if (!ReadBlock(X, nRows, block)) return false;
+    internal::ProductSums sums(block);
+    std::vector<std::size_t> columns = AllColumns(fvMeans.size());
+    std::vector<double> room(MergeRoom());
+    MCMeansXProdData before(fnVars, fbIntercept);
+    std::swap<MCMeansXProdData>(*this, before);
+    ComputeInPlace(block, sums, columns);
+    if (fdNCases != 0.0)
+        MergeAlike(before, room);
+    else
+        MCMeansXProdData::operator=(std::move(before));
     return true;
 }
 
@@ -100,8 +124,9 @@ void MCMeansXProducts::FinishUpdate() {}
 
 void MCMeansXProducts::StartUpdateOnePass()
 {
+    std::vector<double> sums(fvMeans.size());
     fOnePassXProds.SetNRows(fnVars);
-    fvOnePassSums.assign(fvMeans.size(), 0.0);
+    fvOnePassSums.swap(sums);
     fdOnePassNCases = 0.0;
 }
 
@@ -119,7 +144,7 @@ void MCMeansXProducts::FinishUpdateOnePass()
 {
     Clear();
     if (fdOnePassNCases == 0.0 || fvOnePassSums.size() != fvMeans.size()) return;
-    fdNCases = fdOnePassNCases;
+    fdNCases = static_cast<double>(fdOnePassNCases);
     for (std::size_t i = 0; i < fvMeans.size(); ++i) fvMeans[i] = fvOnePassSums[i] / fdNCases;
     const double* products = fOnePassXProds.GetPtr();
     double* to = XProds().GetPtr();
@@ -134,7 +159,8 @@ void MCMeansXProducts::Display() const
     MCDisplay_930::Display("Frequency weight indicator", fbFrequencyWeight);
     MCDisplay_930::Display("Regression weight indicator", fbRegressionWeight);
     if (fdOnePassNCases > 0.0) {
-        MCDisplay_930::Display("Weighted number of cases accumulated by UpdateOnePass", fdOnePassNCases);
+        MCDisplay_930::Display("Weighted number of cases accumulated by UpdateOnePass",
+                               static_cast<double>(fdOnePassNCases));
         MCDisplay_930::Display("Weighted sums accumulated by UpdateOnePass", fvOnePassSums);
         MCDisplay_930::DisplayLine("Weighted sums of products accumulated by UpdateOnePass:");
         fOnePassXProds.Display();
@@ -149,7 +175,7 @@ int MCMeansXProducts::WriteObjectXML(std::ostream& stream, int indent) const
     writer.Write(fbFrequencyWeight);
     writer.Write(fbRegressionWeight);
     writer.Write(fOnePassXProds.GetNRows()); // another number than above when SetNVars came after the sums
-    writer.Write(fdOnePassNCases);
+    writer.Write(static_cast<double>(fdOnePassNCases));
     writer.Write(fvOnePassSums);
     writer.Write(fOnePassXProds.AsSpan());
     return writer.Finish();
@@ -165,11 +191,11 @@ int MCMeansXProducts::ReadObjectXML(std::ifstream& stream)
     reader.Read(read.fbRegressionWeight);
     reader.Read(nSums);
     reader.Require(nSums >= 0 && nSums <= MCSymMatrix::kMaxRows);
-    reader.Read(read.fdOnePassNCases);
+    reader.Read(static_cast<double&>(read.fdOnePassNCases));
     reader.Read(read.fvOnePassSums, static_cast<std::size_t>(nSums));
     reader.Read(read.fOnePassXProds, nSums);
     const int lines = reader.Finish();
-    if (lines > 0) *this = read;
+    if (lines > 0) *this = std::move(read);
     return lines;
 }
 

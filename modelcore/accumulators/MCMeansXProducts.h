@@ -3,6 +3,7 @@
 
 #include "modelcore/accumulators/MCMeansXProdData.h"
 
+#include <cstddef>
 #include <vector>
 
 namespace MCMath_930 {
@@ -10,8 +11,9 @@ namespace MCMath_930 {
 class MCRectMatrix;
 
 namespace internal {
+class ProductSums;
 struct WeightedRows;
-}
+} // namespace internal
 
 /// MCMeansXProdData fed from blocks of rows.
 ///
@@ -28,12 +30,27 @@ class MODELCORE_EXPORT MCMeansXProducts : public MCMeansXProdData {
 public:
     /// No variables; with the intercept and a frequency weight.
     MCMeansXProducts() = default;
+
+    /// p variables and no cases yet; no variables when p is not an order that a packed matrix can have. The flags say
+    /// which weight columns a block has.
     MCMeansXProducts(int p, bool intercept, bool frequencyWeight, bool regressionWeight);
+
+    /// A deep copy.
     MCMeansXProducts(const MCMeansXProducts& other) = default;
-    MCMeansXProducts& operator=(const MCMeansXProducts& other) = default;
+
+    /// Deep as well. When memory runs out, this object is as it was.
+    MCMeansXProducts& operator=(const MCMeansXProducts& other) { return internal::AssignByCopy(*this, other); }
+
+    /// Takes everything over; other has no variables afterwards and keeps its three flags.
+    MCMeansXProducts(MCMeansXProducts&& other) noexcept = default;
+    MCMeansXProducts& operator=(MCMeansXProducts&& other) noexcept = default;
+
     ~MCMeansXProducts() override;
 
+    /// Whether blocks have a column of frequency weights.
     bool IsFrequencyWeight() const { return fbFrequencyWeight; }
+
+    /// Whether blocks have a column of regression weights.
     bool IsRegressionWeight() const { return fbRegressionWeight; }
 
     /// Replaces what is accumulated by the block X. The mean of a column whose values are all equal is exactly that
@@ -44,7 +61,8 @@ public:
     bool Compute(const MCRectMatrix& X, int nRows);
 
     /// Adds the block X: accumulates it as Compute does, then merges what was there before into the result. A block
-    /// whose total weight is 0 changes nothing.
+    /// whose total weight is 0 changes nothing. With negative weights the two together may weigh 0 or less: nothing is
+    /// merged then, and what was there before is replaced by the block, as by Compute.
     /// @return  false, and nothing changed, when X has not the right number of columns
     bool Update(const MCRectMatrix& X, int nRows);
 
@@ -64,9 +82,11 @@ public:
 
     /// Replaces what is accumulated by the result of the one-pass sums: means m_i = sum_i/W and cross products
     /// products(i,j) - m_i*sum_j, corrected for the means whatever the intercept flag says; all 0 when the one-pass
-    /// weights sum to 0. The sums stay until the next StartUpdateOnePass.
+    /// weights sum to 0, and when SetNVars has changed the number of variables since the sums were taken, which are
+    /// then of no use. The sums stay until the next StartUpdateOnePass.
     void FinishUpdateOnePass();
 
+    /// As the base does, with the weight flags and, if they have a weight above 0, the one-pass sums.
     void Display() const override;
 
     /// As the base does, with the weight flags and the one-pass sums behind its fields.
@@ -75,11 +95,13 @@ public:
 
 private:
     bool ReadBlock(const MCRectMatrix& X, int nRows, internal::WeightedRows& block) const;
-    void ComputeMeans(const internal::WeightedRows& block);
+    void ComputeMeans(const internal::WeightedRows& block, std::vector<std::size_t>& columns) noexcept;
+    void ComputeInPlace(const internal::WeightedRows& block, internal::ProductSums& sums,
+                        std::vector<std::size_t>& columns) noexcept;
 
     bool fbFrequencyWeight = true;
     bool fbRegressionWeight = false;
-    double fdOnePassNCases = 0.0;
+    internal::EmptiedOnMove<double> fdOnePassNCases = 0.0;
     std::vector<double> fvOnePassSums;
     MCSymMatrix fOnePassXProds;
 };

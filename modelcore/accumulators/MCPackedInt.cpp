@@ -3,6 +3,7 @@
 #include "modelcore/common/MCDisplay.h"
 
 #include <bit>
+#include <new>
 
 namespace MCMath_930 {
 
@@ -75,7 +76,9 @@ bool MCPackedInt::Append(std::uint64_t value)
 
 void MCPackedInt::Resize(std::size_t size)
 {
-    fvWords.resize(NWords(size));
+    const std::size_t words = NWords(size);
+    if (words > fvWords.max_size()) throw std::bad_alloc(); // the vector would throw something else
+    fvWords.resize(words);
     const bool cut = size < fnSize;
     fnSize = size;
     const Place end(size, fnBits);
@@ -89,7 +92,7 @@ void MCPackedInt::Display() const
     MCDisplay_930::DisplayStart("MCPackedInt");
     MCDisplay_930::Display("Largest value", static_cast<unsigned long long>(fnMax));
     MCDisplay_930::Display("Bits of a value", fnBits);
-    MCDisplay_930::Display("Number of values", fnSize);
+    MCDisplay_930::Display("Number of values", Size());
     MCDisplay_930::Display("Values", values);
     MCDisplay_930::DisplayEnd("MCPackedInt");
 }

@@ -1,6 +1,7 @@
 // A sequence of small integers in little memory.
 #pragma once
 
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/modelcore_export.h"
 
 #include <cstddef>
@@ -18,12 +19,25 @@ public:
     /// size zeros, each able to grow to max.
     explicit MCPackedInt(std::uint64_t max = 1, std::size_t size = 0);
 
+    /// A deep copy.
+    MCPackedInt(const MCPackedInt& other) = default;
+
+    /// Deep as well. When memory runs out, this object is as it was.
+    MCPackedInt& operator=(const MCPackedInt& other) { return internal::AssignByCopy(*this, other); }
+
+    /// Takes everything over; other has no values afterwards and keeps its maximum.
+    MCPackedInt(MCPackedInt&& other) noexcept = default;
+    MCPackedInt& operator=(MCPackedInt&& other) noexcept = default;
+
+    ~MCPackedInt() = default;
+
     /// The largest value that can be stored.
     std::uint64_t GetMax() const { return fnMax; }
 
     /// The bits of one value: 0 when the maximum is 0, 64 at most.
     unsigned GetNBits() const { return fnBits; }
 
+    /// The number of values.
     std::size_t Size() const { return fnSize; }
 
     /// Value i; 0 when i >= Size().
@@ -37,7 +51,8 @@ public:
     /// @return  false, and nothing changed, when value > GetMax()
     bool Append(std::uint64_t value);
 
-    /// Cuts the sequence or lengthens it by zeros.
+    /// Cuts the sequence or lengthens it by zeros. Throws std::bad_alloc, and changes nothing, when there is no memory
+    /// for so many.
     void Resize(std::size_t size);
 
     /// Drops all values; the maximum stays.
@@ -54,7 +69,7 @@ private:
 
     std::uint64_t fnMax;
     unsigned fnBits;
-    std::size_t fnSize = 0;
+    internal::EmptiedOnMove<std::size_t> fnSize = 0;
     std::vector<std::uint64_t> fvWords; // the bits after the last value are 0
 };
 

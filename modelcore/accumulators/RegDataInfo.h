@@ -7,9 +7,9 @@
 namespace MCMath_930 {
 
 struct MODELCORE_EXPORT RegDataInfo {
-    double fdPredicted = MCCommon_930::MCMV::gMissingValue;
-    double fdObserved = MCCommon_930::MCMV::gMissingValue;
-    double fdFreqWeight = 1.0;
+    double fdPredicted = MCCommon_930::MCMV::gMissingValue; ///< what the model says
+    double fdObserved = MCCommon_930::MCMV::gMissingValue;  ///< what happened
+    double fdFreqWeight = 1.0;                              ///< how many cases it stands for
 
     /// Reversed on purpose: sorting puts the highest predictions first.
     bool operator<(const RegDataInfo& other) const { return fdPredicted > other.fdPredicted; }

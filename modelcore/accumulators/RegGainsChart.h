@@ -17,8 +17,11 @@ public:
 
     /// The gains table; the cases are left sorted. Without cases, or with a requested number of segments below 1, it is
     /// empty and the cases stay as they are. Takes time proportional to the number of cases, and memory for a second
-    /// copy of them.
+    /// copy of them. When memory runs out, they have not changed their places.
     std::vector<LiftInfo> CalculateGains(std::vector<RegDataInfo>& cases) const;
+
+    /// As the base does, with a frame of its own.
+    void Display() const override;
 };
 
 } // namespace MCMath_930

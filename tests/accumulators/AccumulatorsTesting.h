@@ -4,21 +4,18 @@
 #include "modelcore/modelcore.h"
 #include "support/Bits.h"
 #include "support/DisplayCapture.h"
+#include "support/Numbers.h"
 #include "support/Random.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 #include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 using namespace MCMath_930;
-
-constexpr double kMissing = MCCommon_930::MCMV::gMissingValue;
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 /// What WriteObjectXML writes: all numbers with all their digits.
 template <class T>
@@ -91,4 +88,3 @@ inline ::testing::AssertionResult SameState(const MCMeansXProdData& actual, cons
     };
     return SameBits(numbers(actual), numbers(expected));
 }
-

@@ -109,8 +109,8 @@ TEST(MCScatterPlotData, KeepsRawPointsWithoutBins)
     EXPECT_TRUE(points.UpdateData(2.0, 5.0, 1.5, -1.0));
     EXPECT_TRUE(points.UpdateData(1.0, 1.0, HUGE_VAL, 4.0));
     for (const double bad : {kNan, kMissing})
-        EXPECT_FALSE(points.UpdateData(bad, 1.0, 1.0, 1.0) || points.UpdateData(1.0, bad, 1.0, 1.0) ||
-                     points.UpdateData(1.0, 1.0, bad, 1.0) || points.UpdateData(1.0, 1.0, 1.0, bad));
+        EXPECT_FALSE(points.UpdateData(bad, 1.0, 1.0, 1.0) || points.UpdateData(1.0, 1.0, bad, 1.0) ||
+                     points.UpdateData(1.0, 1.0, 1.0, bad));
     EXPECT_EQ(points.GetXCoordinates(), (std::vector<double>{1.5, HUGE_VAL}));
     EXPECT_EQ(points.GetYCoordinates(), (std::vector<double>{-1.0, 4.0}));
     EXPECT_EQ(points.GetFrequencies(), (std::vector<double>{2.0, 1.0}));

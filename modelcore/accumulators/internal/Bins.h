@@ -9,12 +9,21 @@
 
 namespace MCMath_930::internal {
 
+/// The length of nBins bins from minimum to maximum.
+inline double BinLength(double minimum, double maximum, int nBins)
+{
+    const double range = maximum - minimum;
+    return std::isfinite(range) ? range / nBins : maximum / nBins - minimum / nBins; // a range may leave the doubles
+}
+
 /// The bin of a value: the truncated number of bin lengths above the minimum, clamped to the bins there are. A NaN
 /// position, which a length of 0 can give, is bin 0.
 inline std::size_t BinOf(double value, double minimum, double length, int nBins)
 {
     if (nBins <= 1) return 0;
-    const double position = (value - minimum) / length; // clamped before it is truncated: it may not fit an integer
+    const double distance = value - minimum;
+    const double position = std::isfinite(distance) ? distance / length : value / length - minimum / length;
+    // Clamped before it is truncated: it may not fit an integer.
     return position > 0.0 ? static_cast<std::size_t>(std::min(position, nBins - 1.0)) : 0;
 }
 

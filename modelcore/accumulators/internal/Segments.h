@@ -4,7 +4,6 @@
 #include "modelcore/accumulators/LiftInfo.h"
 
 #include <cstddef>
-#include <span>
 #include <vector>
 
 namespace MCMath_930::internal {
@@ -42,19 +41,5 @@ private:
 
 /// A frequency weight as it is counted: without the fraction; missing and NaN weights do not count.
 double CountedWeight(double weight);
-
-/// The table of cases that are sorted already; describe(case) is its ScoredCase.
-template <class Case, class Describe>
-std::vector<LiftInfo> TabulateGains(std::span<const Case> cases, int requested, Describe describe)
-{
-    std::vector<LiftInfo> table;
-    SegmentSums sums;
-    std::size_t i = 0;
-    for (const std::size_t end : SegmentEnds(cases.size(), requested)) {
-        for (; i < end; ++i) sums.Add(describe(cases[i]));
-        table.push_back(sums.Finish());
-    }
-    return table;
-}
 
 } // namespace MCMath_930::internal

@@ -6,6 +6,7 @@
 #include "modelcore/xml/XMLValueStream.h"
 
 #include <algorithm>
+#include <cmath>
 #include <concepts>
 #include <cstddef>
 #include <fstream>
@@ -24,6 +25,7 @@ public:
         fObject.StartObj(fStream);
     }
 
+    /// One value.
     template <class T>
     requires(std::integral<T> || std::floating_point<T>) void Write(T value)
     {
@@ -34,11 +36,21 @@ public:
     {
         for (const double value : values) Write(value);
     }
+    void Write(const std::string& text)
+    {
+        fObject.WriteSubElement(fStream, text);
+        ++fnLines;
+    }
 
-    /// The number of lines of the whole element; 0 when writing failed.
+    /// A number of elements, as a real: not every integer of the stream has more than 32 bits on every machine.
+    void WriteCount(std::size_t count) { Write(static_cast<double>(count)); }
+
+    /// The number of lines of the whole element; 0 when writing failed. Nothing is left in the stream's buffer, which a
+    /// full disk would refuse later.
     int Finish()
     {
         fObject.EndObj(fStream);
+        fStream.flush();
         return fStream ? fnLines + 2 : 0;
     }
 
@@ -55,6 +67,7 @@ public:
         : fStream(stream), fbOk(MCXML_930::ParseStartObj(stream, name))
     {}
 
+    /// One value.
     template <class T>
     bool Read(T& value)
     {
@@ -68,6 +81,15 @@ public:
     {
         values.clear();
         for (double value = 0.0; values.size() < count && Read(value);) values.push_back(value);
+        return fbOk;
+    }
+
+    bool ReadCount(std::size_t& count)
+    {
+        double number = 0.0;
+        Read(number);
+        if (Require(number >= 0.0 && number < 0x1p53 && number == std::floor(number)))
+            count = static_cast<std::size_t>(number);
         return fbOk;
     }
 
