@@ -71,7 +71,7 @@ void AddOuterProducts(double* packed, std::size_t order, const double* left, con
             return;
         }
     }
-    Kernels().addOuterProducts(packed, order, left, right, count);
+    AddOuterProductsByRows(packed, order, left, right, count);
 }
 
 } // namespace MCMath_930::internal

@@ -3,6 +3,7 @@
 
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/kernels/Kernels.h"
+#include "modelcore/random/internal/Twist.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -24,6 +25,14 @@ std::uint32_t Mixed(std::uint32_t previous, std::uint32_t multiplier)
 std::uint32_t LowWord(unsigned long word)
 {
     return static_cast<std::uint32_t>(word & 0xFFFFFFFFu); // an unsigned long may have 64 bits
+}
+
+void Twist(std::uint32_t* words, std::uint32_t* tempered)
+{
+#ifdef MODELCORE_KERNELS_V3
+    if (internal::Kernels().level == internal::Level::v3) return internal::v3::Twist(words, tempered);
+#endif
+    internal::baseline::Twist(words, tempered);
 }
 
 } // namespace
@@ -104,7 +113,7 @@ void MCRandomTwister::InitByArray(const unsigned long key[], unsigned long lengt
 void MCRandomTwister::Regenerate()
 {
     if (!fpBlock->isSeeded) Initialize(kDefaultSeed);
-    internal::Twist(fpBlock->words, fpBlock->tempered);
+    Twist(fpBlock->words, fpBlock->tempered);
     SetPosition(0);
 }
 

@@ -1,0 +1,140 @@
+// Tiles of products in registers, the packing of their operands, and panels of a Cholesky factor.
+#pragma once
+
+namespace MCMath_930::internal::MODELCORE_KERNEL_SET {
+
+namespace {
+
+// The tile stays in registers while its terms are added, so each part of it is sized for the registers there are: all
+// of it for 16 registers of four doubles, a quarter for 16 of two.
+#ifdef MODELCORE_TRANSPOSES
+constexpr int kPartLines = kTileLines;
+#else
+constexpr int kPartLines = kTileLines / 2;
+#endif
+constexpr int kPartWidth = 2 * kVectorWidth;
+
+template <int kLeftStep, int kRightStep>
+void AddProductPart(double* const* lines, int offset, const double* __restrict left, const double* __restrict right,
+                    std::size_t depth)
+{
+    Vector sum[kPartLines][2];
+#pragma GCC unroll 6
+    for (int r = 0; r < kPartLines; ++r) {
+        sum[r][0] = VectorAt(lines[r] + offset);
+        sum[r][1] = VectorAt(lines[r] + offset + kVectorWidth);
+        // The next tile of these lines. Panels are finished square by square, and a square stays in cache.
+        if constexpr (kRightStep == kTileWidth) MODELCORE_PREFETCH(lines[r] + offset + kTileWidth);
+    }
+    for (std::size_t k = 0; k < depth; ++k, left += kLeftStep, right += kRightStep) {
+        const Vector first = VectorAt(right);
+        const Vector second = VectorAt(right + kVectorWidth);
+#pragma GCC unroll 6
+        for (int r = 0; r < kPartLines; ++r) {
+            sum[r][0] += left[r] * first;
+            sum[r][1] += left[r] * second;
+        }
+    }
+#pragma GCC unroll 6
+    for (int r = 0; r < kPartLines; ++r) {
+        VectorAt(lines[r] + offset) = sum[r][0];
+        VectorAt(lines[r] + offset + kVectorWidth) = sum[r][1];
+    }
+}
+
+template <int kLeftStep, int kRightStep>
+void AddTile(double* const* lines, const double* left, const double* right, std::size_t depth)
+{
+    for (int r = 0; r < kTileLines; r += kPartLines)
+        for (int offset = 0; offset < kTileWidth; offset += kPartWidth)
+            AddProductPart<kLeftStep, kRightStep>(lines + r, offset, left + r, right + offset, depth);
+}
+
+void AddProductTile(double* const* lines, const double* left, const double* right, std::size_t depth)
+{
+    AddTile<kTileLines, kTileWidth>(lines, left, right, depth);
+}
+
+void AddPanelTile(double* const* lines, const double* left, const double* right, std::size_t depth)
+{
+    AddTile<kPanelLines, kPanelLines>(lines, left, right, depth);
+}
+
+// The rest of a row is of a width known to the compiler, which then needs no loop for it.
+template <int kRest>
+void PackDifferencesAndRest(double* __restrict packed, const double* __restrict rows, std::size_t rowStep,
+                            const double* __restrict origin, int width, int count)
+{
+    const std::ptrdiff_t strip = static_cast<std::ptrdiff_t>(kTileWidth) * count;
+    for (int k = 0; k < count; ++k, packed += kTileWidth, rows += rowStep) {
+        double* to = packed;
+        int w = 0;
+        for (; w + kTileWidth <= width; w += kTileWidth, to += strip)
+            for (int i = 0; i < kTileWidth; ++i) to[i] = rows[w + i] - origin[w + i];
+        for (int i = 0; i < kRest; ++i) to[i] = rows[w + i] - origin[w + i];
+    }
+}
+
+template <int kLines>
+void PackWeightedLines(double* __restrict packed, const double* __restrict rows, std::size_t rowStep,
+                       const double* __restrict origin, const double* __restrict weights, int count)
+{
+    for (int k = 0; k < count; ++k, packed += kTileLines, rows += rowStep)
+        for (int r = 0; r < kLines; ++r) packed[r] = weights[k] * (rows[r] - origin[r]);
+}
+
+void PackDifferences(double* packed, const double* rows, std::size_t rowStep, const double* origin, int width,
+                     int count)
+{
+    static_assert(kTileWidth == 8, "one case a rest");
+    switch (width % kTileWidth) {
+    case 0: return PackDifferencesAndRest<0>(packed, rows, rowStep, origin, width, count);
+    case 1: return PackDifferencesAndRest<1>(packed, rows, rowStep, origin, width, count);
+    case 2: return PackDifferencesAndRest<2>(packed, rows, rowStep, origin, width, count);
+    case 3: return PackDifferencesAndRest<3>(packed, rows, rowStep, origin, width, count);
+    case 4: return PackDifferencesAndRest<4>(packed, rows, rowStep, origin, width, count);
+    case 5: return PackDifferencesAndRest<5>(packed, rows, rowStep, origin, width, count);
+    case 6: return PackDifferencesAndRest<6>(packed, rows, rowStep, origin, width, count);
+    default: return PackDifferencesAndRest<7>(packed, rows, rowStep, origin, width, count);
+    }
+}
+
+void PackWeightedDifferences(double* packed, const double* rows, std::size_t rowStep, const double* origin,
+                             const double* weights, int lines, int count)
+{
+    static_assert(kTileLines == 6, "one case a number of lines");
+    switch (lines) {
+    case 1: return PackWeightedLines<1>(packed, rows, rowStep, origin, weights, count);
+    case 2: return PackWeightedLines<2>(packed, rows, rowStep, origin, weights, count);
+    case 3: return PackWeightedLines<3>(packed, rows, rowStep, origin, weights, count);
+    case 4: return PackWeightedLines<4>(packed, rows, rowStep, origin, weights, count);
+    case 5: return PackWeightedLines<5>(packed, rows, rowStep, origin, weights, count);
+    default: return PackWeightedLines<6>(packed, rows, rowStep, origin, weights, count);
+    }
+}
+
+void FinishCholeskyPanel(double* panel, const double* sums, const double* own, const double* diagonal, int first,
+                         int last)
+{
+    constexpr int kVectors = kPanelLines / kVectorWidth;
+    for (int k = first; k < last; ++k) {
+        const double* const factors = diagonal + k * kPanelLines;
+        Vector sum[kVectors];
+#pragma GCC unroll 12
+        for (int q = 0; q < kVectors; ++q) sum[q] = VectorAt(sums + k * kPanelLines + q * kVectorWidth);
+        for (int m = 0; m < k; ++m)
+#pragma GCC unroll 12
+            for (int q = 0; q < kVectors; ++q)
+                sum[q] += factors[m] * VectorAt(panel + m * kPanelLines + q * kVectorWidth);
+        const double pivot = factors[k];
+#pragma GCC unroll 12
+        for (int q = 0; q < kVectors; ++q) {
+            const int at = k * kPanelLines + q * kVectorWidth;
+            VectorAt(panel + at) = pivot == 0.0 ? Vector{} : (VectorAt(own + at) - sum[q]) / pivot;
+        }
+    }
+}
+
+} // namespace
+
+} // namespace MCMath_930::internal::MODELCORE_KERNEL_SET

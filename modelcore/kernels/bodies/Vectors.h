@@ -1,0 +1,71 @@
+// What the bodies of the kernels ask of a compiler beyond the language; no other header of bodies/ asks which it is.
+//
+// The bodies are written for vectors of kVectorWidth doubles. A compiler that has none, or MODELCORE_WITHOUT_VECTORS,
+// makes a vector of one double: the same loops, and the same bits.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#if defined(__GNUC__) && !defined(MODELCORE_WITHOUT_VECTORS)
+#if defined(__AVX__)
+#define MODELCORE_VECTOR_BYTES 32
+#else
+#define MODELCORE_VECTOR_BYTES 16
+#endif
+#endif
+
+#ifdef __GNUC__
+#define MODELCORE_PREFETCH(address) __builtin_prefetch(address)
+#define MODELCORE_ABS(x) __builtin_fabs(x)
+#else
+#define MODELCORE_PREFETCH(address) static_cast<void>(address)
+#define MODELCORE_ABS(x) ((x) < 0.0 ? -(x) : (x))
+#endif
+
+#ifdef _MSC_VER
+#pragma warning(disable : 4068) // #pragma GCC unroll, which changes no result
+#endif
+
+namespace MCMath_930::internal::MODELCORE_KERNEL_SET {
+
+namespace {
+
+#ifdef MODELCORE_VECTOR_BYTES
+typedef double Vector __attribute__((vector_size(MODELCORE_VECTOR_BYTES), aligned(8), may_alias));
+#else
+typedef double Vector;
+#endif
+constexpr int kVectorWidth = static_cast<int>(sizeof(Vector) / sizeof(double));
+
+inline Vector& VectorAt(double* x)
+{
+    return *reinterpret_cast<Vector*>(x);
+}
+
+inline const Vector& VectorAt(const double* x)
+{
+    return *reinterpret_cast<const Vector*>(x);
+}
+
+// Four rows of four columns that change places in registers.
+#if defined(MODELCORE_VECTOR_BYTES) && MODELCORE_VECTOR_BYTES == 32
+#define MODELCORE_TRANSPOSES
+
+/// Element i of vector j becomes element j of vector i.
+void Transpose(Vector* v)
+{
+    const Vector a = __builtin_shufflevector(v[0], v[1], 0, 4, 2, 6);
+    const Vector b = __builtin_shufflevector(v[0], v[1], 1, 5, 3, 7);
+    const Vector c = __builtin_shufflevector(v[2], v[3], 0, 4, 2, 6);
+    const Vector d = __builtin_shufflevector(v[2], v[3], 1, 5, 3, 7);
+    v[0] = __builtin_shufflevector(a, c, 0, 1, 4, 5);
+    v[1] = __builtin_shufflevector(b, d, 0, 1, 4, 5);
+    v[2] = __builtin_shufflevector(a, c, 2, 3, 6, 7);
+    v[3] = __builtin_shufflevector(b, d, 2, 3, 6, 7);
+}
+#endif
+
+} // namespace
+
+} // namespace MCMath_930::internal::MODELCORE_KERNEL_SET
