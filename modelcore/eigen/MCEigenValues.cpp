@@ -60,8 +60,9 @@ bool MCEigenValues::SetMaxIter(int m)
 
 void MCEigenValues::SetHMatrix(const MCSymMatrix& H)
 {
-    fmH = H;
-    fnRows = H.GetNRows();
+    MCSymMatrix matrix(H);
+    fmH = std::move(matrix);
+    fnRows = fmH.GetNRows();
     DropEMatrix();
     DropResults();
 }
@@ -97,7 +98,7 @@ void MCEigenValues::DropEMatrix()
     fnRankE = 0;
 }
 
-void MCEigenValues::DropResults()
+void MCEigenValues::DropResults() noexcept
 {
     fmOrthInfo = MCSymMatrix();
     fvDiag3.clear();
@@ -109,70 +110,83 @@ void MCEigenValues::DropResults()
 }
 
 /// Fills the results; fvEigenVal stays empty when no eigenvalue was found.
-int MCEigenValues::Decompose()
+void MCEigenValues::ComputeResults()
 {
-    DropResults();
     TriDiag();
     const int result = EigenValuesTQLI();
-    fnComputed = result == 0 ? fnRows : result - 1;
-    if (fnComputed < 1) return fnComputed;
-    fvEigenVal.assign(fvDiag3.begin(), fvDiag3.begin() + fnComputed);
-    fvEigenVal.resize(fvDiag3.size());
+    fnComputed = result == 0 ? int{fnRows} : result - 1;
+    UnscaleValues();
+    if (fnComputed < 1) return;
+    if (fComputeVectors) BackTransVectors();
+    std::vector<double> found(fvDiag3.begin(), fvDiag3.begin() + fnComputed);
+    found.resize(fvDiag3.size());
+    fvEigenVal = std::move(found);
+}
+
+/// @param values, vectors  receive copies of what was found, unless null; vectors are found only when asked for
+int MCEigenValues::Decompose(bool withVectors, std::vector<double>* values, MCRectMatrix* vectors)
+{
+    const bool before = fComputeVectors;
+    DropResults();
+    fComputeVectors = withVectors;
+    try {
+        ComputeResults();
+        if (fnComputed < 1) return fnComputed;
+        std::vector<double> found(fvEigenVal);
+        if (vectors != nullptr) *vectors = MCRectMatrix(fmEigenVectors);
+        if (values != nullptr) *values = std::move(found);
+    } catch (...) {
+        DropResults(); // no memory: half a decomposition would be taken for a whole one
+        fComputeVectors = before;
+        throw;
+    }
     return fnComputed;
 }
 
 int MCEigenValues::Compute(std::vector<double>& values)
 {
-    fComputeVectors = false;
-    if (Decompose() >= 1) values = fvEigenVal;
-    return fnComputed;
+    return Decompose(false, &values, nullptr);
 }
 
 int MCEigenValues::Compute(std::vector<double>& values, MCRectMatrix& vectors)
 {
-    fComputeVectors = true;
-    if (Decompose() < 1) return fnComputed;
-    BackTransVectors();
-    values = fvEigenVal;
-    vectors = fmEigenVectors;
-    return fnComputed;
+    return Decompose(true, &values, &vectors);
 }
 
 int MCEigenValues::GetSorted(std::vector<double>& values, bool descending)
 {
-    if (!fvEigenVal.empty())
-        values = fvEigenVal;
-    else
-        Compute(values);
-    if (fnComputed < 1) return fnComputed;
+    if (fvEigenVal.empty() && Decompose(false, nullptr, nullptr) < 1) return fnComputed;
+    std::vector<double> sorted(fvEigenVal);
     // For equal values > and >= sort alike, but only the first is an order that std::sort can be given.
     if (descending)
-        std::sort(values.begin(), values.begin() + fnComputed, [](double a, double b) { return a > b; });
+        std::sort(sorted.begin(), sorted.begin() + fnComputed, [](double a, double b) { return a > b; });
     else
-        std::sort(values.begin(), values.begin() + fnComputed);
+        std::sort(sorted.begin(), sorted.begin() + fnComputed);
+    values = std::move(sorted);
     return fnComputed;
 }
 
 int MCEigenValues::GetSorted(std::vector<double>& values, MCRectMatrix& vectors, bool descending)
 {
     if (fvEigenVal.empty() || fmEigenVectors.GetNRows() != fnRows)
-        if (Compute(values, vectors) < 1) return fnComputed;
+        if (Decompose(true, nullptr, nullptr) < 1) return fnComputed;
 
-    fvEigPairs.resize(fvEigenVal.size());
-    for (int j = 0; j < fnRows; ++j)
-        fvEigPairs[static_cast<std::size_t>(j)] = {fvEigenVal[static_cast<std::size_t>(j)], j};
-    std::sort(fvEigPairs.begin(), fvEigPairs.begin() + fnComputed, [descending](const auto& a, const auto& b) {
+    std::vector<std::pair<double, int>> pairs(fvEigenVal.size());
+    for (int j = 0; j < fnRows; ++j) pairs[static_cast<std::size_t>(j)] = {fvEigenVal[static_cast<std::size_t>(j)], j};
+    std::sort(pairs.begin(), pairs.begin() + fnComputed, [descending](const auto& a, const auto& b) {
         return descending ? a.first > b.first : a.first < b.first;
     });
 
-    values.resize(fvEigPairs.size());
+    std::vector<double> sortedValues(pairs.size());
     MCRectMatrix sorted(fnRows, fnRows);
-    for (std::size_t j = 0; j < fvEigPairs.size(); ++j) values[j] = fvEigPairs[j].first;
+    for (std::size_t j = 0; j < pairs.size(); ++j) sortedValues[j] = pairs[j].first;
     for (int i = 0; i < fnRows; ++i) {
         const double* const from = fmEigenVectors.GetRowPtr(i);
         double* to = sorted.GetRowPtr(i);
-        for (const auto& pair : fvEigPairs) *to++ = from[pair.second];
+        for (const auto& pair : pairs) *to++ = from[pair.second];
     }
+    fvEigPairs = std::move(pairs);
+    values = std::move(sortedValues);
     vectors = std::move(sorted);
     return fnComputed;
 }
@@ -245,14 +259,12 @@ void MCEigenValues::Display() const
     Display("fvEigenVal", fvEigenVal);
     MCDisplay_930::DisplayLine("fmEigenVectors:");
     MCDisplay_930::DisplayRectMatrix(fmEigenVectors.GetPtr(), fmEigenVectors.GetNRows(), fmEigenVectors.GetNCols());
-    std::vector<double> pairValues;
-    std::vector<int> pairColumns;
+    std::vector<double> pairs; // eigenvalue, column, eigenvalue, column ...
     for (const auto& [value, column] : fvEigPairs) {
-        pairValues.push_back(value);
-        pairColumns.push_back(column);
+        pairs.push_back(value);
+        pairs.push_back(column);
     }
-    Display("fvEigPairs, eigenvalues", pairValues);
-    Display("fvEigPairs, columns", pairColumns);
+    Display("fvEigPairs", pairs);
     MCDisplay_930::DisplayEnd("MCEigenValues");
 }
 

@@ -1,6 +1,7 @@
 // Eigenvalues and eigenvectors of symmetric matrices.
 #pragma once
 
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/matrix/MCRectMatrix.h"
 #include "modelcore/matrix/MCSymMatrix.h"
 #include "modelcore/modelcore_export.h"
@@ -33,6 +34,10 @@ namespace MCMath_930 {
 /// did not converge within the iteration limit (those found are the leading ones, and nothing says that they are the
 /// smallest or the largest), below 1 on failure: for a matrix of order 0, when the first eigenvalue did not converge,
 /// and for a matrix with NaN elements.
+///
+/// A matrix with elements near the ends of the range of a double is multiplied by a power of two before the reduction
+/// and its eigenvalues are divided by it at the end: an eigenvalue beyond the range becomes an infinity, and one below
+/// is rounded as any double there. When memory runs out in a computation, the results are empty and the problem stays.
 class MODELCORE_EXPORT MCEigenValues {
 public:
     /// An empty problem, of order 0.
@@ -40,21 +45,34 @@ public:
 
     /// A tolerance that is not above 0 gives 1e-12, a limit that is not above 0 gives 30.
     MCEigenValues(double tolerance, int maxIter);
+
+    /// The ordinary problem for H, with the same rules.
     MCEigenValues(const MCSymMatrix& H, double tolerance, int maxIter);
 
     /// The generalised problem; the ordinary one when E is refused, which IsValidEMatrix tells.
     MCEigenValues(const MCSymMatrix& H, const MCSymMatrix& E, double tolerance, int maxIter);
 
+    /// A copy owns the problem and the results. What was moved from is an empty problem.
+    MCEigenValues(const MCEigenValues&) = default;
+    MCEigenValues(MCEigenValues&&) noexcept = default;
+    MCEigenValues& operator=(const MCEigenValues& other) { return internal::AssignByCopy(*this, other); }
+    MCEigenValues& operator=(MCEigenValues&&) noexcept = default;
+    ~MCEigenValues() = default;
+
     /// Relative convergence tolerance of the QL iteration. 2.2e-16 gives eigenvalues and vectors to working precision;
     /// the default 1e-12 leaves a residual of that size relative to the largest eigenvalue.
     /// @return  false, and nothing changed, unless t > 0
     bool SetTolerance(double t);
+
+    /// The tolerance, as set or 1e-12.
     double GetTolerance() const { return fTolerance; }
 
     /// The largest number of QL sweeps for one eigenvalue. A large matrix whose eigenvalues spread over many orders of
     /// magnitude needs more than 30 for the first: up to 240 at order 300 and a spread of 1e20.
     /// @return  false, and nothing changed, for m < 1
     bool SetMaxIter(int m);
+
+    /// The limit, as set or 30.
     int GetMaxIter() const { return fnMaxIter; }
 
     /// Copies H and starts over with the ordinary problem: results and an E set before are dropped.
@@ -96,18 +114,23 @@ public:
     /// below. It is H that is repaired, with or without an E; the results kept in this object stay.
     /// @return  false, and out and changed as they were, when not all eigenvalues were found
     bool GetPDHMatrix(double eps, MCSymMatrix& out, bool& changed) const;
+
+    /// The same for callers who need not know whether H was changed.
     bool GetPDHMatrix(double eps, MCSymMatrix& out) const;
 
     /// Writes the problem, the intermediate and the final results to the diagnostic text stream.
     void Display() const;
 
 private:
-    int Decompose();
-    void DropResults();
+    int Decompose(bool withVectors, std::vector<double>* values, MCRectMatrix* vectors);
+    void ComputeResults();
+    void DropResults() noexcept;
     void DropEMatrix();
 
     // The steps (MCEigenValuesSteps.cpp)
     void TriDiag();
+    void ScaleProblem();
+    void UnscaleValues();
     void Tred3();
     int EigenValuesTQLI();
     void BackTransVectors();
@@ -117,21 +140,22 @@ private:
     template <class Vectors>
     int IterateQL(Vectors& vectors);
 
-    int fnRows = 0;
+    internal::EmptiedOnMove<int> fnRows;
     double fTolerance = 1e-12;
     int fnMaxIter = 30;
-    bool fComputeVectors = false;
+    internal::EmptiedOnMove<bool> fComputeVectors;
     MCSymMatrix fmH;
     MCSymMatrix fmE;
     std::vector<double> fvEDiag;
     MCSymMatrix fmCholE;
     MCSymMatrix fmInvCholE;
     MCSymMatrix fmVHV;
-    int fnRankE = 0;
+    internal::EmptiedOnMove<int> fnRankE;
     MCSymMatrix fmOrthInfo;
+    int fnScaledBy = 0; // the power of two that the reduced matrix was multiplied by
     std::vector<double> fvDiag3;
     std::vector<double> fvSubdiag3;
-    int fnComputed = 0;
+    internal::EmptiedOnMove<int> fnComputed;
     std::vector<double> fvEigenVal;
     MCRectMatrix fmEigenVectors;
     std::vector<std::pair<double, int>> fvEigPairs;

@@ -45,6 +45,10 @@ double Hypotenuse(double f, double g)
     return 0x1p-600 * std::sqrt(f * 0x1p600 * (f * 0x1p600) + g * 0x1p600 * (g * 0x1p600)); // a NaN stays one
 }
 
+/// A row whose magnitudes add up to less counts as 0: its reflection, which is stored times this sum, would lose digits.
+/// After ScaleProblem that is below 2^-168 of the largest element.
+constexpr double kNegligible = 0x1p-968;
+
 /// What the rotations of the QL iteration do when only eigenvalues are wanted.
 struct NoVectors {
     void StartSweep(int) {}
@@ -172,8 +176,37 @@ private:
 void MCEigenValues::TriDiag()
 {
     fmOrthInfo = IsValidEMatrix() ? fmVHV : fmH;
+    ScaleProblem();
     Tred3();
     if (!fComputeVectors) fmOrthInfo = MCSymMatrix();
+}
+
+/// Brings the elements away from the ends of the range, where the tests of the iteration would overflow and the
+/// reflections lose their digits. Every other matrix is left alone, and its results keep their bits.
+void MCEigenValues::ScaleProblem()
+{
+    constexpr double kLargest = 0x1p980;
+    constexpr double kSmallestOfAll = 0x1p-800;
+    constexpr int kTarget = 900; // exponent of the largest element: room for elements far below it
+    fnScaledBy = 0;
+    double largest = 0.0;
+    double smallest = kLargest;
+    for (const double element : fmOrthInfo.AsSpan()) {
+        const double magnitude = std::fabs(element);
+        largest = std::max(largest, magnitude);
+        if (magnitude > 0.0) smallest = std::min(smallest, magnitude);
+    }
+    if (largest == 0.0 || std::isinf(largest)) return;
+    if (largest <= kLargest && largest >= kSmallestOfAll && smallest >= kNegligible) return;
+    fnScaledBy = kTarget - std::ilogb(largest);
+    for (double& element : fmOrthInfo.AsSpan()) element = std::scalbn(element, fnScaledBy);
+}
+
+void MCEigenValues::UnscaleValues()
+{
+    if (fnScaledBy == 0) return;
+    for (std::vector<double>* const numbers : {&fvDiag3, &fvSubdiag3})
+        for (double& number : *numbers) number = std::scalbn(number, -fnScaledBy);
 }
 
 // tred3 of 1983. The update of the matrix that ends the step for one row waits for the product that begins the step for
@@ -195,6 +228,7 @@ void MCEigenValues::Tred3()
         }
         double scale = 0.0;
         for (std::size_t k = 0; k < l; ++k) scale += std::fabs(row[k]);
+        if (scale < kNegligible) scale = 0.0;
         double h = 0.0;
         bool reflected = false;
         if (scale != 0.0) {

@@ -27,7 +27,19 @@ bool BoundsList::Add(double lower, double upper)
 bool BoundsList::Set(int i, double lower, double upper)
 {
     if (i < 0 || i >= GetNDim() || !AreBounds(lower, upper)) return false;
-    fvBounds[static_cast<std::size_t>(i)] = {lower, upper};
+    Bounds& bounds = fvBounds[static_cast<std::size_t>(i)];
+    bounds.lower = lower;
+    bounds.upper = upper;
+    return true;
+}
+
+bool BoundsList::SetCentreAndScale(int i, double centre, double scale)
+{
+    // Beyond these scales the substitution for an infinite bound would overflow.
+    if (i < 0 || i >= GetNDim() || !std::isfinite(centre) || !(scale >= 1e-100 && scale <= 1e100)) return false;
+    Bounds& bounds = fvBounds[static_cast<std::size_t>(i)];
+    bounds.centre = centre;
+    bounds.scale = scale;
     return true;
 }
 
@@ -41,14 +53,20 @@ void BoundsList::Display() const
 {
     std::vector<double> lower;
     std::vector<double> upper;
+    std::vector<double> centres;
+    std::vector<double> scales;
     for (const Bounds& b : fvBounds) {
         lower.push_back(b.lower);
         upper.push_back(b.upper);
+        centres.push_back(b.centre);
+        scales.push_back(b.scale);
     }
     MCDisplay_930::DisplayStart("BoundsList");
     MCDisplay_930::Display("Number of dimensions", GetNDim());
     MCDisplay_930::Display("Lower bounds", lower);
     MCDisplay_930::Display("Upper bounds", upper);
+    MCDisplay_930::Display("Centres", centres);
+    MCDisplay_930::Display("Scales", scales);
     MCDisplay_930::DisplayEnd("BoundsList");
 }
 

@@ -24,13 +24,25 @@ public:
     /// Replaces the bounds of dimension i. False, and nothing changed, as for Add and for i outside [0, GetNDim()).
     bool Set(int i, double lower, double upper);
 
+    /// Says where the integrand has its mass in dimension i, and how wide that is; matters for infinite bounds only. Half
+    /// of the points of the first look are within the scale of the centre, or, when one bound is finite, of that bound.
+    /// The default, 0 and 1, does not see a normal density with mean 100. Set keeps both.
+    /// @return  false, and nothing changed, unless 0 <= i < GetNDim(), the centre is finite and 1e-100 <= scale <= 1e100
+    bool SetCentreAndScale(int i, double centre, double scale);
+
+    /// Removes every dimension.
     void Clear() { fvBounds.clear(); }
 
+    /// The number of dimensions.
     int GetNDim() const { return static_cast<int>(fvBounds.size()); }
 
     /// The bounds of dimension i, 0 <= i < GetNDim(); not checked.
     double GetLower(int i) const { return fvBounds[static_cast<std::size_t>(i)].lower; }
     double GetUpper(int i) const { return fvBounds[static_cast<std::size_t>(i)].upper; }
+
+    /// The same for the centre and the scale.
+    double GetCentre(int i) const { return fvBounds[static_cast<std::size_t>(i)].centre; }
+    double GetScale(int i) const { return fvBounds[static_cast<std::size_t>(i)].scale; }
 
     /// Whether both bounds of every dimension are finite.
     bool IsFinite() const;
@@ -42,6 +54,8 @@ private:
     struct Bounds {
         double lower;
         double upper;
+        double centre = 0.0;
+        double scale = 1.0;
     };
 
     std::vector<Bounds> fvBounds;

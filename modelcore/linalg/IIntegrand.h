@@ -12,8 +12,9 @@ class MODELCORE_EXPORT IIntegrand {
 public:
     virtual ~IIntegrand();
 
-    /// The value at a point with one coordinate for each dimension of the bounds. A NaN or an infinity ends the
-    /// integration with a failure.
+    /// The value at a point with one coordinate for each dimension of the bounds. A NaN ends the integration with a
+    /// failure. An infinity says that the point is a singularity; LobattoQuad integrates over a single one, and fails
+    /// where several come together.
     virtual double Evaluate(const std::vector<double>& point) = 0;
 
 protected:

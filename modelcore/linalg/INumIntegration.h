@@ -18,7 +18,8 @@ public:
         ToleranceNotReached = 1, ///< rounding or a singularity keeps the error estimate above the tolerance
         EvaluationLimit = 2,     ///< the limit of evaluations came first
         Cancelled = 3,           ///< the cancel query said stop
-        BadIntegrand = 4,        ///< the integrand returned a NaN or an infinity, or grew beyond the range of a double
+        BadIntegrand = 4,        ///< the integrand returned a NaN, was infinite at points beside each other, or the
+                                 ///< integral grew beyond the range of a double
         InvalidBounds = 5        ///< the bounds have no dimension
     };
 

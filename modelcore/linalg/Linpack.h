@@ -37,9 +37,8 @@ public:
 
     /// Factors a general matrix with partial pivoting, A = L*U.
     ///
-    /// @param a     in: the n x n matrix; out: U in the upper triangle, the negated multipliers of L below the
-    /// diagonal,
-    ///              each column in the order that it had when it was eliminated
+    /// @param a     in: the n x n matrix; out: U in the upper triangle, the negated multipliers of L below it, each
+    ///              column in the order that it had when it was eliminated
     /// @param ipvt  out: n pivots; row ipvt[k] was exchanged with row k + 1 in step k + 1
     /// @return 0, or the last k with U(k,k) = 0: Dgesl and Dgedi would then divide by zero. The factors are complete.
     static int Dgefa(double* a, int lda, int n, int* ipvt);
@@ -187,9 +186,8 @@ public:
     ///
     /// @param t    in: the matrix; out: its inverse when it is asked for
     /// @param job  digits abc: a != 0 determinant, b != 0 inverse, c = 0 lower, otherwise upper
-    /// @return 0, or the k of the zero diagonal at which the inversion stopped (the lowest for an upper, the highest
-    /// for
-    ///         a lower matrix); 0 when no inverse is asked for
+    /// @return 0, or the k of the zero diagonal at which the inversion stopped: the lowest for an upper, the highest
+    ///         for a lower matrix; 0 when no inverse is asked for
     static int Dtrdi(double* t, int ldt, int n, double* det, int job);
 
     // ---- Cholesky decomposition with pivoting, and its updates -----------------------------------------------------
@@ -198,10 +196,8 @@ public:
     ///
     /// @param a     in: the upper triangle of the p x p matrix; out: R
     /// @param work  p doubles of work space
-    /// @param jpvt  in, when job != 0: jpvt[k] > 0 moves element k to the front, < 0 to the back, 0 leaves it free to
-    /// be
-    ///              chosen as the largest pivot; out: the original index of what now stands in place k. Not used when
-    ///              job = 0
+    /// @param jpvt  in, when job != 0: jpvt[k] > 0 moves element k to the front, < 0 to the back, 0 lets it be chosen as
+    ///              the largest pivot; out: the original index of what now stands in place k. Not used when job = 0
     /// @param job   0: no pivoting
     /// @return the number of positive pivots: p for success. It may exceed the numerical rank through rounding
     static int Dchdc(double* a, int lda, int p, double* work, int* jpvt, int job);
@@ -219,8 +215,7 @@ public:
 
     /// Downdates a Cholesky factor when a row x is removed; the arguments are those of Dchud.
     /// @return 0; -1 when the row cannot be removed (r, z and rho are unchanged then, s is not); 1 when only some rho
-    /// could
-    ///         not be downdated, which are set to -1
+    ///         could not be downdated, which are set to -1
     static int Dchdd(double* r, int ldr, int p, const double* x, double* z, int ldz, int nz, const double* y,
                      double* rho, double* c, double* s);
 
@@ -239,10 +234,9 @@ public:
     ///
     /// @param x      in: n x p; out: R in the upper triangle, below it what is left of the reflections
     /// @param qraux  out: p elements, what is needed further to recover Q
-    /// @param jpvt   in, when job != 0: jpvt[k] > 0 moves column k to the front, < 0 to the back, 0 leaves it free to
-    /// be
-    ///               chosen as the one of largest remaining norm; out: the original index of the column now in place k.
-    ///               Not used when job = 0
+    /// @param jpvt   in, when job != 0: jpvt[k] > 0 moves column k to the front, < 0 to the back, 0 lets it be chosen as
+    ///               the one of largest remaining norm; out: the original index of the column now in place k. Not used
+    ///               when job = 0
     /// @param work   p doubles of work space; not used when job = 0
     /// @param job    0: no pivoting
     static void Dqrdc(double* x, int ldx, int n, int p, double* qraux, int* jpvt, double* work, int job);

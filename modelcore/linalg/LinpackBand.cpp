@@ -43,17 +43,21 @@ int Linpack::Dgbfa(double* abd, int lda, int n, int ml, int mu, int* ipvt)
 {
     if (n < 1) return 0;
     const BandColumns columns = FactoredBand(abd, lda, ml, mu);
-    // The fill-in of a column, above its band, is cleared before a row exchange can reach it.
-    const auto clearFillIn = [&columns, ml, mu](int j) {
-        for (int i = std::max(0, j - mu - ml); i < j - mu; ++i) columns(j)[i] = 0.0;
+    // The fill-in of a column, above its band, is cleared before a row exchange can reach it: for the first columns the
+    // part inside the matrix, for those that the steps add all ml places, even above row 0, as published.
+    const auto clearFillIn = [&columns, mu](int j, int first) {
+        for (int i = first; i < j - mu; ++i) columns(j)[i] = 0.0;
     };
     int cleared = std::min(n, ml + mu + 1) - 1;
-    for (int j = mu + 1; j < cleared; ++j) clearFillIn(j);
+    for (int j = mu + 1; j < cleared; ++j) clearFillIn(j, 0);
 
     int info = 0;
     int last = 0; // the last column that an elimination has reached
     for (int k = 0; k < n - 1; ++k) {
-        if (cleared < n) clearFillIn(cleared++);
+        if (cleared < n) {
+            clearFillIn(cleared, cleared - mu - ml);
+            ++cleared;
+        }
         double* const column = columns(k);
         const int below = std::min(ml, n - 1 - k);
         const int pivotRow = PivotColumn(column, k, below, ipvt);

@@ -175,6 +175,7 @@ TEST(Blas1, ConstantsAndScalarHelpers)
     EXPECT_EQ(Blas1::DMach(3), 1.0 / (100 * 0x1p-1020));
     EXPECT_TRUE(Blas1::LSame('a', 'A') && Blas1::LSame('Z', 'z') && Blas1::LSame('1', '1'));
     EXPECT_FALSE(Blas1::LSame('a', 'b') || Blas1::LSame('@', '`') || Blas1::LSame('[', '{'));
+    EXPECT_TRUE(Blas1::D_Abs(-3.0) == 3.0 && !std::signbit(Blas1::D_Abs(-0.0)));
     EXPECT_TRUE(Blas1::D_Sign(-3.0) == -1.0 && Blas1::D_Sign(-0.0) == 1.0);
     EXPECT_TRUE(Blas1::D_Max(-3.0, 2.0) == 2.0 && Blas1::I_Max(-3, 2) == 2 && Blas1::I_Min(-3, 2) == -3);
 }

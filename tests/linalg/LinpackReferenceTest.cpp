@@ -86,6 +86,13 @@ TEST(LinpackReference, Band)
     EXPECT_EQ(ipvt, (Integers{2, 3, 4, 5, 6, 6}));
     Linpack::Dgbdi(abd.data(), lda, n, ml, mu, ipvt.data(), det.data());
     ExpectNear(det, {-5.721864, 7}, 1e-13);
+    for (int i = 0; i < lda; ++i) abd[static_cast<std::size_t>(i)] = 0.0; // the first column
+    EXPECT_EQ(Linpack::Dgbfa(abd.data(), lda, n, ml, mu, ipvt.data()), 1);
+
+    // A matrix smaller than its band: the first step clears all of the fill-in's place, even above row 1.
+    Doubles small{99, 99, 2, 4, 99, 6, 1, 99};
+    EXPECT_EQ(Linpack::Dgbfa(small.data(), 4, 2, 1, 1, ipvt.data()), 0);
+    EXPECT_EQ(small, (Doubles{99, 99, 4, -0.5, 0, 1, 5.5, 99}));
 }
 
 TEST(LinpackReference, PositiveDefiniteBand)
@@ -309,11 +316,18 @@ TEST(LinpackReference, OrthogonalDecompositions)
     Linpack::Dqrdc(x.data(), 5, 5, 3, aux.data(), jpvt.data(), work.data(), 1);
     EXPECT_EQ(jpvt, (Integers{3, 2, 1}));
     EXPECT_EQ(x, factored);
+    x = x0;
+    jpvt = {0, -1, 0}; // the second last
+    Linpack::Dqrdc(x.data(), 5, 5, 3, aux.data(), jpvt.data(), work.data(), 1);
+    EXPECT_EQ(jpvt, (Integers{3, 1, 2}));
+    Doubles ordered{1, 5, -2, 2, 3, 1, 1, 1, 1, 1, 2, -1, 3, 0, 4};
+    Linpack::Dqrdc(ordered.data(), 5, 5, 3, aux.data(), nullptr, nullptr, 0);
+    EXPECT_EQ(x, ordered);
 
     Doubles single{-2.0}, out(1), right{3.0};
     EXPECT_EQ(Linpack::Dqrsl(single.data(), 1, 1, 1, aux.data(), right.data(), qy.data(), qty.data(), out.data(),
                              rsd.data(), xb.data(), 11111),
               0);
     EXPECT_EQ(out[0], -1.5);
-    EXPECT_EQ(rsd[0], 0.0);
+    EXPECT_TRUE(qy[0] == 3.0 && qty[0] == 3.0 && xb[0] == 3.0 && rsd[0] == 0.0);
 }
