@@ -43,7 +43,7 @@ bool IMCSymMatrix::PutRow(int i, const std::vector<double>& row)
 
 void IMCSymMatrix::GetDiagonal(std::vector<double>& diag) const
 {
-    diag.resize(static_cast<std::size_t>(GetNRows()));
+    diag.resize(Order());
     for (int i = 0; i < GetNRows(); ++i) diag[static_cast<std::size_t>(i)] = GetElem(i, i);
 }
 

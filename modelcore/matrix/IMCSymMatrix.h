@@ -95,7 +95,7 @@ public:
     /// Cholesky factorisation S = L*L' in place, row by row:  L(i,j) = (S(i,j) - sum of L(i,m)*L(j,m), m < j)/L(j,j),
     /// and 0 where L(j,j) = 0;  L(i,i) = sqrt(d), d = S(i,i) - sum of L(i,m)^2, if d > tol*refDiag[i], and 0 if not.
     ///
-    /// @param refDiag  at least n values >= 0 to which tol relates, usually the diagonal of S
+    /// @param refDiag  the values to which tol relates, usually the diagonal of S: at least n, the first n of them >= 0
     /// @param tol      smallest pivot allowed, relative to refDiag; >= 0
     /// @param check    false trusts the arguments
     /// @return  the number of rows whose pivot was refused: 0 for a positive definite matrix. -1 for invalid arguments.
@@ -108,7 +108,7 @@ public:
     /// Determinant and inverse of the factor L, after LINPACK's Dtrdi.
     ///
     /// @param det  written when the units digit of job is not 0: the determinant of L is det[0]*10^det[1] with
-    ///             1 <= |det[0]| < 10, or both are 0 when L has a zero on its diagonal. Else it may be null.
+    ///             1 <= |det[0]| < 10; both are 0 when L has a zero on its diagonal. Else it may be null.
     /// @param job  a tens digit other than 0 replaces L by its inverse; rows and columns of zero diagonal elements
     ///             become 0, which makes it a generalised inverse
     /// @return  the number of zero diagonal elements
@@ -117,9 +117,9 @@ public:
     /// Writes the inverse of S into out, through LTChol(refDiag, tol, ..., false), LTDetInverse and LTLTransL. Rows and
     /// columns whose pivot was refused are 0 in it: a generalised inverse.
     /// @param out  of kind 0 or of this matrix's kind; it may be this matrix
-    /// @return  the rank: n less the refused pivots. -1 when out is of another kind or refDiag is too short; -1 with
-    /// out
-    ///          of order -1 when there is no memory for the copy.
+    /// @return  the rank: n less the refused pivots. -1 when out is of another kind or refDiag is too short. A packed
+    ///          matrix returns -1 as well when there is no memory for the copy: out then has the order -1, as a mark,
+    ///          and stands every use as an empty matrix does.
     virtual int CholInverse(const std::vector<double>& refDiag, double tol, IMCSymMatrix& out) const = 0;
 
     /// Solves L*L'*x = b. Elements of x that belong to zero diagonal elements of L are 0. x may be b.
@@ -327,6 +327,8 @@ protected:
     enum class Factor { kS, kL, kLTrans };
     static void MultiplyBy(Factor factor, const IMCSymMatrix& matrix, const double* a, std::size_t rows, double* out);
 
+    /// The order as a size: 0 as well for the order -1 that a failed CholInverse leaves.
+    std::size_t Order() const { return static_cast<std::size_t>(GetNRows() > 0 ? GetNRows() : 0); }
     bool IsRow(int i) const { return i >= 0 && i < GetNRows(); }
     bool IsPart(int first, int count) const { return first >= 0 && count >= 0 && count <= GetNRows() - first; }
     bool Fits(const std::vector<double>& v) const { return v.size() >= static_cast<std::size_t>(GetNRows()); }

@@ -3,6 +3,7 @@
 #include "modelcore/common/MCBitSet.h"
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/common/MCMV.h"
+#include "modelcore/common/internal/Index.h"
 #include "modelcore/matrix/internal/CholeskyArguments.h"
 #include "modelcore/matrix/internal/Operands.h"
 
@@ -12,6 +13,7 @@
 
 namespace MCMath_930 {
 
+using internal::AsSize;
 using MCCommon_930::MCMV;
 
 namespace {
@@ -31,7 +33,7 @@ bool StoreScaledTwice(const MCDiagMatrix& S, const IMCSymMatrix& L, IMCSymMatrix
     if (L.GetNRows() != S.GetNRows()) return false;
     std::vector<double> diag(S.AsVector());
     for (int i = 0; i < S.GetNRows(); ++i) {
-        double& d = diag[static_cast<std::size_t>(i)];
+        double& d = diag[AsSize(i)];
         d = d * L.GetElem(i, i) * L.GetElem(i, i);
     }
     return StoreDiagonal(MCDiagMatrix(std::move(diag)), out);
@@ -51,7 +53,7 @@ MCDiagMatrix::~MCDiagMatrix() = default;
 bool MCDiagMatrix::SetElem(int i, int j, double x)
 {
     if (i != j) return false;
-    fvDiag[static_cast<std::size_t>(i)] = x;
+    fvDiag[AsSize(i)] = x;
     return true;
 }
 
@@ -65,14 +67,14 @@ bool MCDiagMatrix::ReplaceDiagonal(const std::vector<double>& diagonal)
 bool MCDiagMatrix::SetNRows(int n)
 {
     if (n < 0) return false;
-    fvDiag.assign(static_cast<std::size_t>(n), 0.0);
+    fvDiag.assign(AsSize(n), 0.0);
     return true;
 }
 
 bool MCDiagMatrix::Resize(int n)
 {
     if (n < 0) return false;
-    fvDiag.resize(static_cast<std::size_t>(n), 0.0);
+    fvDiag.resize(AsSize(n), 0.0);
     return true;
 }
 
@@ -88,8 +90,8 @@ int MCDiagMatrix::LTChol(const std::vector<double>& refDiag, double tol, MCBitSe
     if (kept.Size() < GetNRows()) kept.Resize(GetNRows());
     kept.Clear();
     for (int i = 0; i < GetNRows(); ++i) {
-        double& d = fvDiag[static_cast<std::size_t>(i)];
-        kept.Set(i, d > tol * refDiag[static_cast<std::size_t>(i)]);
+        double& d = fvDiag[AsSize(i)];
+        kept.Set(i, d > tol * refDiag[AsSize(i)]);
         d = kept.IsIn(i) ? std::sqrt(d) : 0.0;
     }
     return GetNRows() - kept.Count();
@@ -98,10 +100,8 @@ int MCDiagMatrix::LTChol(const std::vector<double>& refDiag, double tol, MCBitSe
 int MCDiagMatrix::LTDetInverse(double det[2], int job)
 {
     const auto zeros = static_cast<int>(std::count(fvDiag.begin(), fvDiag.end(), 0.0));
-    if (job % 10 != 0) {
-        internal::DecimalProduct(fvDiag, det);
-        if (zeros > 0) det[1] = 0.0;
-    }
+    if (job % 10 != 0)
+        internal::SetFactorDeterminant(det, GetNRows(), zeros, [this](int i) { return fvDiag[AsSize(i)]; });
     if (job / 10 % 10 != 0) LTInverse();
     return zeros;
 }
@@ -149,7 +149,7 @@ bool MCDiagMatrix::ComputeAXpY(double a, const IMCSymMatrix& X)
     for (int i = 0; i < GetNRows(); ++i)
         for (int j = X.GetIndexFirstInRow(i); j < i; ++j)
             if (X.GetElem(i, j) != 0.0) return false;
-    for (int i = 0; i < GetNRows(); ++i) fvDiag[static_cast<std::size_t>(i)] += a * X.GetElem(i, i);
+    for (int i = 0; i < GetNRows(); ++i) fvDiag[AsSize(i)] += a * X.GetElem(i, i);
     return true;
 }
 
@@ -162,7 +162,7 @@ bool MCDiagMatrix::ComputeLSLTrans(const IMCSymMatrix& L, IMCSymMatrix& out) con
         for (int j = L.GetIndexFirstInRow(i); j <= i; ++j) {
             double sum = 0.0;
             for (int k = std::max(L.GetIndexFirstInRow(i), L.GetIndexFirstInRow(j)); k <= j; ++k)
-                sum += fvDiag[static_cast<std::size_t>(k)] * L.GetElem(i, k) * L.GetElem(j, k);
+                sum += fvDiag[AsSize(k)] * L.GetElem(i, k) * L.GetElem(j, k);
             result.SetElem(i, j, sum);
         }
     return internal::StorePacked(std::move(result), out);
@@ -176,9 +176,7 @@ bool MCDiagMatrix::ComputeLTransSL(const IMCSymMatrix& L, IMCSymMatrix& out) con
     for (int k = 0; k < GetNRows(); ++k)
         for (int i = L.GetIndexFirstInRow(k); i <= k; ++i)
             for (int j = L.GetIndexFirstInRow(k); j <= i; ++j)
-                result.SetElem(i, j,
-                               result.GetElem(i, j) +
-                                   fvDiag[static_cast<std::size_t>(k)] * L.GetElem(k, i) * L.GetElem(k, j));
+                result.SetElem(i, j, result.GetElem(i, j) + fvDiag[AsSize(k)] * L.GetElem(k, i) * L.GetElem(k, j));
     return internal::StorePacked(std::move(result), out);
 }
 
@@ -188,7 +186,7 @@ bool MCDiagMatrix::ComputeSS(const IMCSymMatrix& second, MCRectMatrix& out) cons
     MCRectMatrix result(GetNRows(), GetNRows());
     for (int i = 0; i < GetNRows(); ++i)
         for (int j = second.GetIndexFirstInRow(i); j <= second.GetIndexLastInRow(i); ++j)
-            result.SetElem(i, j, fvDiag[static_cast<std::size_t>(i)] * second.GetElem(i, j));
+            result.SetElem(i, j, fvDiag[AsSize(i)] * second.GetElem(i, j));
     out = std::move(result);
     return true;
 }
@@ -207,7 +205,7 @@ double MCDiagMatrix::TraceOfProductOfThree(const IMCSymMatrix& B, const IMCSymMa
     for (int i = 0; i < GetNRows(); ++i) {
         const int last = std::min(B.GetIndexLastInRow(i), C.GetIndexLastInRow(i));
         for (int j = std::max(B.GetIndexFirstInRow(i), C.GetIndexFirstInRow(i)); j <= last; ++j)
-            sum += B.GetElem(i, j) * fvDiag[static_cast<std::size_t>(j)] * C.GetElem(i, j);
+            sum += B.GetElem(i, j) * fvDiag[AsSize(j)] * C.GetElem(i, j);
     }
     return sum;
 }
@@ -215,7 +213,9 @@ double MCDiagMatrix::TraceOfProductOfThree(const IMCSymMatrix& B, const IMCSymMa
 bool MCDiagMatrix::ComputeDeterminant(double /*tol*/, double* det) const
 {
     if (fvDiag.empty()) return false;
-    internal::DecimalProduct(fvDiag, det);
+    internal::ScaledDeterminant product(det);
+    for (const double d : fvDiag)
+        if (!product.Multiply(d)) break;
     return true;
 }
 
@@ -251,7 +251,7 @@ bool MCDiagMatrix::ExtractSubmatrix(const std::vector<int>& rows, IMCSymMatrix& 
     if (out.GetMatrixKind() != kDiagonalMatrix) return IMCSymMatrix::ExtractSubmatrix(rows, out);
     if (!AreDistinctRows(rows)) return false;
     std::vector<double> part;
-    for (const int i : rows) part.push_back(fvDiag[static_cast<std::size_t>(i)]);
+    for (const int i : rows) part.push_back(fvDiag[AsSize(i)]);
     static_cast<MCDiagMatrix&>(out).fvDiag.swap(part);
     return true;
 }

@@ -3,18 +3,26 @@
 
 #include "modelcore/common/MCBitSet.h"
 #include "modelcore/common/MCDisplay.h"
+#include "modelcore/common/internal/Index.h"
 #include "modelcore/matrix/internal/Operands.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <limits>
 #include <utility>
 
 namespace MCMath_930 {
 
+using internal::AsSize;
+
 namespace {
+
+/// The most rows or columns that an int counts.
+constexpr int kMostLines = std::numeric_limits<int>::max();
 
 std::size_t Area(int rows, int cols)
 {
-    return static_cast<std::size_t>(rows) * static_cast<std::size_t>(cols);
+    return AsSize(rows) * AsSize(cols);
 }
 
 } // namespace
@@ -118,7 +126,7 @@ bool MCRectMatrix::GetCol(int j, std::vector<double>& col) const
 bool MCRectMatrix::CopyColToVec(int j, int first, std::vector<double>& v) const
 {
     if (!IsCol(j) || first < 0 || v.size() < static_cast<std::size_t>(first) + ColLength()) return false;
-    for (int i = 0; i < fnRows; ++i) v[static_cast<std::size_t>(first + i)] = GetElem(i, j);
+    for (int i = 0; i < fnRows; ++i) v[AsSize(first) + AsSize(i)] = GetElem(i, j);
     return true;
 }
 
@@ -138,8 +146,10 @@ bool MCRectMatrix::CopyFromRowMajor(const double* elements, int rows, int cols)
 
 bool MCRectMatrix::CopyFromColMajor(const double* elements, int rows, int cols)
 {
-    if (!CopyFromRowMajor(elements, cols, rows)) return false;
-    Transpose();
+    if (!IsShape(rows, cols)) return false;
+    fvElem = internal::Transposed(elements, AsSize(cols), AsSize(rows));
+    fnRows = rows;
+    fnCols = cols;
     return true;
 }
 
@@ -155,51 +165,61 @@ void MCRectMatrix::CopyToColMajor(double* elements) const
     transposed.CopyToRowMajor(elements);
 }
 
+namespace {
+
+/// Moves the `count` blocks of `size` elements from begin on by `by` places; what is vacated becomes 0.
+void Shift(double* begin, int count, std::size_t size, int by)
+{
+    const auto end = begin + AsSize(count) * size;
+    const int distance = std::clamp(by, -count, count);
+    const auto offset = static_cast<std::ptrdiff_t>(AsSize(std::abs(distance)) * size);
+    if (distance > 0)
+        std::fill(begin, std::copy_backward(begin, end - offset, end), 0.0);
+    else
+        std::fill(std::copy(begin + offset, end, begin), end, 0.0);
+}
+
+} // namespace
+
 bool MCRectMatrix::ShiftRows(int by)
 {
-    MCRectMatrix shifted(fnRows, fnCols);
-    for (int i = std::max(0, by); i < fnRows && i - by < fnRows; ++i)
-        std::copy_n(GetRowPtr(i - by), fnCols, shifted.GetRowPtr(i));
-    *this = std::move(shifted);
+    Shift(fvElem.data(), fnRows, RowLength(), by);
     return true;
 }
 
 bool MCRectMatrix::ShiftColumns(int by)
 {
-    MCRectMatrix shifted(fnRows, fnCols);
-    for (int i = 0; i < fnRows; ++i)
-        for (int j = std::max(0, by); j < fnCols && j - by < fnCols; ++j) shifted.SetElem(i, j, GetElem(i, j - by));
-    *this = std::move(shifted);
+    for (int i = 0; i < fnRows; ++i) Shift(GetRowPtr(i), fnCols, 1, by);
     return true;
 }
 
 int MCRectMatrix::AddRow()
 {
-    return Resize(fnRows + 1, fnCols) ? fnRows : -1;
+    return fnRows < kMostLines && Resize(fnRows + 1, fnCols) ? fnRows : -1;
 }
 
 int MCRectMatrix::AddRow(const std::vector<double>& row)
 {
-    const bool isFirst = fnRows == 0 && fnCols == 0;
+    const bool isFirst = fnRows == 0 && fnCols == 0 && row.size() <= AsSize(kMostLines);
     if (!isFirst && row.size() != RowLength()) return -1;
-    if (!Resize(fnRows + 1, static_cast<int>(row.size()))) return -1;
+    if (fnRows == kMostLines || !Resize(fnRows + 1, static_cast<int>(row.size()))) return -1;
     SetRow(fnRows - 1, row);
     return fnRows;
 }
 
 int MCRectMatrix::AddColumn(const std::vector<double>& col)
 {
-    const bool isFirst = fnRows == 0 && fnCols == 0;
+    const bool isFirst = fnRows == 0 && fnCols == 0 && col.size() <= AsSize(kMostLines);
     if (!isFirst && col.size() != ColLength()) return -1;
-    if (!Resize(static_cast<int>(col.size()), fnCols + 1)) return -1;
-    for (int i = 0; i < fnRows; ++i) SetElem(i, fnCols - 1, col[static_cast<std::size_t>(i)]);
+    if (fnCols == kMostLines || !Resize(static_cast<int>(col.size()), fnCols + 1)) return -1;
+    for (int i = 0; i < fnRows; ++i) SetElem(i, fnCols - 1, col[AsSize(i)]);
     return fnCols;
 }
 
 bool MCRectMatrix::DeleteOneRow(int i)
 {
     if (!IsRow(i)) return false;
-    std::copy(fvElem.data() + Index(i + 1, 0), fvElem.data() + fvElem.size(), GetRowPtr(i));
+    std::copy(GetRowPtr(i) + fnCols, fvElem.data() + fvElem.size(), GetRowPtr(i));
     return Resize(fnRows - 1, fnCols);
 }
 
@@ -218,15 +238,8 @@ namespace {
 bool ArePlaces(const std::vector<int>& positions, int count, int size)
 {
     MCBitSet taken(size);
-    return size >= 0 && positions.size() == static_cast<std::size_t>(count) &&
+    return size >= 0 && positions.size() == AsSize(count) &&
            std::all_of(positions.begin(), positions.end(), [&](int i) { return !taken.IsIn(i) && taken.Set(i); });
-}
-
-std::vector<int> Numbers(const MCBitSet& bits)
-{
-    std::vector<int> numbers;
-    for (int i = bits.Next(0); i >= 0; i = bits.Next(i + 1)) numbers.push_back(i);
-    return numbers;
 }
 
 } // namespace
@@ -248,7 +261,7 @@ bool MCRectMatrix::Expand(const std::vector<int>& rowPositions, int rows, const 
 
 bool MCRectMatrix::ExpandRectangular(const MCBitSet& keptRows, const MCBitSet& keptCols)
 {
-    return Expand(Numbers(keptRows), keptRows.Size(), Numbers(keptCols), keptCols.Size());
+    return Expand(keptRows.Members(), keptRows.Size(), keptCols.Members(), keptCols.Size());
 }
 
 bool MCRectMatrix::ExpandSquare(const MCBitSet& kept)
@@ -335,10 +348,11 @@ bool MCRectMatrix::CopyColumns(const IMCRectMatrix& source, int firstSource, int
 
 bool MCRectMatrix::ExtractRows(const std::vector<int>& rows, IMCRectMatrix& out) const
 {
-    if (out.GetMatrixType() != kDenseMatrix ||
-        !std::all_of(rows.begin(), rows.end(), [this](int i) { return IsRow(i); }))
+    MCRectMatrix part;
+    if (out.GetMatrixType() != kDenseMatrix || rows.size() > AsSize(kMostLines) ||
+        !std::all_of(rows.begin(), rows.end(), [this](int i) { return IsRow(i); }) ||
+        !part.SetNRowsCols(static_cast<int>(rows.size()), fnCols))
         return false;
-    MCRectMatrix part(static_cast<int>(rows.size()), fnCols);
     double* to = part.GetPtr();
     for (const int i : rows) to = std::copy_n(GetRowPtr(i), fnCols, to);
     static_cast<MCRectMatrix&>(out) = std::move(part);
@@ -347,10 +361,11 @@ bool MCRectMatrix::ExtractRows(const std::vector<int>& rows, IMCRectMatrix& out)
 
 bool MCRectMatrix::ExtractColumns(const std::vector<int>& cols, IMCRectMatrix& out) const
 {
-    if (out.GetMatrixType() != kDenseMatrix ||
-        !std::all_of(cols.begin(), cols.end(), [this](int j) { return IsCol(j); }))
+    MCRectMatrix part;
+    if (out.GetMatrixType() != kDenseMatrix || cols.size() > AsSize(kMostLines) ||
+        !std::all_of(cols.begin(), cols.end(), [this](int j) { return IsCol(j); }) ||
+        !part.SetNRowsCols(fnRows, static_cast<int>(cols.size())))
         return false;
-    MCRectMatrix part(fnRows, static_cast<int>(cols.size()));
     double* to = part.GetPtr();
     for (int i = 0; i < fnRows; ++i)
         for (const int j : cols) *to++ = GetElem(i, j);

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 namespace MCMath_930 {
@@ -109,7 +110,10 @@ double MCRectMatrix::ComputeSpVRSpW(const MCSparseVector& v, const MCSparseVecto
 
 bool MCRectMatrix::ComputeVecProduct(const std::vector<double>& v, const std::vector<double>& w)
 {
-    if (!ResizeNRowsCols(static_cast<int>(v.size()), static_cast<int>(w.size()))) return false;
+    constexpr auto kMost = static_cast<std::size_t>(std::numeric_limits<int>::max());
+    if (v.size() > kMost || w.size() > kMost ||
+        !ResizeNRowsCols(static_cast<int>(v.size()), static_cast<int>(w.size())))
+        return false;
     double* to = GetPtr();
     for (const double x : v)
         for (const double y : w) *to++ = x * y;

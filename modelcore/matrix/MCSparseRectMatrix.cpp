@@ -2,6 +2,7 @@
 #include "modelcore/matrix/MCSparseRectMatrix.h"
 
 #include "modelcore/common/MCDisplay.h"
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/matrix/MCRectMatrix.h"
 #include "modelcore/matrix/MCSparseVector.h"
 
@@ -46,11 +47,16 @@ MCSparseRectMatrix::MCSparseRectMatrix(MCSparseRectMatrix&& other) noexcept
     Swap(other);
 }
 
-// The argument is the copy: one that fails leaves the matrix as it was.
-MCSparseRectMatrix& MCSparseRectMatrix::operator=(MCSparseRectMatrix other) noexcept
+MCSparseRectMatrix& MCSparseRectMatrix::operator=(MCSparseRectMatrix&& other) noexcept
 {
-    Swap(other);
+    MCSparseRectMatrix taken(std::move(other));
+    Swap(taken);
     return *this;
+}
+
+MCSparseRectMatrix& MCSparseRectMatrix::operator=(const MCSparseRectMatrix& other)
+{
+    return internal::AssignByCopy(*this, other);
 }
 
 MCSparseRectMatrix::~MCSparseRectMatrix() = default;
@@ -182,6 +188,8 @@ bool MCSparseRectMatrix::GetRow(int i, std::vector<int>& indices, std::vector<do
 {
     if (!IsRow(i)) return false;
     const Stored row = StoredRow(i);
+    indices.reserve(static_cast<std::size_t>(row.count)); // both have their memory before either changes
+    values.reserve(static_cast<std::size_t>(row.count));
     indices.assign(row.indices, row.indices + row.count);
     values.assign(row.values, row.values + row.count);
     return true;
@@ -223,6 +231,9 @@ void MCSparseRectMatrix::GetSparseMatrixColumns(std::vector<std::size_t>& starts
     for (const int j : fvIndices)
         if (j >= 0) ++ends[static_cast<std::size_t>(j) + 1];
     for (std::size_t j = 1; j < ends.size(); ++j) ends[j] += ends[j - 1];
+    starts.reserve(ends.size()); // all three have their memory before one changes
+    rows.reserve(ends.back());
+    values.reserve(ends.back());
     starts = ends;
     rows.resize(ends.back());
     values.resize(ends.back());

@@ -37,7 +37,8 @@ public:
 
     /// Takes the storage over; other is as after default construction.
     MCSparseRectMatrix(MCSparseRectMatrix&& other) noexcept;
-    MCSparseRectMatrix& operator=(MCSparseRectMatrix other) noexcept;
+    MCSparseRectMatrix& operator=(MCSparseRectMatrix&& other) noexcept;
+    MCSparseRectMatrix& operator=(const MCSparseRectMatrix& other);
 
     ~MCSparseRectMatrix() override;
 

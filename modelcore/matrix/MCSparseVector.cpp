@@ -2,14 +2,17 @@
 
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/common/MCMV.h"
+#include "modelcore/common/internal/Index.h"
 #include "modelcore/matrix/MCSymMatrix.h"
 
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <limits>
 
 namespace MCMath_930 {
 
+using internal::AsSize;
 using MCCommon_930::MCMV;
 
 namespace {
@@ -38,31 +41,37 @@ bool MCSparseVector::IsValid() const
            std::adjacent_find(indices.begin(), indices.end(), std::greater_equal<>()) == indices.end();
 }
 
+// The vectors are the caller's: either may have become shorter since.
 int MCSparseVector::GetIndex(int i) const
 {
-    return i >= 0 && i < fnElements ? (*fpIndices)[static_cast<std::size_t>(i)] : -1;
+    return i >= 0 && i < fnElements && AsSize(i) < fpIndices->size() ? (*fpIndices)[AsSize(i)] : -1;
 }
 
 double MCSparseVector::GetValue(int i) const
 {
-    return i >= 0 && i < fnElements ? (*fpValues)[static_cast<std::size_t>(i)] : MCMV::Missing();
+    return i >= 0 && i < fnElements && AsSize(i) < fpValues->size() ? (*fpValues)[AsSize(i)] : MCMV::Missing();
 }
 
 int MCSparseVector::GetMinVecSize() const
 {
-    return IsValid() ? fpIndices->back() + 1 : 0;
+    if (fpIndices->empty()) return 0;
+    return fpIndices->back() + (fpIndices->back() < std::numeric_limits<int>::max() ? 1 : 0);
 }
 
 bool MCSparseVector::FitsInto(std::size_t size, int first) const
 {
-    return IsValid() && first >= 0 &&
-           static_cast<std::size_t>(first) + static_cast<std::size_t>(fpIndices->back()) < size;
+    return IsValid() && first >= 0 && AsSize(first) + AsSize(fpIndices->back()) < size;
+}
+
+bool MCSparseVector::FitsInto(int size, int first) const
+{
+    return size >= 0 && FitsInto(AsSize(size), first);
 }
 
 bool MCSparseVector::ConvertToRegularVector(std::vector<double>& out) const
 {
     if (!IsValid()) return false;
-    std::vector<double> dense(static_cast<std::size_t>(fpIndices->back()) + 1);
+    std::vector<double> dense(AsSize(fpIndices->back()) + 1);
     IncrementPart(dense, 0, 1.0);
     out.swap(dense);
     return true;
@@ -82,18 +91,29 @@ double MCSparseVector::InnerProduct(const int* ia, const double* va, int na, con
     return sum;
 }
 
+/// The inner product with the dense vector at v, which has all elements that are stored here.
+double MCSparseVector::Dot(const double* v) const
+{
+    const int* const indices = fpIndices->data();
+    const double* const values = fpValues->data();
+    double sum = 0.0;
+    for (int k = 0; k < fnElements; ++k) sum += values[k] * v[indices[k]];
+    return sum;
+}
+
 double MCSparseVector::InnerProductWithPart(const std::vector<double>& v, int first) const
 {
     if (!FitsInto(v.size(), first)) return MCMV::Missing();
-    double sum = 0.0;
-    for (int k = 0; k < fnElements; ++k) sum += GetValue(k) * v[static_cast<std::size_t>(first + GetIndex(k))];
-    return sum;
+    return Dot(v.data() + first);
 }
 
 bool MCSparseVector::IncrementPart(std::vector<double>& v, int first, double a) const
 {
     if (!FitsInto(v.size(), first)) return false;
-    for (int k = 0; k < fnElements; ++k) v[static_cast<std::size_t>(first + GetIndex(k))] += a * GetValue(k);
+    double* const part = v.data() + first;
+    const int* const indices = fpIndices->data();
+    const double* const values = fpValues->data();
+    for (int k = 0; k < fnElements; ++k) part[indices[k]] += a * values[k];
     return true;
 }
 
@@ -109,7 +129,7 @@ bool MCSparseVector::QuadraticOuterProductIncr(MCSymMatrix& S, double w) const
 
 bool MCSparseVector::QuadraticOuterProductPartIncr(MCSymMatrix& S, int first, double w) const
 {
-    if (!FitsInto(static_cast<std::size_t>(S.GetNRows()), first)) return false;
+    if (!FitsInto(S.GetNRows(), first)) return false;
     AddOuterProduct(S, first, fpIndices->data(), fpValues->data(), fnElements, w);
     return true;
 }
@@ -124,7 +144,7 @@ bool MCSparseVector::QuadraticOuterProductPartIncr(MCSymMatrix& S, int first, in
 
 bool MCSparseVector::IncrementRowPart(MCSymMatrix& S, int row, int first, double a) const
 {
-    if (row < 0 || row >= S.GetNRows() || !FitsInto(static_cast<std::size_t>(S.GetNRows()), first)) return false;
+    if (row < 0 || row >= S.GetNRows() || !FitsInto(S.GetNRows(), first)) return false;
     for (int k = 0; k < fnElements; ++k) {
         const int column = first + GetIndex(k);
         S.SetElem(row, column, S.GetElem(row, column) + a * GetValue(k));
@@ -135,12 +155,10 @@ bool MCSparseVector::IncrementRowPart(MCSymMatrix& S, int row, int first, double
 bool MCSparseVector::ComputeProbabilities(const std::vector<double>& params, int nCategories, int nPerCategory,
                                           std::vector<double>& probs, double& logSum) const
 {
-    if (nCategories < 1 || nPerCategory < GetMinVecSize() || !IsValid() ||
-        params.size() / static_cast<std::size_t>(nPerCategory) < static_cast<std::size_t>(nCategories - 1))
+    if (nCategories < 1 || !FitsInto(nPerCategory, 0) || params.size() / AsSize(nPerCategory) < AsSize(nCategories - 1))
         return false;
-    std::vector<double> result(static_cast<std::size_t>(nCategories));
-    for (int k = 0; k + 1 < nCategories; ++k)
-        result[static_cast<std::size_t>(k)] = InnerProductWithPart(params, k * nPerCategory);
+    std::vector<double> result(AsSize(nCategories));
+    for (std::size_t k = 0; k + 1 < result.size(); ++k) result[k] = Dot(params.data() + k * AsSize(nPerCategory));
     const double largest = *std::max_element(result.begin(), result.end());
     double sum = 0.0;
     for (double& value : result) sum += value = std::exp(value - largest);

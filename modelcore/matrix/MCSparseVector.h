@@ -18,6 +18,11 @@ class MODELCORE_EXPORT MCSparseVector {
 public:
     MCSparseVector(const std::vector<int>& indices, const std::vector<double>& values);
 
+    /// Temporary vectors would be gone before the first use.
+    MCSparseVector(const std::vector<int>&&, const std::vector<double>&) = delete;
+    MCSparseVector(const std::vector<int>&, const std::vector<double>&&) = delete;
+    MCSparseVector(const std::vector<int>&&, const std::vector<double>&&) = delete;
+
     /// Whether there is at least one element, as many values as indices, and the indices are >= 0 and strictly
     /// ascending.
     bool IsValid() const;
@@ -28,13 +33,14 @@ public:
     const std::vector<int>& GetIndices() const { return *fpIndices; }
     const std::vector<double>& GetValues() const { return *fpValues; }
 
-    /// The index of stored element i; -1 for i outside [0, GetNElements()).
+    /// The index of stored element i; -1 for i outside [0, GetNElements()) and where the indices have become fewer.
     int GetIndex(int i) const;
 
-    /// The value of stored element i; system-missing for i outside [0, GetNElements()).
+    /// The value of stored element i; system-missing for i outside [0, GetNElements()) and where there is no such value.
     double GetValue(int i) const;
 
-    /// The smallest length of a dense vector that has all stored elements: the last index + 1; 0 when not valid.
+    /// The smallest length of a dense vector that has all stored elements: the last index + 1, valid or not; 0 without
+    /// indices. After an index INT_MAX, which no vector of an int length has, it is INT_MAX.
     int GetMinVecSize() const;
 
     /// Writes the dense vector, GetMinVecSize() values. False, and out as it was, when this is not valid.
@@ -83,6 +89,8 @@ public:
 
 private:
     bool FitsInto(std::size_t size, int first) const;
+    bool FitsInto(int size, int first) const;
+    double Dot(const double* v) const;
 
     int fnElements;
     const std::vector<int>* fpIndices;

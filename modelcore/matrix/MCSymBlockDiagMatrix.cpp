@@ -2,6 +2,8 @@
 #include "modelcore/matrix/MCSymBlockDiagMatrix.h"
 
 #include "modelcore/common/MCDisplay.h"
+#include "modelcore/common/internal/EmptiedOnMove.h"
+#include "modelcore/common/internal/Index.h"
 #include "modelcore/matrix/internal/CholeskyArguments.h"
 #include "modelcore/matrix/internal/Operands.h"
 
@@ -33,11 +35,16 @@ MCSymBlockDiagMatrix::MCSymBlockDiagMatrix(MCSymBlockDiagMatrix&& other) noexcep
     Swap(other);
 }
 
-// The argument is the copy: one that fails leaves the matrix as it was.
-MCSymBlockDiagMatrix& MCSymBlockDiagMatrix::operator=(MCSymBlockDiagMatrix other) noexcept
+MCSymBlockDiagMatrix& MCSymBlockDiagMatrix::operator=(MCSymBlockDiagMatrix&& other) noexcept
 {
-    Swap(other);
+    MCSymBlockDiagMatrix taken(std::move(other));
+    Swap(taken);
     return *this;
+}
+
+MCSymBlockDiagMatrix& MCSymBlockDiagMatrix::operator=(const MCSymBlockDiagMatrix& other)
+{
+    return internal::AssignByCopy(*this, other);
 }
 
 MCSymBlockDiagMatrix::~MCSymBlockDiagMatrix() = default;
@@ -107,8 +114,38 @@ bool MCSymBlockDiagMatrix::ReplaceBlock(int b, const IMCSymMatrix& block)
     if (!IsBlock(b) || block.GetMatrixKind() == kBlockDiagonalMatrix ||
         !HasRoomFor(block.GetNRows(), GetNRows() - SizeOf(b)))
         return false;
+    const bool toDiagonal = block.GetMatrixKind() == kDiagonalMatrix;
+    MCSymMatrix dense;
+    MCDiagMatrix diagonal;
+    if (toDiagonal)
+        diagonal = static_cast<const MCDiagMatrix&>(block);
+    else
+        dense = static_cast<const MCSymMatrix&>(block);
+    const auto storage = internal::AsSize(fvStorage[internal::AsSize(b)]);
+    if (toDiagonal == fIsDiagonal.IsIn(b) && block.GetNRows() == SizeOf(b)) {
+        if (toDiagonal)
+            fvDiag[storage] = std::move(diagonal);
+        else
+            fvDense[storage] = std::move(dense);
+        return true;
+    }
+
+    // New tables, into which the other blocks move once there is room for all.
     MCSymBlockDiagMatrix changed;
-    for (int k = 0; k < GetNBlocks(); ++k) changed.AppendCopy(k == b ? block : Block(k));
+    std::size_t places[] = {0, 0}; // dense, diagonal
+    for (int k = 0; k < GetNBlocks(); ++k) {
+        const bool isDiagonal = k == b ? toDiagonal : fIsDiagonal.IsIn(k);
+        changed.AppendToTables(k == b ? block.GetNRows() : SizeOf(k), isDiagonal, places[isDiagonal ? 1 : 0]++);
+    }
+    changed.fvDense.resize(places[0]);
+    changed.fvDiag.resize(places[1]);
+    for (int k = 0; k < GetNBlocks(); ++k)
+        if (changed.fIsDiagonal.IsIn(k))
+            static_cast<MCDiagMatrix&>(changed.Block(k)) =
+                std::move(k == b ? diagonal : static_cast<MCDiagMatrix&>(Block(k)));
+        else
+            static_cast<MCSymMatrix&>(changed.Block(k)) =
+                std::move(k == b ? dense : static_cast<MCSymMatrix&>(Block(k)));
     Swap(changed);
     return true;
 }
@@ -258,25 +295,23 @@ int MCSymBlockDiagMatrix::GetIndexLastInRow(int i) const
 int MCSymBlockDiagMatrix::LTChol(const std::vector<double>& refDiag, double tol, bool check)
 {
     if (check && !internal::CholeskyArgumentsValid(refDiag, tol, GetNRows())) return -1;
-    int refused = 0;
-    std::vector<double> part;
-    for (int b = 0; b < GetNBlocks(); ++b) {
-        CopyPart(b, refDiag, part);
-        refused += Block(b).LTChol(part, tol, false);
-    }
-    return refused;
+    MCBitSet kept;
+    return LTChol(refDiag, tol, kept, false);
 }
 
 int MCSymBlockDiagMatrix::LTChol(const std::vector<double>& refDiag, double tol, MCBitSet& kept, bool check)
 {
     if (check && !internal::CholeskyArgumentsValid(refDiag, tol, GetNRows())) return -1;
+    // Room for the largest block before the first is factored: then none can fail.
+    const int largest = fvSizes.empty() ? 0 : *std::max_element(fvSizes.begin(), fvSizes.end());
+    MCBitSet keptOfBlock(largest);
+    std::vector<double> part(internal::AsSize(largest));
     if (kept.Size() < GetNRows()) kept.Resize(GetNRows());
     kept.Clear();
     int refused = 0;
-    MCBitSet keptOfBlock;
-    std::vector<double> part;
     for (int b = 0; b < GetNBlocks(); ++b) {
         CopyPart(b, refDiag, part);
+        keptOfBlock.Resize(SizeOf(b));
         refused += Block(b).LTChol(part, tol, keptOfBlock, false);
         for (int i = keptOfBlock.Next(0); i >= 0; i = keptOfBlock.Next(i + 1)) kept.Set(StartOf(b) + i);
     }
@@ -288,10 +323,8 @@ int MCSymBlockDiagMatrix::LTDetInverse(double det[2], int job)
     std::vector<double> diag;
     GetDiagonal(diag);
     const auto zeros = static_cast<int>(std::count(diag.begin(), diag.end(), 0.0));
-    if (job % 10 != 0) {
-        internal::DecimalProduct(diag, det);
-        if (zeros > 0) det[1] = 0.0;
-    }
+    if (job % 10 != 0)
+        internal::SetFactorDeterminant(det, GetNRows(), zeros, [&](int i) { return diag[internal::AsSize(i)]; });
     if (job / 10 % 10 != 0)
         for (int b = 0; b < GetNBlocks(); ++b) Block(b).LTDetInverse(nullptr, 10);
     return zeros;

@@ -41,7 +41,8 @@ public:
 
     /// Takes the blocks over; other is empty afterwards.
     MCSymBlockDiagMatrix(MCSymBlockDiagMatrix&& other) noexcept;
-    MCSymBlockDiagMatrix& operator=(MCSymBlockDiagMatrix other) noexcept;
+    MCSymBlockDiagMatrix& operator=(MCSymBlockDiagMatrix&& other) noexcept;
+    MCSymBlockDiagMatrix& operator=(const MCSymBlockDiagMatrix& other);
 
     ~MCSymBlockDiagMatrix() override;
 

@@ -205,15 +205,14 @@ bool MCSymBlockDiagMatrix::ComputeVecIIncrPartByL(const double* v, int incr, int
 bool MCSymBlockDiagMatrix::ComputeDeterminant(double tol, double* det) const
 {
     if (GetNRows() < 1 || !(tol >= 0.0)) return false;
-    std::vector<double> mantissas;
+    internal::ScaledDeterminant product(det);
     double exponent = 0.0;
     for (int b = 0; b < GetNBlocks(); ++b) {
         double detOfBlock[2];
         Block(b).ComputeDeterminant(tol, detOfBlock);
-        mantissas.push_back(detOfBlock[0]);
         exponent += detOfBlock[1];
+        if (!product.Multiply(detOfBlock[0])) break;
     }
-    internal::DecimalProduct(mantissas, det);
     det[1] = det[0] == 0.0 ? 0.0 : det[1] + exponent;
     return true;
 }

@@ -22,18 +22,6 @@ MCSymBlockMatrix::MCSymBlockMatrix(int nBlocks, int order)
     SetNRows(nBlocks, order);
 }
 
-MCSymBlockMatrix::MCSymBlockMatrix(MCSymBlockMatrix&& other) noexcept
-    : fnRows(std::exchange(other.fnRows, 0)), fvBlocks(std::exchange(other.fvBlocks, {}))
-{}
-
-// The argument is the copy: one that fails leaves the matrix as it was.
-MCSymBlockMatrix& MCSymBlockMatrix::operator=(MCSymBlockMatrix other) noexcept
-{
-    std::swap(fnRows, other.fnRows);
-    fvBlocks.swap(other.fvBlocks);
-    return *this;
-}
-
 bool MCSymBlockMatrix::SetNRows(int nBlocks, int order)
 {
     if (!IsOrder(nBlocks) || !IsOrder(order)) return false;

@@ -1,6 +1,7 @@
 // A symmetric grid of symmetric matrices.
 #pragma once
 
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/matrix/MCSymMatrix.h"
 #include "modelcore/modelcore_export.h"
 
@@ -24,9 +25,12 @@ public:
 
     MCSymBlockMatrix(const MCSymBlockMatrix& other) = default;
 
+    MCSymBlockMatrix& operator=(const MCSymBlockMatrix& other) { return internal::AssignByCopy(*this, other); }
+
     /// Takes the sub-matrices over; other has no blocks afterwards.
-    MCSymBlockMatrix(MCSymBlockMatrix&& other) noexcept;
-    MCSymBlockMatrix& operator=(MCSymBlockMatrix other) noexcept;
+    MCSymBlockMatrix(MCSymBlockMatrix&& other) = default;
+    MCSymBlockMatrix& operator=(MCSymBlockMatrix&& other) = default;
+    ~MCSymBlockMatrix() = default;
 
     /// B, the number of rows of blocks.
     int GetNRows() const { return fnRows; }
@@ -64,7 +68,7 @@ private:
         return row * (row + 1) / 2 + static_cast<std::size_t>(b >= c ? c : b);
     }
 
-    int fnRows = 0;
+    internal::EmptiedOnMove<int> fnRows = 0;
     std::vector<MCSymMatrix> fvBlocks;
 };
 

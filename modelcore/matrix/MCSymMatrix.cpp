@@ -220,7 +220,10 @@ void MCSymMatrix::ZeroOutNonDiag()
 
 bool MCSymMatrix::ZeroOutRow(int i)
 {
-    return SetRowColToConst(i, 0.0);
+    if (!IsRow(i)) return false;
+    std::fill_n(Row(i), i, 0.0);
+    for (int k = i; k < fnRows; ++k) Row(k)[i] = 0.0;
+    return true;
 }
 
 int MCSymMatrix::ZeroOutAllSmall(double tol)

@@ -226,7 +226,7 @@ public:
     ///
     /// @param k         row, 0 <= k < n
     /// @param tol       smallest pivot allowed, relative to origDiag[k]; > 0
-    /// @param origDiag  the diagonal before any sweep, at least n values >= 0
+    /// @param origDiag  the diagonal before any sweep: at least n values, all of them >= 0; of a pointer the first n count
     /// @param swept     at least n bits; bit j set = row j is swept now; bit k is flipped on success
     /// @param check     whether the arguments are looked at
     /// @return  false when an argument is invalid or the row is refused. Matrix and bit set are then untouched.
@@ -432,6 +432,7 @@ private:
     const double* Row(int i) const { return fvElem.data() + RowStart(i); }
 
     bool SweepArgumentsValid(double tol, const double* origDiag, const MCBitSet& swept) const;
+    bool ReferenceValid(const std::vector<double>& origDiag) const;
     bool RowsValid(const std::vector<int>& rows) const;
 
     void SetOrder(int n)
@@ -440,7 +441,8 @@ private:
         fnBlocks = 1;
     }
     void FillFullRows(int first, int count, double* rows) const;
-    bool InvertFactorByBlocks(const std::vector<int>& redundant);
+    bool InvertFactorByBlocks();
+    void InvertFactorByRows();
     void MultiplyRowsByTransposed(const internal::TileWorkspace* work, int first, int last);
     void SubstituteForward(double* x) const;
     void SubstituteBack(double* x) const;

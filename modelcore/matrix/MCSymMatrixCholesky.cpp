@@ -90,68 +90,68 @@ private:
 
 } // namespace
 
-// Redundant rows are cut out of the triangle, a 1 on the diagonal in their place, and are 0 in the end.
-bool MCSymMatrix::InvertFactorByBlocks(const std::vector<int>& redundant)
+// Redundant rows are cut out of the triangle, a 1 on the diagonal in their place, and are 0 in the end. False, and nothing
+// changed, when there is no memory for it.
+bool MCSymMatrix::InvertFactorByBlocks()
 {
-    TurnedTriangle turned(fnRows);
-    const auto columns = [&turned](int j) { return turned(j); };
-    internal::BlockedInverse inverse(columns, fnRows);
-    if (!inverse.HasWorkspace()) return false;
-    for (const int k : redundant) {
-        ZeroOutRow(k);
-        Row(k)[k] = 1.0;
+    try {
+        std::vector<int> redundant;
+        for (int i = 0; i < fnRows; ++i)
+            if (Row(i)[i] == 0.0) redundant.push_back(i);
+        TurnedTriangle turned(fnRows);
+        const auto columns = [&turned](int j) { return turned(j); };
+        internal::BlockedInverse inverse(columns, fnRows);
+        if (!inverse.HasWorkspace()) return false;
+        for (const int k : redundant) {
+            ZeroOutRow(k);
+            Row(k)[k] = 1.0;
+        }
+        const auto row = [this](int i) { return Row(i); };
+        turned.ForEach(row, [](double& to, double& from) { to = from; });
+        inverse.Invert();
+        turned.ForEach(row, [](double& from, double& to) { to = from; });
+        for (const int k : redundant) ZeroOutRow(k);
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
     }
-    const auto row = [this](int i) { return Row(i); };
-    turned.ForEach(row, [](double& to, double& from) { to = from; });
-    inverse.Invert();
-    turned.ForEach(row, [](double& from, double& to) { to = from; });
-    for (const int k : redundant) ZeroOutRow(k);
-    return true;
 }
 
 // Dtrdi for a lower triangle works down the columns; along the rows each element receives the same terms in the same
 // order. Its column additions skip a factor of 0, which the loops here must do as well.
-int MCSymMatrix::LTDetInverse(double det[2], int job)
+void MCSymMatrix::InvertFactorByRows()
 {
-    const auto isZero = [this](int i) { return Row(i)[i] == 0.0; };
-    std::vector<int> redundant;
-    for (int i = 0; i < fnRows; ++i)
-        if (isZero(i)) redundant.push_back(i);
-    const auto zeros = static_cast<int>(redundant.size());
-    if (job % 10 != 0) {
-        std::vector<double> diag;
-        GetDiagonal(diag);
-        internal::DecimalProduct(diag, det);
-        if (zeros > 0) det[1] = 0.0;
-    }
-    if (job / 10 % 10 == 0) return zeros;
-    if (fnRows >= kOrderForBlocks && InvertFactorByBlocks(redundant)) return zeros;
-
-    std::vector<double> factors(static_cast<std::size_t>(fnRows));
     for (int k = fnRows - 1; k >= 0; --k) {
-        double* const pivotRow = Row(k);
-        if (isZero(k)) {
+        double* const factors = Row(k);
+        if (factors[k] == 0.0) {
             ZeroOutRow(k);
             continue;
         }
-        pivotRow[k] = 1.0 / pivotRow[k];
-        const bool someZero = std::find(pivotRow, pivotRow + k, 0.0) != pivotRow + k;
-        std::copy_n(pivotRow, k, factors.begin());
-        std::fill_n(pivotRow, k, 0.0);
-        for (int i = k; i < fnRows; ++i) {
+        factors[k] = 1.0 / factors[k];
+        const bool someZero = std::find(factors, factors + k, 0.0) != factors + k;
+        for (int i = k + 1; i < fnRows; ++i) {
             double* const row = Row(i);
-            if (i > k) {
-                if (isZero(i)) continue; // a redundant row stays 0
-                row[k] *= -pivotRow[k];
-            }
+            if (row[i] == 0.0) continue; // a redundant row stays 0
+            row[k] *= -factors[k];
             if (!someZero)
-                internal::AddScaled(row, row[k], factors.data(), static_cast<std::size_t>(k));
+                internal::AddScaled(row, row[k], factors, static_cast<std::size_t>(k));
             else
                 for (int j = 0; j < k; ++j)
-                    if (const double factor = factors[static_cast<std::size_t>(j)]; factor != 0.0)
-                        row[j] += factor * row[k];
+                    if (factors[j] != 0.0) row[j] += factors[j] * row[k];
         }
+        // Row k itself at last: the others needed its elements. Its terms are added to 0, which keeps a -0.0 out.
+        for (int j = 0; j < k; ++j) factors[j] = factors[j] == 0.0 ? 0.0 : 0.0 + factors[j] * factors[k];
     }
+}
+
+int MCSymMatrix::LTDetInverse(double det[2], int job)
+{
+    const auto diagonal = [this](int i) { return Row(i)[i]; };
+    int zeros = 0;
+    for (int i = 0; i < fnRows; ++i) zeros += diagonal(i) == 0.0 ? 1 : 0;
+    if (job % 10 != 0) internal::SetFactorDeterminant(det, fnRows, zeros, diagonal);
+    if (job / 10 % 10 == 0) return zeros;
+    if (fnRows < kOrderForBlocks || !InvertFactorByBlocks()) InvertFactorByRows();
     return zeros;
 }
 
@@ -165,16 +165,19 @@ int MCSymMatrix::CholInverse(const std::vector<double>& refDiag, double tol, IMC
 {
     if (!internal::IsPacked(out) || !Fits(refDiag)) return -1;
     auto& inverse = static_cast<MCSymMatrix&>(out);
-    if (&inverse != this) {
-        try {
-            inverse = *this;
-        } catch (const std::bad_alloc&) {
+    MCBitSet kept;
+    try {
+        kept.Resize(fnRows);
+        if (&inverse != this) inverse = *this;
+    } catch (const std::bad_alloc&) {
+        if (&inverse != this) {
             inverse.ClearAll();
             inverse.fnRows = -1;
-            return -1;
         }
+        return -1;
     }
-    const int refused = inverse.LTChol(refDiag, tol, false);
+    // What follows does without the memory that it does not get.
+    const int refused = inverse.LTChol(refDiag, tol, kept, false);
     if (refused < 0) return refused;
     inverse.LTInverse();
     inverse.LTLTransL();
@@ -187,8 +190,7 @@ int MCSymMatrix::CholIndNonRed(const std::vector<double>& refDiag, double tol, s
     MCBitSet kept(fnRows);
     const int refused = factor.LTChol(refDiag, tol, kept, true);
     if (refused < 0) return refused;
-    rows.clear();
-    for (int i = kept.Next(0); i >= 0; i = kept.Next(i + 1)) rows.push_back(i);
+    rows = kept.Members();
     return fnRows - refused;
 }
 
@@ -229,7 +231,12 @@ bool MCSymMatrix::TSolveSubst(const std::vector<double>& b, std::vector<double>&
 
 bool MCSymMatrix::LTSolve(const std::vector<double>& b, std::vector<double>& x) const
 {
-    return LTSubstitute(b, x) && TSolveSubst(x, x);
+    if (!Fits(b)) return false;
+    std::vector<double> solution(b.begin(), b.begin() + fnRows);
+    SubstituteForward(solution.data());
+    SubstituteBack(solution.data());
+    x.swap(solution);
+    return true;
 }
 
 // From the last element to the first: what the sums still need stands before it.
@@ -354,7 +361,7 @@ int MCSymMatrix::TransformToPositiveDefinite(double delta)
 
     // Elimination with the largest remaining diagonal element as pivot; c holds what is left of the matrix.
     MCSymMatrix c(*this);
-    std::vector<int> order(static_cast<std::size_t>(fnRows));
+    std::vector<int> order(Order());
     std::iota(order.begin(), order.end(), 0);
     const auto left = [&](int i) { return std::fabs(c.GetElem(i, i)); };
     int raised = 0;

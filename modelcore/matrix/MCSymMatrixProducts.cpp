@@ -29,13 +29,6 @@ std::vector<double> Gathered(const double* v, int incr, int count)
     return gathered;
 }
 
-std::vector<double> Scaled(const double* x, double f, std::size_t count)
-{
-    std::vector<double> scaled(x, x + count);
-    for (double& value : scaled) value *= f;
-    return scaled;
-}
-
 } // namespace
 
 void MCSymMatrix::MultiplyByS(const double* a, std::size_t rows, double* out) const
@@ -266,14 +259,12 @@ bool MCSymMatrix::UpdateZZ(const IMCRectMatrix& Z, const std::vector<double>& we
     if (Z.GetNCols() != fnRows || weights.size() < static_cast<std::size_t>(Z.GetNRows())) return false;
     constexpr std::size_t kRowsOfZ = 32;
     const DenseRows z(Z);
-    std::vector<double> weighted;
+    std::vector<double> weighted(std::min(kRowsOfZ, z.NRows()) * z.NCols());
     for (std::size_t first = 0; first < z.NRows(); first += kRowsOfZ) {
         const std::size_t count = std::min(kRowsOfZ, z.NRows() - first);
-        weighted.clear();
-        for (std::size_t r = first; r < first + count; ++r) {
-            const std::vector<double> row = Scaled(z.Row(r), weights[r], z.NCols());
-            weighted.insert(weighted.end(), row.begin(), row.end());
-        }
+        double* to = weighted.data();
+        for (std::size_t r = first; r < first + count; ++r)
+            for (std::size_t j = 0; j < z.NCols(); ++j) *to++ = z.Row(r)[j] * weights[r];
         internal::AddOuterProducts(GetPtr(), z.NCols(), weighted.data(), z.Row(first), count);
     }
     return true;

@@ -3,6 +3,7 @@
 
 #include "modelcore/common/MCBitSet.h"
 #include "modelcore/kernels/TileProduct.h"
+#include "modelcore/matrix/internal/ReferenceDiagonal.h"
 
 #include <algorithm>
 #include <cmath>
@@ -237,8 +238,14 @@ private:
 // Written so that a NaN for the tolerance is refused too.
 bool MCSymMatrix::SweepArgumentsValid(double tol, const double* origDiag, const MCBitSet& swept) const
 {
-    return tol > 0.0 && swept.Size() >= fnRows && (fnRows == 0 || origDiag != nullptr) &&
-           std::none_of(origDiag, origDiag + fnRows, [](double d) { return d < 0.0; });
+    return tol > 0.0 && swept.Size() >= fnRows &&
+           (fnRows <= 0 || (origDiag != nullptr && internal::IsReferenceDiagonal({origDiag, Order()})));
+}
+
+// Of a vector all values count, also those that belong to no row.
+bool MCSymMatrix::ReferenceValid(const std::vector<double>& origDiag) const
+{
+    return Fits(origDiag) && internal::IsReferenceDiagonal(origDiag);
 }
 
 bool MCSymMatrix::RowsValid(const std::vector<int>& rows) const
@@ -248,7 +255,7 @@ bool MCSymMatrix::RowsValid(const std::vector<int>& rows) const
 
 bool MCSymMatrix::Sweep(int k, double tol, const std::vector<double>& origDiag, MCBitSet& swept, bool check)
 {
-    if (check && origDiag.size() < static_cast<std::size_t>(fnRows)) return false;
+    if (check && !ReferenceValid(origDiag)) return false;
     return Sweep(k, tol, origDiag.data(), swept, check);
 }
 
@@ -260,7 +267,7 @@ bool MCSymMatrix::Sweep(int k, double tol, const double* origDiag, MCBitSet& swe
 
 bool MCSymMatrix::SweepOrig(int k, double tol, const std::vector<double>& origDiag, MCBitSet& swept, bool check)
 {
-    if (check && origDiag.size() < static_cast<std::size_t>(fnRows)) return false;
+    if (check && !ReferenceValid(origDiag)) return false;
     return SweepOrig(k, tol, origDiag.data(), swept, check);
 }
 
@@ -290,7 +297,7 @@ bool MCSymMatrix::SweepOrig(int k, double tol, const double* origDiag, MCBitSet&
 bool MCSymMatrix::SweepOnMany(const std::vector<int>& rows, double tol, const std::vector<double>& origDiag,
                               MCBitSet& swept, bool check)
 {
-    if (check && origDiag.size() < static_cast<std::size_t>(fnRows)) return false;
+    if (check && !ReferenceValid(origDiag)) return false;
     return SweepOnMany(rows, tol, origDiag.data(), swept, check);
 }
 
@@ -306,27 +313,25 @@ bool MCSymMatrix::SweepOnMany(const std::vector<int>& rows, double tol, const do
 bool MCSymMatrix::SweepOnSelected(const MCBitSet& selected, double tol, const std::vector<double>& origDiag,
                                   MCBitSet& swept, bool check)
 {
-    if (check && origDiag.size() < static_cast<std::size_t>(fnRows)) return false;
+    if (check && !ReferenceValid(origDiag)) return false;
     return SweepOnSelected(selected, tol, origDiag.data(), swept, check);
 }
 
 bool MCSymMatrix::SweepOnSelected(const MCBitSet& selected, double tol, const double* origDiag, MCBitSet& swept,
                                   bool check)
 {
-    std::vector<int> rows;
-    for (int k = selected.Next(0); k >= 0; k = selected.Next(k + 1)) rows.push_back(k);
-    return SweepOnMany(rows, tol, origDiag, swept, check);
+    return SweepOnMany(selected.Members(), tol, origDiag, swept, check);
 }
 
 bool MCSymMatrix::SweepOnAll(double tol, const std::vector<double>& origDiag, MCBitSet& swept, bool check)
 {
-    if (check && origDiag.size() < static_cast<std::size_t>(fnRows)) return false;
+    if (check && !ReferenceValid(origDiag)) return false;
     return SweepOnAll(tol, origDiag.data(), swept, check);
 }
 
 bool MCSymMatrix::SweepOnAll(double tol, const double* origDiag, MCBitSet& swept, bool check)
 {
-    std::vector<int> rows(static_cast<std::size_t>(fnRows));
+    std::vector<int> rows(Order());
     std::iota(rows.begin(), rows.end(), 0);
     return SweepOnMany(rows, tol, origDiag, swept, check);
 }

@@ -301,7 +301,11 @@ TEST_P(IMCSymMatrixTest, CholeskyOfAPositiveDefiniteMatrixOfEachKind)
 
     MCBitSet kept;
     EXPECT_FALSE(s->LTChol({1, 1, 1, 1, -1}, 1e-12, true) >= 0 || s->LTChol(ref, -1e-12, true) >= 0 ||
-                 s->LTChol({1, 1}, 1e-12, kept, true) >= 0 || s->LTChol(kNan, logDet, true) >= 0);
+                 s->LTChol({1, kNan, 1, 1, 1}, 1e-12, kept, true) >= 0 || s->LTChol({1, 1}, 1e-12, kept, true) >= 0 ||
+                 s->LTChol(kNan, logDet, true) >= 0);
     EXPECT_TRUE(Near(ToNaive(*s), S));
     EXPECT_EQ(kept.Size(), 0);
+    s->SetElem(0, 0, std::numeric_limits<double>::infinity()); // times the zero would be no number
+    s->SetElem(1, 1, 0.0);
+    EXPECT_TRUE(s->LTDetInverse(factorDet, 1) == 1 && factorDet[0] == 0.0 && factorDet[1] == 0.0);
 }

@@ -99,6 +99,7 @@ TEST(MCRectMatrix, ShapeOperations)
         bool (*change)(MCRectMatrix&);
         std::vector<std::vector<double>> expected;
     };
+    static constexpr int kFar = std::numeric_limits<int>::min();
     const Case cases[] = {
         {"zero row", [](MCRectMatrix& m) { return m.AddRow() == 3; }, {{0, 1, 2}, {10, 11, 12}, {0, 0, 0}}},
         {"row", [](MCRectMatrix& m) { return m.AddRow(List(7, 8, 9)) == 3; }, {{0, 1, 2}, {10, 11, 12}, {7, 8, 9}}},
@@ -108,6 +109,8 @@ TEST(MCRectMatrix, ShapeOperations)
         {"rows down", [](MCRectMatrix& m) { return m.ShiftRows(1); }, {{0, 0, 0}, {0, 1, 2}}},
         {"rows up", [](MCRectMatrix& m) { return m.ShiftRows(-1); }, {{10, 11, 12}, {0, 0, 0}}},
         {"rows away", [](MCRectMatrix& m) { return m.ShiftRows(-2); }, {{0, 0, 0}, {0, 0, 0}}},
+        {"rows far up", [](MCRectMatrix& m) { return m.ShiftRows(kFar); }, {{0, 0, 0}, {0, 0, 0}}},
+        {"columns far left", [](MCRectMatrix& m) { return m.ShiftColumns(kFar); }, {{0, 0, 0}, {0, 0, 0}}},
         {"columns right", [](MCRectMatrix& m) { return m.ShiftColumns(2); }, {{0, 0, 0}, {0, 0, 10}}},
         {"columns left", [](MCRectMatrix& m) { return m.ShiftColumns(-1); }, {{1, 2, 0}, {11, 12, 0}}},
         {"expand",
@@ -166,6 +169,9 @@ TEST(MCRectMatrix, ShapeOperations)
     EXPECT_EQ(std::vector<double>(columns, columns + 6), (std::vector<double>{0, 10, 1, 11, 2, 12}));
     EXPECT_TRUE(SameMatrix(MCRectMatrix(3, 2, columns), FromRows({{0, 10}, {1, 11}, {2, 12}})));
     EXPECT_EQ(MCRectMatrix(2, 2, columns).GetNRows(), 0);
+    constexpr int kMax = std::numeric_limits<int>::max(); // one more cannot be counted
+    EXPECT_TRUE(MCRectMatrix(kMax, 0).AddRow() == -1 && MCRectMatrix(kMax, 0).AddRow({}) == -1);
+    EXPECT_EQ(MCRectMatrix(0, kMax).AddColumn({}), -1);
 }
 
 TEST(MCRectMatrix, WrongArgumentsAreRefused)

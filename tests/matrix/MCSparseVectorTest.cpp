@@ -11,7 +11,7 @@ TEST(MCSparseVector, IsValidWhenIndicesAscend)
                           Case{{-1, 2, 5}, false}, Case{{0, 2}, false}, Case{{}, false}}) {
         const MCSparseVector v(c.indices, values);
         EXPECT_EQ(v.IsValid(), c.valid);
-        EXPECT_EQ(v.GetMinVecSize(), c.valid ? 6 : 0);
+        EXPECT_EQ(v.GetMinVecSize(), c.indices.empty() ? 0 : c.indices.back() + 1);
         std::vector<double> dense{7.0};
         EXPECT_EQ(v.ConvertToRegularVector(dense), c.valid);
         EXPECT_EQ(dense, c.valid ? (std::vector<double>{1, 0, 2, 0, 0, 3}) : (std::vector<double>{7.0}));
@@ -19,6 +19,29 @@ TEST(MCSparseVector, IsValidWhenIndicesAscend)
     const std::vector<int> indices{0, 2, 5};
     const MCSparseVector v(indices, values);
     EXPECT_TRUE(v.GetIndex(1) == 2 && v.GetIndex(3) == -1 && v.GetValue(2) == 3.0 && v.GetValue(-1) == kMissing);
+    const std::vector<double> shorter{1, 2};
+    EXPECT_EQ(MCSparseVector(indices, shorter).GetValue(2), kMissing);
+}
+
+// No matrix or vector has such an element: whatever wants one says so.
+TEST(MCSparseVector, LargestIndexIsNeverInside)
+{
+    const std::vector<int> indices{0, std::numeric_limits<int>::max()}, first{0};
+    const std::vector<double> values{1, 2}, one{1};
+    const MCSparseVector v(indices, values), unit(first, one);
+    MCSymMatrix s(3);
+    MCSparseRectMatrix sparse(1, std::numeric_limits<int>::max(), 2);
+    std::vector<double> dense(3), probs;
+    double logSum = 0.0;
+    EXPECT_TRUE(v.IsValid() && v.GetMinVecSize() == std::numeric_limits<int>::max());
+    EXPECT_TRUE(Refuses(s, [&](MCSymMatrix& m) {
+        return v.QuadraticOuterProduct(m) || v.QuadraticOuterProductIncr(m, 1.0) || v.IncrementRowPart(m, 0, 0, 1.0) ||
+               v.IncrementPart(dense, 0, 1.0) || sparse.AddRow(v) >= 0 ||
+               v.ComputeProbabilities(dense, 1, std::numeric_limits<int>::max(), probs, logSum);
+    }));
+    for (const double refused : {s.ComputeSpVSSpW(v, unit), s.ComputeSpVSSpW(unit, v), v.InnerProductWithPart(dense, 0),
+                                 MCRectMatrix(1, 1).ComputeSpVRSpW(unit, v)})
+        EXPECT_EQ(refused, kMissing);
 }
 
 TEST(MCSparseVector, ProductsEqualThoseOfTheDenseVector)

@@ -143,9 +143,10 @@ TEST(MCSymMatrixSweep, InvalidArgumentsAreRefused)
         std::vector<double> ref;
         int nBits;
     };
-    const std::vector<Case> cases{{-1, 1e-8, {1, 1, 1}, 3},      {3, 1e-8, {1, 1, 1}, 3}, {0, 0.0, {1, 1, 1}, 3},
-                                  {0, -1e-8, {1, 1, 1}, 3},      {0, kNan, {1, 1, 1}, 3}, {0, 1e-8, {1, 1}, 3},
+    const std::vector<Case> cases{{-1, 1e-8, {1, 1, 1}, 3},      {3, 1e-8, {1, 1, 1}, 3},     {0, 0.0, {1, 1, 1}, 3},
+                                  {0, -1e-8, {1, 1, 1}, 3},      {0, kNan, {1, 1, 1}, 3},     {0, 1e-8, {1, 1}, 3},
                                   {0, 1e-8, {1, 1, -1e-300}, 3}, // the reference of another row
+                                  {0, 1e-8, {kNan, 1, 1}, 3},    {0, 1e-8, {1, 1, 1, -1}, 3}, // of no row at all
                                   {0, 1e-8, {1, 1, 1}, 2}};
     for (const Case& c : cases) {
         SCOPED_TRACE(&c - cases.data());
@@ -207,7 +208,7 @@ TEST(MCSymMatrixSweep, NanFlowsAndLargerArgumentsAreFine)
 {
     MCSymMatrix s = FromTriangle({1, kNan, 4});
     MCBitSet swept(40);
-    EXPECT_TRUE(s.Sweep(0, 1e-8, {1, 4, -1}, swept, true)); // the third reference value belongs to no row
+    EXPECT_TRUE(s.Sweep(0, 1e-8, {1, 4, 7}, swept, true)); // the third reference value belongs to no row
     EXPECT_EQ(s.GetElem(0, 0), -1.0);
     EXPECT_TRUE(std::isnan(s.GetElem(1, 1)));
     MCSymMatrix empty;

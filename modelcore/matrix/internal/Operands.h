@@ -109,13 +109,14 @@ inline void AddRowsTimesRows(double* out, const double* a, std::size_t aStride, 
 template <class Matrix>
 double SparseForm(const Matrix& A, int rows, int cols, const MCSparseVector& v, const MCSparseVector& w)
 {
-    if (!v.IsValid() || !w.IsValid() || v.GetMinVecSize() > rows || w.GetMinVecSize() > cols)
+    if (!v.IsValid() || !w.IsValid() || v.GetIndices().back() >= rows || w.GetIndices().back() >= cols)
         return MCCommon_930::MCMV::Missing();
     double sum = 0.0;
-    for (int i = 0; i < v.GetNElements(); ++i) {
+    for (std::size_t i = 0; i < v.GetIndices().size(); ++i) {
         double rowSum = 0.0;
-        for (int j = 0; j < w.GetNElements(); ++j) rowSum += A.GetElem(v.GetIndex(i), w.GetIndex(j)) * w.GetValue(j);
-        sum += v.GetValue(i) * rowSum;
+        for (std::size_t j = 0; j < w.GetIndices().size(); ++j)
+            rowSum += A.Matrix::GetElem(v.GetIndices()[i], w.GetIndices()[j]) * w.GetValues()[j];
+        sum += v.GetValues()[i] * rowSum;
     }
     return sum;
 }
