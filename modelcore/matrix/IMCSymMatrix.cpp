@@ -3,11 +3,12 @@
 
 #include "modelcore/common/MCBitSet.h"
 #include "modelcore/common/MCMV.h"
-#include "modelcore/matrix/internal/Operands.h"
+#include "modelcore/matrix/internal/Places.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <utility>
 
 namespace MCMath_930 {
 
@@ -15,11 +16,24 @@ using MCCommon_930::MCMV;
 
 IMCSymMatrix::~IMCSymMatrix() = default;
 
-bool IMCSymMatrix::AreDistinctRows(const std::vector<int>& rows) const
+bool IMCSymMatrix::StorePacked(int n, std::vector<double>&& packed, IMCSymMatrix& out)
 {
-    MCBitSet seen(GetNRows());
-    return std::all_of(rows.begin(), rows.end(), [&](int i) { return !seen.IsIn(i) && seen.Set(i); });
+    if (!IsPacked(out) || !IsPackedOrder(n)) return false;
+    out.TakePacked(n, std::move(packed));
+    return true;
 }
+
+bool IMCSymMatrix::CopyLowerTriangle(std::vector<double>& packed) const
+{
+    if (!IsPackedOrder(GetNRows())) return false;
+    packed.assign(PackedSize(GetNRows()), 0.0);
+    double* row = packed.data();
+    for (int i = 0; i < GetNRows(); row += ++i)
+        for (int j = GetIndexFirstInRow(i); j <= i; ++j) row[j] = GetElem(i, j);
+    return true;
+}
+
+void IMCSymMatrix::TakePacked(int /*n*/, std::vector<double>&& /*packed*/) {}
 
 bool IMCSymMatrix::GetRow(int i, std::vector<double>& row) const
 {
@@ -154,30 +168,18 @@ bool IMCSymMatrix::ExtractFirstNRows(int m, IMCSymMatrix& out) const
 
 bool IMCSymMatrix::ExtractSubmatrix(const std::vector<int>& rows, IMCSymMatrix& out) const
 {
-    MCSymMatrix part;
-    if (!internal::IsPacked(out) || !AreDistinctRows(rows) || !part.SetNRows(static_cast<int>(rows.size())))
-        return false;
-    double* to = part.GetPtr();
+    const int n = static_cast<int>(rows.size()); // distinct rows are no more than an int counts
+    if (!IsPacked(out) || !internal::AreDistinct(rows, GetNRows()) || !IsPackedOrder(n)) return false;
+    std::vector<double> part(PackedSize(n));
+    double* to = part.data();
     for (std::size_t i = 0; i < rows.size(); ++i)
         for (std::size_t j = 0; j <= i; ++j) *to++ = GetElem(rows[i], rows[j]);
-    return internal::StorePacked(std::move(part), out);
+    return StorePacked(n, std::move(part), out);
 }
 
 bool IMCSymMatrix::ExtractSubmatrix(const MCBitSet& rows, IMCSymMatrix& out) const
 {
-    std::vector<int> numbers;
-    for (int i = rows.Next(0); i >= 0; i = rows.Next(i + 1)) numbers.push_back(i);
-    return ExtractSubmatrix(numbers, out);
-}
-
-bool IMCSymMatrix::FillDenseMatrix(MCSymMatrix& out) const
-{
-    MCSymMatrix dense;
-    if (!dense.SetNRows(GetNRows())) return false;
-    for (int i = 0; i < GetNRows(); ++i)
-        for (int j = GetIndexFirstInRow(i); j <= i; ++j) dense.SetElem(i, j, GetElem(i, j));
-    out = std::move(dense);
-    return true;
+    return ExtractSubmatrix(rows.Members(), out);
 }
 
 } // namespace MCMath_930

@@ -240,8 +240,8 @@ public:
     // Reductions
 
     /// The determinant of S as det[0]*10^det[1], 1 <= |det[0]| < 10 or det[0] = 0.
-    /// @param tol  the determinant counts as 0 when the estimated reciprocal condition is not above tol; a diagonal
-    ///             matrix takes no notice of it
+    /// @param tol  > 0: the determinant counts as 0 when the estimated reciprocal condition is not above tol; 0: only an
+    ///             exact zero among the pivots makes it 0. A diagonal matrix takes no notice of it
     /// @return  false for order 0 and for a tol that is negative or NaN
     virtual bool ComputeDeterminant(double tol, double* det) const = 0;
 
@@ -301,7 +301,7 @@ public:
 
     /// Copies the matrix, zeros that are not stored included, into a packed one. False when it is larger than those can
     /// be.
-    virtual bool FillDenseMatrix(MCSymMatrix& out) const;
+    virtual bool FillDenseMatrix(MCSymMatrix& out) const = 0;
 
     // ---------------------------------------------------------------------------------------------------------------
     // Diagnostic text
@@ -332,8 +332,33 @@ protected:
     bool IsRow(int i) const { return i >= 0 && i < GetNRows(); }
     bool IsPart(int first, int count) const { return first >= 0 && count >= 0 && count <= GetNRows() - first; }
     bool Fits(const std::vector<double>& v) const { return v.size() >= static_cast<std::size_t>(GetNRows()); }
-    bool AreDistinctRows(const std::vector<int>& rows) const;
     MCRectMatrix SquareRows() const;
+
+    /// The largest order whose packed indexes are ints.
+    static constexpr int kMaxPackedRows = 65535;
+
+    static constexpr bool IsPackedOrder(int n) { return n >= 0 && n <= kMaxPackedRows; }
+    static bool IsPacked(const IMCSymMatrix& matrix) { return matrix.GetMatrixKind() == kPackedMatrix; }
+    static constexpr std::size_t PackedSize(int n)
+    {
+        return static_cast<std::size_t>(n) * (static_cast<std::size_t>(n) + 1) / 2;
+    }
+
+    /// Stores a result of order n that was formed aside, its packed elements. False, and out as it was, when out is not
+    /// packed or n no packed order.
+    static bool StorePacked(int n, std::vector<double>&& packed, IMCSymMatrix& out);
+
+    /// Stores the sum over k < count of left(k,i)*right(k,j), both rows of `order` values, and the lower triangle of a
+    /// product that is symmetric, as StorePacked does.
+    static bool StoreOuterProducts(int order, const double* left, const double* right, std::size_t count,
+                                   IMCSymMatrix& out);
+    static bool StoreLowerTriangle(const MCRectMatrix& square, IMCSymMatrix& out);
+
+    /// Writes the lower triangle, zeros that are not stored included. False when n is no packed order.
+    bool CopyLowerTriangle(std::vector<double>& packed) const;
+
+    /// Takes over packed elements; only the packed kind does.
+    virtual void TakePacked(int n, std::vector<double>&& packed);
 };
 
 } // namespace MCMath_930

@@ -1,7 +1,8 @@
 // IMCSymMatrix: the products that all kinds share, made of A*S, A*L and A*L'.
 #include "modelcore/common/MCMV.h"
 #include "modelcore/matrix/IMCSymMatrix.h"
-#include "modelcore/matrix/internal/Operands.h"
+#include "modelcore/matrix/internal/DenseRows.h"
+#include "modelcore/matrix/internal/RowProducts.h"
 
 #include <algorithm>
 #include <utility>
@@ -18,21 +19,33 @@ namespace {
 /// Rows of S that are spelled out at a time where no more than that is needed.
 constexpr std::size_t kRowsAtOnce = 32;
 
-/// The sum over k of left(k,i)*right(k,j), both n x order, as a packed matrix.
-bool StoreOuterProducts(int order, const double* left, const double* right, std::size_t n, IMCSymMatrix& out)
-{
-    MCSymMatrix result;
-    if (!internal::IsPacked(out) || !result.SetNRows(order)) return false;
-    internal::AddOuterProducts(result.GetPtr(), static_cast<std::size_t>(order), left, right, n);
-    return internal::StorePacked(std::move(result), out);
-}
-
 bool IsSquareOf(const IMCRectMatrix& matrix, int n)
 {
     return matrix.GetNRows() == n && matrix.GetNCols() == n;
 }
 
 } // namespace
+
+bool IMCSymMatrix::StoreOuterProducts(int order, const double* left, const double* right, std::size_t count,
+                                      IMCSymMatrix& out)
+{
+    if (!IsPackedOrder(order)) return false;
+    std::vector<double> result(PackedSize(order));
+    internal::AddOuterProducts(result.data(), static_cast<std::size_t>(order), left, right, count);
+    return StorePacked(order, std::move(result), out);
+}
+
+// The lower triangle of the rows of a product that is symmetric.
+bool IMCSymMatrix::StoreLowerTriangle(const MCRectMatrix& square, IMCSymMatrix& out)
+{
+    std::vector<double> result;
+    result.reserve(PackedSize(square.GetNRows()));
+    for (int i = 0; i < square.GetNRows(); ++i) {
+        const double* const row = square.GetRowPtr(i);
+        result.insert(result.end(), row, row + i + 1);
+    }
+    return StorePacked(square.GetNRows(), std::move(result), out);
+}
 
 void IMCSymMatrix::MultiplyBy(Factor factor, const IMCSymMatrix& matrix, const double* a, std::size_t rows, double* out)
 {
@@ -147,7 +160,7 @@ bool IMCSymMatrix::ComputeRTransS(const IMCRectMatrix& R, MCRectMatrix& out) con
 bool IMCSymMatrix::ComputeRSRTrans(const IMCRectMatrix& R, IMCSymMatrix& out) const
 {
     MCRectMatrix rs;
-    if (!internal::IsPacked(out) || !ComputeRS(R, rs)) return false;
+    if (!IsPacked(out) || !ComputeRS(R, rs)) return false;
     const DenseRows r(R);
     const std::vector<double> left = Transposed(rs.GetPtr(), r.NRows(), r.NCols());
     const std::vector<double> right = Transposed(r.Ptr(), r.NRows(), r.NCols());
@@ -157,7 +170,7 @@ bool IMCSymMatrix::ComputeRSRTrans(const IMCRectMatrix& R, IMCSymMatrix& out) co
 bool IMCSymMatrix::ComputeRTransSR(const IMCRectMatrix& R, IMCSymMatrix& out) const
 {
     MCRectMatrix rs;
-    if (!internal::IsPacked(out) || !ComputeRTransS(R, rs)) return false;
+    if (!IsPacked(out) || !ComputeRTransS(R, rs)) return false;
     const DenseRows r(R);
     const std::vector<double> left = Transposed(rs.GetPtr(), r.NCols(), r.NRows());
     return StoreOuterProducts(R.GetNCols(), left.data(), r.Ptr(), r.NRows(), out);
@@ -185,19 +198,27 @@ bool IMCSymMatrix::ComputeRVD(const IMCRectMatrix& R, const std::vector<double>&
     return true;
 }
 
+// Row k of V adds its terms to all rows of the result, so that the sum of each element runs over k in order.
 bool IMCSymMatrix::ComputeRVDParts(const IMCRectMatrix& R, int firstR, int nR, const std::vector<double>& d, int firstD,
                                    int nD, MCRectMatrix& out) const
 {
-    if (R.GetNCols() != GetNRows() || !Fits(d) || !IsPart(firstR, nR) || !IsPart(firstD, nD)) return false;
-    MCRectMatrix result(R.GetNRows(), nD);
-    for (int i = 0; i < R.GetNRows(); ++i)
-        for (int j = firstD; j < firstD + nD; ++j) {
-            double sum = 0.0;
-            const int last = std::min(firstR + nR - 1, GetIndexLastInRow(j));
-            for (int k = std::max(firstR, GetIndexFirstInRow(j)); k <= last; ++k)
-                sum += R.GetElem(i, k) * GetElem(k, j);
-            result.SetElem(i, j - firstD, sum * d[static_cast<std::size_t>(j)]);
-        }
+    MCRectMatrix result;
+    if (R.GetNCols() != GetNRows() || !Fits(d) || !IsPart(firstR, nR) || !IsPart(firstD, nD) ||
+        !result.SetNRowsCols(R.GetNRows(), nD))
+        return false;
+    const DenseRows r(R);
+    std::vector<double> row;
+    for (int k = firstR; k < firstR + nR; ++k) {
+        const int first = std::max(firstD, GetIndexFirstInRow(k));
+        const int end = std::min(firstD + nD, GetIndexLastInRow(k) + 1);
+        if (first >= end) continue;
+        GetRow(k, row);
+        for (std::size_t i = 0; i < r.NRows(); ++i)
+            internal::AddScaled(result.GetRowPtr(static_cast<int>(i)) + (first - firstD), r.Row(i)[k],
+                                row.data() + first, static_cast<std::size_t>(end - first));
+    }
+    for (int i = 0; i < result.GetNRows(); ++i)
+        for (int j = 0; j < nD; ++j) result.GetRowPtr(i)[j] *= d[static_cast<std::size_t>(firstD + j)];
     out = std::move(result);
     return true;
 }
@@ -235,28 +256,24 @@ bool IMCSymMatrix::ComputeGMGNG(const IMCRectMatrix& M, const IMCRectMatrix& N, 
 // S*L' first; then L*(S*L') is the transpose of (S*L')'*L', and symmetric.
 bool IMCSymMatrix::ComputeLSLTrans(const IMCSymMatrix& L, IMCSymMatrix& out) const
 {
-    MCSymMatrix result;
-    if (!internal::IsPacked(out) || L.GetNRows() != GetNRows() || !result.SetNRows(GetNRows())) return false;
+    if (!IsPacked(out) || L.GetNRows() != GetNRows() || !IsPackedOrder(GetNRows())) return false;
     const auto n = static_cast<std::size_t>(GetNRows());
     MCRectMatrix square = SquareRows();
     std::vector<double> product(n * n);
     L.MultiplyByLTrans(square.GetPtr(), n, product.data());
     L.MultiplyByLTrans(Transposed(product.data(), n, n).data(), n, square.GetPtr());
-    for (int i = 0; i < GetNRows(); ++i) std::copy_n(square.GetRowPtr(i), i + 1, result.GetRowPtr(i));
-    return internal::StorePacked(std::move(result), out);
+    return StoreLowerTriangle(square, out);
 }
 
 bool IMCSymMatrix::ComputeLTransSL(const IMCSymMatrix& L, IMCSymMatrix& out) const
 {
-    MCSymMatrix result;
-    if (!internal::IsPacked(out) || L.GetNRows() != GetNRows() || !result.SetNRows(GetNRows())) return false;
+    if (!IsPacked(out) || L.GetNRows() != GetNRows() || !IsPackedOrder(GetNRows())) return false;
     const auto n = static_cast<std::size_t>(GetNRows());
     MCRectMatrix square = SquareRows();
     std::vector<double> product(n * n);
     L.MultiplyByL(square.GetPtr(), n, product.data());
     L.MultiplyByL(Transposed(product.data(), n, n).data(), n, square.GetPtr());
-    for (int i = 0; i < GetNRows(); ++i) std::copy_n(square.GetRowPtr(i), i + 1, result.GetRowPtr(i));
-    return internal::StorePacked(std::move(result), out);
+    return StoreLowerTriangle(square, out);
 }
 
 bool IMCSymMatrix::ComputeSS(const IMCSymMatrix& second, MCRectMatrix& out) const
@@ -266,8 +283,8 @@ bool IMCSymMatrix::ComputeSS(const IMCSymMatrix& second, MCRectMatrix& out) cons
 
 bool IMCSymMatrix::ComputeSTransS(IMCSymMatrix& out) const
 {
-    MCSymMatrix result;
-    if (!internal::IsPacked(out) || !result.SetNRows(GetNRows())) return false;
+    if (!IsPacked(out) || !IsPackedOrder(GetNRows())) return false;
+    std::vector<double> result(PackedSize(GetNRows()));
     const auto n = static_cast<std::size_t>(GetNRows());
     std::vector<double> rows;
     std::vector<double> row;
@@ -275,11 +292,11 @@ bool IMCSymMatrix::ComputeSTransS(IMCSymMatrix& out) const
         GetRow(i, row);
         rows.insert(rows.end(), row.begin(), row.end());
         if (rows.size() == kRowsAtOnce * n || i + 1 == GetNRows()) {
-            internal::AddOuterProducts(result.GetPtr(), n, rows.data(), rows.data(), rows.size() / n);
+            internal::AddOuterProducts(result.data(), n, rows.data(), rows.data(), rows.size() / n);
             rows.clear();
         }
     }
-    return internal::StorePacked(std::move(result), out);
+    return StorePacked(GetNRows(), std::move(result), out);
 }
 
 double IMCSymMatrix::TraceOfProductOfThree(const IMCSymMatrix& B, const IMCSymMatrix& C) const

@@ -4,8 +4,12 @@
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/common/MCMV.h"
 #include "modelcore/common/internal/Index.h"
-#include "modelcore/matrix/internal/CholeskyArguments.h"
-#include "modelcore/matrix/internal/Operands.h"
+#include "modelcore/matrix/MCRectMatrix.h"
+#include "modelcore/matrix/MCSymMatrix.h"
+#include "modelcore/matrix/internal/FactorDeterminant.h"
+#include "modelcore/matrix/internal/Places.h"
+#include "modelcore/matrix/internal/ReferenceDiagonal.h"
+#include "modelcore/matrix/internal/TriangleProducts.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,8 +25,9 @@ namespace {
 /// Stores a diagonal result in a diagonal or a packed matrix; false, and out as it was, when out is neither.
 bool StoreDiagonal(MCDiagMatrix&& result, IMCSymMatrix& out)
 {
-    if (internal::IsPacked(out)) return result.FillDenseMatrix(static_cast<MCSymMatrix&>(out));
-    if (out.GetMatrixKind() != IMCSymMatrix::kDiagonalMatrix) return false;
+    const int kind = out.GetMatrixKind();
+    if (kind == IMCSymMatrix::kPackedMatrix) return result.FillDenseMatrix(static_cast<MCSymMatrix&>(out));
+    if (kind != IMCSymMatrix::kDiagonalMatrix) return false;
     static_cast<MCDiagMatrix&>(out) = std::move(result);
     return true;
 }
@@ -37,6 +42,24 @@ bool StoreScaledTwice(const MCDiagMatrix& S, const IMCSymMatrix& L, IMCSymMatrix
         d = d * L.GetElem(i, i) * L.GetElem(i, i);
     }
     return StoreDiagonal(MCDiagMatrix(std::move(diag)), out);
+}
+
+/// The packed elements (i, k) of L times element `of(i, k)` of the diagonal, as left factors of a tile. Empty where the
+/// plain loops are to be taken: L is small or not packed, or a value not finite, which zeros above the diagonal of a tile
+/// would turn into a NaN.
+template <class Of>
+std::vector<double> ScaledTriangle(const std::vector<double>& diag, const IMCSymMatrix& L, Of of)
+{
+    constexpr int kSmallestOrder = 32;
+    if (L.GetMatrixKind() != IMCSymMatrix::kPackedMatrix || L.GetNRows() < kSmallestOrder) return {};
+    const std::span<const double> elements = static_cast<const MCSymMatrix&>(L).AsSpan();
+    std::vector<double> scaled(elements.begin(), elements.end());
+    double* to = scaled.data();
+    for (int i = 0; i < L.GetNRows(); ++i)
+        for (int k = 0; k <= i; ++k, ++to) *to = diag[AsSize(of(i, k))] * *to;
+    const bool finite =
+        internal::AllFinite(elements.data(), elements.size()) && internal::AllFinite(scaled.data(), scaled.size());
+    return finite ? scaled : std::vector<double>();
 }
 
 } // namespace
@@ -155,29 +178,46 @@ bool MCDiagMatrix::ComputeAXpY(double a, const IMCSymMatrix& X)
 
 bool MCDiagMatrix::ComputeLSLTrans(const IMCSymMatrix& L, IMCSymMatrix& out) const
 {
+    const int n = GetNRows();
     if (L.GetMatrixKind() == kDiagonalMatrix) return StoreScaledTwice(*this, L, out);
-    MCSymMatrix result;
-    if (!internal::IsPacked(out) || L.GetNRows() != GetNRows() || !result.SetNRows(GetNRows())) return false;
-    for (int i = 0; i < GetNRows(); ++i)
-        for (int j = L.GetIndexFirstInRow(i); j <= i; ++j) {
-            double sum = 0.0;
+    if (!IsPacked(out) || L.GetNRows() != n || !IsPackedOrder(n)) return false;
+    std::vector<double> result(PackedSize(n));
+    const auto line = [&](int i) { return result.data() + PackedSize(i); };
+    const std::vector<double> scaled = ScaledTriangle(fvDiag, L, [](int, int k) { return k; });
+    if (const internal::TileWorkspace work(n); work && !scaled.empty()) {
+        internal::AddProductWithLTrans(
+            work, n, n, line, [](int i) { return i + 1; },
+            [&](int i, int k) { return k <= i ? scaled[PackedSize(i) + AsSize(k)] : 0.0; },
+            [&](int j) { return static_cast<const MCSymMatrix&>(L).GetRowPtr(j); });
+        return StorePacked(n, std::move(result), out);
+    }
+    for (int i = 0; i < n; ++i)
+        for (int j = L.GetIndexFirstInRow(i); j <= i; ++j)
             for (int k = std::max(L.GetIndexFirstInRow(i), L.GetIndexFirstInRow(j)); k <= j; ++k)
-                sum += fvDiag[AsSize(k)] * L.GetElem(i, k) * L.GetElem(j, k);
-            result.SetElem(i, j, sum);
-        }
-    return internal::StorePacked(std::move(result), out);
+                line(i)[j] += fvDiag[AsSize(k)] * L.GetElem(i, k) * L.GetElem(j, k);
+    return StorePacked(n, std::move(result), out);
 }
 
 bool MCDiagMatrix::ComputeLTransSL(const IMCSymMatrix& L, IMCSymMatrix& out) const
 {
+    const int n = GetNRows();
     if (L.GetMatrixKind() == kDiagonalMatrix) return StoreScaledTwice(*this, L, out);
-    MCSymMatrix result;
-    if (!internal::IsPacked(out) || L.GetNRows() != GetNRows() || !result.SetNRows(GetNRows())) return false;
-    for (int k = 0; k < GetNRows(); ++k)
+    if (!IsPacked(out) || L.GetNRows() != n || !IsPackedOrder(n)) return false;
+    std::vector<double> result(PackedSize(n));
+    const auto line = [&](int i) { return result.data() + PackedSize(i); };
+    const std::vector<double> scaled = ScaledTriangle(fvDiag, L, [](int i, int) { return i; });
+    if (const internal::TileWorkspace work(n); work && !scaled.empty()) {
+        internal::AddProductWithL(
+            work, n, n, line, [](int i) { return i + 1; },
+            [&](int i, int k) { return k >= i ? scaled[PackedSize(k) + AsSize(i)] : 0.0; },
+            [&](int k) { return static_cast<const MCSymMatrix&>(L).GetRowPtr(k); });
+        return StorePacked(n, std::move(result), out);
+    }
+    for (int k = 0; k < n; ++k)
         for (int i = L.GetIndexFirstInRow(k); i <= k; ++i)
             for (int j = L.GetIndexFirstInRow(k); j <= i; ++j)
-                result.SetElem(i, j, result.GetElem(i, j) + fvDiag[AsSize(k)] * L.GetElem(k, i) * L.GetElem(k, j));
-    return internal::StorePacked(std::move(result), out);
+                line(i)[j] += fvDiag[AsSize(k)] * L.GetElem(k, i) * L.GetElem(k, j);
+    return StorePacked(n, std::move(result), out);
 }
 
 bool MCDiagMatrix::ComputeSS(const IMCSymMatrix& second, MCRectMatrix& out) const
@@ -219,6 +259,12 @@ bool MCDiagMatrix::ComputeDeterminant(double /*tol*/, double* det) const
     return true;
 }
 
+bool MCDiagMatrix::FillDenseMatrix(MCSymMatrix& out) const
+{
+    std::vector<double> packed;
+    return CopyLowerTriangle(packed) && StorePacked(GetNRows(), std::move(packed), out);
+}
+
 void MCDiagMatrix::MultiplyByNumber(double x)
 {
     for (double& d : fvDiag) d *= x;
@@ -249,7 +295,7 @@ void MCDiagMatrix::ClearAll()
 bool MCDiagMatrix::ExtractSubmatrix(const std::vector<int>& rows, IMCSymMatrix& out) const
 {
     if (out.GetMatrixKind() != kDiagonalMatrix) return IMCSymMatrix::ExtractSubmatrix(rows, out);
-    if (!AreDistinctRows(rows)) return false;
+    if (!internal::AreDistinct(rows, GetNRows())) return false;
     std::vector<double> part;
     for (const int i : rows) part.push_back(fvDiag[AsSize(i)]);
     static_cast<MCDiagMatrix&>(out).fvDiag.swap(part);

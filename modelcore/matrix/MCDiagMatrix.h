@@ -88,6 +88,7 @@ public:
 
     using IMCSymMatrix::ExtractSubmatrix;
     bool ExtractSubmatrix(const std::vector<int>& rows, IMCSymMatrix& out) const override;
+    bool FillDenseMatrix(MCSymMatrix& out) const override;
 
     void Display() const override;
 

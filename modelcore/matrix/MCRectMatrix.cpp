@@ -4,7 +4,8 @@
 #include "modelcore/common/MCBitSet.h"
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/common/internal/Index.h"
-#include "modelcore/matrix/internal/Operands.h"
+#include "modelcore/matrix/internal/DenseRows.h"
+#include "modelcore/matrix/internal/Places.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -137,6 +138,13 @@ bool MCRectMatrix::SetRow(int i, const std::vector<double>& row)
     return true;
 }
 
+bool MCRectMatrix::SetCol(int j, const std::vector<double>& col)
+{
+    if (!IsCol(j) || col.size() < ColLength()) return false;
+    for (int i = 0; i < fnRows; ++i) SetElem(i, j, col[AsSize(i)]);
+    return true;
+}
+
 bool MCRectMatrix::CopyFromRowMajor(const double* elements, int rows, int cols)
 {
     if (!ResizeNRowsCols(rows, cols)) return false;
@@ -237,9 +245,7 @@ namespace {
 
 bool ArePlaces(const std::vector<int>& positions, int count, int size)
 {
-    MCBitSet taken(size);
-    return size >= 0 && positions.size() == AsSize(count) &&
-           std::all_of(positions.begin(), positions.end(), [&](int i) { return !taken.IsIn(i) && taken.Set(i); });
+    return size >= 0 && positions.size() == AsSize(count) && internal::AreDistinct(positions, size);
 }
 
 } // namespace

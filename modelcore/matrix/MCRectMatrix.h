@@ -73,8 +73,10 @@ public:
     bool GetCol(int j, std::vector<double>& col) const override;
     bool CopyColToVec(int j, int first, std::vector<double>& v) const override;
 
-    /// Replaces row i by the first GetNCols() values of row. False when row is too short.
+    /// Replaces row i by the first GetNCols() values of row, column j by the first GetNRows() values of col. False, and
+    /// nothing changed, when there is no such row or column or the vector is too short.
     bool SetRow(int i, const std::vector<double>& row);
+    bool SetCol(int j, const std::vector<double>& col);
 
     /// Shape and elements from an array stored row by row or column by column, and to one of rows*columns elements.
     bool CopyFromRowMajor(const double* elements, int rows, int cols);
@@ -241,6 +243,11 @@ public:
     /// a combination of rows: no element of S*G*l - l, with S = R'*R and G its generalised inverse, is larger than tol
     /// times the largest element of l. l has one value per column.
     bool IsEstimable(const std::vector<double>& l, double tol) const;
+
+    /// The same for every row l' of a matrix, with one factorisation for all: the bits of those that are estimable are
+    /// set, all others cleared.
+    /// @return  how many are estimable; -1, and estimable as it was, for a refused tol or another number of columns
+    int FindEstimable(const IMCRectMatrix& functions, double tol, MCBitSet& estimable) const;
 
     /// The least-squares solution of R*x = b by a generalised inverse of the normal equations: 0 for redundant columns.
     /// x may be b. Returns the rank; -1 for a refused tol or when b is shorter than a column.

@@ -5,7 +5,9 @@
 #include "modelcore/kernels/Kernels.h"
 #include "modelcore/matrix/IMCSymMatrix.h"
 #include "modelcore/matrix/MCSparseVector.h"
-#include "modelcore/matrix/internal/Operands.h"
+#include "modelcore/matrix/internal/DenseRows.h"
+#include "modelcore/matrix/internal/RowProducts.h"
+#include "modelcore/matrix/internal/SparseForm.h"
 
 #include <algorithm>
 #include <cmath>

@@ -3,10 +3,11 @@
 
 #include "modelcore/common/MCBitSet.h"
 #include "modelcore/matrix/MCSymMatrix.h"
-#include "modelcore/matrix/internal/Operands.h"
+#include "modelcore/matrix/internal/RowProducts.h"
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace MCMath_930 {
 
@@ -33,8 +34,7 @@ int MCRectMatrix::FindNonRedunIndices(double tol, bool byRows, std::vector<int>&
 {
     MCBitSet kept;
     if (FindRedundancies(tol, kept, byRows) < 0) return -1;
-    indices.clear();
-    for (int i = kept.Next(0); i >= 0; i = kept.Next(i + 1)) indices.push_back(i);
+    indices = kept.Members();
     return static_cast<int>(indices.size());
 }
 
@@ -79,42 +79,84 @@ bool MCRectMatrix::IsERowMultipleOfAnother(int i, double tol) const
     return false;
 }
 
+namespace {
+
+/// The cross products of a design matrix and their Cholesky factor.
+class NormalEquations {
+public:
+    NormalEquations(const MCRectMatrix& R, double tol)
+        : fIsValid(tol >= 0.0 && fmCrossProducts.ComputeRTransByR(R)), fmFactor(fmCrossProducts),
+          fnRefused(FactorCrossProducts(fmFactor, tol, fKept))
+    {}
+
+    explicit operator bool() const { return fIsValid; }
+    int Rank() const { return fmFactor.GetNRows() - fnRefused; }
+
+    /// G*b with the generalised inverse G of the cross products. x may be b.
+    void Solve(const std::vector<double>& b, std::vector<double>& x) const { fmFactor.LTSolve(b, x); }
+
+    /// Whether S*G*l is l but for tol times its largest element; l has at least one value per column.
+    bool Reproduces(const std::vector<double>& l, double tol) const
+    {
+        std::vector<double> reproduced;
+        Solve(l, reproduced);
+        fmCrossProducts.ComputeSV(reproduced, reproduced);
+        double largest = 0.0;
+        for (std::size_t j = 0; j < reproduced.size(); ++j) largest = std::max(largest, std::fabs(l[j]));
+        for (std::size_t j = 0; j < reproduced.size(); ++j)
+            if (!(std::fabs(reproduced[j] - l[j]) <= tol * largest)) return false;
+        return true;
+    }
+
+private:
+    MCSymMatrix fmCrossProducts;
+    bool fIsValid;
+    MCSymMatrix fmFactor;
+    MCBitSet fKept;
+    int fnRefused;
+};
+
+} // namespace
+
 bool MCRectMatrix::IsEstimable(const std::vector<double>& l, double tol) const
 {
-    MCSymMatrix S;
-    if (l.size() < RowLength() || !(tol >= 0.0) || !S.ComputeRTransByR(*this)) return false;
-    MCSymMatrix factor(S);
-    MCBitSet kept;
-    FactorCrossProducts(factor, tol, kept);
-    std::vector<double> reproduced;
-    factor.LTSolve(l, reproduced);
-    S.ComputeSV(reproduced, reproduced);
-    double largest = 0.0;
-    for (std::size_t j = 0; j < RowLength(); ++j) largest = std::max(largest, std::fabs(l[j]));
-    for (std::size_t j = 0; j < RowLength(); ++j)
-        if (!(std::fabs(reproduced[j] - l[j]) <= tol * largest)) return false;
-    return true;
+    if (l.size() < RowLength()) return false;
+    const NormalEquations equations(*this, tol);
+    return equations && equations.Reproduces(l, tol);
+}
+
+int MCRectMatrix::FindEstimable(const IMCRectMatrix& functions, double tol, MCBitSet& estimable) const
+{
+    const NormalEquations equations(*this, tol);
+    if (functions.GetNCols() != fnCols || !equations) return -1;
+    MCBitSet found(functions.GetNRows());
+    std::vector<double> l;
+    for (int i = 0; i < functions.GetNRows(); ++i) found.Set(i, functions.GetRow(i, l) && equations.Reproduces(l, tol));
+    estimable = std::move(found);
+    return estimable.Count();
 }
 
 int MCRectMatrix::EstimateLinearGI(const std::vector<double>& b, std::vector<double>& x, double tol) const
 {
-    MCSymMatrix S;
     std::vector<double> right;
-    if (!(tol >= 0.0) || !ComputeVR(b, right) || !S.ComputeRTransByR(*this)) return -1;
-    MCBitSet kept;
-    const int rank = fnCols - FactorCrossProducts(S, tol, kept);
-    S.LTSolve(right, x);
-    return rank;
+    if (!ComputeVR(b, right)) return -1;
+    const NormalEquations equations(*this, tol);
+    if (!equations) return -1;
+    equations.Solve(right, x);
+    return equations.Rank();
 }
 
 bool MCRectMatrix::ResidOfOrthProjection(const std::vector<double>& v, std::vector<double>& resid, double tol) const
 {
     if (v.size() < ColLength()) return false;
+    const NormalEquations equations(*this, tol);
+    if (!equations) return false;
     std::vector<double> rest(v.begin(), v.begin() + fnRows);
     std::vector<double> coefficients;
     std::vector<double> projection;
     for (int pass = 0; pass < 2; ++pass) {
-        if (EstimateLinearGI(rest, coefficients, tol) < 0) return false;
+        ComputeVR(rest, coefficients);
+        equations.Solve(coefficients, coefficients);
         ComputeRV(coefficients, projection);
         for (std::size_t i = 0; i < rest.size(); ++i) rest[i] -= projection[i];
     }

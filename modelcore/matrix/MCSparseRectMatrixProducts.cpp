@@ -2,7 +2,8 @@
 #include "modelcore/common/MCMV.h"
 #include "modelcore/matrix/MCSparseRectMatrix.h"
 #include "modelcore/matrix/MCSparseVector.h"
-#include "modelcore/matrix/internal/Operands.h"
+#include "modelcore/matrix/internal/DenseRows.h"
+#include "modelcore/matrix/internal/RowProducts.h"
 
 #include <algorithm>
 #include <cmath>

@@ -4,8 +4,9 @@
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/common/internal/Index.h"
-#include "modelcore/matrix/internal/CholeskyArguments.h"
-#include "modelcore/matrix/internal/Operands.h"
+#include "modelcore/matrix/internal/FactorDeterminant.h"
+#include "modelcore/matrix/internal/Places.h"
+#include "modelcore/matrix/internal/ReferenceDiagonal.h"
 
 #include <algorithm>
 #include <limits>
@@ -153,7 +154,7 @@ bool MCSymBlockDiagMatrix::ReplaceBlock(int b, const IMCSymMatrix& block)
 // The number of blocks is read before the first is appended: block may be this matrix.
 void MCSymBlockDiagMatrix::AppendCopy(const IMCSymMatrix& block)
 {
-    if (internal::IsPacked(block)) return Append(static_cast<const MCSymMatrix&>(block));
+    if (IsPacked(block)) return Append(static_cast<const MCSymMatrix&>(block));
     if (block.GetMatrixKind() == kDiagonalMatrix) return Append(static_cast<const MCDiagMatrix&>(block));
     const auto& blocks = static_cast<const MCSymBlockDiagMatrix&>(block);
     const int count = blocks.GetNBlocks();
@@ -415,16 +416,22 @@ void MCSymBlockDiagMatrix::ClearAll()
 // too small a kind for the order.
 bool MCSymBlockDiagMatrix::Store(MCSymBlockDiagMatrix&& result, IMCSymMatrix& out)
 {
-    if (internal::IsPacked(out)) return result.FillDenseMatrix(static_cast<MCSymMatrix&>(out));
+    if (IsPacked(out)) return result.FillDenseMatrix(static_cast<MCSymMatrix&>(out));
     if (!CanStoreIn(out)) return false;
     static_cast<MCSymBlockDiagMatrix&>(out) = std::move(result);
     return true;
 }
 
+bool MCSymBlockDiagMatrix::FillDenseMatrix(MCSymMatrix& out) const
+{
+    std::vector<double> packed;
+    return CopyLowerTriangle(packed) && StorePacked(GetNRows(), std::move(packed), out);
+}
+
 bool MCSymBlockDiagMatrix::ExtractSubmatrix(const std::vector<int>& rows, IMCSymMatrix& out) const
 {
     if (out.GetMatrixKind() != kBlockDiagonalMatrix) return IMCSymMatrix::ExtractSubmatrix(rows, out);
-    if (!AreDistinctRows(rows)) return false;
+    if (!internal::AreDistinct(rows, GetNRows())) return false;
     MCSymBlockDiagMatrix part;
     MCBitSet seen(GetNBlocks());
     std::vector<int> run; // rows of one block that stand together, counted from its first

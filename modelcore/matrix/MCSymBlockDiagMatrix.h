@@ -177,6 +177,7 @@ public:
     /// block stand in several runs, between which elements would be lost.
     using IMCSymMatrix::ExtractSubmatrix;
     bool ExtractSubmatrix(const std::vector<int>& rows, IMCSymMatrix& out) const override;
+    bool FillDenseMatrix(MCSymMatrix& out) const override;
 
     void Display() const override;
 

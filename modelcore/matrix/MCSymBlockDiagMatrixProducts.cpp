@@ -1,8 +1,8 @@
 // MCSymBlockDiagMatrix: products and reductions, block by block.
 #include "modelcore/common/MCMV.h"
+#include "modelcore/matrix/MCRectMatrix.h"
 #include "modelcore/matrix/MCSymBlockDiagMatrix.h"
-#include "modelcore/matrix/internal/CholeskyArguments.h"
-#include "modelcore/matrix/internal/Operands.h"
+#include "modelcore/matrix/internal/FactorDeterminant.h"
 
 #include <algorithm>
 #include <utility>

@@ -3,7 +3,9 @@
 
 #include "modelcore/common/MCBitSet.h"
 #include "modelcore/common/MCDisplay.h"
-#include "modelcore/matrix/internal/Operands.h"
+#include "modelcore/matrix/MCRectMatrix.h"
+#include "modelcore/matrix/internal/Places.h"
+#include "modelcore/matrix/internal/RowProducts.h"
 
 #include <algorithm>
 #include <cmath>
@@ -198,7 +200,7 @@ void MCSymMatrix::ChangeSign()
 // The sums of IMCSymMatrix, on contiguous rows.
 double MCSymMatrix::TraceOfProduct(const IMCSymMatrix& B) const
 {
-    if (!internal::IsPacked(B) || B.GetNRows() != fnRows) return IMCSymMatrix::TraceOfProduct(B);
+    if (!IsPacked(B) || B.GetNRows() != fnRows) return IMCSymMatrix::TraceOfProduct(B);
     const auto& other = static_cast<const MCSymMatrix&>(B);
     double trace = 0.0;
     for (int i = 0; i < fnRows; ++i) {
@@ -265,11 +267,8 @@ void MCSymMatrix::ClearAll()
 
 bool MCSymMatrix::Expand(const std::vector<int>& positions, int n)
 {
-    if (!IsOrder(n) || positions.size() != static_cast<std::size_t>(fnRows)) return false;
-    MCBitSet taken(n);
-    for (const int position : positions)
-        if (taken.IsIn(position) || !taken.Set(position, true)) return false;
-
+    if (!IsOrder(n) || positions.size() != static_cast<std::size_t>(fnRows) || !internal::AreDistinct(positions, n))
+        return false;
     MCSymMatrix wide(n);
     for (int i = 0; i < fnRows; ++i)
         for (int j = 0; j <= i; ++j)
@@ -280,9 +279,7 @@ bool MCSymMatrix::Expand(const std::vector<int>& positions, int n)
 
 bool MCSymMatrix::Expand(const MCBitSet& kept)
 {
-    std::vector<int> positions;
-    for (int i = kept.Next(0); i >= 0; i = kept.Next(i + 1)) positions.push_back(i);
-    return Expand(positions, kept.Size());
+    return Expand(kept.Members(), kept.Size());
 }
 
 bool MCSymMatrix::ExpandSym(const MCBitSet& kept, MCSymMatrix& out) const
@@ -333,6 +330,19 @@ bool MCSymMatrix::ExtractOffBlock(const MCBitSet& rows, MCRectMatrix& out) const
     std::vector<int> outside;
     for (int i = 0; i < fnRows; ++i) (rows.IsIn(i) ? inside : outside).push_back(i);
     return ExtractRectangle(inside, outside, out);
+}
+
+bool MCSymMatrix::FillDenseMatrix(MCSymMatrix& out) const
+{
+    if (!IsOrder(fnRows) || (&out != this && !out.CopyFromPacked(fvElem))) return false;
+    out.fnBlocks = 1;
+    return true;
+}
+
+void MCSymMatrix::TakePacked(int n, std::vector<double>&& packed)
+{
+    fvElem = std::move(packed);
+    SetOrder(n);
 }
 
 bool MCSymMatrix::SetNBlocks(int nBlocks)

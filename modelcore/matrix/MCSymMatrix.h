@@ -28,7 +28,7 @@ class TileWorkspace;
 class MODELCORE_EXPORT MCSymMatrix : public IMCSymMatrix {
 public:
     /// The largest order whose packed indexes are ints.
-    static constexpr int kMaxRows = 65535;
+    static constexpr int kMaxRows = kMaxPackedRows;
 
     // ---------------------------------------------------------------------------------------------------------------
     // Storage and elements
@@ -192,6 +192,8 @@ public:
     /// a subset and its complement. rows holds at most n bits; those it lacks count as not set.
     bool ExtractOffBlock(const MCBitSet& rows, MCRectMatrix& out) const;
 
+    bool FillDenseMatrix(MCSymMatrix& out) const override;
+
     /// Number and order of the diagonal blocks of a matrix that consists of equal ones, for SetNBlocks.
     int GetBlockSize() const { return fnBlocks > 0 ? fnRows / fnBlocks : 0; }
 
@@ -326,6 +328,8 @@ public:
     // A name without S (RTransByR, RByRTrans, RTransSymR) forms S itself: the matrix takes the order of the result.
 
     bool ComputeAXpY(double a, const IMCSymMatrix& X) override;
+    bool ComputeLSLTrans(const IMCSymMatrix& L, IMCSymMatrix& out) const override;
+    bool ComputeLTransSL(const IMCSymMatrix& L, IMCSymMatrix& out) const override;
 
     double ComputeVSWii(const std::vector<double>& v, const double* w, int incr) const; ///< v'*S*w
     double ComputeViiSW(const double* v, int incr, const std::vector<double>& w) const; ///< v'*S*w
@@ -412,18 +416,15 @@ protected:
     void MultiplyByS(const double* a, std::size_t rows, double* out) const override;
     void MultiplyByL(const double* a, std::size_t rows, double* out) const override;
     void MultiplyByLTrans(const double* a, std::size_t rows, double* out) const override;
+    void TakePacked(int n, std::vector<double>&& packed) override;
 
 private:
     static constexpr int kOrderForBlocks = 48; // below, the plain loops are faster
 
-    static constexpr bool IsOrder(int n) { return n >= 0 && n <= kMaxRows; }
+    static constexpr bool IsOrder(int n) { return IsPackedOrder(n); }
 
     // 64 bits: the product i*(i+1) leaves 32 bits from row 46341 on.
-    static constexpr std::size_t RowStart(int i)
-    {
-        const auto row = static_cast<std::size_t>(i);
-        return row * (row + 1) / 2;
-    }
+    static constexpr std::size_t RowStart(int i) { return PackedSize(i); }
     static constexpr std::size_t PackedIndex(int i, int j)
     {
         return i >= j ? RowStart(i) + static_cast<std::size_t>(j) : RowStart(j) + static_cast<std::size_t>(i);
@@ -441,12 +442,14 @@ private:
         fnBlocks = 1;
     }
     void FillFullRows(int first, int count, double* rows) const;
+    bool MultipliesLByTile(const double* a, std::size_t rows) const;
+    bool StoreSandwich(const MCSymMatrix& L, bool transposed, IMCSymMatrix& out) const;
+    bool MultiplyByOwnTranspose();
     bool InvertFactorByBlocks();
     void InvertFactorByRows();
     void MultiplyRowsByTransposed(const internal::TileWorkspace* work, int first, int last);
     void SubstituteForward(double* x) const;
     void SubstituteBack(double* x) const;
-    bool SetToOuterProducts(int order, const double* left, const double* right, std::size_t count);
 
     int fnRows = 0;
     int fnBlocks = 1;

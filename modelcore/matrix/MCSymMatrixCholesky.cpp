@@ -4,8 +4,10 @@
 #include "modelcore/common/MCBitSet.h"
 #include "modelcore/kernels/BlockedInverse.h"
 #include "modelcore/kernels/OrderedCholesky.h"
-#include "modelcore/matrix/internal/CholeskyArguments.h"
-#include "modelcore/matrix/internal/Operands.h"
+#include "modelcore/matrix/internal/FactorDeterminant.h"
+#include "modelcore/matrix/internal/ReferenceDiagonal.h"
+#include "modelcore/matrix/internal/RowProducts.h"
+#include "modelcore/matrix/internal/TriangleProducts.h"
 
 #include <algorithm>
 #include <cmath>
@@ -163,7 +165,7 @@ bool MCSymMatrix::LTInverse()
 
 int MCSymMatrix::CholInverse(const std::vector<double>& refDiag, double tol, IMCSymMatrix& out) const
 {
-    if (!internal::IsPacked(out) || !Fits(refDiag)) return -1;
+    if (!IsPacked(out) || !Fits(refDiag)) return -1;
     auto& inverse = static_cast<MCSymMatrix&>(out);
     MCBitSet kept;
     try {
@@ -242,8 +244,32 @@ bool MCSymMatrix::LTSolve(const std::vector<double>& b, std::vector<double>& x) 
 // From the last element to the first: what the sums still need stands before it.
 void MCSymMatrix::LTLLTrans()
 {
+    if (fnRows >= kOrderForBlocks && internal::AllFinite(fvElem.data(), fvElem.size()) && MultiplyByOwnTranspose())
+        return;
     for (int i = fnRows - 1; i >= 0; --i)
         for (int j = i; j >= 0; --j) Row(i)[j] = DotInOrder(Row(i), Row(j), static_cast<std::size_t>(j) + 1);
+}
+
+// The same by groups of rows, of which a copy, spelled out with zeros, stands for both factors. False, and nothing
+// changed, when there is no memory for it.
+bool MCSymMatrix::MultiplyByOwnTranspose()
+{
+    constexpr int kGroup = 96;
+    const internal::TileWorkspace work(fnRows);
+    const internal::AlignedDoubles copy = internal::MakeAlignedDoubles(kGroup * Order());
+    if (!work || copy == nullptr) return false;
+    for (int first = (fnRows - 1) / kGroup * kGroup; first >= 0; first -= kGroup) {
+        const int end = std::min(fnRows, first + kGroup);
+        const auto copied = [&](int i) { return copy.get() + static_cast<std::ptrdiff_t>(i - first) * fnRows; };
+        for (int i = first; i < end; ++i) {
+            std::fill(std::copy_n(Row(i), i + 1, copied(i)), copied(i) + end, 0.0);
+            std::fill_n(Row(i), i + 1, 0.0);
+        }
+        internal::AddProductWithLTrans(
+            work, end - first, end, [&](int r) { return Row(first + r); }, [&](int r) { return first + r + 1; },
+            [&](int r, int k) { return copied(first + r)[k]; }, [&](int j) { return j < first ? Row(j) : copied(j); });
+    }
+    return true;
 }
 
 void MCSymMatrix::LTLTransL()

@@ -32,9 +32,11 @@ bool MCSymMatrix::ComputeDeterminant(double tol, double* det) const
     if (fnRows < 1 || !(tol >= 0.0)) return false;
     IndefiniteFactor factor(*this);
     det[0] = det[1] = 0.0;
-    if (factor.rcond <= tol) return true;
+    // An estimate of 0 can be one that underflowed: with tol 0 the pivots say what is singular.
+    if (tol > 0.0 && factor.rcond <= tol) return true;
     int inertia[3];
     Linpack::Dspdi(factor.elements.data(), fnRows, factor.pivots.data(), det, inertia, factor.work.data(), 10);
+    if (det[0] == 0.0) det[1] = 0.0;
     return true;
 }
 

@@ -4,7 +4,10 @@
 #include "modelcore/common/MCMV.h"
 #include "modelcore/kernels/Kernels.h"
 #include "modelcore/matrix/MCSparseVector.h"
-#include "modelcore/matrix/internal/Operands.h"
+#include "modelcore/matrix/internal/DenseRows.h"
+#include "modelcore/matrix/internal/RowProducts.h"
+#include "modelcore/matrix/internal/SparseForm.h"
+#include "modelcore/matrix/internal/TriangleProducts.h"
 
 #include <algorithm>
 #include <utility>
@@ -21,6 +24,18 @@ namespace {
 /// Rows of the full matrix that are spelled out at a time; with fewer rows to multiply it does not pay.
 constexpr int kRowsAtOnce = 64;
 constexpr std::size_t kFewRows = 4;
+
+/// Rows of so many elements, one after the other.
+template <class Element>
+struct RowsAt {
+    Element* first;
+    std::ptrdiff_t length;
+
+    Element* operator()(int i) const { return first + i * length; }
+    double operator()(int i, int k) const { return first[i * length + k]; }
+};
+template <class Element>
+RowsAt(Element*, int) -> RowsAt<Element>;
 
 std::vector<double> Gathered(const double* v, int incr, int count)
 {
@@ -47,10 +62,22 @@ void MCSymMatrix::MultiplyByS(const double* a, std::size_t rows, double* out) co
     }
 }
 
+// With few rows the tile is not filled, and its zeros above the diagonal ask for finite factors.
+bool MCSymMatrix::MultipliesLByTile(const double* a, std::size_t rows) const
+{
+    return rows >= kFewRows && fnRows >= kOrderForBlocks && internal::AllFinite(a, rows * Order());
+}
+
 void MCSymMatrix::MultiplyByL(const double* a, std::size_t rows, double* out) const
 {
-    const auto n = static_cast<std::size_t>(fnRows);
+    const std::size_t n = Order();
     std::fill_n(out, rows * n, 0.0);
+    if (MultipliesLByTile(a, rows)) {
+        if (const internal::TileWorkspace work(fnRows); work)
+            return internal::AddProductWithL(
+                work, static_cast<int>(rows), fnRows, RowsAt{out, fnRows}, [this](int) { return fnRows; },
+                RowsAt{a, fnRows}, [this](int k) { return Row(k); });
+    }
     for (std::size_t k = 0; k < n; ++k)
         for (std::size_t r = 0; r < rows; ++r)
             internal::AddScaled(out + r * n, a[r * n + k], Row(static_cast<int>(k)), k + 1);
@@ -58,16 +85,62 @@ void MCSymMatrix::MultiplyByL(const double* a, std::size_t rows, double* out) co
 
 void MCSymMatrix::MultiplyByLTrans(const double* a, std::size_t rows, double* out) const
 {
-    const auto n = static_cast<std::size_t>(fnRows);
+    const std::size_t n = Order();
+    if (MultipliesLByTile(a, rows)) {
+        if (const internal::TileWorkspace work(fnRows); work) {
+            std::fill_n(out, rows * n, 0.0);
+            return internal::AddProductWithLTrans(
+                work, static_cast<int>(rows), fnRows, RowsAt{out, fnRows}, [this](int) { return fnRows; },
+                RowsAt{a, fnRows}, [this](int k) { return Row(k); });
+        }
+    }
     for (std::size_t j = 0; j < n; ++j)
         for (std::size_t r = 0; r < rows; ++r) out[r * n + j] = DotInOrder(a + r * n, Row(static_cast<int>(j)), j + 1);
+}
+
+// Of the second product only the lower triangle is formed. Its left factor is (S*L')' or (S*L)'.
+bool MCSymMatrix::StoreSandwich(const MCSymMatrix& L, bool transposed, IMCSymMatrix& out) const
+{
+    const std::size_t n = Order();
+    std::vector<double> product(n * n);
+    {
+        std::vector<double> full(n * n);
+        CopyToSquare(full.data());
+        transposed ? L.MultiplyByL(full.data(), n, product.data()) : L.MultiplyByLTrans(full.data(), n, product.data());
+    }
+    const internal::TileWorkspace work(fnRows);
+    if (!work || !L.MultipliesLByTile(product.data(), n)) return false;
+    std::vector<double> result(fvElem.size());
+    const auto line = [&result](int i) { return result.data() + RowStart(i); };
+    const auto length = [](int i) { return i + 1; };
+    const auto left = [columns = RowsAt{product.data(), fnRows}](int i, int k) { return columns(k, i); };
+    const auto row = [&L](int k) { return L.Row(k); };
+    if (transposed)
+        internal::AddProductWithL(work, fnRows, fnRows, line, length, left, row);
+    else
+        internal::AddProductWithLTrans(work, fnRows, fnRows, line, length, left, row);
+    return StorePacked(fnRows, std::move(result), out);
+}
+
+bool MCSymMatrix::ComputeLSLTrans(const IMCSymMatrix& L, IMCSymMatrix& out) const
+{
+    return (fnRows >= kOrderForBlocks && L.GetNRows() == fnRows && IsPacked(L) && IsPacked(out) &&
+            StoreSandwich(static_cast<const MCSymMatrix&>(L), false, out)) ||
+           IMCSymMatrix::ComputeLSLTrans(L, out);
+}
+
+bool MCSymMatrix::ComputeLTransSL(const IMCSymMatrix& L, IMCSymMatrix& out) const
+{
+    return (fnRows >= kOrderForBlocks && L.GetNRows() == fnRows && IsPacked(L) && IsPacked(out) &&
+            StoreSandwich(static_cast<const MCSymMatrix&>(L), true, out)) ||
+           IMCSymMatrix::ComputeLTransSL(L, out);
 }
 
 // No kernel here: X may be this matrix.
 bool MCSymMatrix::ComputeAXpY(double a, const IMCSymMatrix& X)
 {
     if (X.GetNRows() != fnRows) return false;
-    if (!internal::IsPacked(X)) {
+    if (!IsPacked(X)) {
         for (int i = 0; i < fnRows; ++i)
             for (int j = X.GetIndexFirstInRow(i); j <= i; ++j) Row(i)[j] += a * X.GetElem(i, j);
         return true;
@@ -165,26 +238,17 @@ bool MCSymMatrix::ComputeMGN(const IMCRectMatrix& M, const IMCRectMatrix& N, MCR
                                   out);
 }
 
-bool MCSymMatrix::SetToOuterProducts(int order, const double* left, const double* right, std::size_t count)
-{
-    MCSymMatrix result;
-    if (!result.SetNRows(order)) return false;
-    internal::AddOuterProducts(result.GetPtr(), static_cast<std::size_t>(order), left, right, count);
-    *this = std::move(result);
-    return true;
-}
-
 bool MCSymMatrix::ComputeRTransByR(const IMCRectMatrix& R)
 {
     const DenseRows r(R);
-    return SetToOuterProducts(R.GetNCols(), r.Ptr(), r.Ptr(), r.NRows());
+    return StoreOuterProducts(R.GetNCols(), r.Ptr(), r.Ptr(), r.NRows(), *this);
 }
 
 bool MCSymMatrix::ComputeRByRTrans(const IMCRectMatrix& R)
 {
     const DenseRows r(R);
     const std::vector<double> transposed = Transposed(r.Ptr(), r.NRows(), r.NCols());
-    return SetToOuterProducts(R.GetNRows(), transposed.data(), transposed.data(), r.NCols());
+    return StoreOuterProducts(R.GetNRows(), transposed.data(), transposed.data(), r.NCols(), *this);
 }
 
 bool MCSymMatrix::ComputeRTransSymR(const IMCRectMatrix& R, const IMCSymMatrix& sym)

@@ -44,13 +44,13 @@ TEST(MCRectMatrixRank, AddedColumnsAreComparedWithAllBefore)
 {
     MCRectMatrix added(12, 3);
     for (int r = 0; r < 12; ++r) {
-        added.SetElem(r, 0, 2.0 * (r % 3) - 1.0); // in the space of the layout
-        added.SetElem(r, 1, r);
-        added.SetElem(r, 2, 3.0 * r + 1.0); // depends on the one before and the intercept
+        added.SetElem(r, 0, r);
+        added.SetElem(r, 1, 2.0 * (r % 3) - 1.0); // in the space of the layout
+        added.SetElem(r, 2, 3.0 * r + 1.0);       // depends on the first and the intercept
     }
     MCBitSet kept;
     EXPECT_EQ(Layout().CheckAddColRedundancies(added, 1e-8, kept), 2);
-    EXPECT_TRUE(kept.Size() == 3 && kept.Count() == 1 && kept.IsIn(1));
+    EXPECT_TRUE(kept.Size() == 3 && kept.Count() == 1 && kept.IsIn(0));
     EXPECT_EQ(Layout().CheckAddColRedundancies(added, -1.0, kept), -1);
     EXPECT_EQ(Layout().CheckAddColRedundancies(MCRectMatrix(11, 1), 1e-8, kept), -1);
     EXPECT_EQ(kept.Count(), 1);
@@ -72,6 +72,13 @@ TEST(MCRectMatrixRank, ContrastsAreEstimableAndSingleEffectsAreNot)
         EXPECT_TRUE(x.IsEstimable(l, 1e-8));
     for (const std::vector<double>& l : {std::vector<double>{0, 1, 0, 0, 0, 0}, {1, 0, 0, 0, 0, 0}, {0, 1, -1}})
         EXPECT_FALSE(x.IsEstimable(l, 1e-8));
+    MCBitSet estimable(2);
+    const MCRectMatrix functions(3, 6, std::vector<double>{0, 1, -1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 1, 0, 0, 0.5, 0.5});
+    EXPECT_TRUE(x.FindEstimable(functions, -1.0, estimable) == -1 &&
+                x.FindEstimable(MCRectMatrix(1, 5), 1e-8, estimable) == -1);
+    EXPECT_EQ(estimable, MCBitSet(2));
+    EXPECT_EQ(x.FindEstimable(functions, 1e-8, estimable), 2);
+    EXPECT_EQ(estimable, Bits(3, {0, 2}));
 }
 
 TEST(MCRectMatrixRank, LeastSquaresAndProjection)

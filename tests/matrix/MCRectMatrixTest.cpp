@@ -104,6 +104,7 @@ TEST(MCRectMatrix, ShapeOperations)
         {"zero row", [](MCRectMatrix& m) { return m.AddRow() == 3; }, {{0, 1, 2}, {10, 11, 12}, {0, 0, 0}}},
         {"row", [](MCRectMatrix& m) { return m.AddRow(List(7, 8, 9)) == 3; }, {{0, 1, 2}, {10, 11, 12}, {7, 8, 9}}},
         {"column", [](MCRectMatrix& m) { return m.AddColumn(List(7, 8)) == 4; }, {{0, 1, 2, 7}, {10, 11, 12, 8}}},
+        {"set a column", [](MCRectMatrix& m) { return m.SetCol(1, List(7, 8, 9)); }, {{0, 7, 2}, {10, 8, 12}}},
         {"delete row", [](MCRectMatrix& m) { return m.DeleteOneRow(0); }, {{10, 11, 12}}},
         {"delete column", [](MCRectMatrix& m) { return m.DeleteOneCol(1); }, {{0, 2}, {10, 12}}},
         {"rows down", [](MCRectMatrix& m) { return m.ShiftRows(1); }, {{0, 0, 0}, {0, 1, 2}}},
@@ -178,7 +179,7 @@ TEST(MCRectMatrix, WrongArgumentsAreRefused)
 {
     bool (*const calls[])(MCRectMatrix&) = {
         [](MCRectMatrix& m) { return m.AddRow(List(1, 2)) >= 0 || m.AddColumn(List(1, 2, 3)) >= 0; },
-        [](MCRectMatrix& m) { return m.DeleteOneRow(2) || m.DeleteOneCol(-1); },
+        [](MCRectMatrix& m) { return m.DeleteOneRow(2) || m.DeleteOneCol(-1) || m.SetCol(3, List(1, 2)); },
         [](MCRectMatrix& m) {
             return m.Expand(List(0, 2), 2, List(0, 1, 2), 3) || m.Expand(List(0, 0), 2, List(0, 1, 2), 3);
         },

@@ -19,6 +19,8 @@ TEST(MCSymMatrixIndefinite, DeterminantsOfIntegerMatrices)
     EXPECT_EQ(det[0], 7.0);
     ASSERT_TRUE(FromTriangle({1, 0, 1e-6}).ComputeDeterminant(1e-5, det)); // counts as singular
     EXPECT_TRUE(det[0] == 0.0 && det[1] == 0.0);
+    ASSERT_TRUE(FromTriangle({1e200, 0, 1e-200}).ComputeDeterminant(0.0, det)); // the estimated condition underflows
+    EXPECT_NEAR(det[0] * std::pow(10.0, det[1]), 1.0, 1e-13);
 }
 
 TEST(MCSymMatrixIndefinite, SolutionsOfRegularSystems)

@@ -162,3 +162,65 @@ TEST(MCSymMatrixProducts, BitsDoNotDependOnTheRoad)
         }
     });
 }
+
+// Orders on both sides of the groups of the tile. An infinity in L or S, or a product that overflows, meets the zeros
+// above a diagonal nowhere; NaNs are compared as one.
+TEST(MCSymMatrixProducts, ProductsWithLEqualThePlainLoopsBitForBit)
+{
+    const auto plus = [](double sum, double a, double b) {
+        volatile double product = a * b;
+        return sum + product;
+    };
+    TestRandom random(205);
+    for (const int n : {5, 47, 48, 97, 150})
+        for (const double special : {0.5, -0.0, 1e300, std::numeric_limits<double>::infinity()})
+            for (const bool isDiagonal : {false, true}) {
+                SCOPED_TRACE(::testing::Message() << n << ", " << special << (isDiagonal ? ", S diagonal" : ""));
+                MCSymMatrix l = RandomSym(random, n), dense = RandomSym(random, n);
+                l.SetElem(n / 2, n / 3, special);
+                dense.SetElem(n - 1, n - 1, special);
+                MCDiagMatrix diagonal(Diagonal(dense));
+                const IMCSymMatrix& s = isDiagonal ? static_cast<const IMCSymMatrix&>(diagonal) : dense;
+                MCRectMatrix sl(n, n), slTrans(n, n);
+                for (int i = 0; i < n; ++i)
+                    for (int j = 0; j < n; ++j)
+                        for (int k = 0; k < n; ++k) {
+                            if (isDiagonal && k != i) continue;
+                            double& below = sl.GetRowPtr(i)[j];
+                            double& above = slTrans.GetRowPtr(i)[j];
+                            if (k >= j) below = plus(below, s.GetElem(i, k), l.GetElem(k, j));
+                            if (k <= j) above = plus(above, s.GetElem(i, k), l.GetElem(j, k));
+                        }
+                MCSymMatrix lslTrans(n), lTransSL(n), llTrans(n);
+                for (int i = 0; i < n; ++i)
+                    for (int j = 0; j <= i; ++j) {
+                        double sums[3] = {};
+                        for (int k = 0; k < n; ++k) {
+                            if (k <= j && (!isDiagonal || k <= i))
+                                sums[0] = plus(sums[0], slTrans.GetElem(k, i), l.GetElem(j, k));
+                            if (k >= j && (!isDiagonal || k >= i))
+                                sums[1] = plus(sums[1], sl.GetElem(k, i), l.GetElem(k, j));
+                            if (k <= j) sums[2] = plus(sums[2], l.GetElem(i, k), l.GetElem(j, k));
+                        }
+                        lslTrans.SetElem(i, j, sums[0]);
+                        lTransSL.SetElem(i, j, sums[1]);
+                        llTrans.SetElem(i, j, sums[2]);
+                    }
+                const auto same = [](MCSymMatrix actual, MCSymMatrix expected) {
+                    for (MCSymMatrix* const m : {&actual, &expected})
+                        for (double& x : m->AsSpan())
+                            if (std::isnan(x)) x = kNan;
+                    return SameMatrix(actual, expected);
+                };
+                ForEachKernelSet([&] {
+                    MCSymMatrix out;
+                    ASSERT_TRUE(s.ComputeLSLTrans(l, out));
+                    EXPECT_TRUE(same(out, lslTrans));
+                    ASSERT_TRUE(s.ComputeLTransSL(l, out));
+                    EXPECT_TRUE(same(out, lTransSL));
+                    out = l;
+                    out.LTLLTrans();
+                    EXPECT_TRUE(same(out, llTrans));
+                });
+            }
+}

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <span>
+#include <vector>
 
 namespace MCMath_930::internal {
 
@@ -10,6 +12,13 @@ namespace MCMath_930::internal {
 inline bool IsReferenceDiagonal(std::span<const double> diagonal)
 {
     return std::all_of(diagonal.begin(), diagonal.end(), [](double d) { return d >= 0.0; });
+}
+
+/// Whether tol and the first n values of refDiag can be used. Written so that a NaN is refused too.
+inline bool CholeskyArgumentsValid(const std::vector<double>& refDiag, double tol, int n)
+{
+    return tol >= 0.0 && refDiag.size() >= static_cast<std::size_t>(n) &&
+           IsReferenceDiagonal({refDiag.data(), static_cast<std::size_t>(n)});
 }
 
 } // namespace MCMath_930::internal

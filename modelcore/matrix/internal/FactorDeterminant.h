@@ -1,20 +1,9 @@
-// What the Cholesky members of all kinds of symmetric matrices share.
+// The determinant of a triangular factor.
 #pragma once
 
 #include "modelcore/linalg/internal/LinpackDeterminant.h"
-#include "modelcore/matrix/internal/ReferenceDiagonal.h"
-
-#include <cstddef>
-#include <vector>
 
 namespace MCMath_930::internal {
-
-/// Whether tol and the first n values of refDiag can be used. Written so that a NaN is refused too.
-inline bool CholeskyArgumentsValid(const std::vector<double>& refDiag, double tol, int n)
-{
-    return tol >= 0.0 && refDiag.size() >= static_cast<std::size_t>(n) &&
-           IsReferenceDiagonal({refDiag.data(), static_cast<std::size_t>(n)});
-}
 
 /// What LTDetInverse writes to det: the product of the n diagonal elements, diagonal(i), of a factor with that many zeros
 /// among them.
