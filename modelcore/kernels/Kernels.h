@@ -46,8 +46,8 @@ struct KernelCall<kMember> {
 /// packed(i,j) += left[k][i] * right[k][j] for k = 0 .. count-1 in this order and all j <= i < order. packed is a lower
 /// triangle row by row; left and right hold count rows of order values. Each product is rounded before it is added,
 /// and each element adds its own terms in the order of k, so any grouping of elements or calls gives the same bits.
-MODELCORE_INTERNAL_EXPORT void AddOuterProducts(double* packed, std::size_t order, const double* left, const double* right,
-                                       std::size_t count);
+MODELCORE_INTERNAL_EXPORT void AddOuterProducts(double* packed, std::size_t order, const double* left,
+                                                const double* right, std::size_t count);
 
 /// The index of the first element of largest magnitude, as a loop finds it that starts at element 0 and moves on when
 /// an element is larger; count >= 1.

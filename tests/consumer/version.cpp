@@ -6,7 +6,7 @@
 int main()
 {
     using MCCommon_930::MCVersion;
-    const bool same = MCVersion::GetNumber() == MODELCORE_VERSION &&
-        std::strcmp(MCVersion::GetText(), MODELCORE_VERSION_TEXT) == 0;
+    const bool same =
+        MCVersion::GetNumber() == MODELCORE_VERSION && std::strcmp(MCVersion::GetText(), MODELCORE_VERSION_TEXT) == 0;
     return same ? 0 : 1;
 }
