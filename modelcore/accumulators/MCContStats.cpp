@@ -69,21 +69,28 @@ void MCContStats::Display() const
 int MCContStats::WriteObjectXML(std::ostream& stream, int indent) const
 {
     internal::StateWriter writer(stream, "MCContStats", indent);
-    for (const double number : {fdMin, fdMax, fdSumFreqWeights, fdSumWeights, fdMean, fdSumSquares})
-        writer.Write(number);
+    writer.Write(GetState());
     return writer.Finish();
 }
 
 int MCContStats::ReadObjectXML(std::ifstream& stream)
 {
     internal::StateReader reader(stream, "MCContStats");
-    MCContStats read;
-    for (double* const number :
-         {&read.fdMin, &read.fdMax, &read.fdSumFreqWeights, &read.fdSumWeights, &read.fdMean, &read.fdSumSquares})
-        reader.Read(*number);
+    std::array<double, 6> state{};
+    for (double& number : state) reader.Read(number);
     const int lines = reader.Finish();
-    if (lines > 0) *this = read;
+    if (lines > 0) SetState(state);
     return lines;
+}
+
+void MCContStats::SetState(const std::array<double, 6>& state)
+{
+    fdMin = state[0];
+    fdMax = state[1];
+    fdSumFreqWeights = state[2];
+    fdSumWeights = state[3];
+    fdMean = state[4];
+    fdSumSquares = state[5];
 }
 
 } // namespace MCMath_930

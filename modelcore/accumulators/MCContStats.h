@@ -4,6 +4,7 @@
 #include "modelcore/common/MCMV.h"
 #include "modelcore/modelcore_export.h"
 
+#include <array>
 #include <iosfwd>
 #include <utility>
 
@@ -50,6 +51,16 @@ public:
     /// @return  the number of lines read; 0, and nothing changed but the place in the stream, when they are not such a
     ///          state
     int ReadObjectXML(std::ifstream& stream);
+
+    /// The state as the six numbers that WriteObjectXML writes: minimum, maximum, sums of frequency weights and of the
+    /// products of both weights, mean, sum of squared deviations.
+    std::array<double, 6> GetState() const
+    {
+        return {fdMin, fdMax, fdSumFreqWeights, fdSumWeights, fdMean, fdSumSquares};
+    }
+
+    /// Restores what GetState returned. The numbers are taken as they are.
+    void SetState(const std::array<double, 6>& state);
 
 private:
     double fdMin = MCCommon_930::MCMV::gMissingValue;

@@ -32,6 +32,11 @@ public:
         fObject.WriteSubElement(fStream, value);
         ++fnLines;
     }
+    void Write(const std::string& text)
+    {
+        fObject.WriteSubElement(fStream, text);
+        ++fnLines;
+    }
     void Write(std::span<const double> values)
     {
         for (const double value : values) Write(value);

@@ -1,0 +1,320 @@
+// What all encoders hold to, and the encoders of numbers that need no bins.
+#include "VariablesTesting.h"
+
+#include <algorithm>
+#include <cfenv>
+#include <functional>
+
+namespace {
+
+using Make = std::function<std::unique_ptr<MCEncoderBase>()>;
+
+template <class Encoder, class Set>
+Make With(Set set)
+{
+    return [set] {
+        auto encoder = std::make_unique<Encoder>("f");
+        set(*encoder);
+        encoder->SetMissingRule(IMCEncoder::MissingOwnCategory, 2.5);
+        return encoder;
+    };
+}
+
+/// Encoders of every class, with settings that are not those of the start.
+std::vector<Make> AllEncoders()
+{
+    std::vector<Make> all{
+        With<MCContinuousEncoder>([](auto& e) { e.SetScaling(e.ScaleZScore); }),
+        With<MCContinuousEncoder>([](auto& e) { e.SetScaling(e.ScaleSymmetric), e.SetLimitsLearned(); }),
+        With<MCContinuousEncoder>([](auto& e) { e.SetScaling(e.ScaleUnit), e.SetLimits(1, kMissing); }),
+        With<MCCategoricalNumericEncoder>([](auto& e) { e.SetMinWeight(9), e.SetUnseenRule(e.UnseenAsOther); }),
+        With<MCCategoricalNumericEncoder>([](auto& e) { e.SetMethod(e.MethodTargetMean), e.SetSmoothing(2.5); }),
+        With<MCCategoricalNumericEncoder>([](auto& e) {
+            e.SetScores({{2.5, 1.0}, {Value(), -1.0}, {0.5, 0.25}}), e.SetUnseenRule(e.UnseenAsBaseline);
+        }),
+        With<MCBinningEncoder>([](auto& e) { e.SetEqualFrequency(4), e.SetSketchLimit(16); }),
+        With<MCBinningEncoder>([](auto& e) { e.SetEqualWidth(5), e.SetOutput(e.OutputIndicator); }),
+        With<MCBinningEncoder>([](auto& e) { e.SetDeviations(2, false), e.SetClosed(e.ClosedLower); }),
+        With<MCBinningEncoder>([](auto& e) { e.SetMDLP(), e.SetEndsClosed(0.25, 4.0, e.OutlierClipped); }),
+        With<MCBinningEncoder>([](auto& e) {
+            e.SetCuts({0.1, 0.3});
+        }),
+        With<MCStringEncoder>([](auto& e) {
+            e.SetMaxLength(2), e.SetMapping({{"1.", "one"}, {"\xFF", ""}}), e.SetCategories({"one", "2.7", "0.5"});
+            e.SetUnseenRule(e.UnseenAsMissing), e.SetCase(e.CaseUpper);
+        }),
+        With<MCRoundingEncoder>([](auto& e) { e.SetDigits(1), e.SetDirection(e.RoundUp); }),
+        With<MCRoundingEncoder>([](auto& e) { e.SetUnit(0.75); }),
+    };
+    for (const auto coding :
+         {MCCategoricalEncoder::Indicator, MCCategoricalEncoder::Dummy, MCCategoricalEncoder::Deviation,
+          MCCategoricalEncoder::Helmert, MCCategoricalEncoder::Difference, MCCategoricalEncoder::Repeated,
+          MCCategoricalEncoder::Polynomial})
+        all.push_back(With<MCCategoricalEncoder>([coding](auto& e) {
+            e.SetCoding(coding), e.SetReference(e.ReferenceMostFrequent), e.SetMaxKept(5);
+            e.SetUnseenRule(e.UnseenAsBaseline);
+        }));
+    return all;
+}
+
+struct Data {
+    std::vector<double> x, target, weights;
+    void Learn(IMCEncoder& encoder, std::size_t from, std::size_t to) const
+    {
+        const auto part = [&](const std::vector<double>& v) { return std::span(v).subspan(from, to - from); };
+        EXPECT_GE(encoder.LearnBlockWithTarget(part(x), part(target), part(weights)), 0);
+    }
+};
+
+/// Multiples of 1/2 and small whole weights, so that every sum is exact; the mean of the z-score is not.
+Data Random(std::size_t count)
+{
+    TestRandom random(11);
+    Data data;
+    for (std::size_t i = 0; i < count; ++i) {
+        const double x = 0.5 * random.Below(14);
+        data.x.push_back(x == 6.5 ? kMissing : x == 6.0 ? kNan : x == 5.5 ? 0.01 * random.Below(100) : x);
+        data.target.push_back(random.Below(4) + (x > 3 ? 2 : 0));
+        data.weights.push_back(1 + random.Below(3));
+    }
+    return data;
+}
+
+} // namespace
+
+TEST(Encoders, MergeInAnyOrderSaveAndGoOnAlike)
+{
+    const Data data = Random(400);
+    TestRandom random(4);
+    std::vector<double> probes(data.x.begin(), data.x.begin() + 60);
+    probes.insert(probes.end(), {-0.0, kInf, -kInf, 77.0, 0.3, kNan, kMissing});
+    for (const Make& make : AllEncoders()) {
+        const auto whole = make();
+        std::vector<std::unique_ptr<MCEncoderBase>> parts;
+        for (std::size_t from = 0; from < data.x.size();) {
+            const std::size_t to = std::min(from + static_cast<std::size_t>(random.Below(120)), data.x.size());
+            data.Learn(*parts.emplace_back(make()), from, to);
+            from = to;
+        }
+        for (std::size_t i = data.x.size(); i > 0; --i) data.Learn(*whole, i - 1, i); // backwards
+        std::swap(parts.front(), parts.back());
+        const auto merged = make();
+        for (const auto& part : parts) EXPECT_TRUE(merged->Merge(*part));
+        const bool exact = dynamic_cast<MCContinuousEncoder*>(whole.get()) == nullptr &&
+                           Saved(*whole).find("deviations") == std::string::npos;
+        if (exact) {
+            EXPECT_EQ(Saved(*merged), Saved(*whole));
+        }
+
+        // Saved half way and whole, and going on alike.
+        const auto restored = make();
+        EXPECT_GT(Restore(*restored, Saved(*merged)), 0);
+        EXPECT_EQ(Saved(*restored), Saved(*merged));
+        EXPECT_FALSE(merged->Finish().IsError());
+        EXPECT_FALSE(restored->Finish().IsError());
+        EXPECT_EQ(Saved(*restored), Saved(*merged));
+        std::string json;
+        JsonObject parsed;
+        ASSERT_TRUE(merged->ToJson().ToText(json));
+        ASSERT_TRUE(JsonObject::Parse(json, parsed));
+        const auto reread = MCEncoderBase::CreateFromJson(parsed);
+        ASSERT_NE(reread, nullptr) << json;
+        EXPECT_TRUE(*reread == *merged) << json;
+        for (const double x : probes) EXPECT_TRUE(SameBits(Row(*reread, x), Row(*merged, x)));
+        ExpectBlockLikeRows(*reread, probes);
+        EXPECT_EQ(Restore(*reread, Saved(*whole).substr(0, 300)), 0);
+
+        // Names are there and different; Display says the class; a finished encoder learns and merges no more.
+        std::vector<std::string> names;
+        for (int j = 0; j < merged->GetNColumns(); ++j) names.push_back(merged->GetColumnName(j));
+        std::sort(names.begin(), names.end());
+        EXPECT_TRUE(std::adjacent_find(names.begin(), names.end()) == names.end());
+        EXPECT_EQ(merged->GetColumnName(merged->GetNColumns()), "");
+        EXPECT_FALSE(merged->Learn(1.0));
+        EXPECT_FALSE(merged->SetMissingRule(IMCEncoder::MissingStays));
+        EXPECT_FALSE(merged->Merge(*whole));
+        EXPECT_TRUE(merged->Finish().IsError());
+        EXPECT_TRUE(*std::unique_ptr<MCEncoderBase>(static_cast<MCEncoderBase*>(merged->Clone().release())) == *merged);
+        const DisplayCapture capture;
+        merged->Display();
+        EXPECT_EQ(capture.Text().find("MC"), 0u);
+    }
+}
+
+TEST(Encoders, RefuseBadCasesAndOtherSettings)
+{
+    MCContinuousEncoder encoder("f"), scaled("f"), field("g");
+    scaled.SetScaling(scaled.ScaleUnit);
+    const std::string before = Saved(encoder);
+    for (const double weight : {0.0, -1.0, kNan, kInf, kMissing}) EXPECT_FALSE(encoder.Learn(1.0, weight));
+    for (const Value& value : {Value("text"), Value(true), Value(kInf)}) EXPECT_FALSE(encoder.Learn(value));
+    const double two[2] = {1.0, 2.0};
+    EXPECT_EQ(encoder.LearnBlock(two, std::span(two).first(1)), -1);
+    EXPECT_FALSE(encoder.Merge(scaled));
+    EXPECT_FALSE(encoder.Merge(field));
+    EXPECT_FALSE(encoder.Merge(encoder));
+    EXPECT_FALSE(encoder.Merge(MCRoundingEncoder("f")));
+    EXPECT_EQ(Saved(encoder), before);
+    std::vector<double> row(1, 7.0);
+    EXPECT_EQ(encoder.Encode(1.0, row), IMCEncoder::Refused);
+    EXPECT_EQ(encoder.EncodeBlock(two, row, 1), -1);
+    EXPECT_EQ(MCEncoderBase::Create("MCOtherEncoder"), nullptr);
+    EXPECT_EQ(MCEncoderBase::CreateFromJson(JsonObject::NewObject()), nullptr);
+    MCCategoricalNumericEncoder target("f");
+    target.SetMethod(target.MethodTargetMean);
+    EXPECT_FALSE(target.Learn("a"));
+    for (const Value& y : {Value(), Value("y"), Value(kInf)}) EXPECT_FALSE(target.LearnWithTarget("a", y));
+    EXPECT_EQ(target.LearnBlockWithTarget(two, std::span(two).first(1)), -1);
+    EXPECT_EQ(target.GetValidWeight(), 0.0);
+}
+
+TEST(MCContinuousEncoder, EveryOutcomeAndRule)
+{
+    using E = MCContinuousEncoder;
+    constexpr double encoded = E::Encoded, missing = E::EncodedMissing, outlier = E::EncodedOutlier;
+    struct Case {
+        const char* name;
+        std::function<void(E&)> set;
+        Value x;
+        std::vector<double> row; // the outcome in front; what is refused leaves the row at -1
+    };
+    // Learned are 1, 3, 5, 7 and one missing value: mean 4, variance 20/3.
+    const double s = std::sqrt(20.0 / 3.0);
+    const auto limits = [](E::OutlierRule rule) { return [rule](E& e) { e.SetLimits(0.0, 6.0, rule); }; };
+    const auto missings = [](E::MissingRule rule, const Value& v) {
+        return [=](E& e) { e.SetScaling(e.ScaleUnit), e.SetMissingRule(rule, v); };
+    };
+    const Case cases[] = {
+        {"none", [](E&) {}, 9, {encoded, 9}},
+        {"text", [](E&) {}, "9", {kRefused, -1}},
+        {"infinity flows", [](E&) {}, kInf, {encoded, kInf}},
+        {"z-score", [](E& e) { e.SetScaling(e.ScaleZScore); }, 9.0, {encoded, 5.0 / s}},
+        {"unit", [](E& e) { e.SetScaling(e.ScaleUnit); }, 8.5, {encoded, 1.25}},
+        {"symmetric", [](E& e) { e.SetScaling(e.ScaleSymmetric); }, 2.5, {encoded, -0.5}},
+        {"stays beyond", limits(E::OutlierStays), 7, {encoded, 7}},
+        {"clipped above", limits(E::OutlierClipped), kInf, {outlier, 6}},
+        {"clipped below", limits(E::OutlierClipped), -0.5, {outlier, 0}},
+        {"limit itself", limits(E::OutlierClipped), 6.0, {encoded, 6}},
+        {"as missing", limits(E::OutlierAsMissing), 6.5, {outlier, kMissing}},
+        {"refused", limits(E::OutlierRefused), 6.5, {kRefused, -1}},
+        {"learned limits", [](E& e) { e.SetLimitsLearned(); }, 100, {outlier, 7}},
+        {"missing stays", [](E&) {}, Value(), {missing, kMissing}},
+        {"NaN is missing", [](E&) {}, kNan, {missing, kMissing}},
+        {"replaced by mean", missings(E::MissingReplaced, {}), kMissing, {missing, 0.5}},
+        {"replaced by number", missings(E::MissingReplaced, 7), kMissing, {missing, 1.0}},
+        {"own column", missings(E::MissingOwnCategory, {}), kMissing, {missing, 0.5, 1.0}},
+        {"own column, valid", missings(E::MissingOwnCategory, {}), 1.0, {encoded, 0.0, 0.0}},
+        {"missing refused", missings(E::MissingRefused, {}), Value(), {kRefused, -1}},
+    };
+    const double learned[] = {5.0, 1.0, kMissing, 7.0, 3.0};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        E encoder("f");
+        c.set(encoder);
+        encoder.LearnBlock(learned);
+        ASSERT_FALSE(encoder.Finish().IsError());
+        const std::vector<double> row = Row(encoder, c.x);
+        ASSERT_EQ(row.size(), c.row.size());
+        for (std::size_t i = 0; i < row.size(); ++i) EXPECT_LE(UlpDistance(row[i], c.row[i]), 4u) << row[i];
+        if (encoder.GetScaling() == E::ScaleZScore) {
+            EXPECT_EQ(row[1],
+                      (c.x.GetReal() - encoder.GetStats().GetMean()) / std::sqrt(encoder.GetStats().GetVariance()));
+        }
+        ExpectBlockLikeRows(encoder, {1.0, kNan, 9.0, kMissing, -kInf, 2.0});
+        if (c.row[0] == missing) {
+            EXPECT_EQ(Decoded(encoder, c.x), c.row.size() > 2 || c.row[1] == kMissing ? "null"
+                                             : encoder.GetReplacement() == 7          ? "7"
+                                                                                      : "4");
+        } else if (c.row[0] == encoded && c.x.GetType() == Value::TypeReal) {
+            EXPECT_EQ(Decoded(encoder, c.x), c.x.GetString());
+        }
+    }
+    // A long block without anything special takes another road to the same bits.
+    E encoder("f");
+    encoder.SetScaling(encoder.ScaleSymmetric);
+    TestRandom random(1);
+    const std::vector<double> x = random.Vector(1500, -3.0, 5.0);
+    encoder.LearnBlock(x);
+    encoder.Finish();
+    ExpectBlockLikeRows(encoder, x);
+}
+
+TEST(MCContinuousEncoder, FieldsOfOneValueAndOfNone)
+{
+    using E = MCContinuousEncoder;
+    for (const auto scaling : {E::ScaleNone, E::ScaleZScore, E::ScaleUnit, E::ScaleSymmetric}) {
+        E one("f"), none("f"), two("f");
+        for (E* const each : {&one, &none, &two}) each->SetScaling(scaling);
+        one.Learn(5.0);
+        EXPECT_EQ(one.Finish(), MCStatus(E::FinishConstant, true));
+        const double at5[] = {5.0, 0.0, 0.0, -1.0}, at6[] = {6.0, 1.0, 1.0, 1.0};
+        EXPECT_EQ(Row(one, 5.0)[1], at5[scaling]);
+        EXPECT_EQ(Row(one, 6.0)[1], at6[scaling]);
+        none.Learn(kMissing, 3.0);
+        EXPECT_EQ(none.GetMissingWeight(), 3.0);
+        EXPECT_EQ(none.Finish(), MCStatus(E::FinishNoValues, true));
+        EXPECT_EQ(Row(none, 5.0)[0], static_cast<double>(scaling == E::ScaleNone ? E::Encoded : E::Refused));
+        EXPECT_EQ(Row(none, kMissing)[0], static_cast<double>(E::EncodedMissing));
+        ExpectSaved(none, one);
+        // Two values whose weights add up to no more than one have no variance, and infinite widths no scale.
+        two.Learn(-1.7e308, 0.5);
+        two.Learn(1.7e308, 0.5);
+        EXPECT_EQ(two.Finish().IsError(), scaling != E::ScaleNone);
+        EXPECT_EQ(two.IsFinished(), scaling == E::ScaleNone);
+    }
+}
+
+TEST(MCRoundingEncoder, RoundsByUnitAndDigits)
+{
+    using E = MCRoundingEncoder;
+    struct Case {
+        double x, unit;
+        int digits;
+        double even, up, down;
+    };
+    const Case cases[] = {
+        {2.5, 1, 0, 2, 3, 2},
+        {3.5, 1, 0, 4, 4, 3},
+        {-2.5, 1, 0, -2, -2, -3},
+        {-0.3, 1, 0, 0, 0, -1},
+        {-0.0, 1, 0, 0, 0, 0},
+        {0.49999999999999994, 1, 0, 0, 1, 0},
+        {7.4, 0.5, 0, 7.5, 7.5, 7},
+        {0.3, 0, 1, 0.3, 0.3, 0.3},
+        {2.675, 0, 2, 2.68, 2.68, 2.67},
+        {0.07, 0, 2, 0.07, 0.07, 0.07},
+        {1.005, 0, 3, 1.005, 1.005, 1.005},
+        {1250, 0, -2, 1200, 1300, 1200},
+        {-149, 0, -2, -100, -100, -200},
+        {0x1p52 + 1, 1, 0, 0x1p52 + 1, 0x1p52 + 1, 0x1p52 + 1},
+        {1e300, 0, 15, 1e300, 1e300, 1e300},
+        {kInf, 0.1, 0, kInf, kInf, kInf},
+        {4503599627370495.5, 1, 0, 0x1p52, 0x1p52, 0x1p52 - 1},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.x);
+        for (const auto& [direction, expected] :
+             {std::pair(E::RoundHalfEven, c.even), {E::RoundUp, c.up}, {E::RoundDown, c.down}}) {
+            E encoder("f");
+            ASSERT_TRUE(c.unit > 0.0 ? encoder.SetUnit(c.unit) : encoder.SetDigits(c.digits));
+            encoder.SetDirection(direction);
+            encoder.Finish();
+            EXPECT_TRUE(SameBits(Row(encoder, c.x), std::vector<double>{E::Encoded, expected})) << encoder.Round(c.x);
+            EXPECT_EQ(Decoded(encoder, c.x), Value(expected).GetString());
+        }
+    }
+    E encoder("f");
+    for (const double unit : {0.0, -1.0, kNan, kInf}) EXPECT_FALSE(encoder.SetUnit(unit));
+    EXPECT_FALSE(encoder.SetDigits(16));
+    EXPECT_TRUE(encoder.Learn(3));
+    EXPECT_FALSE(encoder.Learn("3"));
+    EXPECT_FALSE(encoder.SetDigits(1)) << "a case has been learned";
+    E replaces("f");
+    replaces.SetMissingRule(E::MissingReplaced);
+    EXPECT_EQ(replaces.Finish(), MCStatus(E::FinishUnknownReplacement, false));
+    EXPECT_TRUE(replaces.SetMissingRule(E::MissingReplaced, 2.6));
+    replaces.Finish();
+    EXPECT_EQ(Row(replaces, Value()), (std::vector<double>{E::EncodedMissing, 3.0}));
+    ExpectBlockLikeRows(replaces, {1.5, 2.5, kNan, -7.2});
+    ExpectBlockLikeRows(replaces, TestRandom(8).Vector(1100, -9.0, 9.0));
+}

@@ -1,0 +1,171 @@
+// Descriptions of variables and their list.
+#include "VariablesTesting.h"
+
+namespace {
+
+MCVariableList Example()
+{
+    MCContinuousVariable age("age", IMCVariable::StorageInteger);
+    age.SetLabel("Alter in Jahren");
+    age.SetInterval(0.0, 120.0);
+    age.SetUnit("years");
+    age.AddMissingCode(-9);
+    age.AddMissingCode(-8);
+    MCCategoricalVariable cut("cut", IMCVariable::StorageString, IMCVariable::RoleTarget);
+    cut.SetOrdered(true);
+    for (const char* name : {"Fair", "Good", "Ideal"}) cut.AddCategory(name);
+    cut.AddCategory("?", "not seen", IMCVariable::ValueMissing);
+    MCVariableList list;
+    list.Add(age);
+    list.Add(cut);
+    list.Add(MCCategoricalVariable("\xE2\x82\xAC zone", IMCVariable::StorageBoolean));
+    list.Add(MCWeightVariable("n"));
+    return list;
+}
+
+} // namespace
+
+TEST(Variables, ClassifyValues)
+{
+    MCContinuousVariable age("age", IMCVariable::StorageInteger);
+    ASSERT_TRUE(age.SetInterval(0.0, 120.0));
+    ASSERT_TRUE(age.AddMissingCode(-9));
+    EXPECT_FALSE(age.AddMissingCode(-9.0)) << "the same number";
+    EXPECT_FALSE(age.AddMissingCode(kNan));
+    EXPECT_FALSE(age.SetInterval(3.0, 2.0));
+    MCContinuousVariable date("date", IMCVariable::StorageDate);
+    date.SetInterval(kMissing, 100.0);
+    MCCategoricalVariable open("open"), closed("closed", IMCVariable::StorageUndefined);
+    closed.AddCategory(2, "two");
+    closed.AddCategory("2");
+    closed.AddCategory("x", "", IMCVariable::ValueInvalid);
+    closed.AddCategory(true, "", IMCVariable::ValueMissing);
+    MCWeightVariable weight("w");
+
+    constexpr auto valid = IMCVariable::ValueValid, missing = IMCVariable::ValueMissing,
+                   invalid = IMCVariable::ValueInvalid;
+    struct Case {
+        const IMCVariable& variable;
+        Value value;
+        IMCVariable::ValueKind kind;
+    };
+    const Case cases[] = {
+        {age, 0, valid},
+        {age, 120.0, valid},
+        {age, 121, invalid},
+        {age, -9.0, missing},
+        {age, 0.5, invalid},
+        {age, "3", invalid},
+        {age, Value(), missing},
+        {age, kMissing, missing},
+        {age, kNan, missing},
+        {date, 0.5, valid},
+        {date, -1e300, valid},
+        {date, 101, invalid},
+        {date, kInf, invalid},
+        {open, "any", valid},
+        {open, 1, invalid},
+        {closed, 2.0, valid},
+        {closed, "2", valid},
+        {closed, "3", invalid},
+        {closed, "x", invalid},
+        {closed, true, missing},
+        {closed, false, invalid},
+        {weight, 0, valid},
+        {weight, -1.0, invalid},
+        {weight, kInf, invalid},
+        {weight, kMissing, missing},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(c.variable.Classify(c.value), c.kind) << c.variable.GetName() << ": " << c.value;
+}
+
+TEST(Variables, RefuseWhatTheyCannotBe)
+{
+    MCCategoricalVariable field("f", IMCVariable::StorageString, IMCVariable::RoleFrequencyWeight);
+    EXPECT_EQ(field.GetRole(), IMCVariable::RoleInput);
+    EXPECT_FALSE(field.SetRole(IMCVariable::RoleRegressionWeight));
+    EXPECT_TRUE(field.SetRole(IMCVariable::RoleGroup));
+    EXPECT_EQ(field.AddCategory("b"), 0);
+    EXPECT_EQ(field.AddCategory("b"), -1);
+    EXPECT_EQ(field.AddCategory(Value()), -1);
+    EXPECT_EQ(field.AddCategory(10), 1);
+    EXPECT_EQ(field.AddCategory(9.5), 2);
+    EXPECT_EQ(field.AddCategory("a"), 3);
+    field.SortCategories();
+    std::string order;
+    for (const auto& category : field.GetCategories()) order += category.value.GetString() + " ";
+    EXPECT_EQ(order, "9.5 10 a b ");
+    EXPECT_EQ(field.FindCategory(10.0), 1);
+    MCWeightVariable weight("w", IMCVariable::RoleOffset);
+    EXPECT_EQ(weight.GetRole(), IMCVariable::RoleFrequencyWeight);
+    EXPECT_FALSE(weight.SetRole(IMCVariable::RoleInput));
+    EXPECT_TRUE(weight.SetRole(IMCVariable::RoleRegressionWeight));
+    EXPECT_EQ(MCContinuousVariable("c", IMCVariable::StorageString).GetStorage(), IMCVariable::StorageUndefined);
+}
+
+TEST(MCVariableList, KeepsOrderAndNames)
+{
+    MCVariableList list = Example();
+    EXPECT_EQ(list.Add(MCWeightVariable("age")), -1);
+    EXPECT_EQ(list.Add(MCWeightVariable("")), -1);
+    EXPECT_EQ(list.Size(), 4);
+    EXPECT_EQ(list.Find("n"), 3);
+    EXPECT_EQ(list.Find("N"), -1);
+    EXPECT_EQ(list.Get("N"), nullptr);
+    EXPECT_EQ(list.Get(4), nullptr);
+    EXPECT_EQ(list.Find(IMCVariable::RoleInput), (std::vector<int>{0, 2}));
+    MCVariableList copy(list);
+    EXPECT_TRUE(copy == list);
+    copy.Get(0)->AddMissingCode(-7);
+    EXPECT_FALSE(copy == list) << "the copy has variables of its own";
+}
+
+TEST(MCVariableList, IsATableForPeople)
+{
+    const std::string expected =
+        "#  Name    Level       Role              Storage  Values                                     Label\n"
+        "0  age     continuous  input             integer  0 to 120 years; missing: -9, -8            Alter in Jahren\n"
+        "1  cut     ordinal     target            string   Fair, Good, Ideal, ? = not seen (missing)\n"
+        "2  \xE2\x82\xAC zone  nominal     input             boolean\n"
+        "3  n       continuous  frequency weight  real     from 0\n";
+    EXPECT_EQ(Example().ToString(), expected);
+    const DisplayCapture capture;
+    Example().Display();
+    EXPECT_EQ(capture.Text(), "MCVariableList display start\n" + expected + "MCVariableList display end\n");
+    MCCategoricalVariable many("m", IMCVariable::StorageInteger);
+    for (int i = 0; i < 100; ++i) many.AddCategory(i);
+    EXPECT_EQ(many.GetValuesText(10), "0, 1, 2, 3, ... (100)");
+    EXPECT_EQ(Example().Get(3)->ToString(), "n: continuous, frequency weight, real, from 0");
+}
+
+TEST(MCVariableList, ComesBackFromStreamAndJson)
+{
+    MCVariableList list = Example();
+    MCContinuousVariable odd("odd\xFF\n\"name\"");
+    odd.SetInterval(-kInf, 0.1);
+    odd.AddMissingCode("\xC0");
+    odd.AddMissingCode(9007199254740993LL);
+    odd.AddMissingCode(9.0);
+    list.Add(odd);
+    MCVariableList other;
+    other.Add(MCWeightVariable("other"));
+    ExpectSaved(list, other);
+    ExpectSaved(MCVariableList(), other);
+    ExpectSaved(odd, MCContinuousVariable());
+    // Refused as a whole: a name twice, a weight role of a continuous variable, a class that is none.
+    const std::pair<const char*, const char*> damages[] = {{"\"name\":\"cut\"", "\"name\":\"age\""},
+                                                           {"\"role\":\"input\"", "\"role\":\"frequency weight\""},
+                                                           {"MCWeightVariable", "MCHeavyVariable"},
+                                                           {"\"highest\":120.0", "\"highest\":-1.0"}};
+    for (const auto& [from, to] : damages) {
+        std::string text;
+        JsonObject json;
+        ASSERT_TRUE(Example().ToJson().ToText(text));
+        ASSERT_NE(text.find(from), std::string::npos) << text;
+        text.replace(text.find(from), std::string(from).size(), to);
+        ASSERT_TRUE(JsonObject::Parse(text, json));
+        EXPECT_FALSE(list.FromJson(json)) << to;
+        EXPECT_EQ(list.Size(), 5);
+    }
+}
