@@ -41,11 +41,6 @@ public:
     {
         for (const double value : values) Write(value);
     }
-    void Write(const std::string& text)
-    {
-        fObject.WriteSubElement(fStream, text);
-        ++fnLines;
-    }
 
     /// A number of elements, as a real: not every integer of the stream has more than 32 bits on every machine.
     void WriteCount(std::size_t count) { Write(static_cast<double>(count)); }
