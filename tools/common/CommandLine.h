@@ -1,31 +1,26 @@
-// The options of a program.
+// The options of a program: settings with types, legal values and defaults from one source, and paths.
 #pragma once
 
 #include "common/CsvReader.h"
 
-#include <CLI/CLI.hpp>
+#include "modelcore/modelcore.h"
 
 #include <string>
 
+#include <CLI/CLI.hpp>
+
 namespace procedure {
 
-/// Reads the command line into the options of app. False when the user asked for help, which was printed. Throws
-/// Failure for a command line that does not fit.
-bool ParseCommandLine(CLI::App& app, int argc, char** argv);
+/// Gives the settings the values that the command line and the file of --settings name; the command line wins. Every
+/// setting is an option of its name, with its default and what is legal in the help text; app may have other options.
+/// Lists are CSV rows, so that a name with a comma can be given as it stands in a header.
+///
+/// @return  false when the user asked for help, which was printed
+/// @throw Failure  for a command line or a file that does not fit, with what is legal
+bool ReadCommandLine(CLI::App& app, MCXML_930::MCSettings& settings, int argc, char** argv);
 
-/// How the program's input is written, as options say it.
-struct FormatOptions {
-    std::string delimiter = ",";
-    std::string missing; ///< a CSV row
-
-    /// Adds --delimiter and --missing to the options of app.
-    void AddTo(CLI::App& app);
-
-    /// The format, after ParseCommandLine. Throws Failure for a delimiter that is none.
-    CsvFormat Format() const;
-};
-
-/// Throws Failure with the complaint unless an option holds what it should.
-void CheckOption(bool holds, const char* complaint);
+/// The settings "delimiter" and "missing", which say how a CSV file is written.
+void AddFormatSettings(MCXML_930::MCSettings& settings);
+CsvFormat FormatOf(const MCXML_930::MCSettings& settings);
 
 } // namespace procedure

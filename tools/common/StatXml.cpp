@@ -24,6 +24,17 @@ void AddStatistic(XMLElement& parent, const char* name, const std::string& value
     parent.AddElement(MCStatXMLUtil::CreateElemStatistic(name, Legal(value)));
 }
 
+XMLElement* CreateSettings(const MCXML_930::MCSettings& settings)
+{
+    XMLElement* const block = MCStatXMLUtil::CreateElemStructuredData("Settings");
+    for (std::size_t i = 0; i < settings.Size(); ++i) {
+        const MCXML_930::MCSetting& setting = settings.At(i);
+        const MCCommon_930::Value& value = setting.Get();
+        AddStatistic(*block, setting.GetName().c_str(), value.GetString());
+    }
+    return block;
+}
+
 std::string TrueOrFalse(bool value)
 {
     return value ? "true" : "false";

@@ -65,6 +65,21 @@ std::string FormatShort(double x)
     return ToText(x, std::chars_format::general, 6);
 }
 
+std::string FormatVariables(const MCXML_930::MCVariableList& variables)
+{
+    TextTable table;
+    table.AddRow({"Column", "Role", "Taken as", "Levels"});
+    for (int i = 0; i < variables.Size(); ++i) {
+        const MCXML_930::MCVariable& variable = *variables.Get(i);
+        const auto* const factor = dynamic_cast<const MCXML_930::MCCategoricalVariable*>(&variable);
+        std::vector<std::string> row{Printable(variable.GetName()), MCXML_930::ToText(variable.GetRole()),
+                                     factor != nullptr ? "factor" : "number"};
+        if (factor != nullptr && factor->GetNCategories() > 0) row.push_back(std::to_string(factor->GetNCategories()));
+        table.AddRow(std::move(row));
+    }
+    return table.Format();
+}
+
 std::string TextTable::Format() const
 {
     std::vector<std::size_t> widths;

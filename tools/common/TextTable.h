@@ -1,6 +1,8 @@
 // Numbers and tables as a terminal shows them.
 #pragma once
 
+#include "modelcore/modelcore.h"
+
 #include <charconv>
 #include <string>
 #include <vector>
@@ -22,6 +24,9 @@ std::string FormatShort(double x);
 
 /// The text with blanks for control characters.
 std::string Printable(std::string text);
+
+/// A line for each column of the data: its role, what it was taken for, and how many levels it has.
+std::string FormatVariables(const MCXML_930::MCVariableList& variables);
 
 /// Rows of cells in columns as wide as they need to be, the first one to the left and the others to the right.
 class TextTable {

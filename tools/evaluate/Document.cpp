@@ -17,18 +17,6 @@ using MCXML_930::MCStatXMLUtil;
 using MCXML_930::MCVariateData;
 using MCXML_930::XMLElement;
 
-XMLElement* CreateSettings(const Options& options)
-{
-    XMLElement* const settings = MCStatXMLUtil::CreateElemStructuredData("Settings");
-    AddStatistic(*settings, "target", options.target);
-    AddStatistic(*settings, "event", options.event);
-    AddStatistic(*settings, "score", options.score);
-    if (!options.frequency.empty()) AddStatistic(*settings, "frequencyWeight", options.frequency);
-    AddStatistic(*settings, "segments", options.segments);
-    AddStatistic(*settings, "cutoff", options.cutoff);
-    return settings;
-}
-
 XMLElement* CreateSummary(const Evaluation& e)
 {
     XMLElement* const summary = MCStatXMLUtil::CreateElemStructuredData("Evaluation");
@@ -90,7 +78,7 @@ XMLElement* CreateHistogram(const Evaluation& e)
 void WriteDocument(const Options& options, const Evaluation& e, std::ostream& out)
 {
     const std::unique_ptr<XMLElement> root(MCStatXMLUtil::BuildRoot());
-    root->AddElement(CreateSettings(options));
+    root->AddElement(CreateSettings(options.settings));
     root->AddElement(CreateSummary(e));
     root->AddElement(CreateGains(options, e));
     root->AddElement(CreateClassification(options, e));

@@ -101,6 +101,20 @@ double RocArea(const std::vector<ClassDataInfo>& cases)
     return others > 0.0 ? area / (events * others) : MCMV::Missing();
 }
 
+MCXML_930::MCVariableList Variables(const Options& options)
+{
+    using namespace MCXML_930;
+    MCVariableList list;
+    const auto add = [&](MCVariable&& variable) {
+        for (const std::string& text : options.format.missing) variable.AddMissingCode(text);
+        list.Add(variable);
+    };
+    add(MCCategoricalVariable(options.target, IMCVariable::StorageString, IMCVariable::RoleTarget));
+    add(MCContinuousVariable(options.score));
+    if (!options.frequency.empty()) add(MCWeightVariable(options.frequency));
+    return list;
+}
+
 void Tabulate(const std::vector<LiftInfo>& table, Evaluation& out)
 {
     Segment segment;
@@ -169,6 +183,7 @@ Evaluation Evaluate(const Options& options, InputFile& input, Progress& progress
         if (cancel.IsCancel()) throw Interrupted();
     };
     Evaluation out;
+    out.variables = Variables(options);
     std::vector<std::vector<ClassDataInfo>> categories(1); // the event is the only one that is scored
     std::vector<ClassDataInfo>& cases = categories.front();
     CaseReader reader(input, options);

@@ -38,6 +38,7 @@ struct Bin {
 };
 
 struct Evaluation {
+    MCXML_930::MCVariableList variables; ///< the columns and what they were taken for
     CaseCounts counts;
     double cases = 0.0; ///< sum of the frequencies
     double events = 0.0;

@@ -3,21 +3,25 @@
 
 #include "common/CsvReader.h"
 
+#include "modelcore/modelcore.h"
+
 #include <optional>
 #include <string>
 
 namespace evaluate {
 
 struct Options {
-    std::string dataPath; ///< "-" is standard input
-    procedure::CsvFormat format;
+    MCXML_930::MCSettings settings; ///< all of what follows down to cutoff, as the document shows it
     std::string target;
-    std::string event = "1"; ///< the value of the target that is predicted
+    std::string event; ///< the value of the target that is predicted
     std::string score;
     std::string frequency; ///< empty: every case counts once
+    procedure::CsvFormat format;
     int segments = 10;
     int bins = 20;
     double cutoff = 0.5;
+
+    std::string dataPath;  ///< "-" is standard input
     std::string xmlPath;   ///< empty: no document
     std::string chartPath; ///< how the paths of the charts begin; empty: no charts
     bool quiet = false;

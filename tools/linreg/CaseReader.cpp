@@ -4,6 +4,7 @@
 #include "common/Failure.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace linreg {
 
@@ -164,12 +165,48 @@ void CaseReader::AppendCase(CaseBlock& block)
 int CaseReader::LevelColumn(std::size_t field, std::string_view text)
 {
     Predictor& factor = fDesign.Predictors()[fFields[field].predictor];
-    const auto found = factor.columnOfLevel.find(text);
-    if (found != factor.columnOfLevel.end()) return found->second;
-    if (!fLearning) throw Failure(fInput.Name() + ": the file was changed while it was being read");
-    const int column = fDesign.AddLevel(factor, text);
-    if (fDesign.NParameters() > kMaxParameters) RefuseSize(field);
-    return column;
+    auto found = factor.levelOfText.find(text);
+    if (found == factor.levelOfText.end()) {
+        if (!fLearning) throw Failure(fInput.Name() + ": the file was changed while it was being read");
+        found = factor.levelOfText.emplace(text, FindOrAddLevel(factor, text)).first;
+        if (fDesign.NParameters() > kMaxParameters) RefuseSize(field);
+    }
+    Predictor::Level& level = factor.levels[found->second];
+    if (fLearning) level.weight += fFrequency;
+    return level.column;
+}
+
+std::size_t CaseReader::FindOrAddLevel(Predictor& factor, std::string_view text)
+{
+    double number = 0.0;
+    if (ParseCell(text, number) != Cell::Number) return fDesign.AddLevel(factor, std::string(text));
+    const auto found = factor.levelOfNumber.find(number);
+    if (found != factor.levelOfNumber.end()) return found->second;
+    const std::size_t place = fDesign.AddLevel(factor, number);
+    factor.levelOfNumber.emplace(number, place);
+    return place;
+}
+
+MCXML_930::MCVariableList CaseReader::Variables(const Options& options) const
+{
+    using namespace MCXML_930;
+    MCVariableList list;
+    const auto add = [&](MCVariable&& variable) {
+        for (const std::string& text : options.format.missing) variable.AddMissingCode(text);
+        list.Add(variable);
+    };
+    add(MCContinuousVariable(options.target, IMCVariable::StorageReal, IMCVariable::RoleTarget));
+    for (const Predictor& p : fDesign.Predictors()) {
+        if (p.kind == Predictor::Kind::Covariate) add(MCContinuousVariable(p.name));
+        if (p.kind != Predictor::Kind::Factor) continue;
+        MCCategoricalVariable factor(p.name, p.levelOfNumber.size() == p.levels.size() ? IMCVariable::StorageReal
+                                                                                       : IMCVariable::StorageString);
+        for (const MCCommon_930::Value& level : p.encoder.GetLevels()) factor.AddCategory(level);
+        add(std::move(factor));
+    }
+    if (fHasFrequency) add(MCWeightVariable(options.frequency));
+    if (fHasWeight) add(MCWeightVariable(options.weight, IMCVariable::RoleRegressionWeight));
+    return list;
 }
 
 } // namespace linreg

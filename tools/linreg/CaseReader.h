@@ -52,6 +52,9 @@ public:
     /// Target and covariates of the first case used; empty before it.
     const std::vector<double>& FirstCase() const { return fFirstCase; }
 
+    /// The columns of the model, as they were taken.
+    MCXML_930::MCVariableList Variables(const Options& options) const;
+
     bool HasFrequency() const { return fHasFrequency; }
     bool HasWeight() const { return fHasWeight; }
 
@@ -69,6 +72,7 @@ private:
     void PlaceCovariates();
     void AppendCase(CaseBlock& block);
     int LevelColumn(std::size_t field, std::string_view text);
+    std::size_t FindOrAddLevel(Predictor& factor, std::string_view text);
     [[noreturn]] void RefuseSize(std::size_t field) const;
 
     procedure::InputFile& fInput;

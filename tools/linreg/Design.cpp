@@ -1,6 +1,15 @@
 #include "Design.h"
 
+#include "common/Cell.h"
+#include "common/Failure.h"
+
+#include <algorithm>
+
 namespace linreg {
+
+using namespace procedure;
+using MCCommon_930::Value;
+using MCXML_930::MCCategoricalEncoder;
 
 std::string Parameter::Name() const
 {
@@ -20,37 +29,92 @@ void Design::PlaceCovariates()
     fCovariates = fColumns - 1;
 }
 
-int Design::AddLevel(Predictor& factor, std::string_view level)
+std::size_t Design::AddLevel(Predictor& factor, const Value& value)
 {
-    factor.levels.emplace_back(level);
-    factor.levelColumns.push_back(fColumns);
-    factor.columnOfLevel.emplace(level, fColumns);
-    return fColumns++;
+    factor.levels.push_back({value, fColumns++, 0.0});
+    return factor.levels.size() - 1;
+}
+
+namespace {
+
+/// What --reference says of a factor: the last that names it, else the last that names none.
+std::string ReferenceOf(const std::string& factor, const std::vector<std::string>& references)
+{
+    std::string chosen = "first";
+    bool named = false;
+    for (const std::string& reference : references) {
+        const bool names = reference.starts_with(factor + "=");
+        if (!names && (named || reference.find('=') != std::string::npos)) continue;
+        chosen = names ? reference.substr(factor.size() + 1) : reference;
+        named = named || names;
+    }
+    return chosen;
+}
+
+void Choose(MCCategoricalEncoder& encoder, const std::string& reference)
+{
+    double number = 0.0;
+    if (reference == "first")
+        encoder.SetReference(MCCategoricalEncoder::ReferenceFirst);
+    else if (reference == "last")
+        encoder.SetReference(MCCategoricalEncoder::ReferenceLast);
+    else if (reference == "most-frequent")
+        encoder.SetReference(MCCategoricalEncoder::ReferenceMostFrequent);
+    else
+        encoder.SetReference(ParseCell(reference, number) == Cell::Number ? Value(number) : Value(reference));
+}
+
+} // namespace
+
+void Design::FinishLevels(const std::vector<std::string>& references)
+{
+    for (const std::string& reference : references) {
+        const auto names = [&](const Predictor& p) {
+            return p.kind == Predictor::Kind::Factor && reference.starts_with(p.name + "=");
+        };
+        const bool isWord = reference == "first" || reference == "last" || reference == "most-frequent";
+        if (!isWord && std::ranges::none_of(fPredictors, names))
+            throw Failure("--reference: " + Quoted(reference) +
+                          " is neither first, last or most-frequent nor begins with the name of a factor and =");
+    }
+    bool constantIsThere = fIntercept;
+    for (Predictor& factor : fPredictors) {
+        if (factor.kind != Predictor::Kind::Factor) continue;
+        const std::string reference = ReferenceOf(factor.name, references);
+        factor.encoder = MCCategoricalEncoder(factor.name);
+        factor.encoder.SetManyCategories(kMaxParameters);
+        factor.encoder.SetCoding(constantIsThere ? MCCategoricalEncoder::Dummy : MCCategoricalEncoder::Indicator);
+        if (constantIsThere) Choose(factor.encoder, reference);
+        for (const Predictor::Level& level : factor.levels) factor.encoder.Learn(level.value, level.weight);
+        if (factor.encoder.Finish().IsError())
+            throw Failure("--reference: factor " + Quoted(factor.name) + " has no level " + Quoted(reference));
+        constantIsThere = true;
+    }
 }
 
 int Design::NDeterminable() const
 {
-    int redundant = 0;
-    bool constantIsThere = fIntercept;
-    for (const Predictor& predictor : fPredictors) {
-        if (predictor.kind != Predictor::Kind::Factor) continue;
-        if (constantIsThere) ++redundant;
-        constantIsThere = true;
-    }
-    return NParameters() - redundant;
+    return NParameters() - NFactors() + (fIntercept || NFactors() == 0 ? 0 : 1);
 }
 
 std::vector<Parameter> Design::Parameters() const
 {
     std::vector<Parameter> parameters;
-    parameters.reserve(static_cast<std::size_t>(NParameters()));
+    parameters.reserve(At(NParameters()));
     if (fIntercept) parameters.emplace_back();
     for (const Predictor& predictor : fPredictors) {
         if (predictor.kind == Predictor::Kind::Covariate)
             parameters.push_back({Parameter::Kind::Covariate, predictor.name, {}, predictor.column});
-        for (std::size_t i = 0; i < predictor.levels.size(); ++i)
-            parameters.push_back(
-                {Parameter::Kind::Level, predictor.name, predictor.levels[i], predictor.levelColumns[i]});
+        if (predictor.kind != Predictor::Kind::Factor) continue;
+        const MCCategoricalEncoder& encoder = predictor.encoder;
+        const std::size_t first = parameters.size();
+        parameters.resize(first + predictor.levels.size());
+        for (const Predictor::Level& level : predictor.levels) {
+            const int place = encoder.FindLevel(level.value);
+            parameters[first + At(place)] = {
+                Parameter::Kind::Level, predictor.name, encoder.GetLevelText(place), level.column,
+                encoder.GetCoding() == MCCategoricalEncoder::Dummy && place == encoder.GetReferenceLevel()};
+        }
     }
     return parameters;
 }

@@ -1,6 +1,8 @@
 // The model's columns: which predictor is a covariate, which a factor, and which columns and parameters they give.
 #pragma once
 
+#include "modelcore/modelcore.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -25,14 +27,22 @@ struct Predictor {
 
     std::string name;
     Kind kind = Kind::Unknown;
-    bool namedAsFactor = false;      ///< by the user
-    std::string firstValue;          ///< the one that settled the kind
-    std::int64_t numbers = 0;        ///< values that are numbers, in all cases
-    std::int64_t texts = 0;          ///< and other ones
-    int column = -1;                 ///< of a covariate
-    std::vector<std::string> levels; ///< of a factor, in order of first appearance in a case that is used
-    std::vector<int> levelColumns;   ///< the indicator column of each level
-    std::map<std::string, int, std::less<>> columnOfLevel;
+    bool namedAsFactor = false; ///< by the user
+    std::string firstValue;     ///< the one that settled the kind
+    std::int64_t numbers = 0;   ///< values that are numbers, in all cases
+    std::int64_t texts = 0;     ///< and other ones
+    int column = -1;            ///< of a covariate
+
+    /// A category of a factor as it turned up in a case that is used, and the indicator column it got.
+    struct Level {
+        MCCommon_930::Value value; ///< a number when the text is one, so that 1 and 1.0 are one level
+        int column = -1;
+        double weight = 0.0; ///< sum of the frequency weights
+    };
+    std::vector<Level> levels;
+    std::map<std::string, std::size_t, std::less<>> levelOfText; ///< every text that turned up
+    std::map<double, std::size_t> levelOfNumber;
+    MCXML_930::MCCategoricalEncoder encoder; ///< after FinishLevels: order, names and reference of the levels
 
     /// Whether it became a factor by a text among numbers: nearly always a mark for a missing value.
     bool IsSuspicious() const { return kind == Kind::Factor && !namedAsFactor && numbers >= 9 * texts; }
@@ -43,9 +53,10 @@ struct Parameter {
     enum class Kind { Intercept, Covariate, Level };
 
     Kind kind = Kind::Intercept;
-    std::string field; ///< the predictor's name; empty for the intercept
-    std::string level; ///< of a factor
-    int column = -1;   ///< of the accumulated matrix; -1 for the intercept, which is fitted through the means
+    std::string field;      ///< the predictor's name; empty for the intercept
+    std::string level;      ///< of a factor
+    int column = -1;        ///< of the accumulated matrix; -1 for the intercept, which is fitted through the means
+    bool reference = false; ///< the level that the others of its factor are compared with: 0, not estimated
 
     /// "(Intercept)", "carat", "cut=Ideal"
     std::string Name() const;
@@ -66,8 +77,13 @@ public:
     void PlaceCovariates();
     bool CovariatesPlaced() const { return fColumns > 0; }
 
-    /// Adds a level to a factor, after PlaceCovariates. Returns its column.
-    int AddLevel(Predictor& factor, std::string_view level);
+    /// Adds a level to a factor, after PlaceCovariates. Returns its place among the levels.
+    std::size_t AddLevel(Predictor& factor, const MCCommon_930::Value& value);
+
+    /// Puts the levels of each factor in order, numbers by size and text by bytes, and chooses the references: see
+    /// Options. A factor that alone makes up for the intercept has none. Throws Failure for a level or factor that is
+    /// not there.
+    void FinishLevels(const std::vector<std::string>& references);
 
     /// The target among them; 0 before PlaceCovariates.
     int NColumns() const { return fColumns; }
@@ -75,10 +91,10 @@ public:
     int NFactors() const { return static_cast<int>(fPredictors.size()) - fCovariates; }
     int NParameters() const { return fColumns - 1 + (fIntercept ? 1 : 0); }
 
-    /// How many parameters data without accidents determine: indicators of a factor add up to the intercept, or to the
-    /// indicators of another factor, so one of them is redundant by construction.
+    /// How many parameters data without accidents determine: all but the references.
     int NDeterminable() const;
 
+    /// After FinishLevels.
     std::vector<Parameter> Parameters() const;
 
 private:

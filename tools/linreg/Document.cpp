@@ -14,25 +14,13 @@ using namespace procedure;
 using MCXML_930::MCStatXMLUtil;
 using MCXML_930::XMLElement;
 
-XMLElement* CreateSettings(const Options& options, const Fit& fit)
-{
-    XMLElement* const settings = MCStatXMLUtil::CreateElemStructuredData("Settings");
-    AddStatistic(*settings, "target", options.target);
-    if (!options.frequency.empty()) AddStatistic(*settings, "frequencyWeight", options.frequency);
-    if (!options.weight.empty()) AddStatistic(*settings, "regressionWeight", options.weight);
-    AddStatistic(*settings, "intercept", TrueOrFalse(options.intercept));
-    AddStatistic(*settings, "tolerance", options.tolerance);
-    AddStatistic(*settings, "confidenceLevel", options.level);
-    AddStatistic(*settings, "refined", TrueOrFalse(fit.residualsWereRead));
-    return settings;
-}
-
 XMLElement* CreateModel(const Fit& fit)
 {
     XMLElement* const model = MCStatXMLUtil::CreateElemStructuredData("Model");
     const auto number = [](std::int64_t count) { return static_cast<double>(count); };
     model->AddElement(MCStatXMLUtil::CreateElemCounts(number(fit.counts.rows), number(fit.counts.missing),
                                                       number(fit.counts.unweighted), number(fit.counts.used)));
+    AddStatistic(*model, "refined", TrueOrFalse(fit.residualsWereRead));
     AddStatistic(*model, "cases", fit.nCases);
     AddStatistic(*model, "sumOfWeights", fit.sumOfWeights);
     AddStatistic(*model, "rSquared", fit.rSquared);
@@ -72,7 +60,8 @@ XMLElement* CreateParameter(const Coefficient& coefficient)
     block->AddElement(MCStatXMLUtil::CreateElemRegressionParameter(
         Legal(parameter.Name()), parameter.kind == Parameter::Kind::Intercept, origin.covariates, origin.factors));
     AddStatistic(*block, "aliased", TrueOrFalse(coefficient.aliased));
-    if (coefficient.aliased) return block;
+    AddStatistic(*block, "reference", TrueOrFalse(parameter.reference));
+    if (coefficient.aliased || parameter.reference) return block;
     AddStatistic(*block, "estimate", coefficient.estimate);
     AddStatistic(*block, "stdError", coefficient.stdError);
     AddStatistic(*block, "t", coefficient.t);
@@ -111,7 +100,7 @@ XMLElement* CreateCovariance(const Fit& fit)
 void WriteDocument(const Options& options, const Fit& fit, std::ostream& out)
 {
     const std::unique_ptr<XMLElement> root(MCStatXMLUtil::BuildRoot());
-    root->AddElement(CreateSettings(options, fit));
+    root->AddElement(CreateSettings(options.settings));
     root->AddElement(CreateModel(fit));
     for (const Coefficient& coefficient : fit.coefficients) root->AddElement(CreateParameter(coefficient));
     if (fit.covariance.GetNRows() > 0) root->AddElement(CreateCovariance(fit));

@@ -3,7 +3,9 @@
 #include "DoubleDouble.h"
 #include "Moments.h"
 #include "Residuals.h"
+#include "common/Cell.h"
 #include "common/Failure.h"
+#include "common/TextTable.h"
 #include "common/Workers.h"
 
 #include <algorithm>
@@ -38,7 +40,8 @@ public:
         if (fReadings == 2) Refine();
         fProgress.Clear();
         Describe();
-        fFit.predictors = std::move(fDesign.Predictors());
+        fFit.variables = fCases.Variables(fOptions);
+        Warn();
         return std::move(fFit);
     }
 
@@ -52,6 +55,7 @@ private:
     void DescribeCovariance();
     void DescribeCoefficients();
     void RefuseOverflow() const;
+    void Warn();
 
     DoubleDouble Intercept() const;
     double Inverse(int k, int l) const { return -fSwept.GetElem(k, l); }
@@ -110,6 +114,7 @@ void Fitting::Accumulate()
         throw Failure(fInput.Name() + ": fewer cases than parameters: " + std::to_string(counts.used) +
                       " rows can be used for " + std::to_string(fDesign.NDeterminable()) + " parameters");
 
+    fDesign.FinishLevels(fOptions.references);
     fParameters = fDesign.Parameters();
     if (fOptions.intercept) fParameters.erase(fParameters.begin());
     const auto mean = [&](int column) {
@@ -145,6 +150,7 @@ void Fitting::Solve()
     MCBitSet swept(target + 1);
     for (int k = 0; k < target; ++k) { // the target's row stays: it turns into coefficients and residuals
         if (fCancel.IsCancel()) throw Interrupted();
+        if (fParameters[At(k)].reference) continue;
         if (fSwept.Sweep(k, fOptions.tolerance, diagonal, swept, false)) fIndependent.push_back(k);
     }
 
@@ -279,7 +285,7 @@ void Fitting::DescribeCoefficients()
     if (fOptions.intercept) fFit.coefficients.push_back({.parameter = Parameter{}, .estimate = Intercept().Rounded()});
     for (std::size_t k = 0; k < fParameters.size(); ++k)
         fFit.coefficients.push_back(
-            {.parameter = fParameters[k], .aliased = true}); // until it turns up among the estimated ones
+            {.parameter = fParameters[k], .aliased = !fParameters[k].reference}); // until it turns up below
     const std::size_t first = fOptions.intercept ? 1 : 0;
     for (const int k : fIndependent) {
         fFit.coefficients[At(k) + first].aliased = false;
@@ -300,6 +306,16 @@ void Fitting::DescribeCoefficients()
         coefficient.lower = coefficient.estimate - quantile * coefficient.stdError;
         coefficient.upper = coefficient.estimate + quantile * coefficient.stdError;
     }
+}
+
+void Fitting::Warn()
+{
+    for (const Predictor& p : fDesign.Predictors())
+        if (p.IsSuspicious())
+            fFit.warnings.push_back(Printable(p.name) + " was taken as a factor because its first value is " +
+                                    Quoted(p.firstValue) + ", but " + std::to_string(p.numbers) + " of its " +
+                                    std::to_string(p.numbers + p.texts) +
+                                    " values are numbers; --missing says what means a missing value");
 }
 
 } // namespace

@@ -33,7 +33,8 @@ struct VarianceSource {
 };
 
 struct Fit {
-    std::vector<Predictor> predictors;
+    MCXML_930::MCVariableList variables; ///< the columns of the model, as they were taken
+    std::vector<std::string> warnings;   ///< a line each: factors by a text among numbers
     CaseCounts counts;
     double nCases = 0.0;            ///< sum of the frequency weights
     double sumOfWeights = 0.0;      ///< of frequency weight times regression weight

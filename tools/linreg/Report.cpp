@@ -1,7 +1,8 @@
 #include "Report.h"
 
-#include "common/Cell.h"
 #include "common/TextTable.h"
+
+#include <algorithm>
 
 namespace linreg {
 
@@ -29,20 +30,6 @@ std::string FormatSummary(const Options& options, const Fit& fit)
     return table.Format();
 }
 
-std::string FormatPredictors(const Fit& fit)
-{
-    if (fit.predictors.empty()) return {};
-    TextTable table;
-    table.AddRow({"Predictor", "Taken as", "Levels"});
-    for (const Predictor& p : fit.predictors) {
-        const bool factor = p.kind == Predictor::Kind::Factor;
-        std::vector<std::string> row{Printable(p.name), factor ? "factor" : "number"};
-        if (factor) row.push_back(std::to_string(p.levels.size()));
-        table.AddRow(std::move(row));
-    }
-    return "\n" + table.Format();
-}
-
 std::string FormatVariance(const Fit& fit)
 {
     TextTable table;
@@ -61,8 +48,8 @@ std::string FormatCoefficients(const Fit& fit)
     table.AddRow({"Parameter", "Estimate", "Std. error", "t", "Significance", "Lower limit", "Upper limit"});
     for (const Coefficient& c : fit.coefficients) {
         const std::string name = Printable(c.parameter.Name());
-        if (c.aliased)
-            table.AddRow({name, "aliased"});
+        if (c.aliased || c.parameter.reference)
+            table.AddRow({name, c.aliased ? "aliased" : "reference"});
         else
             table.AddRow({name, FormatNumber(c.estimate), FormatNumber(c.stdError), FormatNumber(c.t),
                           FormatSignificance(c.significance), FormatNumber(c.lower), FormatNumber(c.upper)});
@@ -72,28 +59,16 @@ std::string FormatCoefficients(const Fit& fit)
 
 } // namespace
 
-std::vector<std::string> Warnings(const Fit& fit)
-{
-    std::vector<std::string> lines;
-    for (const Predictor& p : fit.predictors)
-        if (p.IsSuspicious())
-            lines.push_back(Printable(p.name) + " was taken as a factor because its first value is " +
-                            Quoted(p.firstValue) + ", but " + std::to_string(p.numbers) + " of its " +
-                            std::to_string(p.numbers + p.texts) +
-                            " values are numbers; --missing says what means a missing value");
-    return lines;
-}
-
 std::string FormatReport(const Options& options, const Fit& fit)
 {
     std::string text = "Linear regression of " + Printable(options.target) + "\n\n";
     text += FormatSummary(options, fit);
-    text += FormatPredictors(fit);
+    text += "\n" + FormatVariables(fit.variables);
     text += options.intercept ? "\nAnalysis of variance\n" : "\nAnalysis of variance (about zero: no intercept)\n";
     text += FormatVariance(fit);
     text += "\nCoefficients with " + FormatShort(100.0 * options.level) + "% confidence limits\n";
     text += FormatCoefficients(fit);
-    if (fit.estimated.size() < fit.coefficients.size())
+    if (std::ranges::any_of(fit.coefficients, &Coefficient::aliased))
         text += "\naliased: determined by the parameters above it, to within the tolerance " +
                 FormatShort(options.tolerance) + "\n";
     if (MCMV::IsMissing(fit.residual.meanSquare)) text += "\n. : no degrees of freedom are left for the residual\n";

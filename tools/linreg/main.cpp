@@ -41,7 +41,7 @@ void Run(const Options& options)
     if (document) document->Write([&](std::ostream& out) { WriteDocument(options, fit, out); });
     const std::string report = options.quiet ? std::string() : FormatReport(options, fit);
     if (cancel.IsCancel()) throw Interrupted();
-    for (const std::string& line : Warnings(fit)) std::fprintf(stderr, "linreg: warning: %s\n", line.c_str());
+    for (const std::string& line : fit.warnings) std::fprintf(stderr, "linreg: warning: %s\n", line.c_str());
     Print(report);
     if (document) document->PutInPlace(cancel);
 }
