@@ -123,9 +123,9 @@ double MCDistFun::IdfT(double p, double df, double a, double b)
     return internal::Checked([&](long& fault) { return tavoidft(p, df, a, b, fault); });
 }
 
-/// The odds x/(1 - x) of the beta quantile, for 0 < p < 1, as a multiple of exp(logUnit); infinite when that exceeds every
-/// double, 0 below the least. Halley's method on the logarithm of the smaller tail as a function of the log odds: there it
-/// is concave, and straight at both ends.
+/// The odds x/(1 - x) of the beta quantile, for 0 < p < 1, as a multiple of exp(logUnit); infinite when that exceeds
+/// every double, 0 below the least. Halley's method on the logarithm of the smaller tail as a function of the log odds:
+/// there it is concave, and straight at both ends.
 double MCDistFun::betodd(double p, double a, double b, const DoubleDouble& logUnit)
 {
     const bool isLower = p < 0.5;

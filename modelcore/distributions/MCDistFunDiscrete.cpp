@@ -21,8 +21,9 @@ namespace {
 
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
 
-// The outward sum of the binomial has about nine standard deviations of terms, each with a rounding; for more trials than
-// this the incomplete beta function takes its place, which is faster from here on and keeps two digits more at 2e9.
+// The outward sum of the binomial has about nine standard deviations of terms, each with a rounding; for more trials
+// than this the incomplete beta function takes its place, which is faster from here on and keeps two digits more at
+// 2e9.
 constexpr double kMostSummedTrials = 1e7;
 
 // Beyond this, products with the number of trials cannot be held as two doubles; a density there is refused.

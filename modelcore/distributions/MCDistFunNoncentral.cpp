@@ -27,7 +27,8 @@ constexpr double kSummedShift = 100.0; // of the noncentral t, whose sums take a
 constexpr double kLeastTail = 1e-280;  // below, a sum has begun with numbers that have lost their digits
 constexpr double kFarShift = 1e80;     // as nothing beside a t beyond kFarStudent
 
-/// Whether t is as good as 0 for the noncentral t: Z + nc is not moved by t S in any digit, S reaching 40/sqrt(df) or so.
+/// Whether t is as good as 0 for the noncentral t: Z + nc is not moved by t S in any digit, S reaching 40/sqrt(df) or
+/// so.
 bool IsAtZero(double t, double df, double nc)
 {
     return t / std::sqrt(std::min(df, 1.0)) * (1.0 + nc) < 1e-18;

@@ -40,7 +40,12 @@ double MCDistFun::GPTile(long n, double q, const std::vector<double>& values, co
     }
     double total = 0.0;
     for (std::size_t i = 0; i < count; ++i) total += weights[i];
-    const double target = total * q / 100.0;
+    // 100 percent of the total may round to more than it.
+    const double target = q <= 100.0 ? std::min(total * q / 100.0, total) : total * q / 100.0;
+    if (std::isnan(target)) {
+        err = 1;
+        return result;
+    }
 
     if (!intervals) {
         // Rule 1: the weight of a value is centred on it.

@@ -11,6 +11,10 @@ bool MCExtremeNum::SumSqRoot(double a, double b, double c, double d, double& res
     constexpr double kRootOfTwo = 1.4142135623730951;
     const double p = std::fabs(a) * std::sqrt(std::fabs(b));
     const double q = std::fabs(c) * std::sqrt(std::fabs(d));
+    if (std::isnan(p) || std::isnan(q)) { // a maximum or minimum would lose it
+        result = p + q;
+        return true;
+    }
     if (b < 0.0 && d < 0.0) return false;
     if (b < 0.0 || d < 0.0) {
         const double positive = b < 0.0 ? q : p;

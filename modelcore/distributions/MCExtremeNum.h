@@ -8,7 +8,7 @@ namespace MCMath_930 {
 /// Arithmetic that does not overflow on the way to a result that exists.
 class MODELCORE_EXPORT MCExtremeNum {
 public:
-    /// result = sqrt(a^2 b + c^2 d), where b or d, but not both, may be negative.
+    /// result = sqrt(a^2 b + c^2 d), where b or d, but not both, may be negative; NaN when an argument is.
     ///
     /// @return  false, and result untouched, when the sum is negative: the negative term has the larger magnitude, or
     ///          both b and d are negative

@@ -15,6 +15,12 @@ namespace {
 /// How many machine epsilons an exponent may be away from one over an odd number.
 constexpr int kReciprocalSlack = 32;
 
+/// e * log, with every power of 1 equal to 1: 0 times an infinite exponent would be a NaN.
+double Scaled(double e, double log)
+{
+    return log == 0.0 && std::isinf(e) ? 0.0 : e * log;
+}
+
 bool IsNearlyWhole(double x, int k)
 {
     return MCPower::AlmostEqual(x, std::floor(x + 0.5), k);
@@ -88,12 +94,12 @@ MCPower::PowerStatus MCPower::Power(double base, double e, double& result)
     }
     if (base < 0.0 && !std::isnan(e) && !IsEvenInteger(e)) {
         if (!IsOddInteger(e) && !IsOneOverOddInteger(e, kReciprocalSlack)) return InvalidExponent;
-        const PowerStatus status = Exponent(e * std::log(-base), result);
+        const PowerStatus status = Exponent(Scaled(e, std::log(-base)), result);
         if (status == Overflow) return e > 0.0 ? NegativeOverflow : Overflow;
         result = -result;
         return status;
     }
-    return Exponent(e * std::log(std::fabs(base)), result);
+    return Exponent(Scaled(e, std::log(std::fabs(base))), result);
 }
 
 double MCPower::Multiply(double a, double b)

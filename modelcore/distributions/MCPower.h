@@ -9,10 +9,10 @@ namespace MCMath_930 {
 /// are static. A NaN argument gives a NaN result and success; comparisons with it are false.
 class MODELCORE_EXPORT MCPower {
 public:
-    static constexpr double gMachineEpsilon = 2.220446049250313e-16;
-    static constexpr int gMachineMaxInt = 2147483647;
-    static constexpr double gMachineMaxExp = 709.0;   ///< the largest exponent whose exp is formed
-    static constexpr double gMachineMinExp = -708.39; ///< below this exponent exp is 0
+    static constexpr double gMachineEpsilon = 2.220446049250313e-16; ///< from 1 to the next double
+    static constexpr int gMachineMaxInt = 2147483647;                ///< the largest int
+    static constexpr double gMachineMaxExp = 709.0;                  ///< the largest exponent whose exp is formed
+    static constexpr double gMachineMinExp = -708.39;                ///< below this exponent exp is 0
 
     /// The outcome of Exponent and Power.
     enum PowerStatus {
@@ -26,21 +26,24 @@ public:
         ZeroBaseZeroExponent = 7      ///< the result is 1
     };
 
-    static constexpr double MaxExp() { return gMachineMaxExp; }
-    static constexpr double MinExp() { return gMachineMinExp; }
-    static constexpr double MEpsilon() { return gMachineEpsilon; }
-    static constexpr int MaxInt() { return gMachineMaxInt; }
+    static constexpr double MaxExp() { return gMachineMaxExp; }    ///< 709
+    static constexpr double MinExp() { return gMachineMinExp; }    ///< -708.39
+    static constexpr double MEpsilon() { return gMachineEpsilon; } ///< 2^-52
+    static constexpr int MaxInt() { return gMachineMaxInt; }       ///< 2^31 - 1
 
-    static constexpr bool ExpOverflow(double x) { return x > gMachineMaxExp; }
-    static constexpr bool ExpUnderflow(double x) { return x < gMachineMinExp; }
+    static constexpr bool ExpOverflow(double x) { return x > gMachineMaxExp; }  ///< whether exp(x) is refused
+    static constexpr bool ExpUnderflow(double x) { return x < gMachineMinExp; } ///< whether it counts as 0
 
     /// True for a whole number up to 2147483647. There is no lower limit: every double below -2^53 is whole.
     static bool IsInteger(double x);
-    static bool IsEvenInteger(double x);
-    static bool IsOddInteger(double x);
 
-    /// True when 1/x is an odd (even) whole number up to 2147483647, within k machine epsilons; false for x = 0.
+    static bool IsEvenInteger(double x); ///< IsInteger and even
+    static bool IsOddInteger(double x);  ///< IsInteger and odd
+
+    /// True when 1/x is an odd whole number up to 2147483647, within k machine epsilons; false for x = 0.
     static bool IsOneOverOddInteger(double x, int k);
+
+    /// The same for an even one.
     static bool IsOneOverEvenInteger(double x, int k);
 
     /// True when a and b differ, relative to the larger magnitude, by at most k machine epsilons. 0 equals only 0, and

@@ -34,8 +34,13 @@ public:
     /// As SetParameters.
     MCRNGBeta(double a, double b);
 
+    /// Shares a caller's source, goes on from a copy of an owned one.
     MCRNGBeta(const MCRNGBeta& other);
+
+    /// The same; when memory runs out, this object is as it was.
     MCRNGBeta& operator=(const MCRNGBeta& other);
+
+    /// Destroys an owned source.
     ~MCRNGBeta() override;
 
     /// Seeds the uniform source, making an owned one first when there is none.

@@ -27,8 +27,13 @@ public:
     /// As SetParameters.
     MCRNGBinomial(double n, double p);
 
+    /// Shares a caller's source, goes on from a copy of an owned one.
     MCRNGBinomial(const MCRNGBinomial& other);
+
+    /// The same; when memory runs out, this object is as it was.
     MCRNGBinomial& operator=(const MCRNGBinomial& other);
+
+    /// Destroys an owned source.
     ~MCRNGBinomial() override;
 
     /// Seeds the uniform source, making an owned one first when there is none.

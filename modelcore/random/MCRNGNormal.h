@@ -24,8 +24,13 @@ public:
     /// As SetParameters.
     MCRNGNormal(double mean, double sd);
 
+    /// Shares a caller's source, goes on from a copy of an owned one.
     MCRNGNormal(const MCRNGNormal& other);
+
+    /// The same; when memory runs out, this object is as it was.
     MCRNGNormal& operator=(const MCRNGNormal& other);
+
+    /// Destroys an owned source.
     ~MCRNGNormal() override;
 
     /// Seeds the uniform source, making an owned one first when there is none.

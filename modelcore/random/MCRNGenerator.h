@@ -12,6 +12,7 @@ namespace MCMath_930 {
 /// for one thread at a time. The order of the virtual functions is part of the binary interface.
 class MODELCORE_EXPORT MCRNGenerator {
 public:
+    /// Generators are destroyed by way of this interface too.
     virtual ~MCRNGenerator();
 
     /// Starts the sequence that belongs to s. The same s gives the same numbers on every platform.

@@ -9,6 +9,7 @@ namespace MCCommon_930 {
 /// functions is part of the binary interface.
 class MODELCORE_EXPORT MCRandom {
 public:
+    /// A caller's generator is never destroyed by the library.
     virtual ~MCRandom();
 
     /// The next uniform number in [0, 1].

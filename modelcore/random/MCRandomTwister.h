@@ -19,8 +19,13 @@ public:
     /// Never seeded.
     MCRandomTwister();
 
+    /// Goes on where other stands.
     MCRandomTwister(const MCRandomTwister& other);
+
+    /// The same; when memory runs out, this object is as it was.
     MCRandomTwister& operator=(const MCRandomTwister& other);
+
+    /// Frees the state.
     ~MCRandomTwister();
 
     /// Seeds with one word, the low 32 bits of s (init_genrand of the authors' program).

@@ -37,12 +37,19 @@ public:
     /// No source and no distribution.
     MCRandomValues() = default;
 
+    /// Shares the source.
     MCRandomValues(const MCRandomValues&) = default;
+
     /// What was moved from keeps its source and tolerance, and has no distribution chosen.
     MCRandomValues(MCRandomValues&&) noexcept = default;
-    /// When memory runs out, this object is as it was.
+
+    /// Shares the source. When memory runs out, this object is as it was.
     MCRandomValues& operator=(const MCRandomValues& other) { return internal::AssignByCopy(*this, other); }
+
+    /// As the move above.
     MCRandomValues& operator=(MCRandomValues&&) noexcept = default;
+
+    /// The source stays.
     ~MCRandomValues() = default;
 
     /// Draws from source from now on; it is not owned. Null is no source.
@@ -63,12 +70,16 @@ public:
     // Choosing a distribution. Each returns false, and what was chosen before stays, when a parameter is outside its
     // domain or not finite.
 
-    /// Uniform on (a, b), a <= b and b - a not beyond the largest double; on (0, 1) without arguments.
+    /// Uniform on (a, b), a <= b and b - a not beyond the largest double.
     bool SetParamUniform(double a, double b);
+
+    /// Uniform on (0, 1).
     bool SetParamUniform() { return SetParamUniform(0.0, 1.0); }
 
-    /// Normal, sd >= 0; standard normal without arguments.
+    /// Normal, sd >= 0.
     bool SetParamNormal(double mean, double sd);
+
+    /// Standard normal.
     bool SetParamNormal() { return SetParamNormal(0.0, 1.0); }
 
     /// Chi-square, df > 0 degrees of freedom.
@@ -77,13 +88,14 @@ public:
     /// Gamma with shape > 0 and rate > 0, mean shape / rate.
     bool SetParamGamma(double shape, double rate);
 
-    /// Vectors of independent uniforms: element i on (a[i], b[i]), which are as in one dimension; or n >= 1 elements on
-    /// (0, 1). The vectors have one length, at least 1.
+    /// Vectors of independent uniforms: element i on (a[i], b[i]), which are as in one dimension. The vectors have one
+    /// length, at least 1.
     bool SetParamUniform(const std::vector<double>& a, const std::vector<double>& b);
+
+    /// The same with n >= 1 elements on (0, 1).
     bool SetParamUniform(int n);
 
-    /// Vectors of the multivariate normal distribution with the given mean and covariance matrix sd^2 * covariance; or
-    /// of n >= 1 independent standard normals.
+    /// Vectors of the multivariate normal distribution with the given mean and covariance matrix sd^2 * covariance.
     ///
     /// The covariance matrix is factored here, once: covariance = L*L' by MCSymMatrix::LTChol with the object's
     /// tolerance. It may be singular; a row that the tolerance finds dependent on earlier rows is drawn as that linear
@@ -93,15 +105,19 @@ public:
     /// @param mean        as many elements as the matrix has rows, at least 1
     /// @param sd          >= 0, multiplies the deviation from the mean
     bool SetParamNormal(const std::vector<double>& mean, double sd, const MCSymMatrix& covariance);
+
+    /// Vectors of n >= 1 independent standard normals.
     bool SetParamNormal(int n);
 
     /// Matrices of the Wishart distribution of order n >= 1: the cross products of df independent normal vectors with
-    /// mean 0 and covariance matrix scale, the identity when none is given; df need not be whole. The mean is
-    /// df * scale. The matrix is factored as in SetParamNormal.
+    /// mean 0 and covariance matrix scale; df need not be whole. The mean is df * scale. The matrix is factored as in
+    /// SetParamNormal.
     ///
     /// @param n   at most MCSymMatrix::kMaxRows, and the order of scale
     /// @param df  > n - 1
     bool SetParamWishart(int n, double df, const MCSymMatrix& scale);
+
+    /// The same with the identity for the scale.
     bool SetParamWishart(int n, double df);
 
     // ---------------------------------------------------------------------------------------------------------------
@@ -143,7 +159,8 @@ public:
     /// shape = 1   RVExp.
     /// shape > 1   G. S. Fishman, Communications of the ACM 19 (1976), 407-409: two uniforms for each trial, of which
     ///             sqrt(shape) are needed on average. After 1000 times as many, at most 2^27, the result is
-    ///             system-missing, which a sound source never brings about for a shape below 1e10.
+    ///             system-missing, which a sound source never brings about for a shape below 1e10. A shape of 1e14
+    ///             takes 0.2 s.
     /// shape < 1   algorithm GS of Ahrens and Dieter, Computing 12 (1974), 223-246: two uniforms for each trial, the
     ///             first drawn again while it is 0. Shapes so small that the variate underflows give 0.
     double RVGam(double shape, double rate);

@@ -42,8 +42,11 @@ public:
     /// The same seed, flags and caller's generator; a Twister starts again from the seed. Assigning an object to itself
     /// changes nothing.
     MCURandom(const MCURandom& other);
+
+    /// As the copy; when memory runs out, this object is as it was.
     MCURandom& operator=(const MCURandom& other);
 
+    /// The caller's generator stays.
     ~MCURandom();
 
     /// Stores the low 32 bits of s and seeds the generator that the flags choose: srand, the congruential state or the
@@ -53,6 +56,7 @@ public:
     /// Switching off frees the Twister for good; switching on again chooses the congruential generator.
     void SetUsePortable(bool on);
 
+    /// Whether the Twister is in use.
     bool GetUseTwister() const { return fUseTwister; }
 
     /// The next uniform number: in (0, 1) from the portable generators (32 random bits from the Twister, 31 from the

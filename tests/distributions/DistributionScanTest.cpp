@@ -216,6 +216,7 @@ std::string WrongOnGrid(const Subject& s, Source& source)
 {
     double last = 0.0, lastUpper = 1.0;
     const double offset = source.Uniform(0.0, 1.0);
+    const bool isResolved = s.sd > 1e-13 * std::fabs(s.mean); // else neighbouring doubles are deviations apart
     for (double z = -4.0 + offset; z < 4.0; z += 1.0) {
         const bool isRatio = s.lowest == 0.0 && s.step == 0.0 && s.sd > 0.2 * s.mean;
         double x = isRatio ? s.mean * std::exp(z * std::min(s.sd / s.mean, 50.0)) : s.mean + z * s.sd;
@@ -224,13 +225,13 @@ std::string WrongOnGrid(const Subject& s, Source& source)
         const double lower = s.lower(x);
         if (source.wild && MCMV::IsMissing(lower)) return "";
         if (!(lower >= 0.0 && lower <= 1.0)) return "lower tail is " + std::to_string(lower);
-        if (lower < last * (1.0 - 1e-12) - (s.slack > 1e-9 ? s.slack : 0.0)) return "falls at z = " + std::to_string(z);
+        if (isResolved && lower < last * (1.0 - 1e-12) - (s.slack > 1e-9 ? s.slack : 0.0)) return "falls at z = " + std::to_string(z);
         last = lower;
         if (s.upper) {
             const double upper = s.upper(x);
             if (!(upper >= 0.0 && upper <= 1.0)) return "upper tail is " + std::to_string(upper);
             if (!(std::fabs(lower - 0.5 + (upper - 0.5)) <= s.slack)) return "tails at z = " + std::to_string(z);
-            if (upper > lastUpper * (1.0 + 1e-12) + (s.slack > 1e-9 ? s.slack : 0.0)) return "upper tail grows";
+            if (isResolved && upper > lastUpper * (1.0 + 1e-12) + (s.slack > 1e-9 ? s.slack : 0.0)) return "upper tail grows";
             lastUpper = upper;
         }
         if (!s.density) continue;
@@ -276,8 +277,8 @@ double Seconds()
     return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
 }
 
-/// Processor time that all calls at one point may take together, some hundred of them: ten million exponentials, so that
-/// a slow machine gives itself more.
+/// Processor time that all calls at one point may take together, some hundred of them: ten million exponentials, so
+/// that a slow machine gives itself more.
 double Allowed()
 {
     static const double allowed = [] {

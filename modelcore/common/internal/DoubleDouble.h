@@ -3,8 +3,8 @@
 
 namespace MCMath_930::internal {
 
-/// The unevaluated sum head + tail, |tail| at most half a unit in the last place of head: about 32 digits. Infinities and
-/// NaN make a NaN. Dekker (1971), Numerische Mathematik 18, 224-242.
+/// The unevaluated sum head + tail, |tail| at most half a unit in the last place of head: about 32 digits. Infinities
+/// and NaN make a NaN. Dekker (1971), Numerische Mathematik 18, 224-242.
 struct DoubleDouble {
     double head = 0.0;
     double tail = 0.0;

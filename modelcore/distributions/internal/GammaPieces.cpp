@@ -57,7 +57,9 @@ double LogGammaRatio(double b, double a)
     double excess = 0.0; // the product less 1
     double c = b;
     for (; c < 8.0; c += 1.0) excess += a / c * (1.0 + excess);
-    return (c - 0.5) * std::log1p(a / c) + a * (std::log(c + a) - 1.0) +
+    // a/c may be too small for its digits where its product with c is a.
+    const double linear = c > 1e100 ? a : (c - 0.5) * std::log1p(a / c);
+    return linear + a * (std::log(c + a) - 1.0) +
            (StirlingRemainder(c + a) - StirlingRemainder(c)) - std::log1p(excess);
 }
 

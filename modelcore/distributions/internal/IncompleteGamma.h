@@ -21,8 +21,8 @@ GammaTails IncompleteGamma(const DoubleDouble& x, double a);
 /// Both tails at a point that is known by its logarithm and so near 0 that exp(-x) is 1.
 GammaTails IncompleteGammaNearZero(const DoubleDouble& logX, double a);
 
-/// The same, always reached: for shapes above 1e5 the expansion around the normal distribution takes the place of the sums
-/// near the mode, where those are long and above 1.7e7 give up.
+/// The same, always reached: for shapes above 1e5 the expansion around the normal distribution takes the place of the
+/// sums near the mode, where those are long and above 1.7e7 give up.
 GammaTails IncompleteGammaOrExpansion(const DoubleDouble& x, double a);
 
 } // namespace MCMath_930::internal

@@ -32,16 +32,16 @@ constexpr double kMostSampled = 1e25; // beyond, the distance of the terms drown
 // Nothing is summed from a tail below: the recurrence would start from a number that has lost its digits.
 constexpr double kLeastTail = 1e-280;
 
-/// How far apart the nodes of the trapezoidal rule may lie for a bell with the given curvature of its logarithm. The rule
-/// is then right to 1e-20 of the peak, also where a distribution function that is no narrower multiplies the bell
+/// How far apart the nodes of the trapezoidal rule may lie for a bell with the given curvature of its logarithm. The
+/// rule is then right to 1e-20 of the peak, also where a distribution function that is no narrower multiplies the bell
 /// (Trefethen and Weideman 2014, SIAM Review 56, 385-458).
 double NodeDistance(double curvature)
 {
     return 0.65 / std::sqrt(curvature);
 }
 
-/// Sum of value(k) over the whole numbers k, outward from 0 in both directions until a term is negligible. The terms have
-/// one maximum, not far from 0. NaN when that never happens.
+/// Sum of value(k) over the whole numbers k, outward from 0 in both directions until a term is negligible. The terms
+/// have one maximum, not far from 0. NaN when that never happens.
 template <class Value>
 double SumOutward(Value value)
 {
@@ -83,7 +83,9 @@ double LargestTerm(double mean, double halfShape, double meanPull, double growth
     const double product = meanPull * growth;
     const double square = halfShape * halfShape + product;
     double root = product / (halfShape + std::sqrt(square));
-    if (!std::isfinite(square)) {
+    if (halfShape < 0.0 && product < 0.01 * halfShape * halfShape) {
+        root = std::sqrt(square) - halfShape; // the sum above would cancel
+    } else if (!std::isfinite(square)) {
         const double scaled = halfShape / growth;
         root = meanPull / (scaled + std::sqrt(scaled * scaled + meanPull / growth));
     }
@@ -120,8 +122,8 @@ SumResult SumDownward(double mean, double shift, double largest, double toleranc
     return {sum, !std::isnan(sum)};
 }
 
-/// Sum of weight(j) F(j) over all j for a mean so large that both change little from one j to the next: the sum over every
-/// n-th term, n times, is then the trapezoidal rule for the same integral as the sum itself.
+/// Sum of weight(j) F(j) over all j for a mean so large that both change little from one j to the next: the sum over
+/// every n-th term, n times, is then the trapezoidal rule for the same integral as the sum itself.
 template <class Function>
 SumResult SumSampled(double mean, double largest, Function function)
 {
@@ -304,8 +306,8 @@ public:
     }
 
 private:
-    // From here on the normal and the chi distribution end before they come to 0, and their own scale serves; below, the
-    // logarithm of the variable makes the end at 0 a smooth one.
+    // From here on the normal and the chi distribution end before they come to 0, and their own scale serves; below,
+    // the logarithm of the variable makes the end at 0 a smooth one.
     static constexpr double kFarFromZero = 39.0;
     static constexpr double kNarrowShape = 50.0;
 
