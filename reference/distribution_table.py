@@ -330,6 +330,53 @@ COUNTS = [("small", 2, 50), ("medium", 50, 1e4), ("large", 1e4, 1e6), ("huge", 1
 FAMILIES = [("small", 0.01, 1), ("medium", 1, 50), ("large", 50, 2000), ("huge", 2000, 1e6)]
 
 
+DOMAIN = """
+CdfStdNorm 0 0.5;  -0.0 0.5;  inf 1;  -inf 0;  9 1;  -40 0;  1e300 1;  -1e300 0;  missing 0;  nan nan
+IdfStdNorm 0.5 0;  0 missing;  1 missing;  -0.1 missing;  1.5 missing;  inf missing;  nan missing;  missing missing
+PdfNormalStandard 0 0.3989422804014327;  inf 0;  -40 0;  nan nan
+CdfNorm 3 3 2 0.5;  1 2 0 missing;  1 2 -1 missing;  1 2 nan missing;  inf 2 3 1
+IdfNorm 0.5 3 2 3;  0 3 2 missing;  1 3 2 missing;  0.3 3 0 missing;  nan 3 2 missing
+PdfNormal 2 2 -1 -0.3989422804014327;  1 2 0 missing;  1 2 nan missing
+tavodnlgam 1 0;  2 0;  0.5 0.5723649429247001;  0 missing;  -0.0 missing;  -2.5 missing;  -inf missing;  inf inf;  nan nan
+CdfChi 0 3 0;  1 0 missing;  1 nan missing;  inf 3 1;  nan 3 nan;  1 inf missing
+SigChi 0 3 1;  -1 0.1 1;  0 0 missing;  1418 2 0
+IdfChi 0 3 0;  1 3 missing;  nan 3 missing;  0.1 1e-4 0;  0.5 0 missing
+CdfGam 709 1 1 1;  1e200 2 1e200 1;  1 1 0 missing;  1 -1 1 missing;  -1 2 3 0
+IdfGam 0 0 1 0;  0.5 0 1 missing;  -0.1 1 1 missing;  0.5 1 0 missing;  1 1 1 missing
+PdfGamma 0 1 2.5 2.5;  0 2 2.5 0;  0 0.5 1 missing;  -1 0.5 1 0;  1 0 1 missing;  1 1 nan missing;  1e304 2.5 1.5 0
+CdfBeta -0.5 2 3 0;  0 2 3 0;  1 2 3 1;  inf 2 3 1;  0.5 0 3 missing;  0.5 1 -3 missing;  0.5 nan 3 missing;  0.5 1 inf missing;  nan 2 3 nan
+IdfBeta 0 2 3 0;  1 2 3 1;  -0.1 2 3 missing;  1.1 2 3 missing;  0.5 0 3 missing;  0.5 2 inf missing;  nan 2 3 missing;  1e-30 0.01 5 0
+CdfT 0 3 0.5;  -inf 3 0;  inf 3 1;  1 0 missing;  1 nan missing;  nan 3 nan
+SigT 0 7.5 0.5;  inf 3 0;  1 -1 missing;  0 nan missing
+IdfT 0 3 missing;  1 3 missing;  nan 3 missing;  0.3 0 missing;  0.5 3 0;  1e-9 0.01 missing
+PdfT inf 3 0;  1 0 missing;  1 nan missing;  nan 3 nan;  1e304 3 0
+CdfF -1 3 4 0;  inf 3 4 1;  1 0 4 missing;  1 3 -1 missing
+SigF -1 3 4 1;  inf 3 4 0;  1 3 nan missing;  nan 3 4 nan
+IdfF 0 3 4 0;  1 3 4 missing;  -0.1 3 4 missing;  0.5 0 4 missing;  0.5 3 inf missing;  nan 3 4 missing;  0.999 3 0.001 missing
+PdfBin 10 10 0.5 0.0009765625;  0 3 0.25 0.421875;  2.5 10 0.3 0;  -1 10 0.3 0;  11 10 0.3 0;  0 10 0 1;  1 10 0 0;  10 10 1 1;  500 1000 1e-3 0
+CdfBin -0.1 10 0.5 0;  0 3 0.25 0.421875;  10 10 0.5 1;  0 10 0 1;  9 10 1 0;  nan 10 0.5 nan
+IdfBin 0.171875 10 0.5 3;  0.1719 10 0.5 4;  0 10 0.5 0;  1 10 0.5 10
+PdfNegBin 2 2 0.25 0.0625;  1 2 0.5 0;  2.5 2 0.5 0;  3 3 1 1;  4 3 1 0
+PdfHyper 4 10 4 3 0;  0 10 9 3 0;  1 0 0 0 missing;  1 10 11 3 missing;  1 10 -1 3 missing;  1 10 4 11 missing;  -9e18 10 4 3 0
+CDFHyper -1 10 4 3 0;  3 10 4 3 1;  nan 10 4 3 nan
+NonCentralCdfChi -1 2 3 0;  inf 2 3 1;  1 0 1 missing;  1 nan 1 missing;  1 inf 1 missing;  1 1 -1 missing;  1 1 nan missing;  nan 1 1 nan
+NonCentralCdfF 0 2 3 4 0;  inf 2 3 4 1;  1 0 2 1 missing;  1 2 nan 1 missing;  1 2 2 -1 missing;  1 2 2 inf missing
+NonCentralCdfT -inf 3 2 0;  inf 3 2 1;  1 0 1 missing;  1 nan 1 missing;  1 3 inf missing;  nan 3 1 nan
+NonCentralPdfT inf 3 2 0;  1 0 1 missing;  1 3 nan missing;  1e200 3 1 0
+FindNCParamChi 3 4 0.9 missing;  3 4 0 missing;  3 4 1 missing;  3 4 nan missing;  0 4 0.1 missing;  3 0 0.1 missing
+FindNCParamF 1 4 20 0.9 missing;  1 4 20 nan missing;  1 0 20 0.1 missing;  1 4 inf 0.1 missing
+FindNCParamT 1e9 4 0.5 missing;  1 0 0.5 missing;  inf 4 0.5 missing;  1 4 1 missing
+"""
+
+
+def domain():
+    """(function, its arguments and value as words) where a domain ends or a value is exact by definition."""
+    for line in DOMAIN.strip().splitlines():
+        function, rest = line.split(None, 1)
+        for row in rest.split(";"):
+            yield function, row.split()
+
+
 def edges():
     """Points where the usual sums are at their ends: (function, arguments, the exact value)."""
     gamma = lambda x, shape, rate=1: gamma_tails(mpf(x) * mpf(rate), shape)
@@ -346,6 +393,10 @@ def edges():
     yield "CdfF", (1e-320, 0.001, 5), lambda *v: f_tails(*v)[0]
     yield "SigF", (1e300, 5, 0.001), lambda *v: f_tails(*v)[1]
     yield "CdfT", (-1e160, 1e-3), t_cdf
+    yield "CdfT", (-1e-300, 2), t_cdf
+    yield "SigT", (1e300, 0.25), lambda t, df: t_cdf(-t, df)
+    for args in [(0.5, 1e-9, 1e-9), (1e-8, 1e-6, 1), (1e-8, 1, 1e-6)]:
+        yield "CdfBeta", args, lambda x, a, b: beta_tails(mpf(x), 1 - mpf(x), a, b)[0]
     yield "PdfT", (1, 1e-290), t_density
     # the noncentral ones: two large numbers that nearly cancel, far tails of one sign, large shapes
     yield "NonCentralCdfChi", (672664.136, 670893.987, 1263.179), noncentral_chi
@@ -409,6 +460,9 @@ def rows():
 def main():
     points, seed = int(sys.argv[1]), int(sys.argv[2])
     only = sys.argv[3] if len(sys.argv) > 3 else ""
+    for function, words in domain():
+        if function.startswith(only):
+            print(function, "domain", *words)
     for function, args, exact in edges():
         if function.startswith(only):
             print(function, "edge", *[repr(float(v)) for v in args], nstr(exact(*[float(v) for v in args]), 20))

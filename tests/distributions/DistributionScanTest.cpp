@@ -20,7 +20,7 @@
 #include <vector>
 
 using MCCommon_930::MCMV;
-using MCMath_930::MCDistFun;
+using D = MCMath_930::MCDistFun;
 
 namespace {
 
@@ -43,8 +43,6 @@ struct Subject {
 /// Draws parameters.
 class Source {
 public:
-    explicit Source(std::uint64_t seed) : fRandom(seed) {}
-
     double Uniform(double low, double high) { return fRandom.Uniform(low, high); }
     double Power(double low, double high) { return std::exp(Uniform(std::log(low), std::log(high))); }
     double Size() { return wild ? Power(1e-300, 1e300) : Power(1e-3, 1e12); }
@@ -53,152 +51,121 @@ public:
     bool wild = false;
 
 private:
-    TestRandom fRandom;
+    TestRandom fRandom{17};
 };
 
 long fault = 0; // a fault shows in the value
 int faultOfHyper = 0;
 
+// clang-format off
 Subject Normal(Source& source)
 {
     const double m = source.Sign() * source.Size(), sd = source.Size();
-    return {.parameters = {m, sd},
-            .mean = m,
-            .sd = sd,
-            .lowest = -kMax,
-            .slack = 1e-15,
-            .lower = [=](double x) { return MCDistFun::CdfNorm(x, m, sd); },
-            .upper = [=](double x) { return MCDistFun::CdfNorm(-x, -m, sd); },
-            .quantile = [=](double p) { return MCDistFun::IdfNorm(p, m, sd); },
-            .density = [=](double x) { return MCDistFun::PdfNormal(x, m, sd); }};
+    return {.parameters = {m, sd}, .mean = m, .sd = sd, .lowest = -kMax, .slack = 1e-15,
+            .lower = [=](double x) { return D::CdfNorm(x, m, sd); },
+            .upper = [=](double x) { return D::CdfNorm(-x, -m, sd); },
+            .quantile = [=](double p) { return D::IdfNorm(p, m, sd); },
+            .density = [=](double x) { return D::PdfNormal(x, m, sd); }};
 }
 
+// Near the mode of shapes above 1.7e7 each tail has a normal approximation of its own.
 Subject ChiSquare(Source& source)
 {
     const double df = source.Size();
-    // Near the mode of shapes above 1.7e7 each tail has a normal approximation of its own.
-    return {.parameters = {df},
-            .mean = df,
-            .sd = std::sqrt(2.0 * df),
-            .slack = df > 3e7 ? 2e-8 : 1e-12,
-            .lower = [=](double x) { return MCDistFun::CdfChi(x, df); },
-            .upper = [=](double x) { return MCDistFun::SigChi(x, df); },
-            .quantile = [=](double p) { return MCDistFun::IdfChi(p, df); }};
+    return {.parameters = {df}, .mean = df, .sd = std::sqrt(2.0 * df), .slack = df > 3e7 ? 2e-8 : 1e-12,
+            .lower = [=](double x) { return D::CdfChi(x, df); },
+            .upper = [=](double x) { return D::SigChi(x, df); },
+            .quantile = [=](double p) { return D::IdfChi(p, df); }};
 }
 
 Subject Gamma(Source& source)
 {
     const double a = source.Size(), rate = source.Size();
-    return {.parameters = {a, rate},
-            .mean = a / rate,
-            .sd = std::sqrt(a) / rate,
-            .slack = a > 1.5e7 ? 2e-8 : 1e-12,
-            .lower = [=](double x) { return MCDistFun::CdfGam(x, a, rate); },
-            .quantile = [=](double p) { return MCDistFun::IdfGam(p, a, rate); },
-            .density = [=](double x) { return MCDistFun::PdfGamma(x, a, rate); }};
+    return {.parameters = {a, rate}, .mean = a / rate, .sd = std::sqrt(a) / rate, .slack = a > 1.5e7 ? 2e-8 : 1e-12,
+            .lower = [=](double x) { return D::CdfGam(x, a, rate); },
+            .quantile = [=](double p) { return D::IdfGam(p, a, rate); },
+            .density = [=](double x) { return D::PdfGamma(x, a, rate); }};
 }
 
 Subject Beta(Source& source)
 {
-    const double a = source.Size(), b = source.Size();
-    const double mean = a / (a + b);
-    return {.parameters = {a, b},
-            .mean = mean,
-            .sd = std::sqrt(mean * (b / (a + b)) / (a + b + 1.0)),
-            .highest = 1.0,
-            .lower = [=](double x) { return MCDistFun::CdfBeta(x, a, b); },
-            .quantile = [=](double p) { return MCDistFun::IdfBeta(p, a, b); }};
+    const double a = source.Size(), b = source.Size(), mean = a / (a + b);
+    return {.parameters = {a, b}, .mean = mean, .sd = std::sqrt(mean * (b / (a + b)) / (a + b + 1.0)), .highest = 1.0,
+            .lower = [=](double x) { return D::CdfBeta(x, a, b); },
+            .quantile = [=](double p) { return D::IdfBeta(p, a, b); }};
 }
 
 Subject Student(Source& source)
 {
     const double df = source.Size();
-    return {.parameters = {df},
-            .mean = 0.0,
-            .sd = 1.0,
-            .lowest = -kMax,
-            .lower = [=](double x) { return MCDistFun::CdfT(x, df); },
-            .upper = [=](double x) { return MCDistFun::SigT(x, df); },
-            .quantile = [=](double p) { return MCDistFun::IdfT(p, df, 0, 0); },
-            .density = [=](double x) { return MCDistFun::PdfT(x, df, fault); }};
+    return {.parameters = {df}, .mean = 0.0, .sd = 1.0, .lowest = -kMax,
+            .lower = [=](double x) { return D::CdfT(x, df); },
+            .upper = [=](double x) { return D::SigT(x, df); },
+            .quantile = [=](double p) { return D::IdfT(p, df, 0, 0); },
+            .density = [=](double x) { return D::PdfT(x, df, fault); }};
 }
 
 Subject Fisher(Source& source)
 {
     const double a = source.Size(), b = source.Size();
-    return {.parameters = {a, b},
-            .mean = 1.0,
-            .sd = std::sqrt(2.0 / a + 2.0 / b),
-            .lower = [=](double x) { return MCDistFun::CdfF(x, a, b); },
-            .upper = [=](double x) { return MCDistFun::SigF(x, a, b); },
-            .quantile = [=](double p) { return MCDistFun::IdfF(p, a, b); }};
+    return {.parameters = {a, b}, .mean = 1.0, .sd = std::sqrt(2.0 / a + 2.0 / b),
+            .lower = [=](double x) { return D::CdfF(x, a, b); },
+            .upper = [=](double x) { return D::SigF(x, a, b); },
+            .quantile = [=](double p) { return D::IdfF(p, a, b); }};
 }
 
 Subject Binomial(Source& source)
 {
-    const double n = std::ceil(std::min(source.Size(), 1e15)),
-                 p = std::ceil(source.Uniform(0.0, 1e6)) * 0x1p-20; // 1 - p is exact
-    return {.parameters = {n, p},
-            .mean = n * p,
-            .sd = std::sqrt(n * p * (1.0 - p)),
-            .step = 1.0,
-            .lower = [=](double x) { return MCDistFun::CdfBin(x, n, p, fault); },
-            .upper = [=](double x) { return MCDistFun::CdfBin(n - x - 1.0, n, 1.0 - p, fault); },
-            .quantile = [=](double level) { return MCDistFun::IdfBin(level, n, p, fault); },
-            .density = [=](double x) { return MCDistFun::PdfBin(x, n, p, fault); }};
+    const double n = std::ceil(std::min(source.Size(), 1e15));
+    const double p = std::ceil(source.Uniform(0.0, 1e6)) * 0x1p-20; // 1 - p is exact
+    return {.parameters = {n, p}, .mean = n * p, .sd = std::sqrt(n * p * (1.0 - p)), .step = 1.0,
+            .lower = [=](double x) { return D::CdfBin(x, n, p, fault); },
+            .upper = [=](double x) { return D::CdfBin(n - x - 1.0, n, 1.0 - p, fault); },
+            .quantile = [=](double level) { return D::IdfBin(level, n, p, fault); },
+            .density = [=](double x) { return D::PdfBin(x, n, p, fault); }};
 }
 
 Subject Hypergeometric(Source& source)
 {
     const double N = std::ceil(source.Power(1.0, 1e12)), M = std::floor(source.Uniform(0.0, N + 1.0));
-    const double n = std::min(N, std::floor(source.Power(1.0, 1e12)));
-    const double mean = n * (M / N);
-    return {.parameters = {N, M, n},
-            .mean = mean,
-            .sd = std::sqrt(mean * ((N - M) / N) * ((N - n) / N)),
-            .step = 1.0,
+    const double n = std::min(N, std::floor(source.Power(1.0, 1e12))), mean = n * (M / N);
+    return {.parameters = {N, M, n}, .mean = mean, .sd = std::sqrt(mean * ((N - M) / N) * ((N - n) / N)), .step = 1.0,
             .slack = N > 1e9 ? 1e-9 : 1e-12,
-            .lower = [=](double x) { return MCDistFun::CDFHyper(x, N, M, n, faultOfHyper); },
-            .upper = [=](double x) { return MCDistFun::CDFHyper(n - x - 1.0, N, N - M, n, faultOfHyper); }};
+            .lower = [=](double x) { return D::CDFHyper(x, N, M, n, faultOfHyper); },
+            .upper = [=](double x) { return D::CDFHyper(n - x - 1.0, N, N - M, n, faultOfHyper); }};
 }
 
 Subject NoncentralChiSquare(Source& source)
 {
     const double df = source.Size(), nc = source.Size(), mean = df + nc;
-    return {.parameters = {df, nc},
-            .mean = mean,
-            .sd = std::sqrt(2.0) * std::sqrt(df + 2.0 * nc),
-            .lower = [=](double x) { return MCDistFun::NonCentralCdfChi(x, df, nc); },
-            .at = [=](double shift) { return MCDistFun::NonCentralCdfChi(mean, df, shift); },
-            .search = [=](double p) { return MCDistFun::FindNCParamChi(mean, df, p, 0); }};
+    return {.parameters = {df, nc}, .mean = mean, .sd = std::sqrt(2.0) * std::sqrt(df + 2.0 * nc),
+            .lower = [=](double x) { return D::NonCentralCdfChi(x, df, nc); },
+            .at = [=](double shift) { return D::NonCentralCdfChi(mean, df, shift); },
+            .search = [=](double p) { return D::FindNCParamChi(mean, df, p, 0); }};
 }
 
 Subject NoncentralFisher(Source& source)
 {
     const double a = source.Size(), b = source.Size(), nc = source.Size(), mean = 1.0 + nc / a;
-    return {.parameters = {a, b, nc},
-            .mean = mean,
+    return {.parameters = {a, b, nc}, .mean = mean,
             .sd = std::hypot(std::sqrt(2.0) * std::sqrt(1.0 / a + 2.0 * nc / a / a), mean * std::sqrt(2.0 / b)),
-            .lower = [=](double x) { return MCDistFun::NonCentralCdfF(x, a, b, nc, 0); },
-            .at = [=](double shift) { return MCDistFun::NonCentralCdfF(mean, a, b, shift, 0); },
-            .search = [=](double p) { return MCDistFun::FindNCParamF(mean, a, b, p, 0); }};
+            .lower = [=](double x) { return D::NonCentralCdfF(x, a, b, nc, 0); },
+            .at = [=](double shift) { return D::NonCentralCdfF(mean, a, b, shift, 0); },
+            .search = [=](double p) { return D::FindNCParamF(mean, a, b, p, 0); }};
 }
 
 Subject NoncentralStudent(Source& source)
 {
     const double df = source.Size(), nc = source.Sign() * source.Size();
-    return {.parameters = {df, nc},
-            .mean = nc,
-            .sd = std::hypot(1.0, nc / std::sqrt(2.0 * df)),
-            .lowest = -kMax,
-            .lower = [=](double x) { return MCDistFun::NonCentralCdfT(x, df, nc, 0); },
-            .upper = [=](double x) { return MCDistFun::NonCentralCdfT(-x, df, -nc, 0); },
-            .density = [=](double x) { return MCDistFun::NonCentralPdfT(x, df, nc, fault); },
-            .at = [=](double shift) { return MCDistFun::NonCentralCdfT(nc, df, shift, 0); },
-            .search = [=](double p) { return MCDistFun::FindNCParamT(nc, df, p, 0, 0); },
-            .leastShift = -16384.0,
-            .mostShift = 16384.0};
+    return {.parameters = {df, nc}, .mean = nc, .sd = std::hypot(1.0, nc / std::sqrt(2.0 * df)), .lowest = -kMax,
+            .lower = [=](double x) { return D::NonCentralCdfT(x, df, nc, 0); },
+            .upper = [=](double x) { return D::NonCentralCdfT(-x, df, -nc, 0); },
+            .density = [=](double x) { return D::NonCentralPdfT(x, df, nc, fault); },
+            .at = [=](double shift) { return D::NonCentralCdfT(nc, df, shift, 0); },
+            .search = [=](double p) { return D::FindNCParamT(nc, df, p, 0, 0); },
+            .leastShift = -16384.0, .mostShift = 16384.0};
 }
+// clang-format on
 
 constexpr double kAway = 16 * std::numeric_limits<double>::epsilon();
 
@@ -225,13 +192,15 @@ std::string WrongOnGrid(const Subject& s, Source& source)
         const double lower = s.lower(x);
         if (source.wild && MCMV::IsMissing(lower)) return "";
         if (!(lower >= 0.0 && lower <= 1.0)) return "lower tail is " + std::to_string(lower);
-        if (isResolved && lower < last * (1.0 - 1e-12) - (s.slack > 1e-9 ? s.slack : 0.0)) return "falls at z = " + std::to_string(z);
+        if (isResolved && lower < last * (1.0 - 1e-12) - (s.slack > 1e-9 ? s.slack : 0.0))
+            return "falls at z = " + std::to_string(z);
         last = lower;
         if (s.upper) {
             const double upper = s.upper(x);
             if (!(upper >= 0.0 && upper <= 1.0)) return "upper tail is " + std::to_string(upper);
             if (!(std::fabs(lower - 0.5 + (upper - 0.5)) <= s.slack)) return "tails at z = " + std::to_string(z);
-            if (isResolved && upper > lastUpper * (1.0 + 1e-12) + (s.slack > 1e-9 ? s.slack : 0.0)) return "upper tail grows";
+            if (isResolved && upper > lastUpper * (1.0 + 1e-12) + (s.slack > 1e-9 ? s.slack : 0.0))
+                return "upper tail grows";
             lastUpper = upper;
         }
         if (!s.density) continue;
@@ -303,7 +272,7 @@ TEST_P(DistributionScan, HoldsWhateverTheParameters)
 {
     const char* const wanted = std::getenv("MODELCORE_SCAN_POINTS");
     const long points = wanted != nullptr ? std::strtol(wanted, nullptr, 10) : 1500;
-    Source source(17);
+    Source source;
     double slowest = 0.0;
     for (long i = 0, wrong = 0; i < points && wrong < 5; ++i) {
         source.wild = i % 8 == 7;

@@ -1,5 +1,6 @@
 // What MCRNGNormal, MCRNGBeta and MCRNGBinomial have in common, and the edges of each.
 #include "random/RandomTesting.h"
+#include "support/MovedFrom.h"
 
 namespace {
 
@@ -69,6 +70,18 @@ TYPED_TEST(MCRNGVariates, CopiesGoOnFromACopyOfAnOwnSource)
     EXPECT_TRUE(SameBits(Next(assigned), From<TypeParam>(fresh)));
     fresh.SetSeed(1.0);
     EXPECT_TRUE(SameBits(Next(unused), From<TypeParam>(fresh)));
+}
+
+TYPED_TEST(MCRNGVariates, AssignmentIsWholeWhenMemoryRunsOut)
+{
+    TypeParam owner(kFirst, kSecond), fresh(kFirst, kSecond);
+    Next(owner);
+    const auto look = [](const TypeParam& generator) {
+        TypeParam copy(generator);
+        return Next(copy);
+    };
+    ExpectAssignmentIsWhole(owner, fresh, look);
+    ExpectAssignmentIsWhole(fresh, owner, look);
 }
 
 TYPED_TEST(MCRNGVariates, BrokenSourcesDoNotHang)
@@ -149,5 +162,6 @@ TEST(MCRNGVariatesParameters, ExtremeOnesGiveNumbersOfTheRange)
     ScriptedSource direct({0.3, 0.30000000000000004, 0.29, 0.9, 0.0}); // a trial succeeds up to p itself
     binomial.SetURNGenerator(direct);
     EXPECT_EQ(binomial.GetNext(5.0, 0.3), 3.0);
+    EXPECT_EQ(binomial.GetNext(5.0, 1.0), 5.0); // certain: nothing is drawn
     EXPECT_EQ(direct.Drawn(), 5u);
 }

@@ -1,14 +1,13 @@
 // MCRandomValues: choosing a distribution, refusals, vectors and matrices.
 #include "random/RandomTesting.h"
 #include "support/DisplayCapture.h"
+#include "support/MovedFrom.h"
 
 #include <algorithm>
 
 namespace {
 
 using Vector = std::vector<double>;
-constexpr int kDraws = 200000;
-
 /// Values that draw from the Twister, or from given numbers.
 struct Bound {
     ScriptedSource script;
@@ -19,12 +18,7 @@ struct Bound {
     {
         values.SetURNGPtr(&source);
     }
-    std::string Displayed() const
-    {
-        DisplayCapture capture;
-        values.Display();
-        return capture.Text();
-    }
+    std::string Displayed() const { return Shown(values); }
     Vector Normals(int count)
     {
         Vector z;
@@ -211,34 +205,21 @@ TEST(MCRandomValues, SingularCovariancesAreDrawnAndIndefiniteOnesRefused)
     }
 }
 
-// E W = df V;  cov(W(i,j), W(k,l)) = df (V(i,k) V(j,l) + V(i,l) V(j,k)). The vector comes first, then the rows of W.
-TEST(MCRandomValues, MeansAndCovariancesOfVectorsAndMatrices)
+TEST(MCRandomValues, IsWholeAfterMovesAndWhenMemoryRunsOut)
 {
-    const auto v = [](int i, int j) { return kCovariance.GetElem(i, j); };
-    const double df = 4.5, draws = kDraws;
-    const Vector mean = {1.0, 2.0, 3.0, df * 4, df * 2, df * 10, df * -2, df * 0.5, df * 2.25};
-    const int row[] = {0, 1, 2, 0, 1, 1, 2, 2, 2}, column[] = {0, 1, 2, 0, 0, 1, 0, 1, 2};
-    const auto covariance = [&](int a, int b) {
-        const int i = row[a], j = column[a], k = row[b], l = column[b];
-        return a < 3 && b < 3 ? 0.25 * v(i, k) : a >= 3 && b >= 3 ? df * (v(i, k) * v(j, l) + v(i, l) * v(j, k)) : 0.0;
-    };
-    Bound vectors, matrices;
-    matrices.values.SetURNGPtr(&vectors.source);
-    ASSERT_TRUE(vectors.values.SetParamNormal({1.0, 2.0, 3.0}, 0.5, kCovariance));
-    ASSERT_TRUE(matrices.values.SetParamWishart(3, df, kCovariance));
-    MCProvMeans sums(9, true);
-    Vector x;
-    MCSymMatrix w;
-    for (int i = 0; i < kDraws && vectors.values.GetRandom(x) && matrices.values.GetRandom(w); ++i) {
-        x.insert(x.end(), w.AsSpan().begin(), w.AsSpan().end());
-        sums.Update(x, 1.0);
-    }
-    for (int i = 0; i < 9; ++i) {
-        EXPECT_NEAR(sums.GetMeans()[std::size_t(i)], mean[std::size_t(i)], 5 * std::sqrt(covariance(i, i) / draws))
-            << i;
-        for (int j = 0; j <= i; ++j) // products of Wishart elements vary four times as much as those of normals
-            EXPECT_NEAR(sums.GetXProds().GetElem(i, j) / draws, covariance(i, j),
-                        (i < 3 ? 7.5 : 20.0) * std::sqrt(covariance(i, i) * covariance(j, j) / draws))
-                << i << " " << j;
+    Bound b;
+    MCRandomValues empty(b.values);
+    MCRandomValues other(b.values);
+    ASSERT_TRUE(b.values.SetParamWishart(3, 5.0, kCovariance) && other.SetParamUniform({0.0, 1.0}, {1.0, 2.0}));
+    ExpectAssignmentIsWhole(b.values, other, Shown<MCRandomValues>);
+    ExpectAssignmentIsWhole(other, b.values, Shown<MCRandomValues>);
+    for (const bool isNormal : {false, true}) {
+        ASSERT_TRUE(isNormal ? b.values.SetParamNormal(Vector(3), 1.0, kCovariance) : b.values.SetParamWishart(3, 5.0));
+        ExpectEmptyAfterMove(b.values, empty, Shown<MCRandomValues>, [](MCRandomValues& values) {
+            Vector x;
+            MCSymMatrix w;
+            EXPECT_FALSE(values.GetRandom(x) || values.GetRandom(w));
+            EXPECT_EQ(values.GetRandom(), kMissing);
+        });
     }
 }

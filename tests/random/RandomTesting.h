@@ -3,20 +3,16 @@
 
 #include "modelcore/modelcore.h"
 #include "support/Bits.h"
+#include "support/Numbers.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
 
 using namespace MCMath_930;
-
-constexpr double kMissing = MCCommon_930::MCMV::gMissingValue;
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInf = std::numeric_limits<double>::infinity();
 
 /// A uniform source for both families of generators, which returns given numbers, over and over.
 class ScriptedSource : public MCRNGenerator, public MCCommon_930::MCRandom {

@@ -1,0 +1,141 @@
+// What neither the table of exact values nor the scan of random parameters tells: coefficients, fault codes, arguments
+// that only some functions have, and every combination of awkward numbers.
+#include "distributions/ExactTable.h"
+#include "modelcore/distributions/internal/NormalTables.h"
+#include "support/Bits.h"
+#include "support/Numbers.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <limits>
+
+using MCCommon_930::MCMV;
+using MCMath_930::MCDistFun;
+
+// The sums of the decimal mantissas that Wichura (1988) prints; the constant 1 of the denominators is not counted.
+TEST(MCDistFun, CoefficientsOfAs241AddUpToThePublishedSums)
+{
+    constexpr std::array<double, 3> kSums{55.8831928806149014439, 49.33206503301610289036, 47.52583317549289671629};
+    for (std::size_t range = 0; range < 3; ++range) {
+        double sum = -1.0;
+        for (const std::size_t row : {2 * range, 2 * range + 1})
+            for (const double x : MCMath_930::internal::kProbit[row])
+                sum += x / std::pow(10.0, std::floor(std::log10(x)));
+        EXPECT_NEAR(sum, kSums[range], 1e-13);
+    }
+}
+
+// Each polynomial must meet its neighbour: a wrong digit in any coefficient opens a gap at one end of its interval.
+TEST(MCDistFun, PiecesMeetAtTheEndsOfTheirIntervals)
+{
+    for (const double w : {1.0, std::sqrt(2.0), std::sqrt(3.0), 2.0, 2.2, 3.0, 4.0, 5.0, 6.0, 6.9})
+        for (const double away : {-4e-15, 4e-15}) {
+            const double x = w * std::sqrt(2.0) * (1.0 + away);
+            EXPECT_LE(UlpDistance(MCDistFun::CdfStdNorm(x), 0.5 * std::erfc(-x / std::sqrt(2.0))), 8u) << w;
+        }
+    for (const double p : {0.075, std::exp(-25.0)})
+        EXPECT_LE(UlpDistance(MCDistFun::IdfStdNorm(p * (1 - 1e-15)), MCDistFun::IdfStdNorm(p * (1 + 1e-15))), 16u);
+    // Gamma(x + 1) = x Gamma(x) across every boundary between two polynomials of log-gamma
+    for (const double x : {0.25, 0.5, 0.712214450449026, 1.0, 1.3860009363293826, 1.8860009363293826, 2.0, 2.5,
+                           3.212214450449026, 3.5, 4.0, 5.0, 6.0, 7.0, 8.0, 9.0})
+        for (const double beside : {x * (1 - 1e-15), x * (1 + 1e-15), x + 0.1})
+            EXPECT_NEAR(MCDistFun::tavodnlgam(beside + 1.0) - MCDistFun::tavodnlgam(beside), std::log(beside), 8e-15);
+}
+
+TEST(MCDistFun, FaultCodes)
+{
+    struct Case {
+        double (*function)(double, double, double, long&);
+        double x, n, p;
+        long err;
+    };
+    const auto pdfT = [](double t, double df, double, long& err) { return MCDistFun::PdfT(t, df, err); };
+    const auto hyper = [](double x, double N, double n, long& err) {
+        int code = 77;
+        const double p = MCDistFun::CDFHyper(x, N, 4, n, code);
+        err = code;
+        return p;
+    };
+    for (const Case& c : {Case{MCDistFun::PdfBin, 3, 10, 0.5, 0},
+                          {MCDistFun::PdfBin, 3, 10, 1.2, 1},
+                          {MCDistFun::PdfBin, 3, 10, kNan, 1},
+                          {MCDistFun::PdfBin, 0, 0.5, 0.3, 1},
+                          {MCDistFun::PdfBin, 1e150, 1e151, 0.5, 2},
+                          {MCDistFun::CdfBin, 3, 10, 0.5, 0},
+                          {MCDistFun::CdfBin, 3, 10.5, 0.5, 3},
+                          {MCDistFun::CdfBin, 3, kNan, 0.5, 3},
+                          {MCDistFun::CdfBin, 0, 0, 0.5, 1},
+                          {MCDistFun::CdfBin, 3, 10, -0.1, 1},
+                          {MCDistFun::IdfBin, 0.5, 10, 0.5, 0},
+                          {MCDistFun::IdfBin, 2, 10, 0.5, 1},
+                          {MCDistFun::IdfBin, 0.5, 1.5, 0.5, 1},
+                          {MCDistFun::PdfNegBin, 3, 2, 0.5, 0},
+                          {MCDistFun::PdfNegBin, 1, 0, 0.5, 1},
+                          {MCDistFun::PdfNegBin, 1e150, 2, 0.5, 2},
+                          {MCDistFun::NonCentralPdfT, 1, 2, 3, 0},
+                          {MCDistFun::NonCentralPdfT, 1, 0, 3, 1},
+                          {pdfT, 1, 2, 0, 0},
+                          {pdfT, 1, 0, 0, 1},
+                          {hyper, 1, 10, 3, 0},
+                          {hyper, 1, 10.5, 3, 1},
+                          {hyper, 1, 10, kNan, 1},
+                          {hyper, 1, 3, 2, 1}}) {
+        long err = 77;
+        const double value = c.function(c.x, c.n, c.p, err);
+        EXPECT_EQ(err, c.err) << c.x << ' ' << c.n << ' ' << c.p;
+        EXPECT_EQ(MCMV::IsMissing(value), c.err != 0) << c.x << ' ' << c.n << ' ' << c.p;
+    }
+}
+
+TEST(MCDistFun, ArgumentsThatOnlySomeFunctionsHave)
+{
+    for (const double t : {1e-300, 0.9, 40.0}) EXPECT_EQ(MCDistFun::SigT(t, 1), 0.5 - std::atan(t) / std::acos(-1.0));
+    EXPECT_EQ(MCDistFun::CdfT(-3.0, 1e40), MCDistFun::CdfStdNorm(-3.0));
+    EXPECT_EQ(MCDistFun::CdfT(-3.0, kInf), MCDistFun::CdfStdNorm(-3.0));
+    const double exact = MCDistFun::IdfT(0.9, 7.5, 0, 0), rough = MCDistFun::IdfT(0.9, 7.5, 1e-3, 1e-20);
+    EXPECT_NEAR(rough, exact, 1e-3);
+    EXPECT_NE(rough, exact);
+    int err = 0;
+    EXPECT_NEAR(MCDistFun::CDFHyper(2.5e11, 1e12, 5e11, 5e11, err), 0.5, 1e-5); // the normal approximation
+    for (const double x : {1e-9, 3.0}) {
+        EXPECT_EQ(MCDistFun::NonCentralCdfChi(x, 3, 0), MCDistFun::CdfChi(x, 3));
+        EXPECT_EQ(MCDistFun::NonCentralCdfF(x, 3, 5, 0, 0), MCDistFun::CdfF(x, 3, 5));
+        EXPECT_EQ(MCDistFun::NonCentralCdfT(x, 3, 0, 0), MCDistFun::CdfT(x, 3));
+        EXPECT_NEAR(MCDistFun::NonCentralCdfF(x, 3, 5, 4, 1e-3), MCDistFun::NonCentralCdfF(x, 3, 5, 4, 0), 1e-3);
+    }
+    EXPECT_EQ(MCDistFun::NonCentralCdfT(1e-200, 5, 1, 0), MCDistFun::CdfStdNorm(-1.0));
+    EXPECT_EQ(MCDistFun::FindNCParamChi(3, 4, MCDistFun::CdfChi(3, 4), 0), 0.0);
+    EXPECT_EQ(MCDistFun::FindNCParamT(1, 4, MCDistFun::CdfT(1, 4), 0, 0), 0.0);
+    EXPECT_NEAR(MCDistFun::FindNCParamT(-1948.43, 38.086, 6.5e-86, 0, 0), -5.04387912,
+                1e-8); // nothing of 1 - p is left
+    EXPECT_NEAR(MCDistFun::FindNCParamChi(30, 4, 0.5, 1e-3), MCDistFun::FindNCParamChi(30, 4, 0.5, 0), 0.05);
+}
+
+// It must come back, and a distribution function must be missing, NaN for a NaN point, or a probability.
+TEST(MCDistFun, EveryCombinationOfAwkwardArgumentsComesBack)
+{
+    constexpr double kMax = std::numeric_limits<double>::max(), kLeast = std::numeric_limits<double>::denorm_min();
+    const std::vector<double> all{0.0, kLeast, 1e-300, 1e-20, 0.01, 0.5,  1.0 - 1e-16, 1.0,   37.3,
+                                  1e6, 1e17,   1e150,  kMax,  kInf, -1.0, -1e9,        -kMax, kNan};
+    const std::vector<double> few{0.0, 1e-300, 0.5, 1.0, 37.3, 1e6, kMax, -1.0, kNan};
+    for (const auto& [name, exact] : ExactCalls()) {
+        const bool isTail = name.starts_with("C") || name.starts_with("Sig") || name.starts_with("NonCentralCdf");
+        const std::vector<double>& awkward = exact.count > 3 ? few : all;
+        std::size_t calls = 1;
+        for (std::size_t i = 0; i < exact.count; ++i) calls *= awkward.size();
+        for (std::size_t index = 0; index < calls; ++index) {
+            std::vector<double> args(exact.count);
+            std::size_t rest = index;
+            for (double& arg : args) {
+                arg = awkward[rest % awkward.size()];
+                rest /= awkward.size();
+            }
+            const double value = exact.call(args);
+            const bool isRight = isTail ? value >= 0.0 && value <= 1.0 : !std::isnan(value);
+            ASSERT_TRUE(isRight || MCMV::IsMissing(value) || std::isnan(args[0]))
+                << name << ' ' << ::testing::PrintToString(args) << " = " << value;
+        }
+    }
+}
