@@ -201,10 +201,14 @@ void JsonObject::CopyHeap(const JsonObject& other)
 // up in place of its table.
 void JsonObject::ReleaseHeap() noexcept
 {
+    const auto textOf = [](const JsonObject& value) {
+        return reinterpret_cast<Text*>(static_cast<std::uintptr_t>(value.fData));
+    };
     if (fType == TypeString) {
-        Text::Delete(reinterpret_cast<Text*>(static_cast<std::uintptr_t>(fData)));
+        internal::ReleaseNode(textOf(*this), textOf(*this)->Bytes());
         return BecomeNull();
     }
+    internal::NodeRelease release;
     const auto enter = [](Block* block, Block* up, std::uint16_t type) {
         if (type == TypeObject) {
             Block::Delete(block->index);
@@ -217,14 +221,14 @@ void JsonObject::ReleaseHeap() noexcept
     while (current != nullptr) {
         if (current->count == 0) {
             Block* const up = current->up;
-            Block::Delete(current);
+            release.Add(current, current->Bytes());
             current = up;
             continue;
         }
         const JsonObject& value = current->Values()[--current->count];
         if (!value.OwnsHeap()) continue;
         if (value.fType == TypeString) {
-            Text::Delete(reinterpret_cast<Text*>(static_cast<std::uintptr_t>(value.fData)));
+            release.Add(textOf(value), textOf(value)->Bytes());
         } else {
             Block* const inner = value.GetBlock();
             enter(inner, current, value.fType);

@@ -337,13 +337,15 @@ private:
     void Adopt(Type type, Block* block) noexcept;
 
     static constexpr std::uint8_t kOnHeap = 255;
+    static constexpr std::uint8_t kPlain = 16; // set for a string in place that is ASCII and needs no escape
+    static constexpr std::uint8_t kLengthBits = kPlain - 1;
     static constexpr std::size_t kInPlaceAt = 2;
     static constexpr std::size_t kInPlace = 14;
 
     // A string of up to 14 bytes fills fRoom and fData, the rest being 0. Otherwise fData is the bits of the scalar or
     // the address of the Text or Block. An array or object without elements has no block: its address is 0.
     std::uint8_t fType = TypeNull;
-    std::uint8_t fLength = 0; // of a string in place; kOnHeap: fData is an address
+    std::uint8_t fLength = 0; // of a string in place, and kPlain; kOnHeap: fData is an address
     std::uint16_t fRoom[3] = {0, 0, 0};
     std::uint64_t fData = 0;
 };

@@ -46,7 +46,7 @@ class JsonObject::Parser {
 public:
     /// @param text  its last byte is ']' or '}', or the byte behind it is a zero that can be read
     Parser(std::string_view text, const Limits& limits)
-        : fBegin(text.data()), fEnd(text.data() + text.size()), fAt(fBegin), fLimits(limits)
+        : fBegin(text.data()), fEnd(text.data() + text.size()), fLimits(limits)
     {}
     Parser(const Parser&) = delete;
     Parser& operator=(const Parser&) = delete;
@@ -59,9 +59,12 @@ public:
 
     bool Run(JsonObject& result)
     {
-        if (!Values()) return false;
-        while (fAt != fEnd && IsBlank(*fAt)) ++fAt;
-        if (fAt != fEnd) return Fail(TrailingText, fAt);
+        const char* at = Values(fBegin);
+        while (at != nullptr && at != fEnd && IsBlank(*at)) ++at;
+        if (at != fEnd) {
+            if (at != nullptr) Fail(TrailingText, at);
+            return false;
+        }
         result.Swap(fStack[0]);
         return true;
     }
@@ -73,11 +76,12 @@ private:
     static constexpr std::size_t kNone = SIZE_MAX;
     static constexpr std::uint8_t kMark = kOnHeap - 1; // no value has this length
 
-    bool Fail(Code code, const char* at)
+    /// Notes the fault; @return null, which stands for it.
+    const char* Fail(Code code, const char* at)
     {
         fCode = code;
         fFault = at;
-        return false;
+        return nullptr;
     }
 
     /// The next free place of the stack, now counted in. The caller fills it at once.
@@ -96,32 +100,34 @@ private:
         fRoom = room;
     }
 
-    void SkipBlanks()
+    static const char* SkipBlanks(const char* at)
     {
-        while (static_cast<unsigned char>(*fAt) <= ' ' && IsBlank(*fAt)) ++fAt;
+        while (static_cast<unsigned char>(*at) <= ' ' && IsBlank(*at)) ++at;
+        return at;
     }
 
-    bool Values();
-    bool Open(Type type);
-    bool Close();
+    // Each takes the place where a part begins and returns where the text goes on, or null for a fault.
+    const char* Values(const char* at);
+    const char* Open(const char* at, Type type);
+    const char* Close(const char* at);
+    const char* Name(const char* at);
+    const char* String(const char* at);
+    const char* Escape(const char* at);
+    const char* FourDigits(const char* at, unsigned& unit);
+    const char* Number(const char* at);
+    const char* Exponent(const char* at, long long& power);
+    const char* LongNumber(const char* begin, const char* end, bool large);
+    const char* Word(const char* at, std::string_view word, Type type, std::uint64_t data);
+
+    const char* ShortString(const char* at);
+    const char* PlainEnd(const char* at) const;
+    void PushReal(double value);
     bool CheckNames(Block& block, std::size_t begin);
     static void KeepLast(Block& block);
     const char* PlaceOfName(std::size_t object, std::size_t number) const;
-    bool Name();
-    bool String();
-    bool ShortString();
-    const char* PlainEnd(const char* at) const;
-    const char* Escape(const char* at);
-    const char* FourDigits(const char* at, unsigned& unit);
-    bool Number();
-    const char* Exponent(const char* at, long long& power);
-    bool LongNumber(const char* begin, const char* end, bool large);
-    void PushReal(double value);
-    bool Word(std::string_view word, Type type, std::uint64_t data);
 
     const char* const fBegin;
     const char* const fEnd;
-    const char* fAt;
     const Limits fLimits;
     Code fCode = ParseOk;
     const char* fFault = nullptr;
@@ -134,51 +140,90 @@ private:
     std::string fUnescaped;
 };
 
-bool JsonObject::Parser::Values()
+/// A string of up to 14 plain characters that ends within the next 16, as names and most texts do; its node is made of
+/// the two words that were looked at. Null, and nothing done, for any other.
+inline const char* JsonObject::Parser::ShortString(const char* at)
+{
+    const char* const run = at + 1;
+    if (std::endian::native != std::endian::little || fEnd - run < 16) return nullptr;
+    const auto first = [](std::uint64_t word, std::size_t count) {
+        return word & ((std::uint64_t{1} << 8 * count) - 1);
+    };
+    std::uint64_t head = EightCharacters(run), tail = 0;
+    std::uint64_t marks = SpecialCharacters(head, false);
+    std::size_t size = 0;
+    if (marks != 0) {
+        size = PlainCharacters(marks);
+        head = first(head, size);
+    } else {
+        tail = EightCharacters(run + 8);
+        marks = SpecialCharacters(tail, false);
+        size = marks != 0 ? 8 + PlainCharacters(marks) : 16;
+        if (size > kInPlace) return nullptr;
+        tail = first(tail, size - 8);
+    }
+    if (run[size] != '"') return nullptr;
+    Make::PlaceString(Push(), size, head, tail);
+    return run + size + 1;
+}
+
+/// A member's name and the colon.
+inline const char* JsonObject::Parser::Name(const char* at)
+{
+    if (*at != '"') return Fail(BadSyntax, at);
+    const char* end = ShortString(at);
+    if (end == nullptr) end = String(at);
+    if (end == nullptr) return nullptr;
+    at = SkipBlanks(end);
+    return *at == ':' ? at + 1 : Fail(BadSyntax, at);
+}
+
+const char* JsonObject::Parser::Values(const char* at)
 {
     for (;;) {
         // A value begins here.
-        SkipBlanks();
-        switch (*fAt) {
-        case '"':
-            if (!String()) return false;
+        at = SkipBlanks(at);
+        switch (*at) {
+        case '"': {
+            const char* const end = ShortString(at);
+            at = end != nullptr ? end : String(at);
             break;
+        }
         case '{':
-            if (!Open(TypeObject)) return false;
-            SkipBlanks();
-            if (*fAt == '}') break;
-            if (!Name()) return false;
+            at = Open(at, TypeObject);
+            if (at == nullptr) return nullptr;
+            at = SkipBlanks(at);
+            if (*at == '}') break;
+            at = Name(at);
+            if (at == nullptr) return nullptr;
             continue;
         case '[':
-            if (!Open(TypeArray)) return false;
-            SkipBlanks();
-            if (*fAt == ']') break;
+            at = Open(at, TypeArray);
+            if (at == nullptr) return nullptr;
+            at = SkipBlanks(at);
+            if (*at == ']') break;
             continue;
-        case 't':
-            if (!Word("true", TypeBool, 1)) return false;
-            break;
-        case 'f':
-            if (!Word("false", TypeBool, 0)) return false;
-            break;
-        case 'n':
-            if (!Word("null", TypeNull, 0)) return false;
-            break;
-        default:
-            if (!Number()) return false;
+        case 't': at = Word(at, "true", TypeBool, 1); break;
+        case 'f': at = Word(at, "false", TypeBool, 0); break;
+        case 'n': at = Word(at, "null", TypeNull, 0); break;
+        default: at = Number(at);
         }
+        if (at == nullptr) return nullptr;
         // A value is complete, or an array or object is open that is empty. What ends with it is closed, too.
         for (;;) {
-            if (fDepth == 0) return true;
-            if (fAt == fEnd) return Fail(BadSyntax, fAt);
-            SkipBlanks();
-            if (*fAt == ',') {
-                ++fAt;
-                SkipBlanks();
-                if (fbInObject && !Name()) return false;
+            if (fDepth == 0) return at;
+            if (at == fEnd) return Fail(BadSyntax, at);
+            at = SkipBlanks(at);
+            if (*at == ',') {
+                ++at;
+                if (!fbInObject) break;
+                at = Name(SkipBlanks(at));
+                if (at == nullptr) return nullptr;
                 break;
             }
-            if (*fAt != (fbInObject ? '}' : ']')) return Fail(BadSyntax, fAt);
-            if (!Close()) return false;
+            if (*at != (fbInObject ? '}' : ']')) return Fail(BadSyntax, at);
+            at = Close(at);
+            if (at == nullptr) return nullptr;
         }
     }
 }
@@ -187,22 +232,21 @@ bool JsonObject::Parser::Values()
 
 /// Puts a mark: a container whose content is the place of the mark around it, and where a string has its first bytes,
 /// its own place in the text.
-bool JsonObject::Parser::Open(Type type)
+const char* JsonObject::Parser::Open(const char* at, Type type)
 {
-    if (fDepth >= fLimits.maxDepth) return Fail(TooDeep, fAt);
+    if (fDepth >= fLimits.maxDepth) return Fail(TooDeep, at);
     JsonObject* const mark = Push();
     Make::Scalar(mark, type, fMark);
     mark->fLength = kMark;
-    const auto place = static_cast<std::uint64_t>(fAt - fBegin);
+    const auto place = static_cast<std::uint64_t>(at - fBegin);
     for (std::size_t i = 0; i < 3; ++i) mark->fRoom[i] = static_cast<std::uint16_t>(place >> 16 * i);
     fMark = fTop - 1;
     fbInObject = type == TypeObject;
     ++fDepth;
-    ++fAt;
-    return true;
+    return at + 1;
 }
 
-bool JsonObject::Parser::Close()
+const char* JsonObject::Parser::Close(const char* at)
 {
     JsonObject& mark = fStack[fMark];
     const Type type = mark.GetType();
@@ -221,11 +265,10 @@ bool JsonObject::Parser::Close()
     Make::Container(&mark, type, block);
     fTop = fMark + 1;
     fMark = around;
-    if (type == TypeObject && block != nullptr && !CheckNames(*block, begin)) return false;
+    if (type == TypeObject && block != nullptr && !CheckNames(*block, begin)) return nullptr;
     --fDepth;
-    ++fAt;
     fbInObject = fMark != kNone && fStack[fMark].fType == TypeObject;
-    return true;
+    return at + 1;
 }
 
 bool JsonObject::Parser::CheckNames(Block& block, std::size_t begin)
@@ -244,7 +287,7 @@ bool JsonObject::Parser::CheckNames(Block& block, std::size_t begin)
             }
         }
         if (block.EnterOrFind(i) == i) continue;
-        if (!fLimits.keepLastDuplicate) return Fail(DuplicateName, PlaceOfName(begin, i));
+        if (!fLimits.keepLastDuplicate) return Fail(DuplicateName, PlaceOfName(begin, i)) != nullptr;
         KeepLast(block);
         break;
     }
@@ -298,17 +341,6 @@ const char* JsonObject::Parser::PlaceOfName(std::size_t object, std::size_t numb
     }
 }
 
-/// A member's name and the colon.
-bool JsonObject::Parser::Name()
-{
-    if (*fAt != '"') return Fail(BadSyntax, fAt);
-    if (!String()) return false;
-    SkipBlanks();
-    if (*fAt != ':') return Fail(BadSyntax, fAt);
-    ++fAt;
-    return true;
-}
-
 // Strings
 
 /// The first character that is not plain, or the end of the text.
@@ -317,42 +349,13 @@ const char* JsonObject::Parser::PlainEnd(const char* at) const
     for (; fEnd - at >= 8; at += 8)
         if (const std::uint64_t marks = SpecialCharacters(EightCharacters(at), false); marks != 0)
             return at + PlainCharacters(marks);
-    while (at != fEnd && static_cast<unsigned char>(*at - ' ') < 0x80 - ' ' && *at != '"' && *at != '\\') ++at;
+    while (at != fEnd && IsPlain(*at)) ++at;
     return at;
 }
 
-/// A string of up to 14 plain characters that ends within the next 16, as names and most texts do; its node is made of
-/// the two words that were looked at. False, and nothing done, for any other.
-bool JsonObject::Parser::ShortString()
+const char* JsonObject::Parser::String(const char* at)
 {
-    const char* const run = fAt + 1;
-    if (std::endian::native != std::endian::little || fEnd - run < 16) return false;
-    const auto first = [](std::uint64_t word, std::size_t count) {
-        return word & ((std::uint64_t{1} << 8 * count) - 1);
-    };
-    std::uint64_t head = EightCharacters(run), tail = 0;
-    std::uint64_t marks = SpecialCharacters(head, false);
-    std::size_t size = 0;
-    if (marks != 0) {
-        size = PlainCharacters(marks);
-        head = first(head, size);
-    } else {
-        tail = EightCharacters(run + 8);
-        marks = SpecialCharacters(tail, false);
-        size = marks != 0 ? 8 + PlainCharacters(marks) : 16;
-        if (size > kInPlace) return false;
-        tail = first(tail, size - 8);
-    }
-    if (run[size] != '"') return false;
-    Make::PlaceString(Push(), size, head, tail);
-    fAt = run + size + 1;
-    return true;
-}
-
-bool JsonObject::Parser::String()
-{
-    if (ShortString()) return true;
-    const char* at = fAt + 1;
+    ++at;
     const char* run = at; // what comes before is in fUnescaped
     bool escapes = false;
     for (;;) {
@@ -364,7 +367,7 @@ bool JsonObject::Parser::String()
             escapes = true;
             fUnescaped.append(run, at);
             at = run = Escape(at);
-            if (at == nullptr) return false;
+            if (at == nullptr) return nullptr;
         } else if (static_cast<unsigned char>(*at) >= 0x80) {
             const std::size_t length = LongCharacter(at, fEnd);
             if (length == 0) return Fail(BadUTF8, at);
@@ -379,19 +382,14 @@ bool JsonObject::Parser::String()
         Make::String(string, fUnescaped.append(run, size));
     else
         Make::String(string, {run, size});
-    fAt = at + 1;
-    return true;
+    return at + 1;
 }
 
 /// Appends what an escape stands for; @return what follows it, or null when it is at fault.
 const char* JsonObject::Parser::Escape(const char* at)
 {
     const char* const backslash = at++;
-    const auto fail = [this](Code code, const char* place) -> const char* {
-        Fail(code, place);
-        return nullptr;
-    };
-    if (at == fEnd) return fail(BadSyntax, at);
+    if (at == fEnd) return Fail(BadSyntax, at);
     char c = *at++;
     switch (c) {
     case '"':
@@ -407,18 +405,18 @@ const char* JsonObject::Parser::Escape(const char* at)
         at = FourDigits(at, unit);
         if (at == nullptr) return nullptr;
         std::uint32_t point = unit;
-        if (unit >= 0xDC00 && unit < 0xE000) return fail(BadString, backslash);
+        if (unit >= 0xDC00 && unit < 0xE000) return Fail(BadString, backslash);
         if (unit >= 0xD800 && unit < 0xDC00) {
-            if (fEnd - at < 2 || at[0] != '\\' || at[1] != 'u') return fail(BadString, backslash);
+            if (fEnd - at < 2 || at[0] != '\\' || at[1] != 'u') return Fail(BadString, backslash);
             at = FourDigits(at + 2, unit);
             if (at == nullptr) return nullptr;
-            if (unit < 0xDC00 || unit >= 0xE000) return fail(BadString, backslash);
+            if (unit < 0xDC00 || unit >= 0xE000) return Fail(BadString, backslash);
             point = 0x10000 + ((point - 0xD800) << 10) + (unit - 0xDC00);
         }
         AppendCodePoint(fUnescaped, point);
         return at;
     }
-    default: return fail(BadString, at - 1);
+    default: return Fail(BadString, at - 1);
     }
     fUnescaped.push_back(c);
     return at;
@@ -429,10 +427,7 @@ const char* JsonObject::Parser::FourDigits(const char* at, unsigned& unit)
     unit = 0;
     for (int i = 0; i < 4; ++i, ++at) {
         const unsigned digit = at == fEnd ? 16 : HexDigit(*at);
-        if (digit == 16) {
-            Fail(at == fEnd ? BadSyntax : BadString, at);
-            return nullptr;
-        }
+        if (digit == 16) return Fail(at == fEnd ? BadSyntax : BadString, at);
         unit = unit << 4 | digit;
     }
     return at;
@@ -440,9 +435,9 @@ const char* JsonObject::Parser::FourDigits(const char* at, unsigned& unit)
 
 // Numbers and words
 
-bool JsonObject::Parser::Number()
+const char* JsonObject::Parser::Number(const char* at)
 {
-    const char* at = fAt;
+    const char* const begin = at;
     const bool negative = *at == '-';
     at += negative ? 1 : 0;
     if (!IsDigit(*at)) return Fail(negative ? BadNumber : BadSyntax, at);
@@ -469,26 +464,24 @@ bool JsonObject::Parser::Number()
     }
     if ((*at | 0x20) == 'e') {
         at = Exponent(at + 1, power);
-        if (at == nullptr) return false;
+        if (at == nullptr) return nullptr;
     }
     if (count > 19)
         for (const char* zero = first; (*zero == '0' || *zero == '.') && zero != at; ++zero)
             count -= *zero == '0' ? 1 : 0;
 
-    const char* const begin = fAt;
-    fAt = at;
     const bool exact = count <= 19;
     constexpr auto kLargest = static_cast<std::uint64_t>(std::numeric_limits<long long>::max());
     if (isInteger && exact && digits <= kLargest + (negative ? 1 : 0) && !(negative && digits == 0)) {
         Make::Scalar(Push(), TypeInteger, negative ? 0 - digits : digits);
-        return true;
+        return at;
     }
     constexpr long long kFar = 100000;
     double value = 0.0;
     if (!exact || !NearestDouble(digits, static_cast<int>(std::clamp(power, -kFar, kFar)), value))
         return LongNumber(begin, at, power + count > 0);
     PushReal(negative ? -value : value);
-    return true;
+    return at;
 }
 
 /// Adds the exponent behind an 'e' to the power; one that no double and no text reaches stays what it is, too.
@@ -496,10 +489,7 @@ const char* JsonObject::Parser::Exponent(const char* at, long long& power)
 {
     const bool negative = *at == '-';
     if (negative || *at == '+') ++at;
-    if (!IsDigit(*at)) {
-        Fail(BadNumber, at);
-        return nullptr;
-    }
+    if (!IsDigit(*at)) return Fail(BadNumber, at);
     constexpr long long kEnough = 1'000'000'000'000'000;
     long long exponent = 0;
     for (; IsDigit(*at); ++at)
@@ -511,7 +501,7 @@ const char* JsonObject::Parser::Exponent(const char* at, long long& power)
 /// A number that takes more than 64 bits or one product to decide.
 ///
 /// @param large  whether it is large rather than small when no double is near it
-bool JsonObject::Parser::LongNumber(const char* begin, const char* end, bool large)
+const char* JsonObject::Parser::LongNumber(const char* begin, const char* end, bool large)
 {
     double value = 0.0;
     if (std::from_chars(begin, end, value).ec != std::errc()) {
@@ -519,7 +509,7 @@ bool JsonObject::Parser::LongNumber(const char* begin, const char* end, bool lar
         value = *begin == '-' ? -0.0 : 0.0;
     }
     PushReal(value);
-    return true;
+    return end;
 }
 
 void JsonObject::Parser::PushReal(double value)
@@ -527,16 +517,12 @@ void JsonObject::Parser::PushReal(double value)
     ::new (static_cast<void*>(Push())) JsonObject(value);
 }
 
-bool JsonObject::Parser::Word(std::string_view word, Type type, std::uint64_t data)
+const char* JsonObject::Parser::Word(const char* at, std::string_view word, Type type, std::uint64_t data)
 {
-    if (static_cast<std::size_t>(fEnd - fAt) >= word.size() && std::memcmp(fAt, word.data(), word.size()) == 0) {
-        fAt += word.size();
-        Make::Scalar(Push(), type, data);
-        return true;
-    }
     for (const char c : word)
-        if (*fAt++ != c) break;
-    return Fail(BadSyntax, fAt - 1);
+        if (*at++ != c) return Fail(BadSyntax, at - 1);
+    Make::Scalar(Push(), type, data);
+    return at;
 }
 
 // The interface

@@ -33,7 +33,8 @@ private:
         const JsonObject *at, *end;
         bool isObject, onOneLine, isFirst;
     };
-    static constexpr std::size_t kBufferSize = 1u << 16;
+    static constexpr std::size_t kBufferSize = 1u << 14;
+    static constexpr std::size_t kRoom = 192; // for a short name and a number with all that stands around them
     static constexpr std::size_t kDeepestIndent = 50;
 
     bool Value(const JsonObject& value);
@@ -83,7 +84,7 @@ bool JsonObject::Writer::Run(const JsonObject& value)
 {
     if (!Value(value)) return false;
     while (!fvAround.empty()) {
-        NeedRoom(64);
+        NeedRoom(kRoom);
         if (fPlace.at == fPlace.end) {
             Close();
             continue;
@@ -117,10 +118,9 @@ void JsonObject::Writer::Foresee(std::size_t written)
     fText->reserve(static_cast<std::size_t>(static_cast<double>(written) * std::min(kMargin * share, kMost)));
 }
 
-/// Writes a value that is not in the way of others, or the opening bracket of an array or object.
+/// Writes a scalar or the opening bracket of an array or object. There is room for it.
 bool JsonObject::Writer::Value(const JsonObject& value)
 {
-    NeedRoom(kJsonNumberRoom);
     switch (value.fType) {
     case TypeNull: Put("null"); break;
     case TypeBool: value.fData != 0 ? Put("true") : Put("false"); break;
@@ -165,7 +165,7 @@ void JsonObject::Writer::Close()
 void JsonObject::Writer::NewLine()
 {
     const std::size_t blanks = 2 * std::min(fvAround.size(), kDeepestIndent);
-    NeedRoom(blanks + 64);
+    NeedRoom(blanks + kRoom);
     *fOut++ = '\n';
     std::memset(fOut, ' ', blanks);
     fOut += blanks;
@@ -185,33 +185,22 @@ bool JsonObject::Writer::Real(double value)
     return true;
 }
 
-/// A string in place is mostly plain: then it is written as two overlapping words, whatever its length. Leaves room for
-/// what stands behind a name.
+/// A string in place is mostly plain: then it is written as two overlapping words, whatever its length. A longer one
+/// leaves room again for what stands behind a name.
 void JsonObject::Writer::String(const JsonObject& string)
 {
-    if (string.fLength == kOnHeap) return Quoted(string.TextOfString());
+    if (string.fLength == kOnHeap || (string.fLength & kPlain) == 0) return Quoted(string.TextOfString());
     constexpr std::size_t kHead = 6;
-    const std::size_t length = string.fLength;
-    const char* const text = string.InPlace();
-    // The marks of the zeros behind the text do not count.
-    const auto within = [](std::uint64_t marks, std::size_t count) {
-        return count == 0 ? 0 : marks & (~std::uint64_t{0} >> (64 - 8 * count));
-    };
-    const std::uint64_t marks =
-        within(SpecialCharacters(EightCharacters(text), true), std::min<std::size_t>(length, 8)) |
-        within(SpecialCharacters(EightCharacters(text + kHead), true), length < kHead ? 0 : length - kHead);
-    if (marks != 0) return Quoted(string.TextOfString());
-    NeedRoom(32);
     *fOut++ = '"';
-    std::memcpy(fOut, text, 8);
-    std::memcpy(fOut + kHead, text + kHead, 8);
-    fOut += length;
+    std::memcpy(fOut, string.InPlace(), 8);
+    std::memcpy(fOut + kHead, string.InPlace() + kHead, 8);
+    fOut += string.fLength & kLengthBits;
     *fOut++ = '"';
 }
 
 void JsonObject::Writer::Quoted(std::string_view text)
 {
-    constexpr std::size_t kPiece = 4096;
+    constexpr std::size_t kPiece = 2048;
     constexpr std::size_t kLongestEscape = 6;
     NeedRoom(1);
     *fOut++ = '"';
@@ -228,14 +217,18 @@ void JsonObject::Writer::Quoted(std::string_view text)
                 fOut += plain;
                 if (marks == 0) continue;
             }
-            Escape(*at++);
+            const char c = *at++;
+            if (IsPlain(c) || static_cast<unsigned char>(c) >= 0x80)
+                *fOut++ = c;
+            else
+                Escape(c);
         }
     }
-    NeedRoom(16);
+    NeedRoom(kRoom);
     *fOut++ = '"';
 }
 
-/// One character, escaped when it must be.
+/// A character that must be escaped.
 void JsonObject::Writer::Escape(char c)
 {
     constexpr std::string_view kControls = "\b\t\n\f\r\"\\", kLetters = "btnfr\"\\";
@@ -243,12 +236,10 @@ void JsonObject::Writer::Escape(char c)
     if (const std::size_t i = kControls.find(c); i != std::string_view::npos) {
         *fOut++ = '\\';
         *fOut++ = kLetters[i];
-    } else if (byte < 0x20) {
+    } else {
         Put("\\u00");
         *fOut++ = static_cast<char>('0' + (byte >> 4));
         *fOut++ = "0123456789abcdef"[byte & 15];
-    } else {
-        *fOut++ = c;
     }
 }
 

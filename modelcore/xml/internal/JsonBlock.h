@@ -2,8 +2,10 @@
 #pragma once
 
 #include "modelcore/xml/JsonObject.h"
+#include "modelcore/xml/internal/JsonText.h"
 #include "modelcore/xml/internal/NodeMemory.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -18,17 +20,16 @@ namespace MCXML_930 {
 struct JsonObject::Text {
     std::size_t size;
 
-    char* Bytes() { return reinterpret_cast<char*>(this + 1); }
     std::string_view View() const { return {reinterpret_cast<const char*>(this + 1), size}; }
 
     static Text* New(std::string_view text)
     {
         auto* const made = static_cast<Text*>(internal::AllocateNode(sizeof(Text) + text.size()));
         made->size = text.size();
-        std::memcpy(made->Bytes(), text.data(), text.size());
+        std::memcpy(static_cast<void*>(made + 1), text.data(), text.size());
         return made;
     }
-    static void Delete(Text* text) noexcept { internal::ReleaseNode(text, sizeof(Text) + text->size); }
+    std::size_t Bytes() const { return sizeof(Text) + size; }
 };
 
 /// The elements of an array, or the members of an object as pairs of a name and a value, in one block: this head, then
@@ -69,11 +70,9 @@ struct JsonObject::Block {
         made->index = nullptr;
         return made;
     }
+    std::size_t Bytes() const { return sizeof(Block) + capacity * sizeof(JsonObject); }
     /// Gives back the block alone, not what its values own.
-    static void Delete(Block* block) noexcept
-    {
-        internal::ReleaseNode(block, sizeof(Block) + block->capacity * sizeof(JsonObject));
-    }
+    static void Delete(Block* block) noexcept { internal::ReleaseNode(block, block->Bytes()); }
 
     /// A table for so many members with all slots free; null when none is needed.
     static Index* NewIndex(std::size_t members)
@@ -151,7 +150,8 @@ struct JsonObject::Make {
         }
         Null(at);
         at->fType = TypeString;
-        at->fLength = static_cast<std::uint8_t>(text.size());
+        const bool isPlain = std::all_of(text.begin(), text.end(), internal::IsPlain);
+        at->fLength = static_cast<std::uint8_t>(text.size() | (isPlain ? kPlain : 0));
         std::memcpy(at->InPlace(), text.data(), text.size());
     }
 
@@ -163,10 +163,11 @@ struct JsonObject::Make {
         return head;
     }
 
-    /// A string in place from its words, zero beyond its end, the first byte in the lowest. For little-endian machines.
+    /// A plain string in place from its words, zero beyond its end, the first byte in the lowest. For little-endian
+    /// machines.
     static void PlaceString(JsonObject* at, std::size_t size, std::uint64_t first, std::uint64_t second)
     {
-        const std::uint64_t head = first << 16 | std::uint64_t{size} << 8 | TypeString;
+        const std::uint64_t head = first << 16 | std::uint64_t{size | kPlain} << 8 | TypeString;
         std::memcpy(static_cast<void*>(at), &head, sizeof head);
         at->fData = first >> 48 | second << 16;
     }
@@ -179,7 +180,7 @@ inline JsonObject::Block* JsonObject::GetBlock() const
 
 inline std::string_view JsonObject::TextOfString() const
 {
-    if (fLength != kOnHeap) return {InPlace(), fLength};
+    if (fLength != kOnHeap) return {InPlace(), static_cast<std::size_t>(fLength & kLengthBits)};
     return reinterpret_cast<const Text*>(static_cast<std::uintptr_t>(fData))->View();
 }
 

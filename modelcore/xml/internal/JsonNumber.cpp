@@ -120,6 +120,28 @@ char* WriteExponent(char* out, int exponent)
     return out + 1;
 }
 
+/// The eight digits of a number below 10^8, one in each byte, the first in the lowest: fours, then pairs, then single
+/// digits, divided beside each other in one word. 10486 / 2^20 is 1/100 for numbers below 10^4, 103 / 2^10 is 1/10 below
+/// 100.
+std::uint64_t DigitsOfEight(std::uint32_t value)
+{
+    const std::uint64_t fours = value / 10000 | std::uint64_t{value % 10000} << 32;
+    const std::uint64_t hundreds = (fours * 10486) >> 20 & 0x0000007F0000007F;
+    const std::uint64_t pairs = hundreds | (fours - 100 * hundreds) << 16;
+    const std::uint64_t tens = (pairs * 103) >> 10 & 0x000F000F000F000F;
+    return tens | (pairs - 10 * tens) << 8;
+}
+
+/// Writes such digits as characters.
+void StoreDigits(char* out, std::uint64_t digits)
+{
+    digits |= 0x3030303030303030;
+    if constexpr (std::endian::native == std::endian::little)
+        std::memcpy(out, &digits, sizeof digits);
+    else
+        for (int i = 0; i < 8; ++i) out[i] = static_cast<char>(digits >> 8 * i);
+}
+
 /// Lays out a decimal of 1 to 17 digits.
 char* WriteDecimal(char* out, Decimal decimal)
 {
@@ -130,20 +152,29 @@ char* WriteDecimal(char* out, Decimal decimal)
         decimal.digits *= far ? 100'000'000 : 10;
         decimal.power -= far ? 8 : 1;
     }
-    char digits[48] = {}; // 17, then room for the copies of sixteen
+    // The first digit, and two words of eight: they are not read again as memory where that can be avoided, since a
+    // load that spans several stores waits for them.
     const std::uint64_t rest = decimal.digits % kSixteenDigits;
-    digits[0] = static_cast<char>('0' + decimal.digits / kSixteenDigits);
-    WriteEight(digits + 1, static_cast<std::uint32_t>(rest / 100'000'000));
-    WriteEight(digits + 9, static_cast<std::uint32_t>(rest % 100'000'000));
-    int length = LengthWithoutZeros(digits + 9) + 9;
-    if (length == 9) length = LengthWithoutZeros(digits + 1) + 1;
+    const char first = static_cast<char>('0' + decimal.digits / kSixteenDigits);
+    const std::uint64_t upper = DigitsOfEight(static_cast<std::uint32_t>(rest / 100'000'000));
+    const std::uint64_t lower = DigitsOfEight(static_cast<std::uint32_t>(rest % 100'000'000));
+    const int length = lower != 0 ? 17 - std::countl_zero(lower) / 8 : 9 - std::countl_zero(upper) / 8;
+    const auto writeDigits = [&](char* digits) {
+        digits[0] = first;
+        StoreDigits(digits + 1, upper);
+        StoreDigits(digits + 9, lower);
+    };
 
     const int point = decimal.power + 17; // the number is 0.digits * 10^point
-    if (point > 0 && point <= 17) {
-        CopySixteen(out, digits);
-        out[16] = digits[16];
+    if (point <= 0 && point > -5) {
+        std::memcpy(out, "0.0000", 6);
+        writeDigits(out + 2 - point);
+        return out + 2 - point + length;
+    }
+    if (point > 1 && point <= 17) {
+        writeDigits(out);
         char* const fraction = out + point + 1;
-        CopySixteen(fraction, digits + point);
+        std::memmove(fraction, out + point, 16);
         out[point] = '.';
         if (length <= point) {
             *fraction = '0'; // the digits before the point end with the zeros that were left
@@ -151,15 +182,11 @@ char* WriteDecimal(char* out, Decimal decimal)
         }
         return out + length + 1;
     }
-    if (point <= 0 && point > -5) {
-        std::memcpy(out, "0.0000", 6);
-        CopySixteen(out + 2 - point, digits);
-        out[2 - point + 16] = digits[16];
-        return out + 2 - point + length;
-    }
-    out[0] = digits[0];
+    out[0] = first;
     out[1] = '.';
-    CopySixteen(out + 2, digits + 1);
+    StoreDigits(out + 2, upper);
+    StoreDigits(out + 10, lower);
+    if (point == 1) return out + (length == 1 ? 3 : length + 1);
     return WriteExponent(length == 1 ? out + 1 : out + length + 1, point - 1);
 }
 

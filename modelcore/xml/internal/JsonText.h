@@ -11,6 +11,12 @@
 
 namespace MCXML_930::internal {
 
+/// Whether a character stands in a string as it is: ASCII and no quote, backslash or control character.
+inline bool IsPlain(char c)
+{
+    return static_cast<unsigned char>(c - ' ') < 0x80 - ' ' && c != '"' && c != '\\';
+}
+
 /// Of eight characters, the first in the lowest byte: the highest bit of a byte of the result is set when it is not plain
 /// in a string, that is a quote, a backslash, a control character or, unless long characters are plain, a byte of 0x80
 /// or more. Exact up to the first such byte; those behind it may be marked wrongly.

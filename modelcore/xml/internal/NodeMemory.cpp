@@ -30,6 +30,11 @@ struct Slab {
     std::atomic<std::int64_t> fNodes{kInUse};
 };
 
+Slab* SlabOf(void* node)
+{
+    return reinterpret_cast<Slab*>(reinterpret_cast<std::uintptr_t>(node) & ~(kSlabAlignment - 1));
+}
+
 /// The slab that a thread takes nodes from.
 class SlabOfThread {
 public:
@@ -86,8 +91,24 @@ void* AllocateNode(std::size_t size)
 void ReleaseNode(void* node, std::size_t size) noexcept
 {
     if (!kPooled || size > kLargestNode) return ::operator delete(node);
-    const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(node) & ~(kSlabAlignment - 1);
-    reinterpret_cast<Slab*>(address)->Drop(1);
+    SlabOf(node)->Drop(1);
+}
+
+void NodeRelease::Add(void* node, std::size_t size) noexcept
+{
+    if (!kPooled || size > kLargestNode) return ::operator delete(node);
+    Slab* const slab = SlabOf(node);
+    if (slab != fSlab) {
+        Flush();
+        fSlab = slab;
+    }
+    ++fCount;
+}
+
+void NodeRelease::Flush() noexcept
+{
+    if (fSlab != nullptr) static_cast<Slab*>(fSlab)->Drop(fCount);
+    fCount = 0;
 }
 
 } // namespace MCXML_930::internal

@@ -15,4 +15,22 @@ void* AllocateNode(std::size_t size);
 /// Gives back what AllocateNode gave for the same size.
 void ReleaseNode(void* node, std::size_t size) noexcept;
 
+/// Gives back many nodes: those that follow each other in one slab by a single step.
+class NodeRelease {
+public:
+    NodeRelease() = default;
+    NodeRelease(const NodeRelease&) = delete;
+    NodeRelease& operator=(const NodeRelease&) = delete;
+    ~NodeRelease() { Flush(); }
+
+    /// The same as ReleaseNode, now or until this object goes.
+    void Add(void* node, std::size_t size) noexcept;
+
+private:
+    void Flush() noexcept;
+
+    void* fSlab = nullptr;
+    long long fCount = 0;
+};
+
 } // namespace MCXML_930::internal
