@@ -3,12 +3,14 @@
 
 include(CMakePackageConfigHelpers)
 
+# A file set at an absolute path comes out wrong in the exported target, so it is always told from the prefix.
+file(RELATIVE_PATH MODELCORE_INCLUDES ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
 install(TARGETS modelcore EXPORT modelcoreTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
-  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-  FILE_SET generated DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  FILE_SET HEADERS DESTINATION ${MODELCORE_INCLUDES}
+  FILE_SET generated DESTINATION ${MODELCORE_INCLUDES})
 
 # A program that asks for version 9 gets any 9.x: within a major version nothing is taken away.
 set(MODELCORE_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/modelcore)
