@@ -409,7 +409,7 @@ public:
     /// Solves S*x = b with a generalised inverse: elimination with the complete pivoting of Bunch and Parlett (1971)
     /// ends when no remaining element is larger than tol times the largest element of S; the unknowns that remain are
     /// 0. For a singular S this solves the system if it has a solution. x may be b.
-    /// @return  the rank found; -1, and x as it was, for b shorter than n or a negative tol
+    /// @return  the rank found; -1, and x as it was, for b shorter than n, a negative tol or an element that is not finite
     int SolveIndefiniteGI(const std::vector<double>& b, std::vector<double>& x, double tol) const;
 
 protected:

@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <tuple>
 #include <utility>
+#include <vector>
 
 namespace MCMath_930 {
 
@@ -51,82 +53,148 @@ bool MCSymMatrix::SolveIndefinite(const std::vector<double>& b, std::vector<doub
     return true;
 }
 
-// Bunch and Parlett (1971): a pivot of order 1 when the largest diagonal element is at least alpha times the largest of
-// all, else the block of order 2 around the largest one. Such pivots show the rank; partial pivoting does not.
+namespace {
+
+/// A pivot of order 2, rows p and q.
+struct Block {
+    double pp, qq, pq;
+
+    /// The solution (x, y) for the right side (a, b).
+    std::pair<double, double> Solve(double a, double b) const
+    {
+        const double det = pp * qq - pq * pq;
+        return {(a * qq - b * pq) / det, (b * pp - a * pq) / det};
+    }
+};
+
+/// Elimination on a copy of a symmetric system. Positions number the rows in the order of the pivots.
+///
+/// Bunch and Parlett (1971): a pivot of order 1 when the largest diagonal element is at least alpha times the largest of
+/// all, else the block of order 2 around the largest one. Such pivots show the rank; partial pivoting does not.
+class CompletePivoting {
+public:
+    CompletePivoting(const MCSymMatrix& S, const std::vector<double>& b)
+        : fn(S.GetNRows()), fmRest(S), fvRight(b.begin(), b.begin() + fn), fvRow(fvRight.size())
+    {
+        std::iota(fvRow.begin(), fvRow.end(), 0);
+    }
+
+    /// Eliminates until no element that remains is larger than `smallest`. Returns the rank.
+    int Eliminate(double smallest)
+    {
+        for (int size = BringPivot(smallest); size > 0; size = BringPivot(smallest)) {
+            if (size == 1)
+                EliminateOne();
+            else
+                EliminateTwo();
+            fvSizes.push_back(size);
+            fnRank += size;
+        }
+        return fnRank;
+    }
+
+    /// The solution by row numbers: 0 for the rows that are left.
+    std::vector<double> Solve()
+    {
+        std::vector<double> solution(fvRight.size());
+        int p = fnRank;
+        for (auto size = fvSizes.rbegin(); size != fvSizes.rend(); ++size) {
+            const int end = p;
+            p -= *size;
+            for (int i = p; i < end; ++i)
+                for (int j = end; j < fnRank; ++j) Right(i) -= At(i, j) * solution[Row(j)];
+            if (*size == 1)
+                solution[Row(p)] = Right(p) / At(p, p);
+            else
+                std::tie(solution[Row(p)], solution[Row(p + 1)]) = BlockAt(p).Solve(Right(p), Right(p + 1));
+        }
+        return solution;
+    }
+
+private:
+    std::size_t Row(int position) const { return static_cast<std::size_t>(fvRow[static_cast<std::size_t>(position)]); }
+    double At(int i, int j) const { return fmRest.GetElem(static_cast<int>(Row(i)), static_cast<int>(Row(j))); }
+    double& Right(int i) { return fvRight[Row(i)]; }
+    Block BlockAt(int p) const { return {At(p, p), At(p + 1, p + 1), At(p, p + 1)}; }
+    void Exchange(int i, int j) { std::swap(fvRow[static_cast<std::size_t>(i)], fvRow[static_cast<std::size_t>(j)]); }
+
+    /// Brings the next pivot to position fnRank. Returns its order, 0 when there is none.
+    int BringPivot(double smallest)
+    {
+        static const double alpha = (1.0 + std::sqrt(17.0)) / 8.0;
+        if (fnRank == fn) return 0;
+        int diagonal = fnRank;
+        int first = fnRank;
+        int second = fnRank;
+        for (int i = fnRank; i < fn; ++i) {
+            if (std::fabs(At(i, i)) > std::fabs(At(diagonal, diagonal))) diagonal = i;
+            for (int j = fnRank; j < i; ++j)
+                if (std::fabs(At(i, j)) > std::fabs(At(first, second))) first = i, second = j;
+        }
+        const double onDiagonal = std::fabs(At(diagonal, diagonal));
+        const double anywhere = std::max(onDiagonal, std::fabs(At(first, second)));
+        if (!(anywhere > smallest)) return 0;
+        if (onDiagonal >= alpha * anywhere) {
+            Exchange(diagonal, fnRank);
+            return 1;
+        }
+        Exchange(second, fnRank); // second < first: this does not move first
+        Exchange(first, fnRank + 1);
+        return 2;
+    }
+
+    void EliminateOne()
+    {
+        const int p = fnRank;
+        for (int i = p + 1; i < fn; ++i) {
+            const double u = At(i, p) / At(p, p);
+            for (int j = p + 1; j <= i; ++j) Subtract(i, j, u * At(j, p));
+            Right(i) -= u * Right(p);
+        }
+    }
+
+    void EliminateTwo()
+    {
+        const int p = fnRank;
+        const int q = p + 1;
+        const Block block = BlockAt(p);
+        for (int i = q + 1; i < fn; ++i) {
+            const auto [u, v] = block.Solve(At(i, p), At(i, q));
+            for (int j = q + 1; j <= i; ++j) {
+                Subtract(i, j, u * At(j, p));
+                Subtract(i, j, v * At(j, q));
+            }
+            Right(i) -= u * Right(p);
+            Right(i) -= v * Right(q);
+        }
+    }
+
+    void Subtract(int i, int j, double x)
+    {
+        fmRest.SetElem(static_cast<int>(Row(i)), static_cast<int>(Row(j)), At(i, j) - x);
+    }
+
+    int fn;
+    int fnRank = 0;
+    MCSymMatrix fmRest; // rows of earlier pivots keep the numerators of their multipliers
+    std::vector<double> fvRight;
+    std::vector<int> fvRow; // by position
+    std::vector<int> fvSizes;
+};
+
+} // namespace
+
 int MCSymMatrix::SolveIndefiniteGI(const std::vector<double>& b, std::vector<double>& x, double tol) const
 {
     if (!(tol >= 0.0) || !Fits(b)) return -1;
-    MCSymMatrix c(*this); // what is left to eliminate; rows of earlier pivots keep their multipliers' numerators
-    std::vector<double> rest(b.begin(), b.begin() + fnRows);
-    std::vector<int> order(static_cast<std::size_t>(fnRows));
-    std::iota(order.begin(), order.end(), 0);
-    const auto row = [&](int position) { return order[static_cast<std::size_t>(position)]; };
-    const auto at = [&](int i, int j) { return c.GetElem(row(i), row(j)); };
-    const auto restAt = [&](int i) -> double& { return rest[static_cast<std::size_t>(row(i))]; };
-    const auto bring = [&](int from, int to) {
-        std::swap(order[static_cast<std::size_t>(from)], order[static_cast<std::size_t>(to)]);
-    };
-
-    double largestElement = 0.0;
-    for (const double element : fvElem) largestElement = std::max(largestElement, std::fabs(element));
-    const double alpha = (1.0 + std::sqrt(17.0)) / 8.0;
-    std::vector<int> sizes;
-    int rank = 0;
-    while (rank < fnRows) {
-        int diagonal = rank;
-        int first = rank;
-        int second = rank;
-        for (int i = rank; i < fnRows; ++i) {
-            if (std::fabs(at(i, i)) > std::fabs(at(diagonal, diagonal))) diagonal = i;
-            for (int j = rank; j < i; ++j)
-                if (std::fabs(at(i, j)) > std::fabs(at(first, second))) first = i, second = j;
-        }
-        const double onDiagonal = std::fabs(at(diagonal, diagonal));
-        const double anywhere = std::max(onDiagonal, std::fabs(at(first, second)));
-        if (!(anywhere > tol * largestElement)) break;
-
-        const int size = onDiagonal >= alpha * anywhere ? 1 : 2;
-        if (size == 1) {
-            bring(diagonal, rank);
-        } else { // second < first, so that the exchange for second does not move first
-            bring(second, rank);
-            bring(first, rank + 1);
-        }
-        const int p = rank;
-        const int q = rank + 1;
-        const double det = size == 2 ? at(p, p) * at(q, q) - at(p, q) * at(p, q) : 0.0;
-        for (int i = rank + size; i < fnRows; ++i) {
-            const double u = size == 1 ? at(i, p) / at(p, p) : (at(i, p) * at(q, q) - at(i, q) * at(p, q)) / det;
-            const double v = size == 1 ? 0.0 : (at(i, q) * at(p, p) - at(i, p) * at(p, q)) / det;
-            for (int j = rank + size; j <= i; ++j) {
-                double updated = at(i, j) - u * at(j, p);
-                if (size == 2) updated -= v * at(j, q);
-                c.SetElem(row(i), row(j), updated);
-            }
-            restAt(i) -= u * restAt(p);
-            if (size == 2) restAt(i) -= v * restAt(q);
-        }
-        sizes.push_back(size);
-        rank += size;
+    double largest = 0.0;
+    for (const double element : fvElem) {
+        if (!std::isfinite(element)) return -1;
+        largest = std::max(largest, std::fabs(element));
     }
-
-    std::vector<double> solution(static_cast<std::size_t>(fnRows));
-    const auto solutionAt = [&](int i) -> double& { return solution[static_cast<std::size_t>(row(i))]; };
-    int p = rank;
-    for (auto size = sizes.rbegin(); size != sizes.rend(); ++size) {
-        p -= *size;
-        const int q = p + 1;
-        for (int i = p; i < p + *size; ++i)
-            for (int j = p + *size; j < rank; ++j) restAt(i) -= at(i, j) * solutionAt(j);
-        if (*size == 1) {
-            solutionAt(p) = restAt(p) / at(p, p);
-        } else {
-            const double det = at(p, p) * at(q, q) - at(p, q) * at(p, q);
-            solutionAt(p) = (restAt(p) * at(q, q) - restAt(q) * at(p, q)) / det;
-            solutionAt(q) = (restAt(q) * at(p, p) - restAt(p) * at(p, q)) / det;
-        }
-    }
-    x.swap(solution);
+    CompletePivoting system(*this, b);
+    const int rank = system.Eliminate(tol * largest);
+    x = system.Solve();
     return rank;
 }
 

@@ -11,6 +11,7 @@
 #include <memory>
 #include <numeric>
 #include <span>
+#include <utility>
 
 namespace MCMath_930 {
 
@@ -36,7 +37,7 @@ bool PassesTests(int k, int n, double tol, const double* origDiag, const MCBitSe
 /// Sweeping row k adds left[i]*right[j] to every element (i, j) outside row and column k, where left is row k up to
 /// sign and right is row k over the pivot. A block keeps its rows, spelled out, in a panel that is always up to date,
 /// and the diagonal, which the tests of the pivots need. The rest of the matrix waits until the block is done and then
-/// receives its terms in one pass, in the order of the sweeps: no element can tell the difference.
+/// receives its terms in one pass, in the order of the sweeps: the bits are those of one sweep after the other.
 class Sweeper {
 public:
     Sweeper(double* packed, int n, double tol, const double* origDiag, MCBitSet& swept)
@@ -48,8 +49,8 @@ public:
     void PrepareBlocks(std::size_t nRows)
     {
         if (fn < kSmallestOrder || nRows < kGroup) return;
-        fpWork = std::make_unique<internal::TileWorkspace>(fn);
-        if (!*fpWork) return;
+        auto work = std::make_unique<internal::TileWorkspace>(fn);
+        if (!*work) return;
         // An odd number of cache lines from row to row: the rows of a panel must not share one set of the cache.
         fStep = (fn + 7) / 8 * 8 | 8;
         fBlock = fn < kLargeOrder ? 2 * kGroup : 8 * kGroup;
@@ -57,6 +58,7 @@ public:
         fvFactors.resize(2 * fvPanel.size());
         fvDiag.resize(static_cast<std::size_t>(fn));
         for (int i = 0; i < fn; ++i) fvDiag[static_cast<std::size_t>(i)] = Row(i)[i];
+        fpWork = std::move(work);
     }
 
     /// Sweeps on the rows in turn; false when one was refused.
@@ -64,8 +66,8 @@ public:
     {
         bool all = true;
         while (!rows.empty()) {
-            const std::size_t count = fvDiag.empty() ? 1 : DistinctRows(rows.first(std::min(rows.size(), fBlock)));
-            if (!(count == 1 && fvDiag.empty() ? SweepOnRow(rows[0]) : SweepOnBlock(rows.first(count)))) all = false;
+            const std::size_t count = WorksByBlocks() ? DistinctRows(rows.first(std::min(rows.size(), fBlock))) : 1;
+            if (!(WorksByBlocks() ? SweepOnBlock(rows.first(count)) : SweepOnRow(rows[0]))) all = false;
             rows = rows.subspan(count);
         }
         return all;
@@ -93,6 +95,9 @@ private:
     static constexpr int kLargeOrder = 400;
     static constexpr std::size_t kGroup = 8; // rows whose terms the panel takes at once
 
+    bool WorksByBlocks() const { return fpWork != nullptr; }
+
+    /// How many rows come before the first that is named a second time.
     static std::size_t DistinctRows(std::span<const int> rows)
     {
         std::size_t count = 1;
@@ -230,7 +235,7 @@ private:
     std::vector<double> fvFactors; // the left factors of all terms of a block, then the right ones
     std::vector<double> fvPanel;
     std::vector<double> fvDiag;
-    std::unique_ptr<internal::TileWorkspace> fpWork;
+    std::unique_ptr<internal::TileWorkspace> fpWork; // null while rows are swept one by one
 };
 
 } // namespace
