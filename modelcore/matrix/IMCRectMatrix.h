@@ -35,8 +35,8 @@ public:
     // ---------------------------------------------------------------------------------------------------------------
     // Elements, rows and columns
 
-    virtual int GetNRows() const = 0;
-    virtual int GetNCols() const = 0;
+    virtual int GetNRows() const = 0; ///< the number of rows
+    virtual int GetNCols() const = 0; ///< the number of columns
 
     /// Element (i, j), 0 <= i < rows, 0 <= j < columns; indexes are not checked. 0 where nothing is stored.
     virtual double GetElem(int i, int j) const = 0;

@@ -26,8 +26,10 @@ class MCSymMatrix;
 ///    so; any other kind is refused.
 ///  - A refusal is false, -1 from a count, or the system-missing value from a member that returns a number. It changes
 ///    nothing.
-///  - Sums are taken in index order, starting from 0, each product rounded before it is added. Elements that the kind
-///    does not store take no part, so a NaN or an infinity reaches only what it is multiplied with.
+///  - Sums are taken in index order, starting from +0.0, each product rounded before it is added; so a sum that is 0 is
+///    +0.0, where nothing else is said. (A diagonal matrix has but one factor for each element and adds nothing: its
+///    products keep the sign of a 0.) Elements that the kind does not store take no part, so a NaN or an infinity
+///    reaches only what it is multiplied with.
 class MODELCORE_EXPORT IMCSymMatrix {
 public:
     /// The storage kinds that GetMatrixKind tells apart.
@@ -129,7 +131,8 @@ public:
     /// Replaces L by the lower triangle of L*L': undoes LTChol.
     virtual void LTLLTrans() = 0;
 
-    /// Replaces L by the lower triangle of L'*L.
+    /// Replaces L by the lower triangle of L'*L. Its sums begin with their first product, not with 0: a sum of -0.0 alone
+    /// stays -0.0.
     virtual void LTLTransL() = 0;
 
     // ---------------------------------------------------------------------------------------------------------------
@@ -139,7 +142,7 @@ public:
     //    S            this matrix                                          -
     //    L            lower triangle: of this matrix where the name has    - or const IMCSymMatrix& L
     //                 no S, else of an operand, which may be this matrix
-    //    V, W         vector of n values, the first one lying (v')         const std::vector<double>&
+    //    V, W         vector of n values; a factor in front is v'          const std::vector<double>&
     //    R            rectangular matrix                                   const IMCRectMatrix&
     //    D            diagonal matrix                                      const std::vector<double>&
     //    G, M, N      G is this matrix where the name has no S; the        const IMCRectMatrix&
@@ -270,7 +273,7 @@ public:
     /// Multiplies every element by x.
     virtual void MultiplyByNumber(double x) = 0;
 
-    /// Changes the sign of every element.
+    /// Changes the sign of every element that is stored; a 0 among them becomes -0.0.
     virtual void ChangeSign() = 0;
 
     /// Sets every element of row and column i to x.

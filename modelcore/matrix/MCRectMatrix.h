@@ -34,6 +34,8 @@ public:
     MCRectMatrix(int rows, int cols, std::span<const double> rowMajor);
 
     MCRectMatrix(const MCRectMatrix& other) = default;
+
+    /// A copy that runs out of memory leaves the matrix as it was.
     MCRectMatrix& operator=(const MCRectMatrix& other);
 
     /// Takes the storage over; other is empty afterwards.
@@ -84,7 +86,7 @@ public:
     void CopyToRowMajor(double* elements) const;
     void CopyToColMajor(double* elements) const;
 
-    /// Whether the shape and the storage agree, which only a program that writes where it should not can change.
+    /// Whether the shape and the storage agree. They always do, unless memory was written that is not the program's.
     bool IsValidMatrix() const;
 
     // ---------------------------------------------------------------------------------------------------------------
@@ -107,6 +109,7 @@ public:
     int AddRow(const std::vector<double>& row);
     int AddColumn(const std::vector<double>& col);
 
+    /// Removes row i or column j. False, and nothing changed, when there is none such.
     bool DeleteOneRow(int i);
     bool DeleteOneCol(int j);
 
@@ -129,8 +132,12 @@ public:
 
     bool CopyRowToRow(const IMCRectMatrix& source, int sourceRow, int row) override;
     bool CopyColToRow(const IMCRectMatrix& source, int sourceCol, int row) override;
+    /// Column col := a column of source, which may be this matrix. False, and nothing changed, when there is none such
+    /// or the lengths differ.
     bool CopyColToCol(const IMCRectMatrix& source, int sourceCol, int col);
     bool CopyRows(const IMCRectMatrix& source, int firstSource, int count, int first) override;
+
+    /// Columns first to first+count-1 := the columns of source from firstSource on. The same as of CopyColToCol.
     bool CopyColumns(const IMCRectMatrix& source, int firstSource, int count, int first);
     bool ExtractRows(const std::vector<int>& rows, IMCRectMatrix& out) const override;
     bool ExtractColumns(const std::vector<int>& cols, IMCRectMatrix& out) const override;
@@ -186,23 +193,25 @@ public:
     double ColNorm(int j) const override;
     double RowNorm(int i) const override;
 
-    /// Multiplies column j by a.
+    /// Multiplies column j by a. False when there is no such column.
     bool ColScale(int j, double a);
 
     /// Sets to 0 the elements of column j whose magnitude is at most tol times the largest one of the column. Returns
     /// how many; -1 for a tol that is negative or NaN.
     int ColClean(int j, double tol);
 
-    /// Adds x to every element of column j, to every element (i, i).
+    /// Adds x to every element of column j (false when there is none such), to every element (i, i).
     bool AddToColumn(int j, double x);
     void AddToDiagonal(double x);
 
+    /// Sets column j to 0. False when there is none such.
     bool ZeroOutCol(int j);
 
     /// Sets row i to 0 but for its pivot, the element (i, pivot).
     bool ZeroOutPivotRow(int i, int pivot);
     bool ZeroOutRowPart(int i, int first, int count) override;
 
+    /// Whether every element of column j is 0. False when there is no such column.
     bool IsColZero(int j) const;
     bool IsRowZero(int i) const override;
 

@@ -16,6 +16,7 @@ class MCSymMatrix;
 /// stored element k belongs to position first + GetIndex(k) of the target.
 class MODELCORE_EXPORT MCSparseVector {
 public:
+    /// The vector with these indices and values, which is valid when IsValid says so.
     MCSparseVector(const std::vector<int>& indices, const std::vector<double>& values);
 
     /// Temporary vectors would be gone before the first use.
@@ -30,8 +31,8 @@ public:
     /// The number of stored elements, as it was at construction.
     int GetNElements() const { return fnElements; }
 
-    const std::vector<int>& GetIndices() const { return *fpIndices; }
-    const std::vector<double>& GetValues() const { return *fpValues; }
+    const std::vector<int>& GetIndices() const { return *fpIndices; }  ///< the caller's vector of indices
+    const std::vector<double>& GetValues() const { return *fpValues; } ///< the caller's vector of values
 
     /// The index of stored element i; -1 for i outside [0, GetNElements()) and where the indices have become fewer.
     int GetIndex(int i) const;
@@ -85,6 +86,7 @@ public:
     bool ComputeProbabilities(const std::vector<double>& params, int nCategories, int nPerCategory,
                               std::vector<double>& probs, double& logSum) const;
 
+    /// Writes the number of elements, the indices and the values to the diagnostic text stream.
     void Display() const;
 
 private:

@@ -67,15 +67,17 @@ public:
     bool IsSameStructure(const MCSymBlockDiagMatrix& other) const;
 
     /// Appends a copy of a matrix: a packed one as a dense block, a diagonal one as a diagonal block, a block-diagonal
-    /// one as all its blocks. It may be this matrix.
+    /// one as all its blocks. It may be this matrix. When memory runs out, this matrix is empty afterwards.
     /// @return  false, and nothing changed, for order 0 and when the order would be no int
     bool AddBlock(const IMCSymMatrix& block);
 
-    /// Replaces block b by a copy of a packed or a diagonal matrix, whatever its order; the rows behind it move.
+    /// Replaces block b by a copy of a packed or a diagonal matrix, whatever its order; the rows behind it move. Cost:
+    /// that of the copy, and with another order or kind one pass over the tables.
     /// @return  false, and nothing changed, for b outside [0, blocks), a block-diagonal matrix, order 0, and when the
     ///          order would be no int
     bool ReplaceBlock(int b, const IMCSymMatrix& block);
 
+    /// The number of blocks, and the order of each.
     int GetNBlocks() const { return static_cast<int>(fvSizes.size()); }
     const std::vector<int>& GetBlockSizes() const { return fvSizes; }
 
@@ -91,6 +93,7 @@ public:
     /// Whether block b is diagonal; false for b outside [0, blocks).
     bool GetIsBlockDiagonal(int b) const { return fIsDiagonal.IsIn(b); }
 
+    /// The number of dense and of diagonal blocks.
     int GetNDenseBlocks() const { return static_cast<int>(fvDense.size()); }
     int GetNDiagBlocks() const { return static_cast<int>(fvDiag.size()); }
 

@@ -25,6 +25,7 @@ public:
 
     MCSymBlockMatrix(const MCSymBlockMatrix& other) = default;
 
+    /// A copy that runs out of memory leaves the matrix as it was.
     MCSymBlockMatrix& operator=(const MCSymBlockMatrix& other) { return internal::AssignByCopy(*this, other); }
 
     /// Takes the sub-matrices over; other has no blocks afterwards.
@@ -59,6 +60,7 @@ public:
     /// Removes all blocks.
     void Clear();
 
+    /// Writes the number of rows of blocks and each sub-matrix to the diagnostic text stream.
     void Display() const;
 
 private:

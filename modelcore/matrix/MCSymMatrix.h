@@ -44,6 +44,8 @@ public:
     MCSymMatrix(int n, std::span<const double> packed);
 
     MCSymMatrix(const MCSymMatrix& other) = default;
+
+    /// A copy that runs out of memory leaves the matrix as it was.
     MCSymMatrix& operator=(const MCSymMatrix& other);
 
     /// Takes the storage over; other is empty afterwards.
@@ -236,8 +238,8 @@ public:
     bool Sweep(int k, double tol, const double* origDiag, MCBitSet& swept, bool check);
 
     /// The sweep in its original form: element by element, as the rule is written, with nothing gathered or reordered.
-    /// Takes the same arguments, refuses the same and leaves the same bits as Sweep, but is slower. It is there to
-    /// compare with.
+    /// Takes the same arguments, refuses the same and leaves the same bits as Sweep, signs of zeros included, but is
+    /// slower. It is there to compare with.
     bool SweepOrig(int k, double tol, const std::vector<double>& origDiag, MCBitSet& swept, bool check);
     bool SweepOrig(int k, double tol, const double* origDiag, MCBitSet& swept, bool check);
 

@@ -48,15 +48,3 @@ TEST(MCDiagMatrix, ResultsStayDiagonalWhereTheyAre)
     EXPECT_EQ(kept, Bits(3, {0, 2}));
     EXPECT_TRUE(Shown(d).starts_with("MCDiagMatrix display start\nNumber of rows: 3\n"));
 }
-
-// No packed matrix can be so large.
-TEST(MCDiagMatrix, OrdersBeyondPackedOnes)
-{
-    const int n = MCSymMatrix::kMaxRows + 1;
-    MCDiagMatrix d(n);
-    d.AddToDiagonal(2.0);
-    MCSymMatrix packed(1);
-    EXPECT_FALSE(d.FillDenseMatrix(packed) || d.ComputeSTransS(packed) || packed.ResizeNCopy(d));
-    EXPECT_EQ(packed.GetNRows(), 1);
-    EXPECT_EQ(d.ComputeVSV(std::vector<double>(static_cast<std::size_t>(n), 1.0)), 2.0 * n);
-}

@@ -37,58 +37,21 @@ MCRectMatrix Places(int rows, int cols)
 
 } // namespace
 
-TEST(MCRectMatrix, StoresRowByRow)
+TEST(MCRectMatrix, StoresRowByRowAndRefusesImpossibleShapes)
 {
     MCRectMatrix r = Places(3, 4);
     EXPECT_TRUE(r.AsSpan()[9] == 21.0 && r.GetColPtr(3) == r.GetPtr() + 3 && r.GetRowPtr(2) == r.GetPtr() + 8);
     EXPECT_FALSE(r.GetColPtr(4) || r.GetColPtr(-1) || r.GetRowPtr(3) || r.GetRowPtr(-1) ||
                  MCRectMatrix(0, 4).GetColPtr(1));
-}
-
-TEST(MCRectMatrix, ImpossibleShapesAreRefused)
-{
     constexpr int kMax = std::numeric_limits<int>::max();
-    const std::vector<std::pair<int, int>> shapes{{-1, 2}, {2, -1}, {kMax, kMax}};
-    for (const auto& shape : shapes) {
-        EXPECT_EQ(MCRectMatrix(shape.first, shape.second).GetNCols(), 0);
-        MCRectMatrix r = Places(2, 3);
-        EXPECT_TRUE(Refuses(r, [&](MCRectMatrix& m) {
-            return m.Resize(shape.first, shape.second) || m.SetNRowsCols(shape.first, shape.second);
+    for (const auto& [rows, cols] : {std::pair{-1, 2}, {2, -1}, {kMax, kMax}}) {
+        EXPECT_EQ(MCRectMatrix(rows, cols).GetNCols(), 0);
+        EXPECT_TRUE(Refuses(r, [rows = rows, cols = cols](MCRectMatrix& m) {
+            return m.Resize(rows, cols) || m.SetNRowsCols(rows, cols);
         }));
     }
-}
-
-TEST(MCRectMatrix, ResizeKeepsWhatLiesInBoth)
-{
-    for (const int rows : {0, 1, 3, 5})
-        for (const int cols : {0, 1, 4, 6}) {
-            MCRectMatrix r = Places(3, 4);
-            ASSERT_TRUE(r.Resize(rows, cols));
-            MCRectMatrix expected(rows, cols);
-            for (int i = 0; i < std::min(rows, 3); ++i)
-                for (int j = 0; j < std::min(cols, 4); ++j) expected.SetElem(i, j, 10.0 * i + j);
-            EXPECT_TRUE(SameMatrix(r, expected)) << rows << " x " << cols;
-        }
-}
-
-TEST(MCRectMatrix, RowsColumnsAndMoves)
-{
-    MCRectMatrix r = Places(2, 3);
-    std::vector<double> values{-1.0};
-    EXPECT_FALSE(r.GetRow(2, values) || r.GetCol(3, values));
-    EXPECT_EQ(values, (std::vector<double>{-1}));
-    EXPECT_TRUE(r.GetCol(2, values));
-    EXPECT_EQ(values, (std::vector<double>{2, 12}));
-    EXPECT_TRUE(Refuses(r, [](MCRectMatrix& m) { return m.SetRow(1, {1, 2}) || m.SetRow(2, {1, 2, 3}); }));
-    EXPECT_TRUE(r.SetRow(1, {7, 8, 9}) && r.GetRow(1, values));
-    EXPECT_EQ(values, (std::vector<double>{7, 8, 9}));
-
-    const MCRectMatrix copy(r);
-    MCRectMatrix taken(std::move(r));
-    EXPECT_TRUE(SameMatrix(r, MCRectMatrix()));
-    EXPECT_TRUE(SameMatrix(taken, copy));
-    taken.Clear();
-    EXPECT_TRUE(SameMatrix(taken, MCRectMatrix()));
+    EXPECT_TRUE(MCRectMatrix(kMax, 0).AddRow() == -1 && MCRectMatrix(kMax, 0).AddRow({}) == -1 &&
+                MCRectMatrix(0, kMax).AddColumn({}) == -1); // one more cannot be counted
 }
 
 // Places(2, 3) is {{0, 1, 2}, {10, 11, 12}}.
@@ -102,6 +65,9 @@ TEST(MCRectMatrix, ShapeOperations)
     static constexpr int kFar = std::numeric_limits<int>::min();
     const Case cases[] = {
         {"zero row", [](MCRectMatrix& m) { return m.AddRow() == 3; }, {{0, 1, 2}, {10, 11, 12}, {0, 0, 0}}},
+        {"larger", [](MCRectMatrix& m) { return m.Resize(3, 4); }, {{0, 1, 2, 0}, {10, 11, 12, 0}, {0, 0, 0, 0}}},
+        {"smaller", [](MCRectMatrix& m) { return m.Resize(1, 2) && m.Resize(2, 2); }, {{0, 1}, {0, 0}}},
+        {"set a row", [](MCRectMatrix& m) { return m.SetRow(1, List(7, 8, 9)); }, {{0, 1, 2}, {7, 8, 9}}},
         {"row", [](MCRectMatrix& m) { return m.AddRow(List(7, 8, 9)) == 3; }, {{0, 1, 2}, {10, 11, 12}, {7, 8, 9}}},
         {"column", [](MCRectMatrix& m) { return m.AddColumn(List(7, 8)) == 4; }, {{0, 1, 2, 7}, {10, 11, 12, 8}}},
         {"set a column", [](MCRectMatrix& m) { return m.SetCol(1, List(7, 8, 9)); }, {{0, 7, 2}, {10, 8, 12}}},
@@ -170,15 +136,13 @@ TEST(MCRectMatrix, ShapeOperations)
     EXPECT_EQ(std::vector<double>(columns, columns + 6), (std::vector<double>{0, 10, 1, 11, 2, 12}));
     EXPECT_TRUE(SameMatrix(MCRectMatrix(3, 2, columns), FromRows({{0, 10}, {1, 11}, {2, 12}})));
     EXPECT_EQ(MCRectMatrix(2, 2, columns).GetNRows(), 0);
-    constexpr int kMax = std::numeric_limits<int>::max(); // one more cannot be counted
-    EXPECT_TRUE(MCRectMatrix(kMax, 0).AddRow() == -1 && MCRectMatrix(kMax, 0).AddRow({}) == -1);
-    EXPECT_EQ(MCRectMatrix(0, kMax).AddColumn({}), -1);
 }
 
 TEST(MCRectMatrix, WrongArgumentsAreRefused)
 {
     bool (*const calls[])(MCRectMatrix&) = {
         [](MCRectMatrix& m) { return m.AddRow(List(1, 2)) >= 0 || m.AddColumn(List(1, 2, 3)) >= 0; },
+        [](MCRectMatrix& m) { return m.SetRow(1, List(1, 2)) || m.SetRow(2, List(1, 2, 3)); },
         [](MCRectMatrix& m) { return m.DeleteOneRow(2) || m.DeleteOneCol(-1) || m.SetCol(3, List(1, 2)); },
         [](MCRectMatrix& m) {
             return m.Expand(List(0, 2), 2, List(0, 1, 2), 3) || m.Expand(List(0, 0), 2, List(0, 1, 2), 3);
@@ -199,7 +163,7 @@ TEST(MCRectMatrix, WrongArgumentsAreRefused)
     for (const auto call : calls) EXPECT_TRUE(Refuses(m, call));
     std::vector<double> v{1, 2};
     EXPECT_FALSE(m.ComputeRV(v, v) || m.ComputeRDiagV({1, 2, 3}, v, v) || m.ComputeVR({1}, v) ||
-                 m.CopyColToVec(0, 1, v) || m.IncrVecByColumn(3, 1.0, v));
+                 m.CopyColToVec(0, 1, v) || m.IncrVecByColumn(3, 1.0, v) || m.GetRow(2, v) || m.GetCol(3, v));
     EXPECT_EQ(v, (std::vector<double>{1, 2}));
     for (const double refused :
          {m.ColNorm(3), m.RowNorm(-1), m.DotProductCol(0, {1}), m.DotProductColCol(0, m, 3), m.DotProductRows(0, 2),
@@ -216,49 +180,44 @@ TEST(MCRectMatrix, ProductsEqualTripleLoops)
             SCOPED_TRACE(::testing::Message() << rows << " x " << cols);
             const MCRectMatrix r = RandomRect(random, rows, cols), r2 = RandomRect(random, rows, 4);
             const MCRectMatrix b = RandomRect(random, cols, 5), c = RandomRect(random, 6, cols);
-            const MCSymMatrix s = RandomSym(random, rows);
-            const MCSymMatrix small = RandomSym(random, rows % 2 == 0 ? rows / 2 : rows);
+            const MCRectMatrix sq = RandomRect(random, rows, rows);
+            const int blocks = rows % 2 == 0 ? 2 : 1, last = cols - 1;
+            const MCSymMatrix s = RandomSym(random, rows), small = RandomSym(random, rows / blocks);
             const std::vector<double> v = RandomVec(random, rows), w = RandomVec(random, cols),
-                                      d = RandomVec(random, cols);
-            const int last = cols - 1;
+                                      d = RandomVec(random, cols), two{2.0}, minusThree{-3.0};
             const std::vector<int> firstIndex{0}, lastIndex{last};
-            const std::vector<double> two{2.0}, minusThree{-3.0};
-            const MCSparseVector spV(firstIndex, two), spW(lastIndex, minusThree);
             std::vector<double> sum(v);
-            ASSERT_TRUE(r.IncrVecByColumn(last, 2.0, sum));
-            std::vector<double> square(static_cast<std::size_t>(small.GetNRows() * small.GetNRows()));
-            small.CopyToSquare(square.data());
-            const MCRectMatrix full(small.GetNRows(), small.GetNRows(), square);
-            MCRectMatrix blockS, wide(r), sq = RandomRect(random, rows, rows);
-            ASSERT_TRUE(blockS.CreateBlockDiagonal(rows % 2 == 0 ? Two(&full, &full)
-                                                                 : std::vector<const IMCRectMatrix*>{&full}));
-            ASSERT_TRUE(wide.Resize(rows + 1, cols + rows));
+            MCRectMatrix wide(r);
+            ASSERT_TRUE(r.IncrVecByColumn(last, 2.0, sum) && wide.Resize(rows + 1, cols + rows));
 
-            const Naive R = ToNaive(r), S = ToNaive(s), V = ToNaive(v), W = ToNaive(w);
-            ExpectNear({{"RV", Vec([&](auto& out) { return r.ComputeRV(w, out); }), R * W},
-                        {"VR", Vec([&](auto& out) { return r.ComputeVR(v, out); }), R.T() * V},
-                        {"VRW", Scalar(r.ComputeVRW(v, w)), V.T() * R * W},
-                        {"RDiagV", Vec([&](auto& out) { return r.ComputeRDiagV(d, w, out); }), R * DiagonalOf(d) * W},
-                        {"DiagR", Rect([&](auto& out) { return r.ComputeDiagR(v, out); }), DiagonalOf(v) * R},
-                        {"product", Rect([&](auto& out) { return r.ComputeMatrixProduct(b, out); }), R * ToNaive(b)},
-                        {"product with transpose", Rect([&](auto& out) { return r.ComputeProductMatrixTrans(c, out); }),
-                         R * ToNaive(c).T()},
-                        {"R1TransSR2", Rect([&](auto& out) { return r.ComputeR1TransSR2(s, r2, out); }),
-                         R.T() * S * ToNaive(r2)},
-                        {"BlockDiagSR", Rect([&](auto& out) { return r.ComputeBlockDiagSR(small, out); }),
-                         ToNaive(blockS) * R},
-                        {"SpVRSpW", Scalar(r.ComputeSpVRSpW(spV, spW)), Scalar(-6.0L * R.At(0, last))},
-                        {"column by vector", Scalar(r.DotProductCol(last, v)), Scalar((V.T() * R).At(0, last))},
-                        {"columns", Scalar(r.DotProductColCol(0, r2, 3)), Scalar((R.T() * ToNaive(r2)).At(0, 3))},
-                        {"rows", Scalar(r.DotProductRows(0, rows - 1)), Scalar((R * R.T()).At(0, rows - 1))},
-                        {"row by column", Scalar(r.DotProductRowCol(rows - 1, b, 4)),
-                         Scalar((R * ToNaive(b)).At(rows - 1, 4))},
-                        {"row by row", Scalar(r.DotProductRowRow(0, c, 5)), Scalar((R * ToNaive(c).T()).At(0, 5))},
-                        {"TraceOfProductSqS", Scalar(sq.TraceOfProductSqS(s)), Scalar((ToNaive(sq) * S).Trace())},
-                        {"TraceOfProductSubMatSym", Scalar(wide.TraceOfProductSubMatSym(1, cols, s)), Scalar(0)},
-                        {"ColNorm", Scalar(r.ColNorm(0) * r.ColNorm(0)), Scalar((R.T() * R).At(0, 0))},
-                        {"RowNorm", Scalar(r.RowNorm(0) * r.RowNorm(0)), Scalar((R * R.T()).At(0, 0))},
-                        {"column added", Scalar(sum[0]), Scalar(v[0] + 2.0L * R.At(0, last))}});
+            const Naive R = ToNaive(r), S = ToNaive(s), V = ToNaive(v), W = ToNaive(w), C = ToNaive(c);
+            Naive blockS{rows, rows}; // one or two blocks along the diagonal
+            for (int i = 0; i < rows; ++i)
+                for (int j = 0; j < rows; ++j)
+                    if (const int n = small.GetNRows(); i / n == j / n) blockS.At(i, j) = small.GetElem(i % n, j % n);
+            ExpectNear(
+                {{"RV", Vec([&](auto& out) { return r.ComputeRV(w, out); }), R * W},
+                 {"VR", Vec([&](auto& out) { return r.ComputeVR(v, out); }), R.T() * V},
+                 {"VRW", Scalar(r.ComputeVRW(v, w)), V.T() * R * W},
+                 {"RDiagV", Vec([&](auto& out) { return r.ComputeRDiagV(d, w, out); }), R * DiagonalOf(d) * W},
+                 {"DiagR", Rect([&](auto& out) { return r.ComputeDiagR(v, out); }), DiagonalOf(v) * R},
+                 {"product", Rect([&](auto& out) { return r.ComputeMatrixProduct(b, out); }), R * ToNaive(b)},
+                 {"with transpose", Rect([&](auto& out) { return r.ComputeProductMatrixTrans(c, out); }), R * C.T()},
+                 {"R1TransSR2", Rect([&](auto& out) { return r.ComputeR1TransSR2(s, r2, out); }),
+                  R.T() * S * ToNaive(r2)},
+                 {"BlockDiagSR", Rect([&](auto& out) { return r.ComputeBlockDiagSR(small, out); }), blockS * R},
+                 {"SpVRSpW", Scalar(r.ComputeSpVRSpW({firstIndex, two}, {lastIndex, minusThree})),
+                  Scalar(-6.0L * R.At(0, last))},
+                 {"column by vector", Scalar(r.DotProductCol(last, v)), Scalar((V.T() * R).At(0, last))},
+                 {"columns", Scalar(r.DotProductColCol(0, r2, 3)), Scalar((R.T() * ToNaive(r2)).At(0, 3))},
+                 {"rows", Scalar(r.DotProductRows(0, rows - 1)), Scalar((R * R.T()).At(0, rows - 1))},
+                 {"row by column", Scalar(r.DotProductRowCol(0, b, 4)), Scalar((R * ToNaive(b)).At(0, 4))},
+                 {"row by row", Scalar(r.DotProductRowRow(0, c, 5)), Scalar((R * C.T()).At(0, 5))},
+                 {"TraceOfProductSqS", Scalar(sq.TraceOfProductSqS(s)), Scalar((ToNaive(sq) * S).Trace())},
+                 {"TraceOfProductSubMatSym", Scalar(wide.TraceOfProductSubMatSym(1, cols, s)), Scalar(0)},
+                 {"ColNorm", Scalar(r.ColNorm(0) * r.ColNorm(0)), Scalar((R.T() * R).At(0, 0))},
+                 {"RowNorm", Scalar(r.RowNorm(0) * r.RowNorm(0)), Scalar((R * R.T()).At(0, 0))},
+                 {"column added", Scalar(sum[0]), Scalar(v[0] + 2.0L * R.At(0, last))}});
         }
 }
 

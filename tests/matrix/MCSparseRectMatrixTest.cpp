@@ -1,7 +1,5 @@
 #include "matrix/Matrices.h"
 
-#include <functional>
-
 namespace MCMath_930 {
 
 // Here Refuses finds it.
@@ -39,8 +37,6 @@ MCSparseRectMatrix ToSparse(const MCRectMatrix& dense, int slots)
     return sparse;
 }
 
-using RectOutcome = Outcome<IMCRectMatrix>;
-
 } // namespace
 
 // Each operation of the interface on a sparse matrix and on the dense one with the same elements: the same results to
@@ -52,146 +48,88 @@ TEST(MCSparseRectMatrix, EqualsTheDenseMatrix)
     struct Shape {
         int rows, cols, slots, by; // by how much rows and columns are shifted
     };
-    for (const Shape& shape : {Shape{0, 3, 2, 1},
-                               {1, 1, 1, 0},
-                               {5, 5, 2, 2},
-                               {5, 5, 3, 0},
-                               {9, 4, 4, -1},
-                               {9, 4, 2, -kFar},
-                               {4, 9, 3, kFar},
-                               {23, 40, 5, -7}}) {
-        const int rows = shape.rows, cols = shape.cols, slots = shape.slots, by = shape.by;
+    for (const auto& [rows, cols, slots, by] : {Shape{0, 3, 2, 1},
+                                                {1, 1, 1, 0},
+                                                {5, 5, 2, 2},
+                                                {5, 5, 3, 0},
+                                                {9, 4, 4, -1},
+                                                {9, 4, 2, -kFar},
+                                                {4, 9, 3, kFar},
+                                                {23, 40, 5, -7}}) {
         SCOPED_TRACE(::testing::Message() << rows << " x " << cols << ", " << slots << " slots");
-        const MCRectMatrix truth = FewPerRow(random, rows, cols, slots);
-        const MCRectMatrix right = RandomRect(random, cols, 7), left = RandomRect(random, 6, cols);
-        const MCRectMatrix few = FewPerRow(random, 8, cols, slots);
+        const MCRectMatrix truth = FewPerRow(random, rows, cols, slots), few = FewPerRow(random, 8, cols, slots);
+        const MCRectMatrix right = RandomRect(random, cols, 7), left = RandomRect(random, 6, cols), misfit(99, 98);
         MCRectMatrix fewTall = FewPerRow(random, 6, cols, slots);
         fewTall.Transpose();
         const MCSparseRectMatrix fewSparse = ToSparse(few, slots),
                                  tallSparse = ToSparse(FewPerRow(random, cols, 6, 2), 3);
-        const std::vector<double> v = RandomVec(random, cols);
-        const std::vector<double> u = RandomVec(random, rows);
+        const std::vector<double> v = RandomVec(random, cols), u = RandomVec(random, rows);
         MCBitSet spread(rows + 3);
         for (int i = 0; i < rows; ++i) spread.Set(i < 2 ? i : i + 2);
 
-        // Runs body with each row (or column) number from -1 to one too many.
-        const auto each = [](int count, auto body) {
-            for (int i = -1; i <= count; ++i) body(i);
+        const auto run = [&, rows = rows, cols = cols, slots = slots, by = by](IMCRectMatrix& m, auto o) {
+            o.Call(m.ComputeRV({}, o.vec) || m.ComputeVR({}, o.vec) || m.ComputeMatrixProduct(misfit, o.rect));
+            o.Call(m.ComputeProductMatrixTrans(misfit, o.rect)).Call(m.ComputeVR(u, o.vec));
+            o.vec = v;
+            o.Call(m.ComputeRV(o.vec, o.vec)).Call(m.ComputeRV(v, o.vec));
+            o.Call(m.ComputeMatrixProduct(right, o.rect)).Call(m.ComputeMatrixProduct(tallSparse, o.rect));
+            o.Call(m.ComputeProductMatrixTrans(left, o.rect)).Call(m.ComputeProductMatrixTrans(fewSparse, o.rect));
+            for (int j = -1; j <= cols; ++j) {
+                o.Call(m.GetCol(j, o.vec)).Call(m.ColNorm(j)).Call(m.DotProductCol(j, u));
+                o.vec.assign(u.size() + 2, 0.5);
+                o.Call(m.CopyColToVec(j, 1, o.vec)).Call(m.IncrVecByColumn(j, 0.5, o.vec));
+                o.Call(m.CopyColToVec(j, 3, o.vec) || m.CopyColToVec(j, -1, o.vec));
+            }
+            for (int i = -1; i <= rows; ++i) {
+                o.Call(m.GetRow(i, o.vec)).Call(m.RowNorm(i)).Call(m.IsRowZero(i));
+                for (int k = -1; k <= std::max(rows, 8); ++k) {
+                    o.Call(m.DotProductRows(i, k) + m.DotProductRowRow(i, few, k));
+                    o.Call(m.DotProductRowRow(i, fewSparse, k)).Call(m.DotProductRowRow(i, misfit, k));
+                    o.Call(m.DotProductRowCol(i, fewTall, k)).Call(m.DotProductRowCol(i, tallSparse, k));
+                }
+                o.Call(m.ZeroOutRowPart(i, std::max(i, 0) % cols, cols / 2));
+            }
+            o.Call(m.ZeroOutRowPart(0, 1, cols) || m.ZeroOutRowPart(0, -1, 1));
+            for (int i = -1; i <= rows; ++i) {
+                o.Call(m.CopyRowToRow(few, i % 9, i)).Call(m.CopyRowToRow(fewSparse, 8 - i, i));
+                o.Call(m.CopyColToRow(fewTall, i % 7, i)).Call(m.CopyRows(m, 0, rows - 1, i));
+                o.Call(m.CopyRows(m, 2, i, 1));
+            }
+            for (IMCRectMatrix* const out : {o.own, static_cast<IMCRectMatrix*>(&o.rect)}) {
+                o.Call(m.ExtractRows({0, rows}, *out) || m.ExtractColumns({-1}, *out));
+                o.Call(m.ExtractRows({2, 0, 2, rows - 1}, *out));
+                o.Call(m.ExtractColumns({cols - 1, 0, cols / 2, 0, 0}, *out));
+            }
+            o.Call(m.ExtractRows({}, *o.own) && m.ExtractColumns({}, o.rect));
+            o.Call(m.ShiftRows(by) && m.ShiftColumns(by)).Call(m.ExpandSquare(spread));
+            const int n = m.GetNRows(), p = m.GetNCols();
+            o.Call(m.Resize(n + 3, p + 2)).Call(m.Resize(n / 2, slots)).Call(m.Resize(n + 5, p));
+            o.Call(m.CreateBlockDiagonal({&m, nullptr}) || m.Resize(-1, p) || m.SetNRowsCols(-1, p));
+            o.Call(m.CreateBlockDiagonal({&few, &m, &fewSparse, &m, &left})).Call(m.SetNRowsCols(n + 30, m.GetNCols()));
+            return o.numbers;
         };
-        struct Case {
-            const char* name;
-            std::function<void(IMCRectMatrix&, RectOutcome&)> run;
-        };
-        const Case cases[] = {
-            {"products",
-             [&](IMCRectMatrix& m, RectOutcome& o) {
-                 const MCRectMatrix misfit(99, 98);
-                 o.Call(m.ComputeRV({}, o.vec) || m.ComputeVR({}, o.vec) || m.ComputeMatrixProduct(misfit, o.rect) ||
-                        m.ComputeProductMatrixTrans(misfit, o.rect));
-                 o.Call(m.ComputeVR(u, o.vec));
-                 o.vec = v;
-                 o.Call(m.ComputeRV(o.vec, o.vec));
-                 o.Call(m.ComputeRV(v, o.vec));
-                 o.Call(m.ComputeMatrixProduct(right, o.rect));
-                 o.Call(m.ComputeMatrixProduct(tallSparse, o.rect));
-                 o.Call(m.ComputeProductMatrixTrans(left, o.rect));
-                 o.Call(m.ComputeProductMatrixTrans(fewSparse, o.rect));
-             }},
-            {"columns",
-             [&](IMCRectMatrix& m, RectOutcome& o) {
-                 each(cols, [&](int j) {
-                     o.Call(m.GetCol(j, o.vec));
-                     o.Call(m.ColNorm(j));
-                     o.Call(m.DotProductCol(j, u));
-                     o.vec.assign(u.size() + 2, 0.5);
-                     o.Call(m.CopyColToVec(j, 1, o.vec));
-                     o.Call(m.IncrVecByColumn(j, 0.5, o.vec));
-                     o.Call(m.CopyColToVec(j, 3, o.vec) || m.CopyColToVec(j, -1, o.vec));
-                 });
-             }},
-            {"rows",
-             [&](IMCRectMatrix& m, RectOutcome& o) {
-                 each(rows, [&](int i) {
-                     o.Call(m.GetRow(i, o.vec));
-                     o.Call(m.RowNorm(i));
-                     o.Call(m.IsRowZero(i));
-                     each(std::max(rows, 8), [&](int k) {
-                         o.Call(m.DotProductRows(i, k));
-                         o.Call(m.DotProductRowRow(i, few, k));
-                         o.Call(m.DotProductRowRow(i, fewSparse, k));
-                         o.Call(m.DotProductRowRow(i, MCRectMatrix(9, 99), k));
-                         o.Call(m.DotProductRowCol(i, fewTall, k));
-                         o.Call(m.DotProductRowCol(i, tallSparse, k));
-                     });
-                     o.Call(m.ZeroOutRowPart(i, std::max(i, 0) % cols, cols / 2));
-                 });
-                 o.Call(m.ZeroOutRowPart(0, 1, cols) || m.ZeroOutRowPart(0, -1, 1));
-             }},
-            {"shape",
-             [&](IMCRectMatrix& m, RectOutcome& o) {
-                 o.Call(m.ShiftRows(by) && m.ShiftColumns(by));
-                 o.Call(m.ExpandSquare(spread));
-                 const int n = m.GetNRows(), p = m.GetNCols();
-                 o.Call(m.Resize(n + 3, p + 2));
-                 o.Call(m.Resize(n / 2, slots));
-                 o.Call(m.Resize(n + 5, p));
-                 o.Call(m.Resize(-1, p) || m.SetNRowsCols(-1, p));
-                 o.Call(m.SetNRowsCols(n + 30, p + 1));
-             }},
-            {"copies",
-             [&](IMCRectMatrix& m, RectOutcome& o) {
-                 each(rows, [&](int i) {
-                     o.Call(m.CopyRowToRow(few, i % 9, i));
-                     o.Call(m.CopyRowToRow(fewSparse, 8 - i, i));
-                     o.Call(m.CopyColToRow(fewTall, i % 7, i));
-                     o.Call(m.CopyRows(m, 0, rows - 1, i));
-                     o.Call(m.CopyRows(m, 2, i, 1));
-                 });
-             }},
-            {"extracts",
-             [&](IMCRectMatrix& m, RectOutcome& o) {
-                 for (IMCRectMatrix* const out : {o.own, static_cast<IMCRectMatrix*>(&o.rect)}) {
-                     o.Call(m.ExtractRows({0, rows}, *out) || m.ExtractColumns({-1}, *out));
-                     o.Call(m.ExtractRows({2, 0, 2, rows - 1}, *out));
-                     o.Call(m.ExtractColumns({cols - 1, 0, cols / 2, 0, 0}, *out));
-                 }
-                 o.Call(m.ExtractRows({}, *o.own) && m.ExtractColumns({}, o.rect));
-                 o.Call(m.CreateBlockDiagonal({&m, nullptr}));
-                 o.Call(m.CreateBlockDiagonal({&few, &m, &fewSparse, &m, &left}));
-             }},
-        };
-        for (const Case& c : cases) {
-            SCOPED_TRACE(c.name);
-            MCRectMatrix dense(truth), ownDense;
-            MCSparseRectMatrix sparse = ToSparse(truth, slots), ownSparse;
-            RectOutcome expected{&dense, &ownDense}, actual{&sparse, &ownSparse};
-            c.run(dense, expected);
-            c.run(sparse, actual);
-            EXPECT_EQ(actual.numbers, expected.numbers);
-            std::vector<int> indices;
-            std::vector<double> values;
-            for (int i = 0; i < sparse.GetNRows(); ++i) // the columns ascend, whatever was done
-                EXPECT_TRUE(sparse.GetRow(i, indices, values) &&
-                            (indices.empty() || MCSparseVector(indices, values).IsValid()));
-        }
+        MCRectMatrix dense(truth), ownDense;
+        MCSparseRectMatrix changed = ToSparse(truth, slots), ownSparse;
+        const auto expected = run(dense, Outcome<IMCRectMatrix>{&dense, &ownDense});
+        EXPECT_EQ(run(changed, Outcome<IMCRectMatrix>{&changed, &ownSparse}), expected);
+
+        const MCSparseRectMatrix sparse = ToSparse(truth, slots);
         std::vector<std::size_t> starts;
         std::vector<int> numbers;
         std::vector<double> values, last, col;
-        const MCSparseRectMatrix sparse = ToSparse(truth, slots);
         sparse.GetSparseMatrixColumns(starts, numbers, values);
         MCRectMatrix byColumns(rows, cols);
         for (int j = 0; j < cols; ++j)
             for (std::size_t k = starts[static_cast<std::size_t>(j)]; k < starts[static_cast<std::size_t>(j) + 1]; ++k)
                 byColumns.SetElem(numbers[k], j, values[k]);
         EXPECT_TRUE(SameMatrix(byColumns, truth));
-        EXPECT_TRUE(sparse.ExtractLastCol(last) && truth.GetCol(cols - 1, col));
-        EXPECT_EQ(last, col);
+        EXPECT_TRUE(sparse.ExtractLastCol(last) && truth.GetCol(cols - 1, col) && last == col);
         MCSparseRectMatrix sub;
         ASSERT_TRUE(sparse.ExtractSubSparseRectMat(rows / 3, rows / 2, cols / 2, cols - cols / 2, sub));
         for (int i = 0; i < sub.GetNRows(); ++i)
             for (int j = 0; j < sub.GetNCols(); ++j)
                 EXPECT_EQ(sub.GetElem(i, j), truth.GetElem(rows / 3 + i, cols / 2 + j));
-        EXPECT_TRUE(Refuses(sub, [&](MCSparseRectMatrix& m) {
+        EXPECT_TRUE(Refuses(sub, [&, rows = rows, cols = cols](MCSparseRectMatrix& m) {
             return sparse.ExtractSubSparseRectMat(0, rows + 1, 0, 1, m) ||
                    sparse.ExtractSubSparseRectMat(0, rows, 1, cols, m) || sparse.ExtractSubSparseRectMat(0, 0, 0, 0, m);
         }));

@@ -47,29 +47,21 @@ TEST(MCSymMatrixCholesky, PivotAtTheToleranceIsRefusedAndALargerBitSetCleared)
     EXPECT_TRUE(large.Size() == 5 && large.Count() == 1 && large.IsIn(1));
 }
 
-TEST(MCSymMatrixCholesky, FactorTimesItsTransposeIsTheMatrix)
+TEST(MCSymMatrixCholesky, SubstitutionsSolveAndInverseMayStandInPlace)
 {
     TestRandom random(301);
     for (const int n : {1, 2, 7, 30, 61}) {
-        const MCSymMatrix s = RandomCrossProducts(random, n);
-        MCSymMatrix factor = Factor(s);
-        MCSymMatrix inverse;
-        const double tolerance = 4.0 * n * std::numeric_limits<double>::epsilon();
-        EXPECT_TRUE(Near(ToNaive(factor).Lower() * ToNaive(factor).Lower().T(), ToNaive(s), tolerance));
-        EXPECT_EQ(s.CholInverse(Diagonal(s), 1e-12, inverse), n);
-        EXPECT_TRUE(Near(ToNaive(s) * ToNaive(inverse), Identity(n), 1e-9));
-        MCSymMatrix sameObject(s);
-        EXPECT_EQ(sameObject.CholInverse(Diagonal(s), 1e-12, sameObject), n);
+        const MCSymMatrix s = RandomCrossProducts(random, n), factor = Factor(s);
+        const Naive L = ToNaive(factor).Lower();
+        MCSymMatrix inverse, sameObject(s);
+        EXPECT_TRUE(s.CholInverse(Diagonal(s), 1e-12, inverse) == n &&
+                    sameObject.CholInverse(Diagonal(s), 1e-12, sameObject) == n);
         EXPECT_TRUE(SameMatrix(sameObject, inverse));
-        std::vector<double> b = RandomVec(random, n), x;
-        ASSERT_TRUE(factor.LTSubstitute(b, x));
-        EXPECT_TRUE(Near(ToNaive(factor).Lower() * ToNaive(x), ToNaive(b), 1e-12));
-        ASSERT_TRUE(factor.TSolveSubst(b, x));
-        EXPECT_TRUE(Near(ToNaive(factor).Lower().T() * ToNaive(x), ToNaive(b), 1e-12));
+        std::vector<double> b = RandomVec(random, n), x, y;
+        ASSERT_TRUE(factor.LTSubstitute(b, x) && factor.TSolveSubst(b, y));
+        EXPECT_TRUE(Near(L * ToNaive(x), ToNaive(b), 1e-12) && Near(L.T() * ToNaive(y), ToNaive(b), 1e-12));
         b.pop_back();
         EXPECT_FALSE(factor.LTSubstitute(b, x) || factor.TSolveSubst(b, x) || factor.LTSolve(b, x));
-        factor.LTLLTrans();
-        EXPECT_TRUE(Near(ToNaive(factor), ToNaive(s), tolerance));
     }
 }
 
@@ -78,31 +70,22 @@ TEST(MCSymMatrixCholesky, RedundantRowsGiveAGeneralisedInverse)
     TestRandom random(302);
     for (const int n : {3, 8, 20}) {
         const MCSymMatrix s = Singular(random, n);
-        const int redundant = n / 3;
         std::vector<int> rows{-1};
-        EXPECT_EQ(s.CholIndNonRed(Diagonal(s), -1.0, rows), -1);
-        EXPECT_EQ(rows.size(), 1u);
-        EXPECT_EQ(s.CholIndNonRed(Diagonal(s), 1e-10, rows), n - redundant);
+        EXPECT_TRUE(s.CholIndNonRed(Diagonal(s), -1.0, rows) == -1 && rows.size() == 1);
+        EXPECT_EQ(s.CholIndNonRed(Diagonal(s), 1e-10, rows), n - n / 3);
         for (const int row : rows) EXPECT_NE(row % 3, 2);
-
-        MCSymMatrix g;
-        ASSERT_EQ(s.CholInverse(Diagonal(s), 1e-10, g), n - redundant);
+        MCSymMatrix g, factor(s);
+        ASSERT_EQ(s.CholInverse(Diagonal(s), 1e-10, g), n - n / 3);
         for (int i = 2; i < n; i += 3) EXPECT_TRUE(g.IsZeroRow(i));
         const Naive S = ToNaive(s), G = ToNaive(g);
-        EXPECT_TRUE(Near(S * G * S, S, 1e-10));
-        EXPECT_TRUE(Near(G * S * G, G, 1e-10));
+        EXPECT_TRUE(Near(S * G * S, S, 1e-10) && Near(G * S * G, G, 1e-10));
 
         // The solution of a consistent system: zeros in the redundant places, as G*b has them.
         std::vector<double> b, x;
         ASSERT_TRUE(s.ComputeSV(RandomVec(random, n), b));
-        MCSymMatrix factor(s);
-        EXPECT_EQ(factor.LTChol(Diagonal(s), 1e-10, true), redundant);
+        EXPECT_EQ(factor.LTChol(Diagonal(s), 1e-10, true), n / 3);
         ASSERT_TRUE(factor.LTSolve(b, x));
-        EXPECT_TRUE(Near(ToNaive(x), G * ToNaive(b), 1e-9));
-        EXPECT_TRUE(Near(S * ToNaive(x), ToNaive(b), 1e-9));
-        double det[2] = {1, 1};
-        EXPECT_EQ(factor.LTDetInverse(det, 1), redundant);
-        EXPECT_TRUE(det[0] == 0.0 && det[1] == 0.0);
+        EXPECT_TRUE(Near(ToNaive(x), G * ToNaive(b), 1e-9) && Near(S * ToNaive(x), ToNaive(b), 1e-9));
     }
 }
 
@@ -191,26 +174,23 @@ TEST(MCSymMatrixCholesky, DowndateUndoesUpdate)
 {
     TestRandom random(305);
     for (const int n : {1, 4, 25}) {
-        const MCSymMatrix s = RandomCrossProducts(random, n);
-        const MCSymMatrix before = Factor(s);
-        MCSymMatrix l(before);
+        MCSymMatrix sum = RandomCrossProducts(random, n), l = Factor(sum);
+        const Naive before = ToNaive(l).Lower();
         const std::vector<double> v = random.Vector(static_cast<std::size_t>(n), -2.0, 2.0);
-        ASSERT_TRUE(l.LTCholUpdateR1(v));
-        MCSymMatrix sum(s);
-        ASSERT_TRUE(sum.IncrementByVV(v));
+        ASSERT_TRUE(l.LTCholUpdateR1(v) && sum.IncrementByVV(v));
         EXPECT_TRUE(Near(ToNaive(l).Lower(), ToNaive(Factor(sum)).Lower(), 1e-11));
         ASSERT_TRUE(l.LTCholDowndate(v));
-        EXPECT_TRUE(Near(ToNaive(l).Lower(), ToNaive(before).Lower(), 1e-9));
-        EXPECT_TRUE(Refuses(l, [&](MCSymMatrix& m) { return m.LTCholDowndate({1e6 + m.GetElem(0, 0)}); }));
+        EXPECT_TRUE(Near(ToNaive(l).Lower(), before, 1e-9));
         std::vector<double> far(static_cast<std::size_t>(n), 0.0);
         far[0] = 2.0 * l.GetElem(0, 0);
-        EXPECT_TRUE(Refuses(l, [&](MCSymMatrix& m) { return m.LTCholDowndate(far); }));
+        EXPECT_TRUE(Refuses(l, [&](MCSymMatrix& m) { return m.LTCholDowndate(far) || m.LTCholDowndate({}); }));
     }
     MCSymMatrix singular = FromTriangle({1, 1, 0});
-    EXPECT_TRUE(Refuses(singular, [](MCSymMatrix& m) { return m.LTCholDowndate({0.1, 0.1}); }));
+    EXPECT_TRUE(Refuses(singular, [](MCSymMatrix& m) {
+        return m.LTCholDowndate({0.1, 0.1}) || m.LTCholUpdateR1({1});
+    }));
     EXPECT_TRUE(singular.LTCholUpdateR1({0, -3})); // [[1,1],[1,1]] + diag(0,9)
     EXPECT_TRUE(SameMatrix(singular, FromTriangle({1, 1, 3})));
-    EXPECT_FALSE(singular.LTCholUpdateR1({1}));
 }
 
 TEST(MCSymMatrixCholesky, TransformationRaisesOnlyDiagonalsThatNeedIt)

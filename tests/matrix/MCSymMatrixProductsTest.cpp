@@ -133,43 +133,25 @@ TEST(MCSymMatrixProducts, MismatchesAreRefused)
         EXPECT_EQ(refused, kMissing);
 }
 
-// One row at a time, many rows, and every instruction set: each element has its terms in index order.
-TEST(MCSymMatrixProducts, BitsDoNotDependOnTheRoad)
+// Orders on both sides of the groups of the tile, one row at a time and many. An infinity in L or S, or a product that
+// overflows, meets the zeros above a diagonal nowhere; NaNs are compared as one.
+TEST(MCSymMatrixProducts, EveryElementHasItsTermsInIndexOrder)
 {
-    TestRandom random(204);
-    const int n = 67;
-    const MCSymMatrix s = RandomSym(random, n);
-    const MCRectMatrix r = RandomRect(random, 6, n);
-    std::vector<double> expected;
-    for (int i = 0; i < 6; ++i)
-        for (int j = 0; j < n; ++j) {
-            double sum = 0.0;
-            for (int k = 0; k < n; ++k) {
-                volatile double product = r.GetElem(i, k) * s.GetElem(k, j);
-                sum += product;
-            }
-            expected.push_back(sum);
+    const auto dot = [](int first, int last, auto a, auto b) {
+        double sum = 0.0;
+        for (int k = first; k <= last; ++k) {
+            volatile double product = a(k) * b(k);
+            sum += product;
         }
-    ForEachKernelSet([&] {
-        MCRectMatrix rs;
-        ASSERT_TRUE(s.ComputeRS(r, rs));
-        EXPECT_TRUE(SameBits(rs.AsSpan(), expected));
-        std::vector<double> row, product;
-        for (int i = 0; i < 6; ++i) {
-            r.GetRow(i, row);
-            ASSERT_TRUE(s.ComputeSV(row, product));
-            EXPECT_TRUE(SameBits(product, {expected.data() + static_cast<std::size_t>(i * n), product.size()}));
-        }
-    });
-}
-
-// Orders on both sides of the groups of the tile. An infinity in L or S, or a product that overflows, meets the zeros
-// above a diagonal nowhere; NaNs are compared as one.
-TEST(MCSymMatrixProducts, ProductsWithLEqualThePlainLoopsBitForBit)
-{
-    const auto plus = [](double sum, double a, double b) {
-        volatile double product = a * b;
-        return sum + product;
+        return sum;
+    };
+    const auto row = [](const auto& m, int i) { return [&m, i](int k) { return m.GetElem(i, k); }; };
+    const auto column = [](const auto& m, int j) { return [&m, j](int k) { return m.GetElem(k, j); }; };
+    const auto same = [](MCSymMatrix actual, MCSymMatrix expected) {
+        for (MCSymMatrix* const m : {&actual, &expected})
+            for (double& x : m->AsSpan())
+                if (std::isnan(x)) x = kNan;
+        return SameMatrix(actual, expected);
     };
     TestRandom random(205);
     for (const int n : {5, 47, 48, 97, 150})
@@ -179,39 +161,24 @@ TEST(MCSymMatrixProducts, ProductsWithLEqualThePlainLoopsBitForBit)
                 MCSymMatrix l = RandomSym(random, n), dense = RandomSym(random, n);
                 l.SetElem(n / 2, n / 3, special);
                 dense.SetElem(n - 1, n - 1, special);
-                MCDiagMatrix diagonal(Diagonal(dense));
+                const MCDiagMatrix diagonal(Diagonal(dense));
                 const IMCSymMatrix& s = isDiagonal ? static_cast<const IMCSymMatrix&>(diagonal) : dense;
-                MCRectMatrix sl(n, n), slTrans(n, n);
+                const MCRectMatrix r = RandomRect(random, 5, n);
+                MCRectMatrix sl(n, n), slTrans(n, n), rs(5, n), product;
                 for (int i = 0; i < n; ++i)
-                    for (int j = 0; j < n; ++j)
-                        for (int k = 0; k < n; ++k) {
-                            if (isDiagonal && k != i) continue;
-                            double& below = sl.GetRowPtr(i)[j];
-                            double& above = slTrans.GetRowPtr(i)[j];
-                            if (k >= j) below = plus(below, s.GetElem(i, k), l.GetElem(k, j));
-                            if (k <= j) above = plus(above, s.GetElem(i, k), l.GetElem(j, k));
-                        }
+                    for (int j = 0; j < n; ++j) {
+                        const int first = isDiagonal ? i : 0, last = isDiagonal ? i : n - 1; // the terms that S has
+                        sl.SetElem(i, j, dot(std::max(first, j), last, row(s, i), row(l, j)));
+                        slTrans.SetElem(i, j, dot(first, std::min(last, j), row(s, i), row(l, j)));
+                        if (j < 5) rs.SetElem(j, i, dot(first, last, row(r, j), row(s, i)));
+                    }
                 MCSymMatrix lslTrans(n), lTransSL(n), llTrans(n);
                 for (int i = 0; i < n; ++i)
                     for (int j = 0; j <= i; ++j) {
-                        double sums[3] = {};
-                        for (int k = 0; k < n; ++k) {
-                            if (k <= j && (!isDiagonal || k <= i))
-                                sums[0] = plus(sums[0], slTrans.GetElem(k, i), l.GetElem(j, k));
-                            if (k >= j && (!isDiagonal || k >= i))
-                                sums[1] = plus(sums[1], sl.GetElem(k, i), l.GetElem(k, j));
-                            if (k <= j) sums[2] = plus(sums[2], l.GetElem(i, k), l.GetElem(j, k));
-                        }
-                        lslTrans.SetElem(i, j, sums[0]);
-                        lTransSL.SetElem(i, j, sums[1]);
-                        llTrans.SetElem(i, j, sums[2]);
+                        lslTrans.SetElem(i, j, dot(0, j, column(slTrans, i), row(l, j)));
+                        lTransSL.SetElem(i, j, dot(isDiagonal ? i : j, n - 1, column(sl, i), row(l, j)));
+                        llTrans.SetElem(i, j, dot(0, j, row(l, i), row(l, j)));
                     }
-                const auto same = [](MCSymMatrix actual, MCSymMatrix expected) {
-                    for (MCSymMatrix* const m : {&actual, &expected})
-                        for (double& x : m->AsSpan())
-                            if (std::isnan(x)) x = kNan;
-                    return SameMatrix(actual, expected);
-                };
                 ForEachKernelSet([&] {
                     MCSymMatrix out;
                     ASSERT_TRUE(s.ComputeLSLTrans(l, out));
@@ -221,6 +188,10 @@ TEST(MCSymMatrixProducts, ProductsWithLEqualThePlainLoopsBitForBit)
                     out = l;
                     out.LTLLTrans();
                     EXPECT_TRUE(same(out, llTrans));
+                    if (isDiagonal) return; // one factor, no sum
+                    std::vector<double> v;
+                    ASSERT_TRUE(s.ComputeRS(r, product) && r.GetRow(4, v) && s.ComputeSV(v, v));
+                    EXPECT_TRUE(SameMatrix(product, rs) && SameBits(v, {rs.GetRowPtr(4), v.size()}));
                 });
             }
 }

@@ -12,6 +12,7 @@
 #include <cmath>
 #include <limits>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -61,30 +62,19 @@ inline std::vector<double> Diagonal(const MCSymMatrix& matrix)
     return diag;
 }
 
-/// The cross products of n + 2 random rows, summed in long double.
 inline MCSymMatrix RandomCrossProducts(TestRandom& random, int n)
 {
-    const MCRectMatrix rows = RandomRect(random, n + 2, n);
-    MCSymMatrix products(n);
-    for (int i = 0; i < n; ++i)
-        for (int j = 0; j <= i; ++j) {
-            long double sum = 0.0L;
-            for (int r = 0; r < n + 2; ++r) sum += static_cast<long double>(rows.GetElem(r, i)) * rows.GetElem(r, j);
-            products.SetElem(i, j, static_cast<double>(sum));
-        }
+    MCSymMatrix products;
+    EXPECT_TRUE(products.ComputeRTransByR(RandomRect(random, n + 2, n)));
     return products;
 }
 
-inline ::testing::AssertionResult SameMatrix(const MCSymMatrix& actual, const MCSymMatrix& expected)
+template <class Matrix>
+::testing::AssertionResult SameMatrix(const Matrix& actual, const Matrix& expected)
 {
     if (actual.GetNRows() != expected.GetNRows()) return ::testing::AssertionFailure() << "the orders differ";
-    return SameBits(actual.AsSpan(), expected.AsSpan());
-}
-
-inline ::testing::AssertionResult SameMatrix(const MCRectMatrix& actual, const MCRectMatrix& expected)
-{
-    if (actual.GetNRows() != expected.GetNRows() || actual.GetNCols() != expected.GetNCols())
-        return ::testing::AssertionFailure() << "the shapes differ";
+    if constexpr (std::is_same_v<Matrix, MCRectMatrix>)
+        if (actual.GetNCols() != expected.GetNCols()) return ::testing::AssertionFailure() << "the columns differ";
     return SameBits(actual.AsSpan(), expected.AsSpan());
 }
 
@@ -177,6 +167,11 @@ inline Naive Identity(int n)
     return DiagonalOf(std::vector<double>(static_cast<std::size_t>(n), 1.0));
 }
 
+inline Naive Ones(int n)
+{
+    return ToNaive(std::vector<double>(static_cast<std::size_t>(n), 1.0));
+}
+
 inline Naive Scalar(long double x)
 {
     return {1, 1, {x}};
@@ -238,21 +233,22 @@ inline void ExpectNear(const std::vector<NaiveCase>& cases)
 /// of matrices.
 template <class Matrix>
 struct Outcome {
-    void Call(double returned)
+    Outcome& Call(double returned)
     {
         numbers.push_back(returned);
         numbers.insert(numbers.end(), vec.begin(), vec.end());
         for (const Naive& m : {ToNaive(rect), ToNaive(*own), ToNaive(*matrix)}) {
             numbers.insert(numbers.end(), {1.0 * m.rows, 1.0 * m.cols});
-            for (const long double x : m.elements) numbers.push_back(static_cast<double>(x));
+            numbers.insert(numbers.end(), m.elements.begin(), m.elements.end());
         }
+        return *this;
     }
 
     Matrix* matrix;
     Matrix* own; // a result of the matrix's own kind
     std::vector<double> vec{7.0, 8.0};
     MCRectMatrix rect{1, 1};
-    std::vector<double> numbers{};
+    std::vector<long double> numbers{};
 };
 
 /// Runs call on the matrix, which must return false and leave every bit of it as it was.
