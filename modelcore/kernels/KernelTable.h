@@ -18,7 +18,7 @@ inline constexpr int kPanelLines = 24;
 
 /// What a set is compiled for: the instruction set of the whole library or, in x86-64, a level above it. The tests add a
 /// set without vectors. The names are those of the namespaces, MODELCORE_KERNEL_SET.
-enum class Level { novectors, baseline, v3 };
+enum class Level { novectors, baseline, v3, v4 };
 
 /// One complete set of kernels, compiled for one level. KernelList.h says what each does.
 struct KernelTable {

@@ -15,6 +15,11 @@ namespace v3 {
 extern const KernelTable kTable;
 }
 #endif
+#ifdef MODELCORE_KERNELS_V4
+namespace v4 {
+extern const KernelTable kTable;
+}
+#endif
 
 namespace {
 
@@ -27,6 +32,14 @@ std::vector<const KernelTable*> FindUsable()
     if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") && __builtin_cpu_supports("bmi") &&
         __builtin_cpu_supports("bmi2"))
         usable.push_back(&v3::kTable);
+#endif
+#ifdef MODELCORE_KERNELS_V4
+    // Vectors of 512 bits are the faster ones where they have pipes of their own. Measured with the tile of
+    // AddProductTile, unfused: 37 GFLOP/s against 21 of v3 on Intel's Cascade Lake. AMD's Zen 4 runs them in two halves
+    // and has the same peak for both, so any processor that is not Intel's keeps v3 until it has been measured.
+    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512cd") &&
+        __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl"))
+        usable.insert(__builtin_cpu_is("intel") ? usable.end() : usable.begin() + 1, &v4::kTable);
 #endif
     return usable;
 }

@@ -29,6 +29,9 @@ std::uint32_t LowWord(unsigned long word)
 
 void Twist(std::uint32_t* words, std::uint32_t* tempered)
 {
+#ifdef MODELCORE_KERNELS_V4
+    if (internal::Kernels().level == internal::Level::v4) return internal::v4::Twist(words, tempered);
+#endif
 #ifdef MODELCORE_KERNELS_V3
     if (internal::Kernels().level == internal::Level::v3) return internal::v3::Twist(words, tempered);
 #endif

@@ -54,11 +54,11 @@ constexpr int kTriangle = 8;
 /// @return false, and nothing done, when a factor is 0
 bool ApplyUnitLowerToFour(double* c, std::ptrdiff_t columnStep, const double* lower, std::ptrdiff_t lowerStep)
 {
-    Vector row[kTriangle];
+    Quad row[kTriangle];
 #pragma GCC unroll 4
     for (int j = 0; j < 4; ++j) {
-        row[j] = VectorAt(c + j * columnStep);
-        row[j + 4] = VectorAt(c + j * columnStep + 4);
+        row[j] = QuadAt(c + j * columnStep);
+        row[j + 4] = QuadAt(c + j * columnStep + 4);
     }
     Transpose(row);
     Transpose(row + 4);
@@ -74,8 +74,8 @@ bool ApplyUnitLowerToFour(double* c, std::ptrdiff_t columnStep, const double* lo
     Transpose(row + 4);
 #pragma GCC unroll 4
     for (int j = 0; j < 4; ++j) {
-        VectorAt(c + j * columnStep) = row[j];
-        VectorAt(c + j * columnStep + 4) = row[j + 4];
+        QuadAt(c + j * columnStep) = row[j];
+        QuadAt(c + j * columnStep + 4) = row[j + 4];
     }
     return true;
 }
@@ -101,13 +101,13 @@ void DotColumns(double* dots, const double* c, std::ptrdiff_t columnStep, std::s
     std::size_t j = 0;
 #ifdef MODELCORE_TRANSPOSES
     for (; j + 8 <= columns; j += 8, c += 8 * columnStep) {
-        Vector first = {};
-        Vector second = {};
+        Quad first = {};
+        Quad second = {};
         std::ptrdiff_t i = 0;
         for (; i + 4 <= rows; i += 4) {
-            Vector part[8];
+            Quad part[8];
 #pragma GCC unroll 8
-            for (int q = 0; q < 8; ++q) part[q] = VectorAt(c + q * columnStep + i);
+            for (int q = 0; q < 8; ++q) part[q] = QuadAt(c + q * columnStep + i);
             Transpose(part);
             Transpose(part + 4);
 #pragma GCC unroll 4
@@ -116,8 +116,8 @@ void DotColumns(double* dots, const double* c, std::ptrdiff_t columnStep, std::s
                 second += x[i + q] * part[q + 4];
             }
         }
-        VectorAt(dots + j) = first;
-        VectorAt(dots + j + 4) = second;
+        QuadAt(dots + j) = first;
+        QuadAt(dots + j + 4) = second;
         for (; i < rows; ++i)
             for (int q = 0; q < 8; ++q) dots[j + static_cast<std::size_t>(q)] += x[i] * c[q * columnStep + i];
     }

@@ -5,7 +5,8 @@ namespace MCMath_930::internal::MODELCORE_KERNEL_SET {
 
 namespace {
 
-constexpr int kStripVectors = 4;
+// As many sums side by side as keep the adders busy, in no more registers than the baseline has.
+constexpr int kStripVectors = kVectorWidth > 4 ? kStripWidth / kVectorWidth : 4;
 
 void ReflectStripPart(double* strip, const double* v, const double* factors, const double* next, double* dots,
                       std::size_t rows)

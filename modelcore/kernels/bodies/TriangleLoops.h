@@ -112,30 +112,30 @@ struct TrianglePass {
     {
         Element* row[4 * kGroups];
         for (std::size_t r = 0; r < 4 * kGroups; ++r) row[r] = Row(j + r);
-        Vector sum[kGroups];
-        for (std::size_t g = 0; g < kGroups; ++g) sum[g] = VectorAt(sums + 4 * g);
+        Quad sum[kGroups];
+        for (std::size_t g = 0; g < kGroups; ++g) sum[g] = QuadAt(sums + 4 * g);
         for (std::size_t k = from; k < to; k += 4) {
-            Vector uk = {}, qk = {}, vk = {}, below = {};
+            Quad uk = {}, qk = {}, vk = {}, below = {};
             if constexpr (kUpdate) {
-                uk = VectorAt(u + k);
-                qk = VectorAt(q + k);
+                uk = QuadAt(u + k);
+                qk = QuadAt(q + k);
             }
             if constexpr (kMultiply) {
-                vk = VectorAt(v + k);
-                below = VectorAt(product + k);
+                vk = QuadAt(v + k);
+                below = QuadAt(product + k);
             }
 #pragma GCC unroll 2
             for (std::size_t g = 0; g < kGroups; ++g) {
-                Vector term[4];
+                Quad term[4];
 #pragma GCC unroll 4
                 for (std::size_t r = 0; r < 4; ++r) {
                     const std::size_t i = j + 4 * g + r;
                     Element* const at = row[4 * g + r] + k;
-                    Vector x = VectorAt(at);
+                    Quad x = QuadAt(at);
                     if constexpr (kUpdate) {
                         x -= u[i] * qk;
                         x -= q[i] * uk;
-                        VectorAt(at) = x;
+                        QuadAt(at) = x;
                     }
                     if constexpr (kMultiply) {
                         below += x * v[i];
@@ -147,9 +147,9 @@ struct TrianglePass {
 #pragma GCC unroll 4
                 for (int r = 0; r < 4; ++r) sum[g] += term[r];
             }
-            if constexpr (kMultiply) VectorAt(product + k) = below;
+            if constexpr (kMultiply) QuadAt(product + k) = below;
         }
-        for (std::size_t g = 0; g < kGroups; ++g) VectorAt(sums + 4 * g) = sum[g];
+        for (std::size_t g = 0; g < kGroups; ++g) QuadAt(sums + 4 * g) = sum[g];
     }
 #endif
 };

@@ -10,22 +10,32 @@ void AddScaled(double* __restrict y, double c, const double* __restrict x, std::
     for (std::size_t j = 0; j < count; ++j) y[j] += c * x[j];
 }
 
-/// y += factors[t*factorStep] * row t for t in [0, 8), y read and written once.
+/// y += factors[t*factorStep] * row t for t in [0, 8), y read and written once. The parts are written out, from wide to
+/// narrow, since most rows of a small triangle are shorter than two vectors.
 void AddEightRows(double* __restrict y, const double* __restrict rows, std::ptrdiff_t step, const double* factors,
                   std::ptrdiff_t factorStep, std::size_t length)
 {
     double f[8];
     for (int t = 0; t < 8; ++t) f[t] = factors[t * factorStep];
-    for (std::size_t j = 0; j < length; ++j) {
+    std::size_t j = 0;
+    for (; j + kVectorWidth <= length; j += kVectorWidth) {
+        Vector sum = VectorAt(y + j);
+#pragma GCC unroll 8
+        for (int t = 0; t < 8; ++t) sum += f[t] * VectorAt(rows + t * step + j);
+        VectorAt(y + j) = sum;
+    }
+#ifdef MODELCORE_TRANSPOSES
+    for (; j + 4 <= length; j += 4) {
+        Quad sum = QuadAt(y + j);
+#pragma GCC unroll 8
+        for (int t = 0; t < 8; ++t) sum += f[t] * QuadAt(rows + t * step + j);
+        QuadAt(y + j) = sum;
+    }
+#endif
+    for (; j < length; ++j) {
         double sum = y[j];
-        sum += f[0] * rows[j];
-        sum += f[1] * (rows + step)[j];
-        sum += f[2] * (rows + 2 * step)[j];
-        sum += f[3] * (rows + 3 * step)[j];
-        sum += f[4] * (rows + 4 * step)[j];
-        sum += f[5] * (rows + 5 * step)[j];
-        sum += f[6] * (rows + 6 * step)[j];
-        sum += f[7] * (rows + 7 * step)[j];
+#pragma GCC unroll 8
+        for (int t = 0; t < 8; ++t) sum += f[t] * (rows + t * step)[j];
         y[j] = sum;
     }
 }

@@ -8,7 +8,9 @@
 #include <cstdint>
 
 #if defined(__GNUC__) && !defined(MODELCORE_WITHOUT_VECTORS)
-#if defined(__AVX__)
+#if defined(__AVX512F__)
+#define MODELCORE_VECTOR_BYTES 64
+#elif defined(__AVX__)
 #define MODELCORE_VECTOR_BYTES 32
 #else
 #define MODELCORE_VECTOR_BYTES 16
@@ -48,17 +50,29 @@ inline const Vector& VectorAt(const double* x)
     return *reinterpret_cast<const Vector*>(x);
 }
 
-// Four rows of four columns that change places in registers.
-#if defined(MODELCORE_VECTOR_BYTES) && MODELCORE_VECTOR_BYTES == 32
+// Squares of four rows and four columns that are transposed in registers.
+#if defined(MODELCORE_VECTOR_BYTES) && MODELCORE_VECTOR_BYTES >= 32
 #define MODELCORE_TRANSPOSES
 
-/// Element i of vector j becomes element j of vector i.
-void Transpose(Vector* v)
+typedef double Quad __attribute__((vector_size(32), aligned(8), may_alias));
+
+inline Quad& QuadAt(double* x)
 {
-    const Vector a = __builtin_shufflevector(v[0], v[1], 0, 4, 2, 6);
-    const Vector b = __builtin_shufflevector(v[0], v[1], 1, 5, 3, 7);
-    const Vector c = __builtin_shufflevector(v[2], v[3], 0, 4, 2, 6);
-    const Vector d = __builtin_shufflevector(v[2], v[3], 1, 5, 3, 7);
+    return *reinterpret_cast<Quad*>(x);
+}
+
+inline const Quad& QuadAt(const double* x)
+{
+    return *reinterpret_cast<const Quad*>(x);
+}
+
+/// Element i of vector j becomes element j of vector i.
+void Transpose(Quad* v)
+{
+    const Quad a = __builtin_shufflevector(v[0], v[1], 0, 4, 2, 6);
+    const Quad b = __builtin_shufflevector(v[0], v[1], 1, 5, 3, 7);
+    const Quad c = __builtin_shufflevector(v[2], v[3], 0, 4, 2, 6);
+    const Quad d = __builtin_shufflevector(v[2], v[3], 1, 5, 3, 7);
     v[0] = __builtin_shufflevector(a, c, 0, 1, 4, 5);
     v[1] = __builtin_shufflevector(b, d, 0, 1, 4, 5);
     v[2] = __builtin_shufflevector(a, c, 2, 3, 6, 7);

@@ -17,5 +17,8 @@ void Twist(std::uint32_t* words, std::uint32_t* tempered);
 namespace v3 {
 void Twist(std::uint32_t* words, std::uint32_t* tempered);
 }
+namespace v4 {
+void Twist(std::uint32_t* words, std::uint32_t* tempered);
+}
 
 } // namespace MCMath_930::internal
