@@ -7,38 +7,12 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <vector>
 
 using namespace MCMath_930::internal;
 
 // The plain loops are written out here, in a source compiled without any special instruction set: they are the
-// definition that each compiled version must equal bit for bit.
-TEST(Kernels, EveryVersionEqualsThePlainLoopBitForBit)
-{
-    TestRandom random(7);
-    for (std::size_t count = 0; count <= 67; ++count) {
-        std::vector<double> x = random.Vector(count, -2.0, 2.0);
-        const std::vector<double> start = random.Vector(count, -1e3, 1e-3);
-        if (count > 3) {
-            x[1] = -0.0;
-            x[2] = std::numeric_limits<double>::infinity();
-            x[3] = std::numeric_limits<double>::denorm_min();
-        }
-        const double c = random.Uniform(-1.0, 1.0) / 3.0;
-        std::vector<double> expected = start;
-        for (std::size_t j = 0; j < count; ++j) {
-            volatile double product = c * x[j]; // keeps even a contracting compiler from fusing
-            expected[j] += product;
-        }
-        ForEachKernelSet([&] {
-            std::vector<double> y = start;
-            AddScaled(y.data(), c, x.data(), count);
-            EXPECT_TRUE(SameBits(y, expected)) << "count " << count;
-        });
-    }
-}
-
+// definition that each compiled version must equal bit for bit. Loops along one or two vectors: Blas1Test.cpp.
 TEST(Kernels, OuterProductsAddTheirTermsInOrder)
 {
     TestRandom random(8);

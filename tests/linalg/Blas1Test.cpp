@@ -76,7 +76,10 @@ TEST(Blas1, KernelsEqualTheStridedLoops)
     for (int n = 0; n <= 70; ++n) {
         const auto count = static_cast<std::size_t>(n);
         std::vector<double> x = random.Vector(2 * count, -1.0, 1.0);
-        if (n > 2) x[2] = x[4] = -0.0;
+        if (n > 3) {
+            x[2] = x[4] = -0.0;
+            x[6] = std::numeric_limits<double>::denorm_min();
+        }
         std::vector<double> y = random.Vector(2 * count, -1.0, 1.0);
         std::vector<double> packedX(count), packedY(count);
         Blas1::DCopy(n, x.data(), 2, packedX.data(), 1);
