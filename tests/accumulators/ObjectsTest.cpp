@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <functional>
+#include <latch>
 #include <thread>
 
 namespace {
@@ -220,16 +220,20 @@ TEST(Objects, SavedTheyComeBackWithEveryBit)
 // Several threads may look at one object; the first of them brings its matrix up to date.
 TEST(Objects, OneSourceMergesFromManyThreads)
 {
-    for (int round = 0; round < 50; ++round) {
-        MCProvMeans source(60, true);
-        for (int c = 0; c < 40; ++c) source.AddCase(std::vector<double>(60, c * 0.1), 1.0);
-        MCProvMeans expected(60, true);
-        expected.Merge(MCProvMeans(source));
-        std::vector<MCProvMeans> targets(4, MCProvMeans(60, true));
+    for (int round = 0; round < 60; ++round) {
+        MCProvMeans source(200, true);
+        for (int c = 0; c < 60; ++c) source.AddCase(Doubles(200, c * 0.1), 1.0);
+        std::vector<MCProvMeans> targets(2, MCProvMeans(200, true));
+        std::latch start(2);
         std::vector<std::jthread> threads;
         for (MCProvMeans& target : targets)
-            threads.emplace_back([&target, &source] { target.Merge(std::as_const(source)); });
+            threads.emplace_back([&] {
+                start.arrive_and_wait();
+                target.Merge(std::as_const(source));
+            });
         threads.clear();
+        MCProvMeans expected(200, true);
+        expected.Merge(source);
         for (const MCProvMeans& target : targets) ASSERT_TRUE(SameState(target, expected));
     }
 }
