@@ -13,10 +13,12 @@ namespace MCMath_930 {
 /// latch is a plain bool.
 class MODELCORE_EXPORT MCCancelInfo {
 public:
+    /// Not cancelled, with the application's query.
     explicit MCCancelInfo(MCCommon_930::MCQueryCancel* query = nullptr) : fpQuery(query) {}
 
     /// Replaces the query; the latch stays as it is.
     void SetCancelPtr(MCCommon_930::MCQueryCancel* query) { fpQuery = query; }
+    /// The query; null when there is none.
     MCCommon_930::MCQueryCancel* GetCancelPtr() const { return fpQuery; }
 
     /// Sets the latch, as if the query had said stop.

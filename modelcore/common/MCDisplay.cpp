@@ -2,7 +2,7 @@
 #include "modelcore/common/MCDisplay.h"
 
 #include "modelcore/common/MCMV.h"
-#include "modelcore/common/internal/NumberText.h"
+#include "modelcore/common/internal/ShortestText.h"
 
 #include <algorithm>
 #include <atomic>
@@ -28,9 +28,26 @@ void Write(const std::string& text)
     GetDisplayStream().write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
+// Control characters as escapes: a line feed inside a text must not look like another line of the dump.
+std::string Printable(std::string_view text)
+{
+    constexpr char kHex[] = "0123456789abcdef";
+    std::string out;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '\n')
+            out += "\\n";
+        else if (byte < 0x20 || byte == 0x7F)
+            out.append("\\x").append({kHex[byte >> 4], kHex[byte & 15]});
+        else
+            out += c;
+    }
+    return out;
+}
+
 std::string Labelled(std::string_view label)
 {
-    std::string line(label);
+    std::string line = Printable(label);
     if (!label.ends_with(':')) line += ':';
     return line;
 }
@@ -186,12 +203,12 @@ void Display(std::string_view label, double value)
 
 void Display(std::string_view label, std::string_view value)
 {
-    WriteLabelled(label, value);
+    WriteLabelled(label, Printable(value));
 }
 
 void Display(std::string_view label, const char* value)
 {
-    WriteLabelled(label, value != nullptr ? value : "");
+    Display(label, std::string_view(value != nullptr ? value : ""));
 }
 
 void Display(std::string_view label, std::span<const double> values)

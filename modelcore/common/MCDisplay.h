@@ -10,7 +10,7 @@
 /// Functions that write labelled lines and tables to the diagnostic text stream. Text is for people: no line is longer
 /// than 80 characters unless a single label, string or cell is, rows and columns are numbered from 0 as in the calls,
 /// and numbers do not depend on the locale or on the stream's formatting state. The system-missing value is written as
-/// "missing".
+/// "missing", a control character in a label or a text as \n or \x and two hexadecimal digits.
 namespace MCDisplay_930 {
 
 /// The stream that all functions here write to: standard output until SetDisplayStream redirects it.

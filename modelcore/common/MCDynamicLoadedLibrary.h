@@ -17,8 +17,10 @@ public:
     MCDynamicLoadedLibrary() = default;
     /// Load(name); IsLoaded tells whether it worked.
     explicit MCDynamicLoadedLibrary(const std::string& name) { Load(name); }
+    /// The library passes to this object; the other has none then.
     MCDynamicLoadedLibrary(MCDynamicLoadedLibrary&& other) noexcept;
     MCDynamicLoadedLibrary& operator=(MCDynamicLoadedLibrary&& other) noexcept;
+    /// Unloads the library.
     ~MCDynamicLoadedLibrary();
 
     /// Loads a library, by a path or by a name that the platform searches for as it does for a program's own libraries,
@@ -31,14 +33,15 @@ public:
     /// refuses.
     bool Unload();
 
+    /// Whether a library is loaded.
     bool IsLoaded() const { return fpHandle != nullptr; }
 
     /// The address of an exported function or object; null when no library is loaded or it does not export the symbol.
-    void* GetSymbol(const std::string& name);
+    void* GetSymbol(const std::string& name) const;
 
     /// GetSymbol as a pointer to a function: library.GetFunction<double(double)>("cube"). The type is taken on trust.
     template <class Function>
-    requires std::is_function_v<Function> Function* GetFunction(const std::string& name)
+    requires std::is_function_v<Function> Function* GetFunction(const std::string& name) const
     {
         return reinterpret_cast<Function*>(GetSymbol(name));
     }
@@ -51,7 +54,7 @@ public:
 
 private:
     void* fpHandle = nullptr;
-    std::string fMessage;
+    mutable std::string fMessage;
 };
 
 } // namespace MCCommon_930

@@ -39,7 +39,7 @@ bool MCDynamicLoadedLibrary::Unload()
     return closed;
 }
 
-void* MCDynamicLoadedLibrary::GetSymbol(const std::string& name)
+void* MCDynamicLoadedLibrary::GetSymbol(const std::string& name) const
 {
     if (!IsLoaded()) {
         fMessage = "no library is loaded";

@@ -13,6 +13,7 @@ public:
     /// -1.7976931348623157e+308, bits 0xFFEFFFFFFFFFFFFF; the same constant as Value::SYSMISVALUE.
     static constexpr double gMissingValue = -1.7976931348623157e+308;
 
+    /// gMissingValue.
     static constexpr double Missing() { return gMissingValue; }
 
     /// True exactly when x is the system-missing value: the neighbouring double, a NaN and -infinity are not.

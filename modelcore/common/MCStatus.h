@@ -19,9 +19,13 @@ public:
     /// A warning or an error with all data 0. The code is kept in 32 bits: a larger long is truncated to them.
     MCStatus(long code, bool isWarning);
 
+    /// Neither a warning nor an error.
     bool IsOK() const { return fSeverity == 0; }
+    /// Whether the operation failed.
     bool IsError() const { return fSeverity < 0; }
+    /// Whether the operation worked and has something to say.
     bool IsWarning() const { return fSeverity > 0; }
+    /// The code of the warning or the error; 0 when OK.
     long GetErrorCode() const { return fCode; }
 
     /// Integer qualifier i, 0 <= i < 3; the index is not checked.

@@ -72,7 +72,10 @@ double MCTimeUtil::ProcessorTime()
 std::string MCTimeUtil::FormatDuration(double seconds)
 {
     if (!(std::fabs(seconds) <= kLongest)) return "unknown"; // a NaN and the missing value too
-    if (seconds < 0.0) return std::string(1, '-').append(FormatDuration(-seconds));
+    if (std::signbit(seconds)) {
+        const std::string text = FormatDuration(-seconds);
+        return text == "0.00 us" ? text : '-' + text;
+    }
     // Each limit is where rounding would reach the next unit: 59.96 s is a minute, not "60.0 s".
     if (seconds < 0.9995e-3) return ThreeDigits(seconds * 1e6, "us");
     if (seconds < 0.9995) return ThreeDigits(seconds * 1e3, "ms");

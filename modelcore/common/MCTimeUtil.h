@@ -11,6 +11,7 @@ namespace MCCommon_930 {
 /// A stopwatch for wall and processor time, started when it is constructed.
 class MODELCORE_EXPORT MCTimeUtil {
 public:
+    /// Starts both times.
     MCTimeUtil() { Start(); }
 
     /// Starts both times again from 0.
@@ -29,7 +30,7 @@ public:
     /// Seconds of processor time that the process has used; system-missing where the platform does not tell.
     static double ProcessorTime();
 
-    /// A duration as people read it: "0.25 ms", "1.50 s", "2 min 05 s", "3 h 00 min 07 s", "2 d 01 h 00 min". Below a
+    /// A duration as people read it: "250 us", "1.50 s", "2 min 05 s", "3 h 00 min 07 s", "2 d 01 h 00 min". Below a
     /// minute three digits, rounded; from there on whole seconds. A minus sign leads a negative one; a missing, NaN or
     /// infinite one, or one of more than a billion days, is "unknown".
     static std::string FormatDuration(double seconds);

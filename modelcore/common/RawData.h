@@ -16,17 +16,23 @@ public:
     /// Storage undefined, null, 0 and an empty string.
     RawData() = default;
 
+    /// Stores an integer; the null flag becomes isNull, here and below.
     void SetInteger(const long long& value, bool isNull)
     {
         SetNumeric(MCXML_930::IMCVariable::StorageInteger, value, isNull);
     }
+    /// Stores a real.
     void SetReal(const double& value, bool isNull) { SetReal(MCXML_930::IMCVariable::StorageReal, value, isNull); }
+    /// Stores a date; its unit is a matter of those who write and read it, here and below.
     void SetDate(const double& value, bool isNull) { SetReal(MCXML_930::IMCVariable::StorageDate, value, isNull); }
+    /// Stores a time of day.
     void SetTime(const double& value, bool isNull) { SetReal(MCXML_930::IMCVariable::StorageTime, value, isNull); }
+    /// Stores a date with a time.
     void SetTimestamp(const double& value, bool isNull)
     {
         SetReal(MCXML_930::IMCVariable::StorageTimestamp, value, isNull);
     }
+    /// Stores a byte string. When memory runs out the cell is as it was.
     void SetString(const std::string& value, bool isNull);
     /// A null pointer is an empty string.
     void SetString(const char* value, bool isNull);
@@ -34,7 +40,9 @@ public:
     /// Changes the flag only.
     void SetIsNull(bool isNull) { fIsNull = isNull; }
 
+    /// The null flag.
     bool IsNull() const { return fIsNull; }
+    /// What was stored last. The name is spelled so for good: programs call it.
     MCXML_930::IMCVariable::VariableStorage GetStorgeType() const { return fStorage; }
 
     /// The numeric field. Nothing is converted: reading a cell with the getter of the other kind gives the stored 8
@@ -45,6 +53,7 @@ public:
     double GetTime() const { return GetReal(); }
     double GetTimestamp() const { return GetReal(); }
 
+    /// The string; empty when none was stored.
     const std::string& GetString() const { return fString; }
 
     /// Writes the cell to the diagnostic text stream.

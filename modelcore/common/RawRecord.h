@@ -23,6 +23,7 @@ public:
     RawData* GetAll() { return fvCells.data(); }
     const RawData* GetAll() const { return fvCells.data(); }
 
+    /// The number of cells.
     int Size() const { return static_cast<int>(fvCells.size()); }
 
     /// Changes the count to max(n, 0). When that is another count all cells are replaced by default ones, none is kept.

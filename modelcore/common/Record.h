@@ -29,6 +29,7 @@ public:
     double* GetAll() { return fvElem.get(); }
     const double* GetAll() const { return fvElem.get(); }
 
+    /// The number of elements.
     int Size() const { return fnSize; }
 
     /// Changes the count to max(n, 0). When that is another count the elements are replaced, not kept: the new ones are

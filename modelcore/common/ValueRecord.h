@@ -32,6 +32,7 @@ public:
     /// The position of a field, -1 when the record has no such name.
     virtual int IndexOf(const std::string& name) const;
 
+    /// Whether the record has a field of that name.
     virtual bool Contains(const std::string& name) const;
 
     /// A copy of the field's value; null for an unknown name.
@@ -92,6 +93,7 @@ public:
     /// The name of the field at a position; empty for a position outside.
     virtual std::string GetName(int index) const;
 
+    /// The number of fields.
     virtual int Size() const;
 
     /// Writes one line "name: value" per field to the diagnostic text stream.

@@ -1,7 +1,7 @@
 // Value: rendering as text.
 #include "modelcore/common/Value.h"
 
-#include "modelcore/common/internal/NumberText.h"
+#include "modelcore/common/internal/ShortestText.h"
 
 #include <cstddef>
 #include <ostream>

@@ -12,9 +12,10 @@ namespace MCXML_930 {
 
 /// The data of one chart: its variables, each named by its feature, and statistics of the whole.
 struct MODELCORE_EXPORT MCVariateData {
+    /// What the chart shows.
     std::string fDescription;
-    std::vector<MCXMLCoordinates> fVariables;                // as many values in each as the chart has points
-    std::vector<std::pair<std::string, double>> fStatistics; // names and values
+    std::vector<MCXMLCoordinates> fVariables;                ///< as many values in each as the chart has points
+    std::vector<std::pair<std::string, double>> fStatistics; ///< names and values
 
     /// A new element of that name, owned by the caller: a "Coordinates" element for each variable, then a "Statistic"
     /// element for each statistic, with the value "__MISSING__" for one that is not finite. The number of variables is

@@ -12,9 +12,10 @@ class XMLElement;
 
 /// The values of one variable of a chart, and what they are.
 struct MODELCORE_EXPORT MCXMLCoordinates {
-    std::string fFeature;   // what the values are in the chart, for instance "observed" or "frequency"
-    std::string fField;     // the field they come from; may be empty
-    std::string fStatistic; // the statistic they are; may be empty
+    std::string fFeature;   ///< what the values are in the chart, for instance "observed" or "frequency"
+    std::string fField;     ///< the field they come from; may be empty
+    std::string fStatistic; ///< the statistic they are; may be empty
+    /// One value a point; system-missing where there is none.
     std::vector<double> fValues;
     std::vector<std::string> fTexts = {}; // names of the values, as of categories; when there are any, the element has
                                           // them in place of the numbers

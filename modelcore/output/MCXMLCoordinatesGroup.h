@@ -11,7 +11,9 @@ namespace MCXML_930 {
 
 /// Coordinates that belong together, for instance one line of a chart.
 struct MODELCORE_EXPORT MCXMLCoordinatesGroup {
+    /// What the group is.
     std::string fDescription;
+    /// Its members, in the order in which they are written.
     std::vector<MCXMLCoordinates> fCoordinates;
 
     /// A new "CoordinatesGroup" element, owned by the caller.

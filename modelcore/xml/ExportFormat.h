@@ -1,6 +1,8 @@
 // The layout state that the XML writers carry from node to node.
 #pragma once
 
+#include "modelcore/modelcore_export.h"
+
 namespace MCXML_930 {
 
 /// Switches and indentation level of a document being written. A small value: the writers change the new-paragraph
@@ -27,6 +29,9 @@ public:
     bool HasFormat() const { return fFormat; }
     /// The indentation level.
     int GetLevel() const { return fLevel; }
+
+    /// Writes the switches and the level to the diagnostic text stream.
+    MODELCORE_EXPORT void Display() const;
 
 private:
     bool fNewParagraph = true;

@@ -31,6 +31,7 @@ XMLElement* XMLElement::Create(const std::string& name)
 
 XMLElement::~XMLElement()
 {
+    if (fParent != nullptr) fParent->Remove(this);
     // Each element is deleted after its own ring has moved into this one, so that no destructor calls itself.
     while (fLast != nullptr) {
         NodeLink* const node = fLast->Next();
@@ -50,6 +51,7 @@ XMLElement::~XMLElement()
                 fLast->Splice(element->fLast);
             }
             element->fLast = nullptr;
+            element->fParent = nullptr;
             delete element;
         }
         }
@@ -93,10 +95,7 @@ XMLElement* XMLElement::Clone() const
 int XMLElement::AddElement(XMLElement* child)
 {
     if (child == nullptr || child == this || child->IsOwned()) return -1;
-    // An element without children cannot hold this one, so that trees built from the root down pay nothing here.
-    if (child->HasChildren())
-        for (const XMLElement* ancestor = fParent; ancestor != nullptr; ancestor = ancestor->fParent)
-            if (ancestor == child) return -1;
+    if (HangsBelow(*child)) return -1;
     Adopt(child);
     return 0;
 }
@@ -131,6 +130,37 @@ int XMLElement::AddAttribute(const std::string& name, double value, bool fixed)
 {
     Adopt(XMLAttribute::Create(name, value, fixed));
     return 0;
+}
+
+// Goes up from here and through the other's subtree by turns: a small subtree is added in no time to a deep tree, and a
+// large one to a shallow tree.
+bool XMLElement::HangsBelow(const XMLElement& root) const
+{
+    const XMLElement* element = &root; // whose ring node is in
+    const NodeLink* node = root.fLast != nullptr ? root.fLast->Next() : nullptr;
+    for (const XMLElement* ancestor = fParent; ancestor != nullptr && node != nullptr; ancestor = ancestor->fParent) {
+        if (ancestor == &root || node == this) return true;
+        const bool isElement = node->GetKind() == NodeKind::Element;
+        if (isElement && static_cast<const XMLElement*>(node)->fLast != nullptr) {
+            element = static_cast<const XMLElement*>(node);
+            node = element->fLast->Next();
+            continue;
+        }
+        while (node == element->fLast && element != &root) {
+            node = element;
+            element = element->fParent;
+        }
+        node = node != element->fLast ? node->Next() : nullptr;
+    }
+    return false;
+}
+
+void XMLElement::Remove(const NodeLink* node)
+{
+    NodeLink* before = fLast;
+    while (before->Next() != node) before = before->Next();
+    before->UnlinkNext();
+    if (fLast == node) fLast = before != node ? before : nullptr;
 }
 
 void XMLElement::Append(NodeLink* node)

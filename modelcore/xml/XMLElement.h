@@ -24,7 +24,8 @@ public:
     /// A new element without attributes and children, owned by the caller.
     static XMLElement* Create(const std::string& name);
 
-    /// Deletes the whole subtree. Only a root may be deleted: an element that has a parent is deleted by it.
+    /// Deletes the whole subtree. An element that has a parent leaves it first, which takes time linear in the number of
+    /// the parent's children; attributes and texts are not to be deleted while they belong to an element.
     ~XMLElement() override;
 
     /// Appends the element, its attributes and its children.
@@ -36,7 +37,8 @@ public:
 
     /// Appends a child and takes it over.
     /// @return  0; -1, and nothing changes, when child is null, has a parent already, or holds this element itself in
-    ///          its subtree
+    ///          its subtree. To find that out takes at most twice the time of the shorter way: from here up to the root,
+    ///          or through the child's subtree.
     virtual int AddElement(XMLElement* child);
     /// Appends a text and takes it over.
     /// @return  0; -1, and nothing changes, when text is null or has a parent already
@@ -49,6 +51,8 @@ public:
     /// @return  0
     int AddAttribute(const std::string& name, const std::string& value);
     int AddAttribute(const std::string& name, double value);
+    /// Appends XMLAttribute::Create(name, value, fixed).
+    /// @return  0
     int AddAttribute(const std::string& name, double value, bool fixed);
 
     /// Deletes the node and its text, which share one block of memory.
@@ -64,7 +68,9 @@ private:
 
     std::string_view Name() const { return {reinterpret_cast<const char*>(this + 1), GetLength()}; }
     bool HasChildren() const { return fLast != nullptr && !fLast->IsAttribute(); }
+    bool HangsBelow(const XMLElement& root) const;
     void Append(NodeLink* node);
+    void Remove(const NodeLink* node);
     void Adopt(XMLElement* child);
     void Adopt(XMLAttribute* attribute);
 

@@ -7,10 +7,12 @@
 #include "modelcore/xml/XMLWrite.h"
 #include "modelcore/xml/internal/ValueStream.h"
 
+#include <algorithm>
 #include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <utility>
 
 namespace MCXML_930 {
@@ -57,6 +59,21 @@ int XMLObj::WriteSubElement(std::ostream& os, long value) const
     return WriteLine(os, nullptr, std::to_string(value));
 }
 
+int XMLObj::WriteSubElement(std::ostream& os, unsigned long value) const
+{
+    return WriteLine(os, nullptr, std::to_string(value));
+}
+
+int XMLObj::WriteSubElement(std::ostream& os, long long value) const
+{
+    return WriteLine(os, nullptr, std::to_string(value));
+}
+
+int XMLObj::WriteSubElement(std::ostream& os, unsigned long long value) const
+{
+    return WriteLine(os, nullptr, std::to_string(value));
+}
+
 int XMLObj::WriteSubElement(std::ostream& os, bool value) const
 {
     return WriteLine(os, nullptr, std::string(value ? internal::kTrue : internal::kFalse));
@@ -81,7 +98,7 @@ int XMLObj::WriteSubElement(std::ostream& os, const char* value) const
 
 int XMLObj::WriteLine(std::ostream& os, const char* type, const std::string& value) const
 {
-    std::string line = XMLUtil::GetTabs(fnTabs + 1);
+    std::string line = XMLUtil::GetTabs(std::min(fnTabs, std::numeric_limits<int>::max() - 1) + 1);
     line.append("<").append(internal::kItemName);
     if (type != nullptr) line.append(" ").append(internal::kTypeAttribute).append("=\"").append(type).append("\"");
     line.append(" ").append(internal::kValueAttribute).append("=\"").append(value).append("\"/>\n");

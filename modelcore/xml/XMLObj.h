@@ -14,11 +14,14 @@ namespace MCXML_930 {
 /// Every writer returns 0; a fault stays in the state of the stream. The text is ASCII whatever the values are.
 class MODELCORE_EXPORT XMLObj {
 public:
-    /// @param name   the element's name, an XML name of at most 1024 characters
-    /// @param nTabs  the depth of its tags; values stand one tab deeper
+    /// @param name   the element's name, an XML name of at most 1024 characters; what is none is written as it is, and
+    ///               no reader accepts it
+    /// @param nTabs  the depth of its tags, none below 1; values stand one tab deeper
     XMLObj(std::string name, int nTabs);
 
+    /// The name given to the constructor.
     const std::string& GetName() const { return fName; }
+    /// The depth given to the constructor.
     int GetNTabs() const { return fnTabs; }
 
     /// Writes the line `<name>`.
@@ -30,6 +33,9 @@ public:
     int WriteSubElement(std::ostream& os, int value) const;
     int WriteSubElement(std::ostream& os, unsigned int value) const;
     int WriteSubElement(std::ostream& os, long value) const;
+    int WriteSubElement(std::ostream& os, unsigned long value) const;
+    int WriteSubElement(std::ostream& os, long long value) const;
+    int WriteSubElement(std::ostream& os, unsigned long long value) const;
     int WriteSubElement(std::ostream& os, bool value) const;
 
     /// Writes a line `<item type="Double" value="..."/>` with the shortest text that reads back to the same double.

@@ -10,6 +10,8 @@ namespace MCXML_930 {
 /// The characters that XML documents are made of, and the replacements in strings that their writers need.
 class MODELCORE_EXPORT XMLUtil {
 public:
+    /// @name What the writers write: markup, layout, and the references for the characters that need one
+    /// @{
     static constexpr char FIRST_LINE[] = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>";
     static constexpr char BEGIN_ELEMENT[] = "<";
     static constexpr char LESS_THAN[] = "<";
@@ -32,6 +34,9 @@ public:
     static constexpr char XML_CHARREF_CR[] = "&#13;";
     static constexpr char XML_CHARREF_SP[] = "&#32;";
     static constexpr char XML_SP_CHARREF_SP[] = " &#32;";
+    /// @}
+
+    /// The columns of a tab, for those who count them; the writers do not.
     static constexpr int TAB_LENGTH = 8;
 
     /// n tabs; empty for n < 1.

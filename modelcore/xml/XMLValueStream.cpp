@@ -246,6 +246,21 @@ bool ParseValue(std::ifstream& is, long& value)
     return ParseInteger(is, value);
 }
 
+bool ParseValue(std::ifstream& is, unsigned long& value)
+{
+    return ParseInteger(is, value);
+}
+
+bool ParseValue(std::ifstream& is, long long& value)
+{
+    return ParseInteger(is, value);
+}
+
+bool ParseValue(std::ifstream& is, unsigned long long& value)
+{
+    return ParseInteger(is, value);
+}
+
 bool ParseValue(std::ifstream& is, bool& value)
 {
     return ParseItem(is, "", kLongestNumber, [&value](std::string_view text) {

@@ -25,6 +25,7 @@ TEST(MCIterationReporter, AnswersByExactKey)
         EXPECT_EQ(report.VectorMeasure(key), nullptr) << key;
     }
     reporter.SetInfo(&a, nullptr, nullptr, 6, -10.0, 2.0); // keeps the step halvings
-    EXPECT_EQ(report.DiscreteMeasure("stepHalving"), 2);
-    EXPECT_EQ(report.VectorMeasure("paramEstim2"), nullptr);
+    EXPECT_TRUE(report.DiscreteMeasure("stepHalving") == 2 && report.VectorMeasure("paramEstim2") == nullptr);
+    reporter.Reset();
+    EXPECT_TRUE(report.DiscreteMeasure("stepHalving") == 0 && report.VectorMeasure("paramEstim") == nullptr);
 }

@@ -1,10 +1,9 @@
 #include "modelcore/common/MCTimeUtil.h"
-#include "modelcore/common/MCMV.h"
+#include "support/Numbers.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cmath>
 #include <string>
 #include <thread>
 #include <utility>
@@ -34,6 +33,7 @@ TEST(MCTimeUtil, DurationsReadWell)
           Case{0.99951, "1.00 s"}, Case{9.996, "10.0 s"}, Case{59.94, "59.9 s"}, Case{59.96, "1 min 00 s"},
           Case{125.4, "2 min 05 s"}, Case{3599.5, "1 h 00 min 00 s"}, Case{10807, "3 h 00 min 07 s"},
           Case{86399.6, "1 d 00 h 00 min"}, Case{2 * 86400 + 3661, "2 d 01 h 01 min"}, Case{-1.5, "-1.50 s"},
-          Case{HUGE_VAL, "unknown"}, Case{std::nan(""), "unknown"}, Case{MCCommon_930::MCMV::Missing(), "unknown"}})
+          Case{-0.0, "0.00 us"}, Case{-1e-12, "0.00 us"}, Case{kInf, "unknown"}, Case{kNan, "unknown"},
+          Case{kMissing, "unknown"}})
         EXPECT_EQ(MCTimeUtil::FormatDuration(seconds), text) << seconds;
 }

@@ -7,7 +7,6 @@
 
 #include <cmath>
 #include <cstddef>
-#include <limits>
 #include <vector>
 
 using MCCommon_930::MCStatus;
@@ -17,14 +16,10 @@ using ::testing::IsEmpty;
 
 TEST(MCStatus, TheSeverityDecidesAndEqualityLooksAtEveryField)
 {
-    const MCStatus ok, warning(0, true), error(7, false);
-    EXPECT_TRUE(ok.IsOK() && !ok.IsError() && !ok.IsWarning());
-    EXPECT_TRUE(!warning.IsOK() && !warning.IsError() && warning.IsWarning());
-    EXPECT_TRUE(!error.IsOK() && error.IsError() && !error.IsWarning());
-
+    const auto kind = [](const MCStatus& s) { return s.IsOK() + 2 * s.IsWarning() + 4 * s.IsError(); };
+    EXPECT_TRUE(kind(MCStatus()) == 1 && kind(MCStatus(0, true)) == 2 && kind(MCStatus(7, false)) == 4);
     MCStatus base(3, true);
-    EXPECT_NE(base, MCStatus(3, false));
-    EXPECT_NE(base, MCStatus(4, true));
+    EXPECT_TRUE(base != MCStatus(3, false) && base != MCStatus(4, true));
     for (unsigned i = 0; i < 3; ++i) {
         MCStatus discrete = base, scale = base;
         discrete.SetDiscreteDatum(i, 77);
@@ -70,7 +65,7 @@ TEST(MCWarnings, EachListHoldsAWarningOnceInOrderOfArrival)
     EXPECT_EQ(warnings.GetWarnings(true).size(), 4u); // a NaN datum is never a duplicate
     warnings.AddWarnings(warnings.GetWarnings(true)); // its own list, which grows by the two with a NaN
     EXPECT_EQ(warnings.GetWarnings(true).size(), 6u);
-    ExpectLinearTime(5000, [](int size) {
+    ExpectLinearTime(20000, [](int size) {
         MCWarnings many;
         for (int i = 0; i < size; ++i) many.AddWarning(MCStatus(i, true), MCWarnings::DestBoth);
         EXPECT_EQ(many.GetWarnings(false).size(), static_cast<std::size_t>(size));
@@ -83,21 +78,18 @@ TEST(MCWarnings, ParametersBelongToTheCodeAlone)
     MCStatus other(9, false);
     other.SetDiscreteDatum(0, 4);
     EXPECT_FALSE(warnings.HasParameter(other));
-    EXPECT_TRUE(warnings.AddParameter(MCStatus(9, true), 3) && warnings.AddParameter(other, 0.25) &&
+    EXPECT_TRUE(warnings.AddParameter(MCStatus(9, true), 3L) && warnings.AddParameter(other, 0.25) &&
                 warnings.AddParameter(other, "age"));
-    EXPECT_TRUE(warnings.HasParameter(other));
-    EXPECT_FALSE(warnings.HasParameter(MCStatus(10, true)));
+    EXPECT_FALSE(warnings.AddParameter(other, 1LL << 31) || warnings.AddParameter(other, 1u << 31)); // beyond 32 bits
+    EXPECT_TRUE(warnings.HasParameter(other) && !warnings.HasParameter(MCStatus(10, true)));
 
     const auto& found = warnings.GetParameters(other);
     ASSERT_EQ(found.size(), 3u);
-    EXPECT_EQ(found[0].GetType(), MCWarnings::MCParameterValue::TypeInteger);
-    EXPECT_TRUE(found[0].ToInteger() == 3 && found[0].ToDouble() == 0.0); // the readers do not convert
-    EXPECT_EQ(found[1].ToDouble(), 0.25);
-    EXPECT_EQ(found[2].ToString(), "age");
+    EXPECT_TRUE(found[0].GetType() == 0 && found[0].ToInteger() == 3 && found[0].ToDouble() == 0.0); // no conversion
+    EXPECT_TRUE(found[1].ToDouble() == 0.25 && found[2].ToString() == "age");
     MCWarnings::MCParameterValue parameter = found[1];
     parameter.SetString("x"); // leaves the other fields
     EXPECT_TRUE(parameter.GetType() == MCWarnings::MCParameterValue::TypeString && parameter.ToDouble() == 0.25);
-    EXPECT_FALSE(warnings.AddParameter(other, 1LL << 31) || warnings.AddParameter(other, 1u << 31));
     EXPECT_THAT(warnings.GetParameters(MCStatus(10, true)), IsEmpty());
     EXPECT_THAT(found, IsEmpty()); // one buffer for every answer
 }
@@ -114,7 +106,7 @@ TEST(MCWarnings, MergeKeepsListsApartAndLosesNoParameter)
     from.AddParameter(right, "r");
     from.AddParameter(both, 1);
     into.AddWarnings(from);
-    into.AddWarnings(into);
+    into.AddWarnings(into); // adds its own parameters once more
     EXPECT_THAT(into.GetWarnings(true), ElementsAre(both, right));
     EXPECT_THAT(into.GetWarnings(false), ElementsAre(left, both));
     EXPECT_EQ(into.GetParameters(both).size(), 4u);

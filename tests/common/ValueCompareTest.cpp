@@ -1,5 +1,6 @@
 #include "common/ValueBuilders.h"
 #include "modelcore/common/Value.h"
+#include "support/Numbers.h"
 
 #include <gtest/gtest.h>
 
@@ -9,10 +10,6 @@
 using MCCommon_930::Value;
 
 namespace {
-
-constexpr double kInf = Value::MCVALUE_INFINITY;
-constexpr double kMissing = Value::SYSMISVALUE;
-const double kNan = std::nan("");
 
 struct Relation {
     Value a, b;

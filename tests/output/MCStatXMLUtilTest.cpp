@@ -3,7 +3,6 @@
 #include "modelcore/xml/ExportFormat.h"
 #include "modelcore/xml/XMLElement.h"
 #include "modelcore/xml/internal/CodePage.h"
-#include "support/DisplayCapture.h"
 #include "support/MovedFrom.h"
 #include "support/Numbers.h"
 
@@ -200,16 +199,4 @@ TEST(MCStatXMLUtil, SeveralElementsAreAddedTogetherOrNotAtAll)
     ExpectWholeWhenMemoryRunsOut(
         Holder(), Holder(),
         [&](Holder& h) { MCVariateData::AddCoordinatesToVarData(h.element.get(), coordinates, 0, 3); }, look);
-}
-
-TEST(MCStatXMLUtil, RecordsDisplayTheirFields)
-{
-    DisplayCapture capture;
-    MCVariateData{"d", {{"f", "x", "s", {1, 2}}}, {{"mean", 1.5}}}.Display();
-    MCXMLCoordinatesGroup{"g", {{"f", "", "", {}}}}.Display();
-    MCXMLRecordInfo{"7", "seven", {{1}}}.Display();
-    MCXMLCounts{4, 3, 2, 1}.Display();
-    for (const char* const line : {"MCVariateData display start\n", "Feature: f\n", "mean: 1.5\n", "Values: (empty)\n",
-                                   "Record label: seven\n", "Cardinality: 1\n"})
-        EXPECT_NE(capture.Text().find(line), std::string::npos) << line << capture.Text();
 }

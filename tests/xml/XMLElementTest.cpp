@@ -5,6 +5,7 @@
 #include "modelcore/xml/XMLString.h"
 #include "modelcore/xml/XMLUtil.h"
 #include "modelcore/xml/XMLWrite.h"
+#include "support/Growth.h"
 
 #include <gtest/gtest.h>
 
@@ -136,28 +137,26 @@ TEST(XMLElement, RefusesNullOwnedAndCircularNodes)
 {
     const Tree root = SmallTree();
     const std::string before = TextOf(*root);
-    XMLElement* const child = XMLElement::Create("child");
+    const Tree lone(XMLElement::Create("child"));
     XMLElement* const grandchild = XMLElement::Create("grandchild");
     XMLString* const text = XMLString::Create("");
     XMLAttribute* const attribute = XMLAttribute::Create("n", "v");
-    EXPECT_EQ(child->AddElement(grandchild), 0);
-    EXPECT_EQ(child->AddElement(text), 0);
-    EXPECT_EQ(child->AddAttribute(attribute), 0);
+    EXPECT_EQ(lone->AddElement(grandchild) + lone->AddElement(text) + lone->AddAttribute(attribute), 0);
 
-    const Tree lone(child);
-    EXPECT_EQ(child->AddElement(child), -1);
-    EXPECT_EQ(grandchild->AddElement(child), -1);
-    EXPECT_EQ(root->AddElement(static_cast<XMLElement*>(nullptr)), -1);
-    EXPECT_EQ(root->AddElement(static_cast<XMLString*>(nullptr)), -1);
-    EXPECT_EQ(root->AddAttribute(static_cast<XMLAttribute*>(nullptr)), -1);
-    EXPECT_EQ(root->AddElement(grandchild), -1);
-    EXPECT_EQ(root->AddElement(text), -1);
-    EXPECT_EQ(root->AddAttribute(attribute), -1);
+    const int refusals[] = {lone->AddElement(lone.get()),
+                            grandchild->AddElement(lone.get()),
+                            root->AddElement(static_cast<XMLElement*>(nullptr)),
+                            root->AddElement(static_cast<XMLString*>(nullptr)),
+                            root->AddAttribute(static_cast<XMLAttribute*>(nullptr)),
+                            root->AddElement(grandchild),
+                            root->AddElement(text),
+                            root->AddAttribute(attribute)};
+    for (const int& refusal : refusals) EXPECT_EQ(refusal, -1) << &refusal - refusals;
     EXPECT_EQ(TextOf(*root), before);
     EXPECT_EQ(TextOf(*lone, Layout(false, false)), "<child n=\"v\"><grandchild/></child>");
 }
 
-TEST(XMLElement, CloneIsDeepAndFree)
+TEST(XMLElement, CloneIsDeepAndFreeAndADeletedChildLeavesItsParent)
 {
     Tree tree = SmallTree();
     XMLElement* const second = SmallTree().release();
@@ -165,37 +164,47 @@ TEST(XMLElement, CloneIsDeepAndFree)
     tree->AddElement(XMLString::Create("after"));
     Tree copy(tree->Clone()), part(second->Clone());
     const std::string all = TextOf(*tree);
-    tree.reset();
     EXPECT_EQ(TextOf(*copy), all);
     EXPECT_EQ(TextOf(*part), TextOf(*SmallTree()));
     EXPECT_EQ(copy->AddElement(part.get()), 0); // the clone of a child has no parent
-    part.release();
+    delete part.release();
+    EXPECT_EQ(TextOf(*copy), all);
+    delete second;
+    EXPECT_EQ(TextOf(*tree, Layout(false, false)), "<a x=\"1\"><b/>text<c y=\"2\" z=\"3\"><d/></c>after</a>");
+    const Tree single(XMLElement::Create("s"));
+    XMLElement* const only = XMLElement::Create("only");
+    single->AddElement(only);
+    delete only;
+    EXPECT_EQ(TextOf(*single), "\n<s/>");
 }
 
-TEST(XMLElement, DeepChainsNeedNoStack)
+// Built from the root, from the leaf, and from the root by elements that have a child already.
+TEST(XMLElement, DeepChainsNeedNoStackAndNoMoreTimeThanFlatTrees)
 {
-    constexpr int kDepth = 100000;
-    for (const bool topDown : {true, false}) {
+    const auto chain = [](int depth, int way) {
         Tree root(XMLElement::Create("n"));
         XMLElement* last = root.get();
-        for (int i = 1; i < kDepth; ++i) {
+        for (int i = 1; i < depth; ++i) {
             XMLElement* const next = XMLElement::Create("n");
-            if (topDown) {
-                ASSERT_EQ(last->AddElement(next), 0);
-                last = next;
-            } else {
-                ASSERT_EQ(next->AddElement(root.release()), 0);
-                root.reset(next);
-            }
+            if (way == 2) next->AddElement(XMLElement::Create("leaf"));
+            EXPECT_EQ(way == 1 ? next->AddElement(root.release()) : last->AddElement(next), 0);
+            if (way == 1) root.reset(next);
+            last = next;
         }
+        return root;
+    };
+    constexpr int kDepth = 100000;
+    std::string expected;
+    for (int i = 1; i < kDepth; ++i) expected += "<n>";
+    expected += "<n/>";
+    for (int i = 1; i < kDepth; ++i) expected += "</n>";
+    for (const int way : {0, 1}) {
+        Tree root = chain(kDepth, way);
         const Tree copy(root->Clone());
         root.reset();
-        std::string expected;
-        for (int i = 1; i < kDepth; ++i) expected += "<n>";
-        expected += "<n/>";
-        for (int i = 1; i < kDepth; ++i) expected += "</n>";
         EXPECT_TRUE(TextOf(*copy, Layout(false, false)) == expected);
     }
+    ExpectLinearTime(20000, [&chain](int depth) { chain(depth, 2); });
 }
 
 TEST(XMLElement, TreesPassBetweenThreads)

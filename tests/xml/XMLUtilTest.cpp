@@ -42,29 +42,21 @@ TEST(XMLUtil, Replacements)
     std::string s = "one two one";
     int pos = 1;
     EXPECT_EQ(XMLUtil::ReplaceAtPos(s, "one", "1", pos), 8);
-    EXPECT_EQ(pos, 8);
-    EXPECT_EQ(s, "one two 1");
-    for (const int start : {-1, 10, 100}) {
-        pos = start;
-        EXPECT_EQ(XMLUtil::ReplaceAtPos(s, "one", "1", pos), -1);
-        EXPECT_EQ(pos, start);
+    EXPECT_TRUE(pos == 8 && s == "one two 1");
+    const struct {
+        const char* find;
+        int start;
+    } misses[] = {{"one", -1}, {"one", 10}, {"1", 9}, {"", 0}, {nullptr, 0}}; // the end itself is no fault
+    for (const auto& miss : misses) {
+        pos = miss.start;
+        EXPECT_EQ(XMLUtil::ReplaceAtPos(s, miss.find, "x", pos), -1) << miss.start;
+        EXPECT_TRUE(pos == miss.start && s == "one two 1");
     }
-    pos = 9; // the end itself is no fault, there is only nothing to find
-    EXPECT_EQ(XMLUtil::ReplaceAtPos(s, "1", "", pos), -1);
-    pos = 0;
-    EXPECT_EQ(XMLUtil::ReplaceAtPos(s, "", "x", pos), -1);
-    EXPECT_EQ(XMLUtil::ReplaceAtPos(s, nullptr, "x", pos), -1);
-    EXPECT_EQ(s, "one two 1");
-
-    EXPECT_EQ(XMLUtil::ReplaceString(s, "o", "0"), 0);
-    EXPECT_EQ(s, "0ne two 1");
-    EXPECT_EQ(XMLUtil::ReplaceAll(s, "e", "ee"), 1);
-    EXPECT_EQ(s, "0nee two 1");
+    EXPECT_TRUE(XMLUtil::ReplaceString(s, "o", "0") == 0 && s == "0ne two 1");
+    EXPECT_TRUE(XMLUtil::ReplaceAll(s, "e", "ee") == 1 && s == "0nee two 1");
     EXPECT_EQ(XMLUtil::ReplaceAll(s, "", "x"), 0);
     s = "aaaa";
-    EXPECT_EQ(XMLUtil::ReplaceAll(s, "aa", "aab"), 2);
-    EXPECT_EQ(s, "aabaab");
-    EXPECT_EQ(XMLUtil::GetTabs(-3), "");
-    EXPECT_EQ(XMLUtil::GetTabs(2), "\t\t");
+    EXPECT_TRUE(XMLUtil::ReplaceAll(s, "aa", "aab") == 2 && s == "aabaab");
+    EXPECT_EQ(XMLUtil::GetTabs(-3) + XMLUtil::GetTabs(2), "\t\t");
     EXPECT_EQ(XMLUtil::toString(-2147483647 - 1), "-2147483648");
 }

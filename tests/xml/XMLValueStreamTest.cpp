@@ -1,43 +1,32 @@
 #include "modelcore/xml/XMLValueStream.h"
-#include "modelcore/common/MCMV.h"
 #include "modelcore/xml/XMLObj.h"
-#include "tests/support/Bits.h"
-#include "tests/support/Random.h"
+#include "support/Bits.h"
+#include "support/MovedFrom.h"
+#include "support/Numbers.h"
+#include "support/Program.h"
+#include "support/Random.h"
 
 #include <gtest/gtest.h>
 
 #include <bit>
 #include <climits>
-#include <filesystem>
 #include <fstream>
 #include <initializer_list>
-#include <limits>
-#include <random>
+#include <new>
 #include <sstream>
 #include <string>
+#include <tuple>
 
 using namespace MCXML_930;
 
 namespace {
 
-constexpr double kMissing = MCCommon_930::MCMV::gMissingValue;
-constexpr double kInf = std::numeric_limits<double>::infinity();
-
 /// A file that holds a text, open for reading.
-class TextFile {
-public:
-    explicit TextFile(const std::string& text)
-        : fPath(std::filesystem::temp_directory_path() / ("value-stream-" + std::to_string(std::random_device()())))
-    {
-        std::ofstream(fPath, std::ios::binary) << text;
-        fStream.open(fPath, std::ios::binary);
-    }
-    ~TextFile() { std::filesystem::remove(fPath); }
-    std::ifstream& Stream() { return fStream; }
-
-private:
-    std::filesystem::path fPath;
-    std::ifstream fStream;
+struct TextFile {
+    explicit TextFile(const std::string& text) : stream(folder.Write("stream", text)) {}
+    std::ifstream& Stream() { return stream; }
+    TemporaryFolder folder;
+    std::ifstream stream;
 };
 
 template <class T>
@@ -60,30 +49,30 @@ struct Sample {
     int i = INT_MIN;
     unsigned int u = UINT_MAX;
     long l = LONG_MIN;
+    unsigned long ul = 7;
+    long long ll = LLONG_MIN;
+    unsigned long long ull = ULLONG_MAX;
     bool b = true;
     double d = 0.1;
     std::string s = "a <\"b\"> \\ \n";
 
+    auto All() { return std::tie(i, u, l, ul, ll, ull, b, d, s); }
+    auto All() const { return std::tie(i, u, l, ul, ll, ull, b, d, s); }
     std::string Write() const
     {
         std::ostringstream os;
         const XMLObj object("Object", 1);
         StartRoot(os, "we & \"us\"");
         object.StartObj(os);
-        object.WriteSubElement(os, i);
-        object.WriteSubElement(os, u);
-        object.WriteSubElement(os, l);
-        object.WriteSubElement(os, b);
-        object.WriteSubElement(os, d);
-        object.WriteSubElement(os, s);
+        std::apply([&](const auto&... value) { (object.WriteSubElement(os, value), ...); }, All());
         object.EndObj(os);
         EndRoot(os);
         return os.str();
     }
     bool Read(std::ifstream& is)
     {
-        return ParseStartXML(is) && ParseStartObj(is, "Object") && ParseValue(is, i) && ParseValue(is, u) &&
-               ParseValue(is, l) && ParseValue(is, b) && ParseValue(is, d) && ParseValue(is, s) && ParseEndObj(is) &&
+        const auto parse = [&is](auto&... value) { return (ParseValue(is, value) && ...); };
+        return ParseStartXML(is) && ParseStartObj(is, "Object") && std::apply(parse, All()) && ParseEndObj(is) &&
                ParseEndObj(is);
     }
 };
@@ -94,6 +83,9 @@ constexpr char kSampleText[] = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n"
                                "\t\t<item value=\"-2147483648\"/>\n"
                                "\t\t<item value=\"4294967295\"/>\n"
                                "\t\t<item value=\"-9223372036854775808\"/>\n"
+                               "\t\t<item value=\"7\"/>\n"
+                               "\t\t<item value=\"-9223372036854775808\"/>\n"
+                               "\t\t<item value=\"18446744073709551615\"/>\n"
                                "\t\t<item value=\"true\"/>\n"
                                "\t\t<item type=\"Double\" value=\"0.1\"/>\n"
                                "\t\t<item type=\"String\" value=\"a &lt;&quot;b&quot;&gt; \\\\ &#10;\"/>\n"
@@ -110,7 +102,7 @@ TEST(XMLValueStream, WritesAndReadsAnObject)
     const std::string doctype = "<!DOCTYPE MCXMLRoot SYSTEM \"a>b\" [<!ENTITY e '>]'>\n]>";
     for (const std::string& text : {std::string(kSampleText), body, "\r\n " + doctype + body}) {
         TextFile file(text);
-        Sample read{0, 0, 0, false, 0.0, ""};
+        Sample read{0, 0, 0, 0, 0, 0, false, 0.0, ""};
         ASSERT_TRUE(read.Read(file.Stream())) << text;
         EXPECT_EQ(read.Write(), kSampleText);
     }
@@ -133,6 +125,10 @@ TEST(XMLValueStream, TextOfValues)
     EXPECT_EQ(Written(5e-324), real("5e-324"));
     EXPECT_EQ(Written(std::string("\0\x7F\xC3\xA4\r", 5)), string("\\x00\\x7f\\xc3\\xa4&#13;"));
     EXPECT_EQ(Written("text, not a bool"), string("text, not a bool"));
+    EXPECT_EQ(XMLObj("o", INT_MIN).GetNTabs(), INT_MIN);
+    std::ostringstream os;
+    const MemoryLimit none(0); // the tabs of this depth are too many to write, and counting one more must not overflow
+    EXPECT_THROW(XMLObj("o", INT_MAX).WriteSubElement(os, 1), std::bad_alloc);
 }
 
 TEST(XMLValueStream, RoundTripsLoseNothing)

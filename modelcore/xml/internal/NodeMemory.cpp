@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <cstdlib>
 #include <new>
 
 namespace MCXML_930::internal {
@@ -10,11 +11,35 @@ namespace MCXML_930::internal {
 namespace {
 
 // Slabs are aligned to a power of two, so that the address of a node tells its slab. The size leaves room for the
-// allocator's own words: a slab of the full size would cost the next one its place.
-constexpr std::size_t kSlabAlignment = 64 * 1024;
+// allocator's own words: a slab of the full size would cost the next one its place. Larger slabs are no faster, and a
+// node that stays behind keeps more alive.
+constexpr std::size_t kSlabAlignment = 8 * 1024;
 constexpr std::size_t kSlabSize = kSlabAlignment - 64;
-constexpr std::size_t kLargestNode = 4096;
+constexpr std::size_t kLargestNode = 1024;
 constexpr std::size_t kNodeAlignment = 8; // nodes hold pointers and 64-bit lengths
+
+#ifdef _WIN32
+void* AllocateSlab()
+{
+    return ::operator new (kSlabSize, std::align_val_t{kSlabAlignment});
+}
+void ReleaseSlab(void* slab)
+{
+    ::operator delete (slab, std::align_val_t{kSlabAlignment});
+}
+#else
+// Not by operator new, which may round the size up to a multiple of the alignment.
+void* AllocateSlab()
+{
+    void* slab = nullptr;
+    if (posix_memalign(&slab, kSlabAlignment, kSlabSize) != 0) throw std::bad_alloc();
+    return slab;
+}
+void ReleaseSlab(void* slab)
+{
+    std::free(slab);
+}
+#endif
 
 /// Stands at the start of a slab. While a thread takes nodes from it, the count of nodes is too high by kInUse, and
 /// the thread counts what it takes by itself: only giving back is an atomic step.
@@ -23,8 +48,7 @@ struct Slab {
 
     void Drop(std::int64_t count)
     {
-        if (fNodes.fetch_sub(count, std::memory_order_acq_rel) == count)
-            ::operator delete (static_cast<void*>(this), std::align_val_t{kSlabAlignment});
+        if (fNodes.fetch_sub(count, std::memory_order_acq_rel) == count) ReleaseSlab(this);
     }
 
     std::atomic<std::int64_t> fNodes{kInUse};
@@ -46,7 +70,7 @@ public:
     void* Take(std::size_t size)
     {
         if (fSlab == nullptr || fUsed + size > kSlabSize) {
-            void* const memory = ::operator new (kSlabSize, std::align_val_t{kSlabAlignment});
+            void* const memory = AllocateSlab();
             Retire();
             fSlab = new (memory) Slab;
             fUsed = sizeof(Slab);

@@ -9,7 +9,7 @@ namespace MCXML_930::internal {
 ///
 /// A document is many small nodes that come and go together. Each thread takes them one after the other from a slab of
 /// its own; a slab is given back when its last node is released, by whatever thread, so that trees may pass between
-/// threads. Large nodes have memory of their own. A node that outlives its tree keeps its slab, 64 KB, alive.
+/// threads. Large nodes have memory of their own. A node that outlives its tree keeps its slab, 8 KB, alive.
 void* AllocateNode(std::size_t size);
 
 /// Gives back what AllocateNode gave for the same size.

@@ -1,5 +1,5 @@
 // The text of a double as people read it.
-#include "modelcore/common/internal/NumberText.h"
+#include "modelcore/common/internal/ShortestText.h"
 
 #include <charconv>
 #include <cmath>
