@@ -2,6 +2,7 @@
 #include "modelcore/xml/JsonObject.h"
 #include "modelcore/common/Value.h"
 #include "modelcore/xml/internal/CodePageText.h"
+#include "support/MovedFrom.h"
 
 #include <gtest/gtest.h>
 
@@ -9,32 +10,11 @@
 #include <bit>
 #include <charconv>
 #include <cmath>
-#include <cstdlib>
 #include <limits>
 #include <memory>
 #include <new>
 #include <random>
 #include <sstream>
-
-// Memory that runs out: the n-th request from now on is refused. Not inline: compilers take the pairs for mismatched.
-namespace {
-thread_local long requestsLeft = -1;
-}
-[[gnu::noinline]] void* operator new(std::size_t size)
-{
-    if (requestsLeft == 0) throw std::bad_alloc();
-    if (requestsLeft > 0) --requestsLeft;
-    if (void* const memory = std::malloc(size == 0 ? 1 : size)) return memory;
-    throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
 
 namespace {
 
@@ -650,13 +630,12 @@ TEST(JsonObjectMemory, RunningOutLeavesTheValueAsItWas)
         for (long left = 0;; ++left) {
             JsonObject value = target;
             bool failed = false;
-            requestsLeft = left;
             try {
+                const MemoryLimit limit(left);
                 change(value);
             } catch (const std::bad_alloc&) {
                 failed = true;
             }
-            requestsLeft = -1;
             if (!failed) return;
             ++refused;
             ASSERT_EQ(value, before);
