@@ -1,9 +1,9 @@
 // The LINPACK and BLAS level 1 routines beside OpenBLAS (LAPACK) on one thread and beside the plain published loops.
 #include "modelcore/linalg/Blas1.h"
 #include "modelcore/linalg/Linpack.h"
+#include "reference/plain/LinpackLoops.h"
 #include "support/Inputs.h"
 #include "support/PeerTable.h"
-#include "tests/linalg/LinpackPlain.h"
 
 #include <algorithm>
 #include <cmath>

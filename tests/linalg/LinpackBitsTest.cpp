@@ -1,5 +1,5 @@
 // The factorisations against plain transcriptions of the published loops, bit for bit, under every kernel set.
-#include "LinpackPlain.h"
+#include "reference/plain/LinpackLoops.h"
 
 #include "modelcore/linalg/Linpack.h"
 
