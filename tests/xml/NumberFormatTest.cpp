@@ -1,7 +1,9 @@
 #include "modelcore/xml/NumberFormat.h"
 #include "modelcore/xml/ExportFormat.h"
 #include "modelcore/xml/XMLAttribute.h"
-#include "tests/support/Random.h"
+#include "support/Numbers.h"
+#include "support/Program.h"
+#include "support/Random.h"
 
 #include <gtest/gtest.h>
 
@@ -11,12 +13,9 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iomanip>
 #include <limits>
 #include <locale>
-#include <memory>
-#include <random>
 #include <sstream>
 #include <string>
 
@@ -25,22 +24,14 @@ using namespace MCXML_930;
 namespace {
 
 // The definition of both forms: what a stream of the classic locale prints.
-class ClassicStream {
-public:
-    ClassicStream() { fStream.imbue(std::locale::classic()); }
-    std::string General(double v) { return Print(v, std::ios_base::fmtflags{}, 15); }
-    std::string Fixed(double v) { return Print(v, std::ios_base::fixed, 16); }
-
-private:
-    std::string Print(double v, std::ios_base::fmtflags form, int precision)
-    {
-        fStream.str({});
-        fStream.setf(form, std::ios_base::floatfield);
-        fStream << std::setprecision(precision) << v;
-        return fStream.str();
-    }
-    std::ostringstream fStream;
-};
+std::string Streamed(double v, bool fixed)
+{
+    std::ostringstream stream;
+    stream.imbue(std::locale::classic());
+    if (fixed) stream << std::fixed;
+    stream << std::setprecision(fixed ? 16 : 15) << v;
+    return stream.str();
+}
 
 class DecimalComma : public std::numpunct<char> {
     char do_decimal_point() const override { return ','; }
@@ -59,14 +50,12 @@ bool UseDecimalComma()
     const std::uint32_t head[] = {0x20031115 ^ LC_NUMERIC, 6, 32, 34, 35, 36, 40, 44};
     std::string file(reinterpret_cast<const char*>(head), sizeof head);
     file.append(",\0\0\0,\0\0\0\0\0\0\0UTF-8\0", 18);
-    const std::filesystem::path folder =
-        std::filesystem::temp_directory_path() / ("comma-" + std::to_string(std::random_device()()));
-    std::filesystem::create_directories(folder / "xx_XX");
-    std::ofstream(folder / "xx_XX" / "LC_NUMERIC", std::ios::binary) << file;
-    setenv("LOCPATH", folder.c_str(), 1);
+    const TemporaryFolder folder;
+    std::filesystem::create_directories(folder.File("xx_XX"));
+    folder.Write("xx_XX/LC_NUMERIC", file);
+    setenv("LOCPATH", folder.File("").c_str(), 1);
     const bool done = std::setlocale(LC_NUMERIC, "xx_XX") != nullptr;
     unsetenv("LOCPATH");
-    std::filesystem::remove_all(folder);
     return done;
 #else
     return false;
@@ -86,7 +75,6 @@ std::string AttributeText(XMLAttribute* attribute)
 
 TEST(NumberFormat, KnownTexts)
 {
-    const double inf = std::numeric_limits<double>::infinity();
     const struct {
         double value;
         const char *general, *fixed;
@@ -100,10 +88,10 @@ TEST(NumberFormat, KnownTexts)
         {1e15, "1e+15", "1000000000000000.0000000000000000"},
         {999999999999999.5, "1e+15", "999999999999999.5000000000000000"},
         {5e-324, "4.94065645841247e-324", "0.0000000000000000"},
-        {inf, "inf", "inf"},
-        {-inf, "-inf", "-inf"},
-        {std::nan(""), "nan", "nan"},
-        {-std::nan(""), "-nan", "-nan"},
+        {kInf, "inf", "inf"},
+        {-kInf, "-inf", "-inf"},
+        {kNan, "nan", "nan"},
+        {-kNan, "-nan", "-nan"},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(ReplaceSep(c.value), c.general);
@@ -118,11 +106,10 @@ TEST(NumberFormat, KnownTexts)
 // New values each time with --gtest_shuffle --gtest_repeat=100.
 TEST(NumberFormat, EqualsTheClassicStream)
 {
-    ClassicStream stream;
     TestRandom random(7 + static_cast<unsigned>(testing::UnitTest::GetInstance()->random_seed()));
     const auto compare = [&](double v) {
-        ASSERT_EQ(ReplaceSep(v), stream.General(v)) << std::hexfloat << v;
-        ASSERT_EQ(ReplaceSep(v, nullptr), stream.Fixed(v)) << std::hexfloat << v;
+        ASSERT_EQ(ReplaceSep(v), Streamed(v, false)) << std::hexfloat << v;
+        ASSERT_EQ(ReplaceSep(v, nullptr), Streamed(v, true)) << std::hexfloat << v;
     };
     for (int i = 0; i < 100000; ++i) {
         const auto high = static_cast<std::uint64_t>(random.Uniform(0.0, 0x1p32));
