@@ -93,9 +93,15 @@ TEST(LinregCertified, OneWayAnalysisOfVarianceThroughAFactor)
     EXPECT_GE(CorrectDigits(ModelStatistic(document, "regressionSS"), certified.at("ss_between")), 12.5);
     EXPECT_EQ(ModelStatistic(document, "regressionDF"), 4.0);
     EXPECT_EQ(ModelStatistic(document, "residualDF"), 20.0);
-    // The indicators add up to the intercept: the last one carries nothing new.
-    EXPECT_EQ(StatisticText(document, "<RegressionParameter name=\"treatment=5\"", "aliased"), "true");
-    EXPECT_EQ(StatisticText(document, "<RegressionParameter name=\"treatment=4\"", "aliased"), "false");
+    // The indicators add up to the intercept: one is the reference, and none is aliased.
+    const auto reference = [](const std::string& fit, const char* level) {
+        return StatisticText(fit, std::string("<RegressionParameter name=\"treatment=") + level + '"', "reference");
+    };
+    EXPECT_EQ(reference(document, "1") + reference(document, "5"), "truefalse");
+    EXPECT_EQ(document.find("aliased\" value=\"true\""), std::string::npos);
+    const std::string last = LinregDocument(
+        {kStrd + "SiRstv.csv", "--target", "y", "--factors", "treatment", "--reference", "last,treatment=2"});
+    EXPECT_EQ(reference(last, "2") + reference(last, "5"), "truefalse");
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -173,8 +179,8 @@ std::vector<std::string> Messy(const std::string& path, const std::vector<std::s
     return arguments;
 }
 
-/// Weighted least squares by modified Gram-Schmidt in long double on the columns 1, size (without its last level), x,
-/// place (without its last level), z.
+/// Weighted least squares by modified Gram-Schmidt in long double on the columns 1, size and place (each in sorted order
+/// without its first level), x, z.
 struct Reference {
     std::vector<long double> estimates, stdErrors;
     long double residualSS = 0;
@@ -183,13 +189,6 @@ struct Reference {
 
 Reference SolveByGramSchmidt(const std::vector<Row>& rows)
 {
-    std::vector<int> sizes, places; // levels in order of first appearance
-    const auto note = [](std::vector<int>& levels, int level) {
-        if (std::find(levels.begin(), levels.end(), level) == levels.end()) levels.push_back(level);
-    };
-    for (const Row& row : rows)
-        if (IsUsed(row)) note(sizes, row.size), note(places, row.place);
-
     Reference result;
     std::vector<std::vector<long double>> columns(9); // the last is y
     for (const Row& row : rows) {
@@ -197,12 +196,12 @@ Reference SolveByGramSchmidt(const std::vector<Row>& rows)
         result.cases += row.frequency;
         const long double root = sqrtl(static_cast<long double>(row.weight) * row.frequency);
         const long double values[] = {1,
-                                      row.size == sizes[0] ? 1.0L : 0.0L,
-                                      row.size == sizes[1] ? 1.0L : 0.0L,
-                                      row.size == sizes[2] ? 1.0L : 0.0L,
+                                      row.size == 2 ? 1.0L : 0.0L,
+                                      row.size == 1 ? 1.0L : 0.0L,
+                                      row.size == 0 ? 1.0L : 0.0L,
                                       row.x - 1e6L,
-                                      row.place == places[0] ? 1.0L : 0.0L,
-                                      row.place == places[1] ? 1.0L : 0.0L,
+                                      row.place == 1 ? 1.0L : 0.0L,
+                                      row.place == 2 ? 1.0L : 0.0L,
                                       row.z,
                                       row.y};
         for (std::size_t j = 0; j < columns.size(); ++j) columns[j].push_back(root * values[j]);
@@ -250,13 +249,13 @@ TEST(LinregFit, MessyDataMatchAnOrthogonalSolution)
     const Reference reference = SolveByGramSchmidt(rows);
     const std::string document = LinregDocument(Messy(path, {"--frequency", "n"}));
 
-    // Names as the document writes them, in the order in which the levels appear in used cases.
+    // Names as the document writes them, references too.
     std::vector<std::string> names;
     const std::string key = "<RegressionParameter name=\"";
     for (std::size_t at = document.find(key); at != std::string::npos; at = document.find(key, at + 1))
         names.push_back(document.substr(at + key.size(), document.find('"', at + key.size()) - at - key.size()));
     ASSERT_EQ(names.size(), 10u);
-    const std::size_t kept[] = {0, 1, 2, 3, 5, 6, 7, 9};
+    const std::size_t kept[] = {0, 2, 3, 4, 5, 7, 8, 9};
     for (std::size_t k = 1; k < std::size(kept); ++k) { // the intercept stands for another origin of x
         const std::string& name = names[kept[k]];
         const auto digits = [&](const char* what, long double exact) {
@@ -270,7 +269,7 @@ TEST(LinregFit, MessyDataMatchAnOrthogonalSolution)
               12.5);
     EXPECT_GE(CorrectDigits(ModelStatistic(document, "residualSS"), static_cast<double>(reference.residualSS)), 13);
     EXPECT_EQ(ModelStatistic(document, "residualDF"), reference.cases - 8);
-    EXPECT_EQ(StatisticText(document, "<RegressionParameter name=\"size=007 &amp; &lt;x&gt;", "aliased"), "true");
+    EXPECT_EQ(StatisticText(document, "<RegressionParameter name=\"size=007 &amp; &lt;x&gt;", "reference"), "true");
 
     const auto count = [&](auto predicate) { return std::count_if(rows.begin(), rows.end(), predicate); };
     const auto used = count(IsUsed);
@@ -375,9 +374,10 @@ R squared                       0.9734556
 Adjusted R squared              0.9693719
 Standard error of the estimate   614.6258
 
-Predictor  Taken as  Levels
-GNP          number
-YEAR         number
+Column    Role  Taken as  Levels
+TOTEMP  target    number
+GNP      input    number
+YEAR     input    number
 
 Analysis of variance
 Source      Sum of squares  df  Mean square         F  Significance

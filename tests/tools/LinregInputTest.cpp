@@ -47,7 +47,7 @@ const BadCase kBadCases[] = {
      "PATH, line 3, column 2 (x): text 'a b' in a column that was numeric; name it in --factors to take its values as "
      "names, or in --missing if it means that there is none"},
     {"delimiter that is none", "y,x\n1,2\n", "--target y --delimiter ;;",
-     "--delimiter must be one character, no quote and no blank, or tab"},
+     "delimiter: it must be one character, no quote and no blank, or tab"},
     {"ambiguous name", "y,x,x\n1,2,3\n", "--target y --predictors x",
      "PATH, line 1: more than one column is named 'x'"},
     {"two roles", "y,x\n1,2\n", "--target y --predictors x,y", "column 'y' is given two roles"},
@@ -77,7 +77,7 @@ const BadCase kBadCases[] = {
      "PATH, line 85, column 21 (f19): the model has more than 5000 parameters"},
     {"document over data", "y,x\n1,2\n2,3\n3,5\n", "--target y --xml PATH",
      "PATH: the document would replace the data"},
-    {"level outside 0 to 1", "y,x\n1,2\n", "--target y --level 95", "--level must lie between 0 and 1"},
+    {"level outside 0 to 1", "y,x\n1,2\n", "--target y --level 95", "level: 95 is not legal; legal: (0, 1)"},
     {"unwritable document", "y,x\n1,2\n2,3\n3,5\n", "--target y --xml /nowhere/fit.xml",
      "/nowhere/fit.xml: cannot be written: No such file or directory"},
 };
@@ -118,13 +118,13 @@ TEST(LinregInput, ATextAmongNumbersIsSaidOrIsMissing)
     const ProgramResult factor = Linreg(command, rows);
     EXPECT_EQ(factor.err, "linreg: warning: x was taken as a factor because its first value is 'n/a', but 38 of its 39 "
                           "values are numbers; --missing says what means a missing value\n");
-    EXPECT_NE(factor.out.find("x            factor      39\n"), std::string::npos) << factor.out;
+    EXPECT_NE(factor.out.find("x        input    factor      39\n"), std::string::npos) << factor.out;
 
     std::vector<std::string> told = command;
     told.insert(told.end(), {"--missing", "n/a,-99"});
     const ProgramResult number = Linreg(told, rows);
     EXPECT_EQ(number.err, "");
-    EXPECT_NE(number.out.find("x            number\n"), std::string::npos) << number.out;
+    EXPECT_NE(number.out.find("x        input    number\n"), std::string::npos) << number.out;
     EXPECT_NE(number.out.find("  a value is missing                      1\n"), std::string::npos) << number.out;
 }
 

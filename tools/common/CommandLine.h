@@ -19,6 +19,10 @@ namespace procedure {
 /// @throw Failure  for a command line or a file that does not fit, with what is legal
 bool ReadCommandLine(CLI::App& app, MCXML_930::MCSettings& settings, int argc, char** argv);
 
+/// The group of settings that say how a program runs; what it finds does not depend on them, and documents leave them
+/// out.
+inline constexpr const char* kRun = "Run";
+
 /// The settings "delimiter" and "missing", which say how a CSV file is written.
 void AddFormatSettings(MCXML_930::MCSettings& settings);
 CsvFormat FormatOf(const MCXML_930::MCSettings& settings);

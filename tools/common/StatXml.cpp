@@ -1,5 +1,7 @@
 #include "common/StatXml.h"
 
+#include "common/CommandLine.h"
+
 namespace procedure {
 
 using MCCommon_930::MCMV;
@@ -29,8 +31,7 @@ XMLElement* CreateSettings(const MCXML_930::MCSettings& settings)
     XMLElement* const block = MCStatXMLUtil::CreateElemStructuredData("Settings");
     for (std::size_t i = 0; i < settings.Size(); ++i) {
         const MCXML_930::MCSetting& setting = settings.At(i);
-        const MCCommon_930::Value& value = setting.Get();
-        AddStatistic(*block, setting.GetName().c_str(), value.GetString());
+        if (setting.GetGroup() != kRun) AddStatistic(*block, setting.GetName().c_str(), setting.Get().GetString());
     }
     return block;
 }

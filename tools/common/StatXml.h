@@ -16,7 +16,7 @@ void AddStatistic(MCXML_930::XMLElement& parent, const char* name, const std::st
 
 std::string TrueOrFalse(bool value);
 
-/// A block "Settings" with a "Statistic" for each setting: its name and its value.
+/// A block "Settings" with a "Statistic" for each setting but those of kRun: its name and its value.
 MCXML_930::XMLElement* CreateSettings(const MCXML_930::MCSettings& settings);
 
 } // namespace procedure

@@ -36,8 +36,8 @@ MCSettings MakeSettings()
     settings.AddReal("tolerance", 1e-8, MCRealRange::Open(0.0, 1.0),
                      "smallest share of a predictor that the others must leave", "Model");
     settings.AddReal("level", 0.95, MCRealRange::Open(0.0, 1.0), "level of the confidence limits", "Model");
-    settings.AddBool("one-pass", false, "read the file once: no residual pass, fewer digits", "Model");
-    settings.AddInteger("threads", 1, 1, kMaxThreads, "threads to use; the results do not depend on it");
+    settings.AddBool("one-pass", false, "read the file once: no residual pass, fewer digits", kRun);
+    settings.AddInteger("threads", 1, 1, kMaxThreads, "threads to use; the results do not depend on it", kRun);
     return settings;
 }
 
