@@ -356,7 +356,7 @@ IdfF 0 3 4 0;  1 3 4 missing;  -0.1 3 4 missing;  0.5 0 4 missing;  0.5 3 inf mi
 PdfBin 10 10 0.5 0.0009765625;  0 3 0.25 0.421875;  2.5 10 0.3 0;  -1 10 0.3 0;  11 10 0.3 0;  0 10 0 1;  1 10 0 0;  10 10 1 1;  500 1000 1e-3 0
 CdfBin -0.1 10 0.5 0;  0 3 0.25 0.421875;  10 10 0.5 1;  0 10 0 1;  9 10 1 0;  nan 10 0.5 nan
 IdfBin 0.171875 10 0.5 3;  0.1719 10 0.5 4;  0 10 0.5 0;  1 10 0.5 10
-PdfNegBin 2 2 0.25 0.0625;  1 2 0.5 0;  2.5 2 0.5 0;  3 3 1 1;  4 3 1 0
+PdfNegBin 1 2 0.5 0;  2.5 2 0.5 0;  3 3 1 1;  4 3 1 0
 PdfHyper 4 10 4 3 0;  0 10 9 3 0;  1 0 0 0 missing;  1 10 11 3 missing;  1 10 -1 3 missing;  1 10 4 11 missing;  -9e18 10 4 3 0
 CDFHyper -1 10 4 3 0;  3 10 4 3 1;  nan 10 4 3 nan
 NonCentralCdfChi -1 2 3 0;  inf 2 3 1;  1 0 1 missing;  1 nan 1 missing;  1 inf 1 missing;  1 1 -1 missing;  1 1 nan missing;  nan 1 1 nan

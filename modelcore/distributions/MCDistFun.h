@@ -37,7 +37,7 @@ public:
     /// Algorithm AS 241, PPND16 (Wichura 1988).
     static double IdfStdNorm(double p);
 
-    /// P(X <= x) of the normal distribution, sd > 0; missing for other sd.
+    /// P(X <= x) of the normal distribution, sd > 0; missing for other sd. NaN where (x - mean)/sd is.
     static double CdfNorm(double x, double mean, double sd);
 
     /// The normal quantile of p, 0 < p < 1, sd > 0; exactly the mean at 0.5.

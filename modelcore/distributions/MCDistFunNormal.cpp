@@ -92,12 +92,12 @@ double MCDistFun::IdfStdNorm(double p)
 
 double MCDistFun::CdfNorm(double x, double mean, double sd)
 {
-    return sd > 0.0 ? CdfStdNorm((x - mean) / sd) : MCMV::Missing();
+    return sd > 0.0 && !std::isnan(mean) ? CdfStdNorm((x - mean) / sd) : MCMV::Missing();
 }
 
 double MCDistFun::IdfNorm(double p, double mean, double sd)
 {
-    if (!internal::IsInsideProbability(p) || !(sd > 0.0)) return MCMV::Missing();
+    if (!internal::IsInsideProbability(p) || !(sd > 0.0) || std::isnan(mean)) return MCMV::Missing();
     return p == 0.5 ? mean : mean + sd * probit(p);
 }
 
@@ -109,7 +109,7 @@ double MCDistFun::PdfNormalStandard(double x)
 
 double MCDistFun::PdfNormal(double x, double mean, double sd)
 {
-    if (sd == 0.0 || std::isnan(sd)) return MCMV::Missing();
+    if (sd == 0.0 || std::isnan(sd) || std::isnan(mean)) return MCMV::Missing();
     return PdfNormalStandard((x - mean) / sd) / sd;
 }
 

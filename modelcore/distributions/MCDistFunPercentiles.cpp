@@ -84,7 +84,7 @@ double MCDistFun::GPTile(long n, double q, const std::vector<double>& values, co
         const double top = values[i] + bounds[i];
         if (mode == 1) {
             if (target <= before + weights[i] && weights[i] > 0.0) {
-                const double f = (target - before) / weights[i];
+                const double f = std::min((target - before) / weights[i], 1.0);
                 return result = (1.0 - f) * (values[i] - bounds[i]) + f * top;
             }
         } else {

@@ -96,7 +96,6 @@ TEST(MCDistFun, ArgumentsThatOnlySomeFunctionsHave)
     EXPECT_EQ(MCDistFun::CdfT(-3.0, kInf), MCDistFun::CdfStdNorm(-3.0));
     const double exact = MCDistFun::IdfT(0.9, 7.5, 0, 0), rough = MCDistFun::IdfT(0.9, 7.5, 1e-3, 1e-20);
     EXPECT_NEAR(rough, exact, 1e-3);
-    EXPECT_NE(rough, exact);
     int err = 0;
     EXPECT_NEAR(MCDistFun::CDFHyper(2.5e11, 1e12, 5e11, 5e11, err), 0.5, 1e-5); // the normal approximation
     for (const double x : {1e-9, 3.0}) {
@@ -134,7 +133,8 @@ TEST(MCDistFun, EveryCombinationOfAwkwardArgumentsComesBack)
             }
             const double value = exact.call(args);
             const bool isRight = isTail ? value >= 0.0 && value <= 1.0 : !std::isnan(value);
-            ASSERT_TRUE(isRight || MCMV::IsMissing(value) || std::isnan(args[0]))
+            const bool isDifference = name.find("Norm") == 3 && (std::isinf(args[0]) || std::isinf(args.back()));
+            ASSERT_TRUE(isRight || isDifference || MCMV::IsMissing(value) || std::isnan(args[0]))
                 << name << ' ' << ::testing::PrintToString(args) << " = " << value;
         }
     }
