@@ -68,6 +68,16 @@ bool TakeToken(std::string_view& pointer, std::string& token)
     return true;
 }
 
+/// Asks for the head of a block before it is needed. A part of what is released has mostly left the caches.
+void Prefetch([[maybe_unused]] std::uint64_t address)
+{
+#ifdef __GNUC__
+    constexpr std::uintptr_t kLine = 64;
+    for (std::uintptr_t line = 0; line < 4; ++line)
+        __builtin_prefetch(reinterpret_cast<const void*>(static_cast<std::uintptr_t>(address) + line * kLine));
+#endif
+}
+
 } // namespace
 
 // The hash table of an object
@@ -226,6 +236,8 @@ void JsonObject::ReleaseHeap() noexcept
             continue;
         }
         const JsonObject& value = current->Values()[--current->count];
+        constexpr std::size_t kAhead = 4;
+        if (current->count >= kAhead && (&value - kAhead)->OwnsHeap()) Prefetch((&value - kAhead)->fData);
         if (!value.OwnsHeap()) continue;
         if (value.fType == TypeString) {
             release.Add(textOf(value), textOf(value)->Bytes());
