@@ -17,7 +17,7 @@ using MCCommon_930::MCMV;
 namespace {
 
 /// Rows of S that are spelled out at a time where no more than that is needed.
-constexpr std::size_t kRowsAtOnce = 32;
+constexpr std::size_t kRowsAtOnce = 64;
 
 bool IsSquareOf(const IMCRectMatrix& matrix, int n)
 {
@@ -198,7 +198,8 @@ bool IMCSymMatrix::ComputeRVD(const IMCRectMatrix& R, const std::vector<double>&
     return true;
 }
 
-// Row k of V adds its terms to all rows of the result, so that the sum of each element runs over k in order.
+// Rows of V add their terms to all rows of the result, so that the sum of each element runs over them in order: many at
+// a time where they store all of the columns that are wanted.
 bool IMCSymMatrix::ComputeRVDParts(const IMCRectMatrix& R, int firstR, int nR, const std::vector<double>& d, int firstD,
                                    int nD, MCRectMatrix& out) const
 {
@@ -207,16 +208,33 @@ bool IMCSymMatrix::ComputeRVDParts(const IMCRectMatrix& R, int firstR, int nR, c
         !result.SetNRowsCols(R.GetNRows(), nD))
         return false;
     const DenseRows r(R);
+    const auto width = static_cast<std::size_t>(nD);
     std::vector<double> row;
+    std::vector<double> whole; // the parts of rows firstWhole ... k-1 of V
+    int firstWhole = firstR;
+    const auto addWhole = [&](int next) {
+        if (!whole.empty() && r.NRows() > 0)
+            internal::AddRowsTimesRows(result.GetPtr(), r.Ptr() + firstWhole, r.NCols(), r.NRows(),
+                                       static_cast<std::size_t>(next - firstWhole), whole.data(), width);
+        whole.clear();
+        firstWhole = next;
+    };
     for (int k = firstR; k < firstR + nR; ++k) {
         const int first = std::max(firstD, GetIndexFirstInRow(k));
         const int end = std::min(firstD + nD, GetIndexLastInRow(k) + 1);
-        if (first >= end) continue;
         GetRow(k, row);
-        for (std::size_t i = 0; i < r.NRows(); ++i)
+        if (end - first == nD) {
+            whole.insert(whole.end(), row.begin() + first, row.begin() + end);
+            if (whole.size() == kRowsAtOnce * width) addWhole(k + 1);
+            continue;
+        }
+        addWhole(k);
+        firstWhole = k + 1;
+        for (std::size_t i = 0; i < r.NRows() && first < end; ++i)
             internal::AddScaled(result.GetRowPtr(static_cast<int>(i)) + (first - firstD), r.Row(i)[k],
                                 row.data() + first, static_cast<std::size_t>(end - first));
     }
+    addWhole(firstR + nR);
     for (int i = 0; i < result.GetNRows(); ++i)
         for (int j = 0; j < nD; ++j) result.GetRowPtr(i)[j] *= d[static_cast<std::size_t>(firstD + j)];
     out = std::move(result);

@@ -29,7 +29,7 @@ bool MCSparseRectMatrix::IsShape(int capacity, int cols, int slots)
 
 MCSparseRectMatrix::MCSparseRectMatrix(int capacity, int nCols, int K)
 {
-    if (IsShape(capacity, nCols, K)) SetShape(capacity, nCols, K);
+    if (capacity >= 0 && IsShape(std::max(capacity, 1), nCols, K)) SetShape(capacity, nCols, K);
 }
 
 // Of a matrix that has no rows and slots yet.

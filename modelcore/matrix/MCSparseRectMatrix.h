@@ -30,7 +30,8 @@ public:
     MCSparseRectMatrix() = default;
 
     /// A matrix without rows, with room for capacity rows of nCols columns and K slots each. One that is not valid when
-    /// capacity, nCols or K is below 1, K is above nCols, or there can be no arrays of that size.
+    /// nCols or K is below 1, K is above nCols, or there can be no arrays of that size; with capacity 0 it becomes valid
+    /// with its first row.
     MCSparseRectMatrix(int capacity, int nCols, int K);
 
     MCSparseRectMatrix(const MCSparseRectMatrix& other) = default;

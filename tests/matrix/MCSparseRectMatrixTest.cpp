@@ -138,7 +138,7 @@ TEST(MCSparseRectMatrix, EqualsTheDenseMatrix)
 
 TEST(MCSparseRectMatrix, RowsGrowAndTheirPatternStays)
 {
-    for (const auto& [capacity, grown] : {std::pair{1, 10}, {4, 10}, {6, 10}, {7, 10}, {20, 30}, {21, 31}}) {
+    for (const auto& [capacity, grown] : {std::pair{0, 10}, {1, 10}, {4, 10}, {6, 10}, {7, 10}, {20, 30}, {21, 31}}) {
         MCSparseRectMatrix m(capacity, 5, 2);
         for (int i = 1; i <= capacity; ++i) EXPECT_EQ(m.AddRow(), i);
         EXPECT_EQ(m.GetRowCapacity(), capacity);
