@@ -13,9 +13,8 @@ MCSettings CreateSettings()
     settings.AddReal("pEnter", 0.05, MCRealRange::OpenClosed(0.0, 1.0), "largest significance of a term that enters");
     settings.AddReal("pRemove", 0.1, MCRealRange::OpenClosed(0.0, 1.0), "smallest significance that removes a term");
     settings.AddInteger("maxSteps", 0, 0, 1000, "most steps; 0 for twice the number of terms");
-    settings.AddRule("pEnter must be less than pRemove", [](const MCSettings& now) {
-        return now.Get("pEnter").GetReal() < now.Get("pRemove").GetReal();
-    });
+    settings.AddRule("pEnter must be less than pRemove",
+                     [](const MCSettings& now) { return now.Get("pEnter").GetReal() < now.Get("pRemove").GetReal(); });
     return settings;
 }
 

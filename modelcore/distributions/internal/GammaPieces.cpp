@@ -59,8 +59,8 @@ double LogGammaRatio(double b, double a)
     for (; c < 8.0; c += 1.0) excess += a / c * (1.0 + excess);
     // a/c may be too small for its digits where its product with c is a.
     const double linear = c > 1e100 ? a : (c - 0.5) * std::log1p(a / c);
-    return linear + a * (std::log(c + a) - 1.0) +
-           (StirlingRemainder(c + a) - StirlingRemainder(c)) - std::log1p(excess);
+    return linear + a * (std::log(c + a) - 1.0) + (StirlingRemainder(c + a) - StirlingRemainder(c)) -
+           std::log1p(excess);
 }
 
 ScaledNumber GammaWeight(double x)
