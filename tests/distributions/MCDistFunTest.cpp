@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -133,7 +134,8 @@ TEST(MCDistFun, EveryCombinationOfAwkwardArgumentsComesBack)
             }
             const double value = exact.call(args);
             const bool isRight = isTail ? value >= 0.0 && value <= 1.0 : !std::isnan(value);
-            const bool isDifference = name.find("Norm") == 3 && (std::isinf(args[0]) || std::isinf(args.back()));
+            const bool isDifference =
+                name.find("Norm") == 3 && std::any_of(args.begin(), args.end(), [](double x) { return std::isinf(x); });
             ASSERT_TRUE(isRight || isDifference || MCMV::IsMissing(value) || std::isnan(args[0]))
                 << name << ' ' << ::testing::PrintToString(args) << " = " << value;
         }

@@ -107,7 +107,8 @@ std::string FormatReport(const Options& options, const Evaluation& e)
     std::string text = "Evaluation of " + Printable(options.score) + " as a predictor of " + Printable(options.target) +
                        " = " + Printable(options.event) + "\n\n";
     text += FormatSummary(options, e);
-    text += "\n" + FormatVariables(e.variables);
+    text += '\n';
+    text += FormatVariables(e.variables);
     text += "\nGains and lift, from the highest score down\n" + FormatGains(e);
     text += "\nClassification with the cutoff " + FormatShort(options.cutoff) + "\n" + FormatClassification(options, e);
     text += "\nDistribution of the score: # events, - other cases\n" + FormatHistogram(e);

@@ -63,7 +63,8 @@ std::string FormatReport(const Options& options, const Fit& fit)
 {
     std::string text = "Linear regression of " + Printable(options.target) + "\n\n";
     text += FormatSummary(options, fit);
-    text += "\n" + FormatVariables(fit.variables);
+    text += '\n';
+    text += FormatVariables(fit.variables);
     text += options.intercept ? "\nAnalysis of variance\n" : "\nAnalysis of variance (about zero: no intercept)\n";
     text += FormatVariance(fit);
     text += "\nCoefficients with " + FormatShort(100.0 * options.level) + "% confidence limits\n";
