@@ -5,6 +5,7 @@
 #include "modelcore/common/MCMV.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 
@@ -13,6 +14,9 @@ namespace MCMath_930 {
 using MCCommon_930::MCMV;
 
 namespace {
+
+/// From a slot that is taken to the next one, in another line of the cache; odd, so that every slot is come to.
+constexpr std::size_t kStep = 17;
 
 /// Keys are in the order of the values; the lowest 52 bits are those of the fraction.
 std::uint64_t KeyOf(double x)
@@ -60,11 +64,15 @@ void Join(MCQuantileSketch::Bucket& bucket, const MCQuantileSketch::Bucket& othe
 
 MCQuantileSketch::MCQuantileSketch(int limit) : fnLimit(std::clamp(limit, kMinLimit, kMaxLimit)) {}
 
-// Multiplicative hashing (Knuth): the high bits of the product depend on all bits of the key.
+// Multiplicative hashing (Knuth): the high bits of the product depend on all bits of the key. Once bits are dropped, 16
+// neighbouring keys, which data has together, share one line of the cache; before, the lowest bits are often all 0.
 std::size_t MCQuantileSketch::SlotOf(std::uint64_t key) const
 {
     const int bits = std::countr_zero(fvSlots.size());
-    return static_cast<std::size_t>((key * 0x9E3779B97F4A7C15u) >> (64 - bits));
+    const auto hash = [](std::uint64_t word, int shift) {
+        return static_cast<std::size_t>((word * 0x9E3779B97F4A7C15u) >> shift);
+    };
+    return fnDropped == 0 ? hash(key, 64 - bits) : hash(key >> 4, 68 - bits) << 4 | (key & 15);
 }
 
 void MCQuantileSketch::Rebuild(std::size_t slots)
@@ -72,16 +80,17 @@ void MCQuantileSketch::Rebuild(std::size_t slots)
     fvSlots.assign(slots, 0);
     for (std::size_t i = 0; i < fvBuckets.size(); ++i) {
         std::size_t slot = SlotOf(KeyOf(fvBuckets[i].min) >> fnDropped);
-        while (fvSlots[slot] != 0) slot = (slot + 1) & (slots - 1);
+        while (fvSlots[slot] != 0) slot = (slot + kStep) & (slots - 1);
         fvSlots[slot] = static_cast<std::uint32_t>(i + 1);
     }
 }
 
 void MCQuantileSketch::Add(const Bucket& added)
 {
-    if (fvSlots.size() < 2 * (fvBuckets.size() + 1)) Rebuild(std::max<std::size_t>(64, 2 * fvSlots.size()));
+    // A quarter full at most, so that nearly every key is where it is looked for first.
+    if (fvSlots.size() < 4 * (fvBuckets.size() + 1)) Rebuild(std::max<std::size_t>(64, 2 * fvSlots.size()));
     const std::uint64_t key = KeyOf(added.min) >> fnDropped;
-    for (std::size_t slot = SlotOf(key);; slot = (slot + 1) & (fvSlots.size() - 1)) {
+    for (std::size_t slot = SlotOf(key);; slot = (slot + kStep) & (fvSlots.size() - 1)) {
         if (fvSlots[slot] == 0) {
             fvBuckets.push_back(added);
             fvSlots[slot] = static_cast<std::uint32_t>(fvBuckets.size());
@@ -125,12 +134,38 @@ bool MCQuantileSketch::Update(double x, double weight)
     return true;
 }
 
+// The buckets of a piece are all looked up before the first is changed, so that the processor waits for the memory of many
+// at once. A bucket that is not found at the first look, or is another one by then, goes the long way.
 int MCQuantileSketch::UpdateBlock(std::span<const double> x, std::span<const double> weights)
 {
     if (!weights.empty() && weights.size() != x.size()) return -1;
+    constexpr std::size_t kPiece = 64;
+    std::array<std::uint32_t, kPiece> places{};
     int added = 0;
-    for (std::size_t i = 0; i < x.size(); ++i)
-        if (Update(x[i], weights.empty() ? 1.0 : weights[i])) ++added;
+    for (std::size_t from = 0; from < x.size(); from += kPiece) {
+        const std::span<const double> piece = x.subspan(from, std::min(kPiece, x.size() - from));
+        if (!fvSlots.empty() && weights.empty())
+            for (std::size_t i = 0; i < piece.size(); ++i) places[i] = fvSlots[SlotOf(KeyOf(piece[i]) >> fnDropped)];
+        const auto between = [&](std::size_t i) -> Bucket* {
+            const std::size_t place = places[i] - 1u;
+            if (place >= fvBuckets.size()) return nullptr;
+            Bucket& bucket = fvBuckets[place];
+            return piece[i] > bucket.min && piece[i] < bucket.max ? &bucket : nullptr;
+        };
+        if (!weights.empty()) {
+            for (std::size_t i = 0; i < piece.size(); ++i) added += Update(piece[i], weights[from + i]) ? 1 : 0;
+            continue;
+        }
+        for (std::size_t i = 0; i < piece.size(); ++i) {
+            Bucket* const bucket = between(i);
+            if (bucket != nullptr) {
+                bucket->weight += 1.0;
+                ++added;
+            } else if (Update(piece[i])) {
+                ++added;
+            }
+        }
+    }
     return added;
 }
 

@@ -11,6 +11,7 @@
 #include <functional>
 #include <limits>
 #include <numeric>
+#include <type_traits>
 #include <utility>
 
 namespace MCXML_930 {
@@ -31,14 +32,36 @@ constexpr std::initializer_list<const char*> kCloseds{"upper", "lower"};
 constexpr std::initializer_list<const char*> kOutputs{"index", "indicator"};
 constexpr int kMostBins = 1000000;
 constexpr int kMostDeviations = 100;
-// Up to so many cuts are all compared, a vector of values at a time; more are searched.
-constexpr std::size_t kFewCuts = 40;
 
 bool AreAscending(const std::vector<double>& cuts)
 {
     const auto legal = [](double cut) { return std::isfinite(cut) && !MCMV::IsMissing(cut); };
     return std::all_of(cuts.begin(), cuts.end(), legal) &&
            std::adjacent_find(cuts.begin(), cuts.end(), std::greater_equal<>()) == cuts.end();
+}
+
+/// The bin of each value, which is the number of cuts below it, by a binary search without branches: a value steps over
+/// half of the cuts that are left when the last of these is below it. Many values search at the same time.
+template <class Above>
+void FindBins(std::span<const double> x, const std::vector<double>& cuts, std::size_t* bins, Above above)
+{
+    const double* const c = cuts.data();
+    const auto search = [&](const double* values, std::size_t* found, auto count) {
+        constexpr std::size_t kCount = decltype(count)::value;
+        std::array<std::size_t, kCount> at{};
+        for (std::size_t left = cuts.size(); left > 1;) {
+            const std::size_t half = left / 2;
+            for (std::size_t k = 0; k < kCount; ++k) at[k] += above(values[k], c[at[k] + half - 1]) ? half : 0;
+            left -= half;
+        }
+        for (std::size_t k = 0; k < kCount; ++k)
+            found[k] = at[k] + (!cuts.empty() && above(values[k], c[at[k]]) ? 1 : 0);
+    };
+    constexpr std::size_t kTogether = 4;
+    std::size_t i = 0;
+    for (; i + kTogether <= x.size(); i += kTogether)
+        search(&x[i], bins + i, std::integral_constant<std::size_t, kTogether>());
+    for (; i < x.size(); ++i) search(&x[i], bins + i, std::integral_constant<std::size_t, 1>());
 }
 
 } // namespace
@@ -139,6 +162,18 @@ MCEncoderBase::Learned MCBinningEncoder::LearnValid(const Value& value, const Va
     fvValues[static_cast<std::size_t>(place)].Update(x, weight);
     if (fMethod == MethodDeviations) fStats.Update(x, weight, 1.0);
     return Learned::Valid;
+}
+
+bool MCBinningEncoder::LearnPlain(std::span<const double> x)
+{
+    if (fMethod == MethodDeviations || fbEndsClosed) return false;
+    constexpr double largest = std::numeric_limits<double>::max(); // minus this is the missing value
+    std::size_t special = 0;
+    for (const double value : x) special += (value > -largest) & (value <= largest) ? std::size_t{0} : std::size_t{1};
+    if (special != 0) return false;
+    if (fvValues.empty()) fvValues.emplace_back(fnSketchLimit);
+    fvValues.front().UpdateBlock(x);
+    return true;
 }
 
 void MCBinningEncoder::MergeLearned(const MCEncoderBase& base)
@@ -302,35 +337,32 @@ IMCEncoder::Outcome MCBinningEncoder::EncodeOne(const Value& value, double* colu
 
 int MCBinningEncoder::EncodeRows(std::span<const double> x, double* rows, std::size_t stride, Outcome* outcomes) const
 {
-    constexpr std::size_t kPiece = 512;
-    std::array<double, kPiece> counts;
+    constexpr std::size_t kPiece = 256;
+    std::array<std::size_t, kPiece> bins; // filled as far as it is read
     const bool closed = fbEndsClosed && !MCMV::IsMissing(fdLowest) && !MCMV::IsMissing(fdHighest);
-    const double lowest = closed ? fdLowest : -std::numeric_limits<double>::infinity();
+    // Above the missing value, which is the lowest double; minus infinity goes the long way too.
+    const double lowest = closed ? fdLowest : std::nextafter(MCMV::Missing(), 0.0);
     const double highest = closed ? fdHighest : std::numeric_limits<double>::infinity();
     int encoded = 0;
     for (std::size_t from = 0; from < x.size(); from += kPiece) {
         const std::span<const double> piece = x.subspan(from, std::min(kPiece, x.size() - from));
         double* const out = rows + from * stride;
-        std::size_t special = fvCuts.size() > kFewCuts ? 1 : 0;
+        std::size_t special = 0;
         for (const double value : piece)
-            special += static_cast<std::size_t>(!(value >= lowest) | !(value <= highest) | MCMV::IsMissing(value));
+            special += (value >= lowest) & (value <= highest) ? std::size_t{0} : std::size_t{1};
         if (special != 0) {
             for (std::size_t i = 0; i < piece.size(); ++i)
                 encoded += Settle(EncodeNumber(piece[i], out + i * stride), out + i * stride, from + i, outcomes);
             continue;
         }
-        // The bin is the number of cuts below the value.
-        counts.fill(0.0);
-        for (const double cut : fvCuts) {
-            if (fClosed == ClosedUpper)
-                for (std::size_t i = 0; i < piece.size(); ++i) counts[i] += piece[i] > cut ? 1.0 : 0.0;
-            else
-                for (std::size_t i = 0; i < piece.size(); ++i) counts[i] += piece[i] >= cut ? 1.0 : 0.0;
-        }
-        if (fOutput == OutputIndex)
-            for (std::size_t i = 0; i < piece.size(); ++i) out[i * stride] = counts[i];
+        if (fClosed == ClosedUpper)
+            FindBins(piece, fvCuts, bins.data(), [](double value, double cut) { return value > cut; });
         else
-            for (std::size_t i = 0; i < piece.size(); ++i) WriteBin(static_cast<int>(counts[i]), out + i * stride);
+            FindBins(piece, fvCuts, bins.data(), [](double value, double cut) { return value >= cut; });
+        if (fOutput == OutputIndex)
+            for (std::size_t i = 0; i < piece.size(); ++i) out[i * stride] = static_cast<double>(bins[i]);
+        else
+            for (std::size_t i = 0; i < piece.size(); ++i) WriteBin(static_cast<int>(bins[i]), out + i * stride);
         if (outcomes != nullptr) std::fill_n(outcomes + from, piece.size(), Encoded);
         encoded += static_cast<int>(piece.size());
     }

@@ -110,6 +110,7 @@ public:
 protected:
     const char* ClassName() const override { return "MCBinningEncoder"; }
     Learned LearnValid(const MCCommon_930::Value& value, const MCCommon_930::Value* target, double weight) override;
+    bool LearnPlain(std::span<const double> x) override;
     bool IsTargetLegal(const MCCommon_930::Value& target) const override;
     void MergeLearned(const MCEncoderBase& other) override;
     MCCommon_930::MCStatus FinishLearned(int& columns) override;

@@ -129,6 +129,16 @@ void MCCategoricalEncoder::WriteLevel(int level, double* columns) const
     if (!reference) columns[fCoding == Indicator || level < GetReferenceLevel() ? level : level - 1] = 1.0;
 }
 
+void MCCategoricalEncoder::WriteLevels(std::span<const int> levels, double* rows, std::size_t stride) const
+{
+    if (fCoding != Indicator || stride != static_cast<std::size_t>(GetNColumns())) {
+        MCCategoryEncoder::WriteLevels(levels, rows, stride);
+        return;
+    }
+    std::fill_n(rows, levels.size() * stride, 0.0);
+    for (std::size_t i = 0; i < levels.size(); ++i) rows[i * stride + static_cast<std::size_t>(levels[i])] = 1.0;
+}
+
 int MCCategoricalEncoder::FindRow(const double* columns) const
 {
     const int count = GetNColumns();

@@ -57,6 +57,7 @@ protected:
     const char* ClassName() const override { return "MCCategoricalEncoder"; }
     MCCommon_930::MCStatus FinishLevels(int& columns) override;
     void WriteLevel(int level, double* columns) const override;
+    void WriteLevels(std::span<const int> levels, double* rows, std::size_t stride) const override;
     int FindRow(const double* columns) const override;
     void SaveSettings(MCCommon_930::Value& map) const override;
     bool LoadSettings(const MCCommon_930::Value& map) override;

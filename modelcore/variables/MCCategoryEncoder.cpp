@@ -4,6 +4,7 @@
 #include "modelcore/variables/internal/StateTree.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <numeric>
@@ -352,24 +353,33 @@ int MCCategoryEncoder::FindLevel(const Value& value) const
 int MCCategoryEncoder::FindLevels(std::span<const double> x, std::span<int> levels) const
 {
     if (!IsFinished() || levels.size() < x.size()) return -1;
+    FindCategories(x, levels.data());
     int found = 0;
     for (std::size_t i = 0; i < x.size(); ++i) {
-        const int place = Category(x[i]);
-        levels[i] = place >= 0        ? fvLevelOf[static_cast<std::size_t>(place)]
-                    : IsUnknown(x[i]) ? MissingLevel()
-                                      : UnseenLevel();
+        if (levels[i] >= 0)
+            levels[i] = fvLevelOf[static_cast<std::size_t>(levels[i])];
+        else
+            levels[i] = IsUnknown(x[i]) ? MissingLevel() : UnseenLevel();
         found += levels[i] >= 0 ? 1 : 0;
     }
     return found;
 }
 
 // A class that changes values before it looks them up sees numbers by their text.
-int MCCategoryEncoder::Category(double x) const
+void MCCategoryEncoder::FindCategories(std::span<const double> x, int* places) const
 {
-    if (!ChangesValues()) return fIndex.Find(x);
-    if (IsUnknown(x)) return -1;
+    if (!ChangesValues()) {
+        fIndex.FindAll(x, places);
+        return;
+    }
     Value work;
-    return fIndex.Find(Normalized(Value(x), work));
+    for (std::size_t i = 0; i < x.size(); ++i)
+        places[i] = IsUnknown(x[i]) ? -1 : fIndex.Find(Normalized(Value(x[i]), work));
+}
+
+void MCCategoryEncoder::WriteLevels(std::span<const int> levels, double* rows, std::size_t stride) const
+{
+    for (std::size_t i = 0; i < levels.size(); ++i) WriteLevel(levels[i], rows + i * stride);
 }
 
 IMCEncoder::Outcome MCCategoryEncoder::EncodeMissingAs(Outcome outcome, double* columns) const
@@ -409,11 +419,27 @@ IMCEncoder::Outcome MCCategoryEncoder::EncodeOne(const Value& value, double* col
 int MCCategoryEncoder::EncodeRows(std::span<const double> x, double* rows, std::size_t stride, Outcome* outcomes) const
 {
     if (ChangesValues()) return MCEncoderBase::EncodeRows(x, rows, stride, outcomes);
+    constexpr std::size_t kPiece = 64; // rows of some tens of columns stay in the cache
+    std::array<int, kPiece> found{};
     int encoded = 0;
-    for (std::size_t i = 0; i < x.size(); ++i, rows += stride) {
-        const Outcome outcome =
-            IsUnknown(x[i]) ? EncodeMissingAs(EncodedMissing, rows) : EncodeCategory(fIndex.Find(x[i]), rows);
-        encoded += Settle(outcome, rows, i, outcomes);
+    for (std::size_t from = 0; from < x.size(); from += kPiece) {
+        const std::span<const double> piece = x.subspan(from, std::min(kPiece, x.size() - from));
+        const std::span<int> places = std::span(found).first(piece.size());
+        double* const out = rows + from * stride;
+        fIndex.FindAll(piece, places.data());
+        if (std::all_of(places.begin(), places.end(), [](int place) { return place >= 0; })) {
+            for (int& place : places) place = fvLevelOf[static_cast<std::size_t>(place)];
+            WriteLevels(places, out, stride);
+            if (outcomes != nullptr) std::fill_n(outcomes + from, piece.size(), Encoded);
+            encoded += static_cast<int>(piece.size());
+            continue;
+        }
+        for (std::size_t i = 0; i < piece.size(); ++i) {
+            double* const row = out + i * stride;
+            const Outcome outcome =
+                IsUnknown(piece[i]) ? EncodeMissingAs(EncodedMissing, row) : EncodeCategory(places[i], row);
+            encoded += Settle(outcome, row, from + i, outcomes);
+        }
     }
     return encoded;
 }

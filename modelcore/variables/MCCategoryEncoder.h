@@ -97,6 +97,8 @@ protected:
     virtual MCCommon_930::MCStatus FinishLevels(int& columns) = 0;
     /// Writes the row of a level; the level -1 stands for a baseline that is none (see HasOwnBaseline).
     virtual void WriteLevel(int level, double* columns) const = 0;
+    /// Writes the rows of many levels. Only a class with a faster way overrides it.
+    virtual void WriteLevels(std::span<const int> levels, double* rows, std::size_t stride) const;
     /// Whether an unseen category under UnseenAsBaseline is encoded as level -1 instead of as the reference.
     virtual bool HasOwnBaseline() const { return false; }
     /// The level that has this row; -1 for none.
@@ -122,7 +124,7 @@ protected:
     double GetTargetMean() const;
 
 private:
-    int Category(double x) const;
+    void FindCategories(std::span<const double> x, int* places) const;
     Outcome EncodeCategory(int category, double* columns) const;
     Outcome EncodeMissingAs(Outcome outcome, double* columns) const;
     int MissingLevel() const;

@@ -81,9 +81,19 @@ bool MCEncoderBase::LearnWithTarget(const Value& value, const Value& target, dou
 int MCEncoderBase::LearnBlock(std::span<const double> x, std::span<const double> weights)
 {
     if (!weights.empty() && weights.size() != x.size()) return -1;
+    constexpr std::size_t kPiece = 512;
+    const bool plain = weights.empty() && !fbFinished && !NeedsTarget();
     int learned = 0;
-    for (std::size_t i = 0; i < x.size(); ++i)
-        if (LearnOne(Value(x[i]), nullptr, weights.empty() ? 1.0 : weights[i])) ++learned;
+    for (std::size_t from = 0; from < x.size(); from += kPiece) {
+        const std::span<const double> piece = x.subspan(from, std::min(kPiece, x.size() - from));
+        if (plain && LearnPlain(piece)) {
+            learned += static_cast<int>(piece.size());
+            fdValidWeight += static_cast<double>(piece.size());
+            continue;
+        }
+        for (std::size_t i = 0; i < piece.size(); ++i)
+            if (LearnOne(Value(piece[i]), nullptr, weights.empty() ? 1.0 : weights[from + i])) ++learned;
+    }
     return learned;
 }
 

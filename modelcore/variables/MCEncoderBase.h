@@ -81,6 +81,9 @@ protected:
     virtual const char* ClassName() const = 0;
     /// Adds a value that is not missing. Missing: it is to be counted as such.
     virtual Learned LearnValid(const MCCommon_930::Value& value, const MCCommon_930::Value* target, double weight) = 0;
+    /// Adds numbers of weight 1 in one go, if all are valid and the class has a faster way for them.
+    /// @return  false, and nothing changed, when they are to be learned one by one
+    virtual bool LearnPlain(std::span<const double>) { return false; }
     /// Whether the target can be learned from.
     virtual bool IsTargetLegal(const MCCommon_930::Value&) const { return true; }
     /// Adds a missing value, beside its count.

@@ -108,8 +108,9 @@ CategoryIndex::Key CategoryIndex::KeyOf(double x)
 {
     if (IsUnknown(x)) return {};
     const auto word = std::bit_cast<std::uint64_t>(x + 0.0); // -0.0 becomes 0.0
-    // One multiplication, and the high bits, which depend on all others, brought down.
-    const std::uint64_t hash = word * 0x9E3779B97F4A7C15u;
+    // Whole numbers differ in their highest bits alone, and the lowest bits of a product depend on the lowest of its
+    // factors alone: so the high half is folded onto the low one before and after.
+    const std::uint64_t hash = (word ^ (word >> 32)) * 0x9E3779B97F4A7C15u;
     return {hash ^ (hash >> 32), word, kReal};
 }
 
@@ -148,6 +149,21 @@ int CategoryIndex::Find(const Key& key, std::string_view text) const
 int CategoryIndex::Find(double x) const
 {
     return Find(KeyOf(x), {});
+}
+
+void CategoryIndex::FindAll(std::span<const double> x, int* places) const
+{
+    const Slot* const slots = fvSlots.data();
+    const std::size_t mask = fvSlots.size() - 1;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        const Key key = KeyOf(x[i]);
+        places[i] = -1;
+        if (key.kind == kNone || fvSlots.empty()) continue;
+        std::size_t slot = key.hash & mask;
+        while (slots[slot].place != 0 && (slots[slot].word != key.word || slots[slot].kind != kReal))
+            slot = (slot + 1) & mask;
+        places[i] = static_cast<int>(slots[slot].place) - 1;
+    }
 }
 
 int CategoryIndex::Find(std::string_view text) const

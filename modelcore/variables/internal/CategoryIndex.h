@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,6 +34,9 @@ public:
     int Find(const MCCommon_930::Value& value) const;
     int Find(double x) const;
     int Find(std::string_view text) const;
+
+    /// The place of each number, as Find gives it.
+    void FindAll(std::span<const double> x, int* places) const;
 
     /// The place of a category, which is added at the end when it is new; -1 for what can be none. Where the same
     /// number comes as integer and as real, the integer is kept, whichever came first.
