@@ -1,6 +1,9 @@
 # Read by the other scripts: help, refusals, and builds that say how far they are.
 # shellcheck shell=bash
 
+# Objects in ccache serve any checkout of the same sources: paths below it count from the build folder.
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
+
 script=scripts/$(basename "$0")
 
 # The help of a script is the comment at its head.

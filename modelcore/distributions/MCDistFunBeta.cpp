@@ -118,6 +118,7 @@ double MCDistFun::PdfT(double t, double df, long& err)
     if (!(df > 0.0)) return internal::Refuse(err, 1L);
     if (std::isnan(t)) return t;
     if (std::isinf(t)) return 0.0;
+    if (0.5 * df == 0.0) return internal::Refuse(err, 2L); // the smallest double: its half is not one
     if (df >= internal::kNormalDf) return PdfNormalStandard(t);
     constexpr double kFewDf = 1e-6; // below, the logarithms of the gamma functions would cost the last digits
     if (df < kFewDf && t != 0.0 && std::fabs(t) < internal::kFarStudent)

@@ -48,6 +48,25 @@ void* operator new(std::size_t size, std::align_val_t alignment)
     return Allocate(size, static_cast<std::size_t>(alignment));
 }
 
+// Under the address sanitizer these would not call those above.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    try {
+        return Allocate(size, 1);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept
+{
+    try {
+        return Allocate(size, static_cast<std::size_t>(alignment));
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
 void operator delete(void* block) noexcept
 {
     std::free(block);

@@ -56,6 +56,13 @@ TEST(CodePage, BytesBecomeUTF8AndFaultyBytesTheReplacementCharacter)
         {"unknown code page is read as UTF-8", "NO-SUCH-SET", "ß\xFF", "ß\uFFFD"},
     };
     for (const auto& c : cases) EXPECT_EQ(ToUTF8(c.codePage, c.text), c.expected) << c.name;
+    // Characters across the ends of the pieces in which a text is converted.
+    std::string gbk = "a", utf8 = "a";
+    for (int i = 0; i < 5000; ++i) {
+        gbk += "\x81\x5C";
+        utf8 += "乗";
+    }
+    EXPECT_EQ(ToUTF8("GBK", gbk), utf8);
     for (const char* const codePage : {"UTF-8", "GBK"})
         ExpectLinearTime(500000, [codePage](int size) {
             const std::size_t count = static_cast<std::size_t>(size);

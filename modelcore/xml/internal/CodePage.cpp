@@ -195,9 +195,11 @@ void CodePageReader::AppendAsUTF8(std::string& out, std::string_view text)
     if (converter == nullptr) return AppendValidUTF8(out, text);
     iconv(converter, nullptr, nullptr, nullptr, nullptr);
 
-    // Piece by piece, so that a bad byte costs no more than a good one. Returns 0, or errno.
+    // Piece by piece, so that a bad byte costs no more than a good one. Pieces of the input too: a sanitizer looks at all
+    // of it in each call. Returns 0, or errno.
+    constexpr std::size_t kPiece = 4096;
     const auto convert = [&out, converter](char** in, std::size_t* left) {
-        char piece[4096];
+        char piece[kPiece];
         char* to = piece;
         std::size_t room = sizeof piece;
         const int fault = iconv(converter, in, left, &to, &room) == static_cast<std::size_t>(-1) ? errno : 0;
@@ -207,8 +209,12 @@ void CodePageReader::AppendAsUTF8(std::string& out, std::string_view text)
     char* in = const_cast<char*>(text.data());
     std::size_t left = text.size();
     while (left > 0) {
-        const int fault = convert(&in, &left);
-        if (fault == 0 || fault == E2BIG) continue;
+        const std::size_t given = std::min(left, kPiece);
+        std::size_t rest = given;
+        const int fault = convert(&in, &rest);
+        const bool isCut = fault == EINVAL && given < left && rest < given; // a character across the end of the piece
+        left -= given - rest;
+        if (fault == 0 || fault == E2BIG || isCut) continue;
         convert(nullptr, nullptr); // what the converter holds back stands before the bad byte
         out.append(kReplacement);
         ++in;
