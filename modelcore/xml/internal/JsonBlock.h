@@ -125,14 +125,14 @@ struct JsonObject::Make {
     static void Scalar(JsonObject* at, Type type, std::uint64_t data)
     {
         Null(at);
-        at->fType = type;
+        at->fType = static_cast<std::uint8_t>(type);
         at->fData = data;
     }
 
     static void Container(JsonObject* at, Type type, Block* block)
     {
         Null(at);
-        at->fType = type;
+        at->fType = static_cast<std::uint8_t>(type);
         if (block == nullptr) return;
         at->fLength = kOnHeap;
         at->fData = reinterpret_cast<std::uintptr_t>(block);
