@@ -169,7 +169,7 @@ bool MCBinningEncoder::LearnPlain(std::span<const double> x)
     if (fMethod == MethodDeviations || fbEndsClosed) return false;
     constexpr double largest = std::numeric_limits<double>::max(); // minus this is the missing value
     std::size_t special = 0;
-    for (const double value : x) special += (value > -largest) & (value <= largest) ? std::size_t{0} : std::size_t{1};
+    for (const double value : x) special += ((value > -largest) & (value <= largest)) ? std::size_t{0} : std::size_t{1};
     if (special != 0) return false;
     if (fvValues.empty()) fvValues.emplace_back(fnSketchLimit);
     fvValues.front().UpdateBlock(x);
@@ -349,7 +349,7 @@ int MCBinningEncoder::EncodeRows(std::span<const double> x, double* rows, std::s
         double* const out = rows + from * stride;
         std::size_t special = 0;
         for (const double value : piece)
-            special += (value >= lowest) & (value <= highest) ? std::size_t{0} : std::size_t{1};
+            special += ((value >= lowest) & (value <= highest)) ? std::size_t{0} : std::size_t{1};
         if (special != 0) {
             for (std::size_t i = 0; i < piece.size(); ++i)
                 encoded += Settle(EncodeNumber(piece[i], out + i * stride), out + i * stride, from + i, outcomes);

@@ -172,7 +172,7 @@ int MCContinuousEncoder::EncodeRows(std::span<const double> x, double* rows, std
         if (simple) {
             std::size_t special = 0;
             for (const double value : piece)
-                special += (value >= lowest) & (value <= highest) ? std::size_t{0} : std::size_t{1};
+                special += ((value >= lowest) & (value <= highest)) ? std::size_t{0} : std::size_t{1};
             plain = special == 0;
         }
         if (plain) {

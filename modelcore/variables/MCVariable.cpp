@@ -406,7 +406,7 @@ IMCVariable::ValueKind MCCategoricalVariable::ClassifyStored(const Value& value)
 
 std::string MCCategoricalVariable::RangeText(int width) const
 {
-    return ListText(fvCategories, width, [this](const Category& category) {
+    return ListText(fvCategories, width, [](const Category& category) {
         std::string text = category.value.GetString();
         if (!category.label.empty()) text += " = " + category.label;
         return category.kind == ValueValid ? text : text + " (" + kKinds.begin()[category.kind] + ")";
