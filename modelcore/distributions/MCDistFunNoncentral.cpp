@@ -218,6 +218,7 @@ double MCDistFun::NonCentralPdfT(double t, double df, double nc, long& err)
     if (nc == 0.0) return PdfT(t, df, err);
     if (std::isnan(t)) return t;
     if (std::isinf(t)) return 0.0;
+    if (0.5 * df == 0.0) return internal::Refuse(err, 2L); // the smallest double: its half is not one
     if (df >= internal::kNormalDf) return PdfNormalStandard(t - nc);
     const double w = std::fabs(t);
     const double shift = std::fabs(nc);
@@ -227,7 +228,10 @@ double MCDistFun::NonCentralPdfT(double t, double df, double nc, long& err)
         constexpr double kFar = 1e100;
         return NonCentralPdfT(std::copysign(kFar, t), df, nc, err) * std::pow(kFar / w, df) * (kFar / w);
     }
-    if ((t > 0.0) != (nc > 0.0)) return shift > kVanishing ? 0.0 : internal::NoncentralTDensityBelow(w, df, shift);
+    // What leaves the range of a double on the way is refused.
+    const auto numberOrRefusal = [&err](double x) { return std::isnan(x) ? internal::Refuse(err, 2L) : x; };
+    if ((t > 0.0) != (nc > 0.0))
+        return shift > kVanishing ? 0.0 : numberOrRefusal(internal::NoncentralTDensityBelow(w, df, shift));
     if (df > 50.0 || shift > 10.0) {
         const double density = internal::NoncentralTAbove(w, df, shift, internal::NoncentralPart::Density);
         return std::isnan(density) ? internal::Refuse(err, 2L) : density;
@@ -267,7 +271,7 @@ double MCDistFun::NonCentralPdfT(double t, double df, double nc, long& err)
     const double logCentral =
         internal::LogGammaRatio(0.5 * df, 0.5) - 0.5 * std::log(df) - kHalfLogPi - base * std::log1p(w / df * w);
     const double exponent = logCentral + scale - 0.5 * shift * shift;
-    return exponent < -708.0 ? 0.0 : std::exp(exponent) * sum;
+    return numberOrRefusal(exponent < -708.0 ? 0.0 : std::exp(exponent) * sum);
 }
 
 double MCDistFun::FindNCParamChi(double x, double df, double p, double tolerance)
