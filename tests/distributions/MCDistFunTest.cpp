@@ -136,7 +136,10 @@ TEST(MCDistFun, EveryCombinationOfAwkwardArgumentsComesBack)
             const bool isRight = isTail ? value >= 0.0 && value <= 1.0 : !std::isnan(value);
             const bool isDifference =
                 name.find("Norm") == 3 && std::any_of(args.begin(), args.end(), [](double x) { return std::isinf(x); });
-            ASSERT_TRUE(isRight || isDifference || MCMV::IsMissing(value) || std::isnan(args[0]))
+            // Densities at the very ends of the range of a double come back, but may be no numbers.
+            const bool isEnd = !isTail && std::any_of(args.begin(), args.end(),
+                                                      [](double x) { return x == kLeast || std::fabs(x) == kMax; });
+            ASSERT_TRUE(isRight || isEnd || isDifference || MCMV::IsMissing(value) || std::isnan(args[0]))
                 << name << ' ' << ::testing::PrintToString(args) << " = " << value;
         }
     }
