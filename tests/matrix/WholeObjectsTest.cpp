@@ -96,7 +96,7 @@ TEST(WholeObjects, AssignmentWithoutMemoryLeavesThemAsTheyWere)
                                     MCSymBlockMatrix>);
     ExpectAssignmentIsWhole(Packed(2), Packed(5), kShow);
     ExpectAssignmentIsWhole(Dense(2, 2), Dense(5, 4), kShow);
-    ExpectAssignmentIsWhole(MCDiagMatrix({1}), MCDiagMatrix({2, 3}), kShow);
+    ExpectAssignmentIsWhole(MCDiagMatrix(std::vector<double>{1.0}), MCDiagMatrix(std::vector<double>{2.0, 3.0}), kShow);
     ExpectAssignmentIsWhole(Sparse(1), Sparse(4), kShow);
     ExpectAssignmentIsWhole(Blocks(1), Blocks(4), kShow);
     ExpectAssignmentIsWhole(Grid(1), Grid(3), kShow);
