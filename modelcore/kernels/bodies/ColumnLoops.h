@@ -74,8 +74,8 @@ bool ApplyUnitLowerToFour(double* c, std::ptrdiff_t columnStep, const double* lo
     Transpose(row + 4);
 #pragma GCC unroll 4
     for (int j = 0; j < 4; ++j) {
-        QuadAt(c + j * columnStep) = row[j];
-        QuadAt(c + j * columnStep + 4) = row[j + 4];
+        Store(c + j * columnStep, row[j]);
+        Store(c + j * columnStep + 4, row[j + 4]);
     }
     return true;
 }
@@ -116,8 +116,8 @@ void DotColumns(double* dots, const double* c, std::ptrdiff_t columnStep, std::s
                 second += x[i + q] * part[q + 4];
             }
         }
-        QuadAt(dots + j) = first;
-        QuadAt(dots + j + 4) = second;
+        Store(dots + j, first);
+        Store(dots + j + 4, second);
         for (; i < rows; ++i)
             for (int q = 0; q < 8; ++q) dots[j + static_cast<std::size_t>(q)] += x[i] * c[q * columnStep + i];
     }

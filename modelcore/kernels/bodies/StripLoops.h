@@ -25,20 +25,23 @@ void ReflectStripPart(double* strip, const double* v, const double* factors, con
     } else if (next == nullptr) {
         for (std::size_t i = 0; i < rows; ++i, strip += kStripWidth)
 #pragma GCC unroll 4
-            for (int q = 0; q < kStripVectors; ++q) VectorAt(strip + q * kVectorWidth) += v[i] * factor[q];
+            for (int q = 0; q < kStripVectors; ++q) {
+                double* const at = strip + q * kVectorWidth;
+                Store(at, VectorAt(at) + v[i] * factor[q]);
+            }
     } else {
         for (std::size_t i = 0; i < rows; ++i, strip += kStripWidth)
 #pragma GCC unroll 4
             for (int q = 0; q < kStripVectors; ++q) {
-                Vector* const at = reinterpret_cast<Vector*>(strip + q * kVectorWidth);
-                const Vector row = *at + v[i] * factor[q];
-                *at = row;
+                double* const at = strip + q * kVectorWidth;
+                const Vector row = VectorAt(at) + v[i] * factor[q];
+                Store(at, row);
                 dot[q] += next[i] * row;
             }
     }
     if (next != nullptr)
 #pragma GCC unroll 4
-        for (int q = 0; q < kStripVectors; ++q) VectorAt(dots + q * kVectorWidth) = dot[q];
+        for (int q = 0; q < kStripVectors; ++q) Store(dots + q * kVectorWidth, dot[q]);
 }
 void RotateStripPart(double* strip, const double* c, const double* s, std::size_t count)
 {
@@ -49,11 +52,11 @@ void RotateStripPart(double* strip, const double* c, const double* s, std::size_
 #pragma GCC unroll 4
         for (int q = 0; q < kStripVectors; ++q) {
             const Vector next = VectorAt(strip + kStripWidth + q * kVectorWidth);
-            VectorAt(strip + q * kVectorWidth) = c[k] * kept[q] + s[k] * next;
+            Store(strip + q * kVectorWidth, c[k] * kept[q] + s[k] * next);
             kept[q] = c[k] * next - s[k] * kept[q];
         }
 #pragma GCC unroll 4
-    for (int q = 0; q < kStripVectors; ++q) VectorAt(strip + q * kVectorWidth) = kept[q];
+    for (int q = 0; q < kStripVectors; ++q) Store(strip + q * kVectorWidth, kept[q]);
 }
 void AddStripColumnsPart(double* y, const double* strip, const double* factors, std::size_t columns)
 {
@@ -67,7 +70,7 @@ void AddStripColumnsPart(double* y, const double* strip, const double* factors, 
         for (int q = 0; q < kStripVectors; ++q) sum[q] += factor * VectorAt(strip + q * kVectorWidth);
     }
 #pragma GCC unroll 4
-    for (int q = 0; q < kStripVectors; ++q) VectorAt(y + q * kVectorWidth) = sum[q];
+    for (int q = 0; q < kStripVectors; ++q) Store(y + q * kVectorWidth, sum[q]);
 }
 void AddStripColumns(double* y, const double* strip, const double* factors, std::size_t columns)
 {

@@ -41,7 +41,7 @@ void AddProductPart(double* const* lines, int offset, const double* __restrict l
 #pragma GCC unroll 6
     for (int r = 0; r < kPartLines; ++r)
 #pragma GCC unroll 2
-        for (int v = 0; v < kPartVectors; ++v) VectorAt(lines[r] + offset + v * kVectorWidth) = sum[r][v];
+        for (int v = 0; v < kPartVectors; ++v) Store(lines[r] + offset + v * kVectorWidth, sum[r][v]);
 }
 
 template <int kLeftStep, int kRightStep>
@@ -132,7 +132,7 @@ void FinishCholeskyPanel(double* panel, const double* sums, const double* own, c
 #pragma GCC unroll 12
         for (int q = 0; q < kVectors; ++q) {
             const int at = k * kPanelLines + q * kVectorWidth;
-            VectorAt(panel + at) = pivot == 0.0 ? Vector{} : (VectorAt(own + at) - sum[q]) / pivot;
+            Store(panel + at, pivot == 0.0 ? Vector{} : (VectorAt(own + at) - sum[q]) / pivot);
         }
     }
 }

@@ -13,7 +13,7 @@ void AddOuterProductToFourRows(double* first, std::size_t i, const double* facto
     for (; j + kVectorWidth <= i + 1; j += kVectorWidth) {
         const Vector part = VectorAt(x + j);
 #pragma GCC unroll 4
-        for (int q = 0; q < 4; ++q) VectorAt(row[q] + j) += factors[q] * part;
+        for (int q = 0; q < 4; ++q) Store(row[q] + j, VectorAt(row[q] + j) + factors[q] * part);
     }
     for (std::size_t q = 0; q < 4; ++q)
         for (std::size_t k = j; k <= i + q; ++k) row[q][k] += factors[q] * x[k];
@@ -135,7 +135,7 @@ struct TrianglePass {
                     if constexpr (kUpdate) {
                         x -= u[i] * qk;
                         x -= q[i] * uk;
-                        QuadAt(at) = x;
+                        Store(at, x);
                     }
                     if constexpr (kMultiply) {
                         below += x * v[i];
@@ -147,9 +147,9 @@ struct TrianglePass {
 #pragma GCC unroll 4
                 for (int r = 0; r < 4; ++r) sum[g] += term[r];
             }
-            if constexpr (kMultiply) QuadAt(product + k) = below;
+            if constexpr (kMultiply) Store(product + k, below);
         }
-        for (std::size_t g = 0; g < kGroups; ++g) QuadAt(sums + 4 * g) = sum[g];
+        for (std::size_t g = 0; g < kGroups; ++g) Store(sums + 4 * g, sum[g]);
     }
 #endif
 };

@@ -22,14 +22,14 @@ void AddEightRows(double* __restrict y, const double* __restrict rows, std::ptrd
         Vector sum = VectorAt(y + j);
 #pragma GCC unroll 8
         for (int t = 0; t < 8; ++t) sum += f[t] * VectorAt(rows + t * step + j);
-        VectorAt(y + j) = sum;
+        Store(y + j, sum);
     }
 #ifdef MODELCORE_TRANSPOSES
     for (; j + 4 <= length; j += 4) {
         Quad sum = QuadAt(y + j);
 #pragma GCC unroll 8
         for (int t = 0; t < 8; ++t) sum += f[t] * QuadAt(rows + t * step + j);
-        QuadAt(y + j) = sum;
+        Store(y + j, sum);
     }
 #endif
     for (; j < length; ++j) {

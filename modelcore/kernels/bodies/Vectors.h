@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #if defined(__GNUC__) && !defined(MODELCORE_WITHOUT_VECTORS)
 #if defined(__AVX512F__)
@@ -34,36 +35,37 @@ namespace MCMath_930::internal::MODELCORE_KERNEL_SET {
 namespace {
 
 #ifdef MODELCORE_VECTOR_BYTES
-typedef double Vector __attribute__((vector_size(MODELCORE_VECTOR_BYTES), aligned(8), may_alias));
+typedef double Vector __attribute__((vector_size(MODELCORE_VECTOR_BYTES)));
 #else
 typedef double Vector;
 #endif
 constexpr int kVectorWidth = static_cast<int>(sizeof(Vector) / sizeof(double));
 
-inline Vector& VectorAt(double* x)
+// By memcpy: a reference to a vector off its natural boundary is one that clang 14 takes for aligned.
+inline Vector VectorAt(const double* x)
 {
-    return *reinterpret_cast<Vector*>(x);
+    Vector v;
+    std::memcpy(&v, x, sizeof v);
+    return v;
 }
 
-inline const Vector& VectorAt(const double* x)
+template <class AnyVector>
+inline void Store(double* x, AnyVector v)
 {
-    return *reinterpret_cast<const Vector*>(x);
+    std::memcpy(x, &v, sizeof v);
 }
 
 // Squares of four rows and four columns that are transposed in registers.
 #if defined(MODELCORE_VECTOR_BYTES) && MODELCORE_VECTOR_BYTES >= 32
 #define MODELCORE_TRANSPOSES
 
-typedef double Quad __attribute__((vector_size(32), aligned(8), may_alias));
+typedef double Quad __attribute__((vector_size(32)));
 
-inline Quad& QuadAt(double* x)
+inline Quad QuadAt(const double* x)
 {
-    return *reinterpret_cast<Quad*>(x);
-}
-
-inline const Quad& QuadAt(const double* x)
-{
-    return *reinterpret_cast<const Quad*>(x);
+    Quad v;
+    std::memcpy(&v, x, sizeof v);
+    return v;
 }
 
 /// Element i of vector j becomes element j of vector i.
