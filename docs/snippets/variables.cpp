@@ -27,7 +27,8 @@ void Describe()
     list.Add(MCContinuousVariable("price", IMCVariable::StorageReal, IMCVariable::RoleTarget));
     list.Add(MCWeightVariable("n"));
     std::cout << list.ToString();
-    std::cout << "-9 is " << (list.Get("age")->Classify(-9) == IMCVariable::ValueMissing ? "missing" : "a value") << "\n\n";
+    std::cout << "-9 is " << (list.Get("age")->Classify(-9) == IMCVariable::ValueMissing ? "missing" : "a value")
+              << "\n\n";
 }
 
 void Categories()

@@ -116,6 +116,9 @@ double MCDistFun::PdfGamma(double x, double shape, double rate)
     if (x < 0.0 || std::isinf(x)) return 0.0;
     if (x == 0.0) return shape > 1.0 ? 0.0 : shape == 1.0 ? rate : MCMV::Missing();
     double density = 0.0;
+    // Farther than this from the mode the exponent is below -1e10, whatever the factors before it.
+    const double ratio = x * rate / shape;
+    if (shape > 1e10 && !(ratio > 1e-3 && ratio < 1e3)) return 0.0;
     if (x * rate < kLeastProduct) {
         // (rate x)^(shape - 1) rate / Gamma(shape), in logarithms: each factor may leave the range by itself
         const double logGamma = shape <= 1.0 ? internal::LogGammaOnePlus(shape) - std::log(shape) : dnlgam(shape);
