@@ -194,8 +194,12 @@ double MCQuantileSketch::GetRankError() const
 
 std::vector<MCQuantileSketch::Bucket> MCQuantileSketch::GetBuckets() const
 {
+    // They are in order but for those that came since bits were dropped last.
+    const auto before = [](const Bucket& a, const Bucket& b) { return a.min < b.min; };
     std::vector<Bucket> sorted(fvBuckets);
-    std::sort(sorted.begin(), sorted.end(), [](const Bucket& a, const Bucket& b) { return a.min < b.min; });
+    const auto tail = std::is_sorted_until(sorted.begin(), sorted.end(), before);
+    std::sort(tail, sorted.end(), before);
+    std::inplace_merge(sorted.begin(), tail, sorted.end(), before);
     return sorted;
 }
 

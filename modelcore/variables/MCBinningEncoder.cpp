@@ -194,6 +194,7 @@ void MCBinningEncoder::MergeLearned(const MCEncoderBase& base)
 
 MCQuantileSketch MCBinningEncoder::AllValues() const
 {
+    if (fvValues.size() == 1) return fvValues.front();
     MCQuantileSketch all(fnSketchLimit);
     for (const MCQuantileSketch& values : fvValues) all.Merge(values);
     return all;

@@ -3,6 +3,7 @@
 #include "modelcore/xml/XMLValueStream.h"
 
 #include "support/DisplayCapture.h"
+#include "support/Program.h"
 
 #include <gtest/gtest.h>
 
@@ -247,6 +248,74 @@ TEST(MCSettings, SchemaSaysTypesLimitsAndNames)
               R"("f":{"type":"boolean","default":false},)"
               R"("t":{"type":"array","items":{"type":"string","enum":["a","b"]},"minItems":1,"default":["a"]}},)"
               R"("additionalProperties":false,"$comment":"p is not 1"})");
+}
+
+// Every member with every kind of value: what another program's validator says of the schema is what FromJson does. The
+// file of documents has one a line; the validator writes a 1 or a 0 for each.
+TEST(MCSettings, AValidatorAcceptsWithTheSchemaWhatFromJsonTakes)
+{
+    MCSettings settings = Example();
+    settings.AddStringList("levels", {"a"}, {"a", "b"}, 1, 3, "");
+    settings.AddReal("share", 0.5, MCRealRange::Open(0.0, 1.0), "");
+    const char* const values[] = {
+        "true",
+        "false",
+        "null",
+        "0",
+        "1",
+        "1.0",
+        "-1",
+        "1000",
+        "1001",
+        "2.5",
+        "1e300",
+        "1e-300",
+        "-0.0",
+        "\"\"",
+        "\"a\"",
+        "\"enter\"",
+        "[]",
+        "{}",
+        "[0.5]",
+        "[0]",
+        "[0.5,1]",
+        "[0.1,0.2]",
+        "[1,\"a\"]",
+        "[\"a\"]",
+        "[\"c\"]",
+        "[null]",
+        "[[0.5]]",
+        "[\"a\",\"b\",\"a\"]",
+        "[\"a\",\"a\",\"a\",\"a\"]",
+        "[0.1,0.2,0.3,0.4]",
+        "9223372036854775808",
+    };
+    const TemporaryFolder folder;
+    std::vector<std::string> documents{"{}", "[]", "3", R"({"pEnter":0.01,"title":"x","unknown":1})"};
+    for (const char* value : values) {
+        documents.push_back(R"({"Title":)" + std::string(value) + '}');
+        for (std::size_t i = 0; i < settings.Size(); ++i)
+            documents.push_back("{\"" + settings.At(i).GetName() + "\":" + value + '}');
+    }
+    std::string lines;
+    for (const std::string& document : documents) lines += document + '\n';
+    const std::string script = folder.Write(
+        "validate.py", "import json, sys, jsonschema\n"
+                       "check = jsonschema.Draft202012Validator(json.load(open(sys.argv[1])))\n"
+                       "check.check_schema(check.schema)\n"
+                       "print(*[int(check.is_valid(json.loads(d))) for d in open(sys.argv[2])], sep='')\n");
+    const ProgramResult said = RunProgram({"python3", script, folder.Write("schema", Text(settings.CreateJsonSchema())),
+                                           folder.Write("documents", lines)});
+    if (said.err.find("No module named") != std::string::npos) GTEST_SKIP() << "Debian: python3-jsonschema";
+    ASSERT_EQ(said.out.size(), documents.size() + 1) << said.err;
+    for (std::size_t i = 0; i < documents.size(); ++i) {
+        MCSettings taking(settings);
+        std::string message;
+        const bool isTaken = !taking.FromJson(Json(documents[i].c_str()), nullptr, &message).IsError();
+        // The rule over two settings is beyond a schema.
+        const bool isTakenButForRule = isTaken || message == "pEnter must be less than pRemove";
+        EXPECT_EQ(said.out[i] == '1', isTakenButForRule) << documents[i] << ' ' << message;
+    }
 }
 
 TEST(MCSettings, SavedStateComesBackOrChangesNothing)
