@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -19,8 +18,7 @@ using MCMath_930::internal::AsSize;
 
 constexpr int kMostVars = std::numeric_limits<int>::max() - 2; // a row has two values more
 constexpr std::size_t kChunk = 4;
-constexpr std::size_t kWide = 64;       // from this many columns on the library's copy is the faster one
-constexpr std::uintptr_t kAhead = 4096; // bytes
+constexpr std::size_t kWide = 64; // from this many columns on the library's copy is the faster one
 
 // Rows are short as a rule, and then calling the library's copy costs more than the copy.
 inline void CopyShortRow(const double* from, std::size_t count, double* to)
@@ -28,16 +26,6 @@ inline void CopyShortRow(const double* from, std::size_t count, double* to)
     std::size_t j = 0;
     for (; j + kChunk <= count; j += kChunk) std::memcpy(to + j, from + j, kChunk * sizeof(double));
     for (; j < count; ++j) to[j] = from[j];
-}
-
-// The processor's own prefetching stops at every page; this does not. An address behind the data is harmless.
-inline void FetchAhead(const double* from)
-{
-#if defined(__GNUC__)
-    __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(from) + kAhead));
-#else
-    static_cast<void>(from);
-#endif
 }
 
 } // namespace
@@ -75,7 +63,6 @@ Record* MemoryRecordIterator::Next()
     const std::size_t nVars = AsSize(fnVars);
     const double* const from = fpData + p * nVars;
     double* const row = fRecord.GetAll();
-    FetchAhead(from);
     row[0] = fpLead[p];
     if (fpTrail != nullptr) row[nVars + 1] = fpTrail[p];
     if (++fPosition == fnRecords) fFinished = 1;

@@ -16,30 +16,10 @@ using MCCommon_930::MCMV;
 
 namespace {
 
-/// Asks for the slots of a row that will be needed soon. Two streams and the reads between them are more than the
-/// processor's own foresight keeps up with; where a compiler has no such request nothing is lost but time.
-void Prefetch([[maybe_unused]] const int* indices, [[maybe_unused]] const double* values, [[maybe_unused]] int slots)
-{
-#ifdef __GNUC__
-    constexpr int kLine = 64; // bytes that come at once
-    for (int k = 0; k < slots; k += kLine / static_cast<int>(sizeof(int))) __builtin_prefetch(indices + k);
-    for (int k = 0; k < slots; k += kLine / static_cast<int>(sizeof(double))) __builtin_prefetch(values + k);
-#endif
-}
-
-/// How many rows ahead that is: about two kilobytes of values.
-int RowsAhead(int slots)
-{
-    return 1 + 256 / std::max(slots, 1);
-}
-
 /// out[i] = row i times v. Empty slots come first in a row, so that the others need not be tested.
 void DotRows(const int* indices, const double* values, int slots, int rows, const double* v, double* out)
 {
-    const int ahead = RowsAhead(slots);
     for (int i = 0; i < rows; ++i, indices += slots, values += slots) {
-        if (ahead < rows - i)
-            Prefetch(indices + std::ptrdiff_t{ahead} * slots, values + std::ptrdiff_t{ahead} * slots, slots);
         int k = 0;
         while (k < slots && indices[k] < 0) ++k;
         double sum = 0.0;
@@ -51,10 +31,7 @@ void DotRows(const int* indices, const double* values, int slots, int rows, cons
 /// out += row i times v[i], for the rows in order.
 void AddRows(const int* indices, const double* values, int slots, int rows, const double* v, double* out)
 {
-    const int ahead = RowsAhead(slots);
     for (int i = 0; i < rows; ++i, indices += slots, values += slots) {
-        if (ahead < rows - i)
-            Prefetch(indices + std::ptrdiff_t{ahead} * slots, values + std::ptrdiff_t{ahead} * slots, slots);
         const double factor = v[i];
         int k = 0;
         while (k < slots && indices[k] < 0) ++k;

@@ -68,7 +68,8 @@ bool TakeToken(std::string_view& pointer, std::string& token)
     return true;
 }
 
-/// Asks for the head of a block before it is needed. A part of what is released has mostly left the caches.
+/// Asks for the head of a block before it is needed. A part of what is released has mostly left the caches: parsing and
+/// releasing 5 MB of small objects takes 0.85 of the time.
 void Prefetch([[maybe_unused]] std::uint64_t address)
 {
 #ifdef __GNUC__
