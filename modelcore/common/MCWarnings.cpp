@@ -21,7 +21,7 @@ void MakeRoom(std::vector<T>& list, std::size_t added)
 
 bool HasNaN(const MCStatus& status)
 {
-    return !(status == status);
+    return !(status == status); // NOLINT(misc-redundant-expression)
 }
 
 void DisplayList(const char* label, const std::vector<MCStatus>& list)

@@ -40,6 +40,7 @@ MemoryRecordIterator::MemoryRecordIterator(int nRecords, int nVars, const double
 
 MemoryRecordIterator& MemoryRecordIterator::operator=(const MemoryRecordIterator& other)
 {
+    if (this == &other) return *this;
     Record row(other.fRecord); // the one step that needs memory
     MultiPassRecordIter::operator=(other);
     fnRecords = other.fnRecords;

@@ -20,7 +20,6 @@ using internal::IsPositiveFinite;
 using internal::Probe;
 using internal::Root;
 using internal::UnitPoint;
-using MCCommon_930::MCMV;
 
 namespace {
 

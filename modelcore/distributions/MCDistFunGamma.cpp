@@ -226,9 +226,27 @@ double MCDistFun::tavoidfchi(double p, double df, long& fault)
     return idfchb(p, df, chi, fault);
 }
 
+namespace {
+
+constexpr double kVanishingQuantile = 1e-290; // up to here the first term of the series is the whole
+
+/// The quantile of a gamma distribution from (rate x)^shape = p Gamma(shape + 1), where rate x may be below the least
+/// double while x is not, or so small that its last digits are gone.
+double QuantileNearZero(double p, double shape, double rate)
+{
+    const double logScale =
+        shape <= 1.0 ? internal::LogGammaOnePlus(shape) : internal::LogGamma(shape) + std::log(shape);
+    const DoubleDouble logPoint = (internal::AccurateLog({p}) + DoubleDouble{logScale}) / DoubleDouble{shape};
+    const DoubleDouble exponent = logPoint - internal::AccurateLog({rate});
+    return exponent.head > -746.0 ? std::exp(exponent.head) * (1.0 + exponent.tail) : 0.0; // a NaN as well
+}
+
+} // namespace
+
 double MCDistFun::IdfChi(double p, double df)
 {
-    return Checked([&](long& fault) { return tavoidfchi(p, df, fault); });
+    const double x = Checked([&](long& fault) { return tavoidfchi(p, df, fault); });
+    return x >= 0.0 && x < kVanishingQuantile && p > 0.0 && df > 0.0 ? QuantileNearZero(p, 0.5 * df, 0.5) : x;
 }
 
 double MCDistFun::IdfGam(const double& p, const double& shape, const double& rate)
@@ -237,7 +255,7 @@ double MCDistFun::IdfGam(const double& p, const double& shape, const double& rat
     if (p == 0.0) return 0.0;
     const double chi = IdfChi(p, 2.0 * shape);
     if (MCMV::IsMissing(chi)) return chi;
-    const double x = chi * 0.5 / rate;
+    const double x = chi < kVanishingQuantile && shape > 0.0 ? QuantileNearZero(p, shape, rate) : chi * 0.5 / rate;
     return std::isinf(x) ? MCMV::Missing() : x;
 }
 

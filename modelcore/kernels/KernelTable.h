@@ -24,6 +24,7 @@ enum class Level { novectors, baseline, v3, v4 };
 struct KernelTable {
     Level level;
 
+// NOLINTNEXTLINE(bugprone-macro-parentheses): types and parameters, no expressions
 #define KERNEL(Result, Name, Parameters) Result(*Name) Parameters;
 #include "modelcore/kernels/KernelList.h"
 };
