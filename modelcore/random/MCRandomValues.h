@@ -44,6 +44,7 @@ public:
     MCRandomValues(MCRandomValues&&) noexcept = default;
 
     /// Shares the source. When memory runs out, this object is as it was.
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): a copy is made and moved
     MCRandomValues& operator=(const MCRandomValues& other) { return internal::AssignByCopy(*this, other); }
 
     /// As the move above.
