@@ -12,7 +12,6 @@
 namespace MCXML_930 {
 
 using internal::NodeKind;
-using internal::NodeLink;
 
 XMLElement::XMLElement(std::string_view name, bool isPlain) : NodeLink(NodeKind::Element, isPlain, name.size())
 {

@@ -188,6 +188,7 @@ inline std::string_view JsonObject::TextOfString() const
 inline bool JsonObject::SameString(const JsonObject& a, const JsonObject& b)
 {
     if (a.fLength != b.fLength) return false;
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): there is no padding
     if (a.fLength != kOnHeap) return std::memcmp(&a, &b, sizeof a) == 0;
     return a.TextOfString() == b.TextOfString();
 }
