@@ -14,24 +14,22 @@ namespace MCMath_930 {
 
 using MCCommon_930::MCMV;
 
-namespace {
+MCCatStats::MCCatStats(std::vector<double> counts) : fvCounts(std::move(counts)) {}
 
-/// Categories below this stand in a row, of which at least one in sixteen is in use once it is long.
-std::size_t RowLimit(std::size_t used)
+/// Makes room before anything changes.
+inline void MCCatStats::AddTo(std::size_t category, double weight)
 {
-    return std::max<std::size_t>(65536, 16 * used);
-}
-
-bool Occurred(double count)
-{
-    return count != 0.0;
-}
-
-} // namespace
-
-MCCatStats::MCCatStats(std::vector<double> counts) : fvCounts(std::move(counts))
-{
-    fnUsed = static_cast<std::size_t>(std::count_if(fvCounts.begin(), fvCounts.end(), Occurred));
+    if (category >= fvCounts.size()) {
+        // A row that is long already, or longer than that of 65536, grows when one in sixteen of its new counts is
+        // used.
+        const std::size_t limit = std::max<std::size_t>(65536, fvCounts.size()) + 16 * (fFar.size() + 1);
+        if (category >= limit) {
+            fFar[category] += weight;
+            return;
+        }
+        GrowRow(category + 1);
+    }
+    fvCounts[category] += weight;
 }
 
 bool MCCatStats::Update(double category, double freqWeight)
@@ -40,15 +38,6 @@ bool MCCatStats::Update(double category, double freqWeight)
     if (!(category >= 0.0 && category < kMaxCategory + 1.0)) return false; // missing and NaN among them
     AddTo(static_cast<std::size_t>(category), freqWeight <= 0.0 ? 1.0 : freqWeight);
     return true;
-}
-
-/// Makes room before anything changes.
-void MCCatStats::AddTo(std::size_t category, double weight)
-{
-    if (category >= fvCounts.size() && category < RowLimit(fnUsed + 1)) GrowRow(category + 1);
-    double& count = category < fvCounts.size() ? fvCounts[category] : fFar[category];
-    if (!Occurred(count)) fnUsed += 1;
-    count += weight;
 }
 
 /// The row takes the categories that it reaches by now from those beyond it.
@@ -65,8 +54,7 @@ void MCCatStats::Pool(const MCCatStats& other)
 {
     MCCatStats sum(*this);
     sum.GrowRow(other.fvCounts.size());
-    for (std::size_t i = 0; i < other.fvCounts.size(); ++i)
-        if (Occurred(other.fvCounts[i])) sum.AddTo(i, other.fvCounts[i]);
+    for (std::size_t i = 0; i < other.fvCounts.size(); ++i) sum.fvCounts[i] += other.fvCounts[i];
     for (const auto& [category, count] : other.fFar) sum.AddTo(category, count);
     *this = std::move(sum);
 }
@@ -77,7 +65,7 @@ int MCCatStats::GetNCategories(bool all) const
     if (all) return static_cast<int>(count);
     std::size_t i = 0;
     for (; i < count && i < fvCounts.size(); ++i)
-        if (!Occurred(fvCounts[i])) --count;
+        if (fvCounts[i] == 0.0) --count;
     for (const auto& [category, weight] : fFar) {
         if (i >= count) break;
         const std::size_t empty = std::min(category - i, (count - i + 1) / 2); // each makes the rest two shorter
@@ -152,7 +140,6 @@ int MCCatStats::ReadObjectXML(std::ifstream& stream)
         if (reader.Require(category >= 0 && category <= kMaxCategory && internal::AsSize(category) >= read.Size()))
             read.fFar.emplace(category, count);
     }
-    read.fnUsed += read.fFar.size();
     const int lines = reader.Finish();
     if (lines > 0) *this = std::move(read);
     return lines;

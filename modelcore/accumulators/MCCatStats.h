@@ -15,9 +15,9 @@ namespace MCMath_930 {
 /// The weighted count of each category 0, 1, 2, ... of one categorical field. Counts of pieces of the data pool into
 /// those of the whole.
 ///
-/// There is a count for each category up to the largest that occurred. They are kept in a row while enough of them are
-/// in use (one in sixteen, or fewer than 65536 in all); a category far beyond those is kept by itself, so that memory
-/// is that of the categories that occur and not that of their numbers.
+/// There is a count for each category up to the largest that occurred. Those below 65536 stand in a row, and so do
+/// larger ones while about one in sixteen of these is in use; a category far beyond the row is kept by itself, so that
+/// memory is that of the categories that occur and not that of their numbers.
 class MODELCORE_EXPORT MCCatStats {
 public:
     /// The largest category that is counted.
@@ -84,9 +84,8 @@ private:
     void GrowRow(std::size_t size);
     void AddTo(std::size_t category, double weight);
 
-    std::vector<double> fvCounts;                    // of the first categories
-    std::map<std::size_t, double> fFar;              // of categories beyond those
-    internal::EmptiedOnMove<std::size_t> fnUsed = 0; // the categories that occurred
+    std::vector<double> fvCounts;       // of the first categories
+    std::map<std::size_t, double> fFar; // of categories beyond those
 };
 
 } // namespace MCMath_930

@@ -20,7 +20,10 @@ bool MCContStats::Update(double x, double freqWeight, double regWeight)
     const double distance = x - fdMean;
     fdSumFreqWeights += frequency;
     // The first case has no deviation. Its square could be infinite, and 0 times that is a NaN.
-    fdSumSquares += fdSumWeights > 0.0 ? fdSumWeights * weight / total * (distance * distance) : 0.0 * distance;
+    if (fdSumWeights > 0.0) [[likely]]
+        fdSumSquares += fdSumWeights * weight / total * (distance * distance);
+    else
+        fdSumSquares = 0.0 * distance;
     fdMean += distance * weight / total;
     fdSumWeights = total;
     return true;

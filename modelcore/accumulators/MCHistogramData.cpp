@@ -21,21 +21,8 @@ MCHistogramData::MCHistogramData(double minimum, double maximum, int nBins, bool
       fdMinimum(minimum), fdMaximum(maximum), fbComputeMoments(computeMoments), fbKeepEmptyBins(keepEmptyBins)
 {}
 
-bool MCHistogramData::UpdateData(double freqWeight, double regWeight, double value)
-{
-    using internal::IsChartWeight;
-    if (!IsChartWeight(freqWeight) || !IsChartWeight(regWeight) || !internal::IsChartValue(value)) return false;
-    if (fnBins < 1) return false;
-    const double weight = freqWeight * regWeight;
-    fdTotalFrequency += freqWeight;
-    fdNCases += 1.0;
-    AddToBin(internal::BinOf(value, fdMinimum, fdBinLength, fnBins), freqWeight, weight, value);
-    if (weight != 0.0) AddToMoments(weight, value);
-    fbCurrent = false;
-    return true;
-}
-
-void MCHistogramData::AddToBin(std::size_t bin, double frequency, double weight, double value)
+// Inline, since nothing else of this class that is exported may be copied into its callers.
+inline void MCHistogramData::AddToBin(std::size_t bin, double frequency, double weight, double value)
 {
     fvBinFrequencies[bin] += frequency;
     if (weight == 0.0) return;
@@ -45,7 +32,7 @@ void MCHistogramData::AddToBin(std::size_t bin, double frequency, double weight,
     mean += weight / fvBinWeights[bin] * (value - mean);
 }
 
-void MCHistogramData::AddToMoments(double weight, double value)
+inline void MCHistogramData::AddToMoments(double weight, double value)
 {
     const double before = fdTotalWeight;
     const double total = before + weight;
@@ -61,6 +48,20 @@ void MCHistogramData::AddToMoments(double weight, double value)
             before > 0.0 ? before / weight * (step * step) + before / total * moment : 0.0 * std::fabs(step);
     }
     fdTotalWeight = total;
+}
+
+bool MCHistogramData::UpdateData(double freqWeight, double regWeight, double value)
+{
+    using internal::IsChartWeight;
+    if (!IsChartWeight(freqWeight) || !IsChartWeight(regWeight) || !internal::IsChartValue(value)) return false;
+    if (fnBins < 1) return false;
+    const double weight = freqWeight * regWeight;
+    fdTotalFrequency += freqWeight;
+    fdNCases += 1.0;
+    AddToBin(internal::BinOf(value, fdMinimum, fdBinLength, fnBins), freqWeight, weight, value);
+    if (weight != 0.0) AddToMoments(weight, value);
+    fbCurrent = false;
+    return true;
 }
 
 bool MCHistogramData::Merge(const MCHistogramData& other)

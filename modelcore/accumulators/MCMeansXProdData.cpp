@@ -155,7 +155,7 @@ void MCMeansXProdData::MergeAlike(const MCMeansXProdData& other, std::span<doubl
         const double ai = own * a[i];
         const double bi = added * b[i];
         if (fbIntercept)
-            for (std::size_t j = 0; j <= i; ++j) to[j] += from[j] + ai * a[j] + bi * b[j];
+            internal::AddMergedRow(to, from, ai, a, bi, b, i + 1);
         else
             for (std::size_t j = 0; j <= i; ++j) to[j] += from[j];
     }

@@ -70,7 +70,10 @@ bool MCPackedInt::Set(std::size_t i, std::uint64_t value)
 bool MCPackedInt::Append(std::uint64_t value)
 {
     if (value > fnMax) return false;
-    Resize(fnSize + 1);
+    if (NWords(fnSize + 1) > fvWords.size())
+        Resize(fnSize + 1);
+    else
+        fnSize += 1; // the bits are there, and they are 0
     return Set(fnSize - 1, value);
 }
 

@@ -28,11 +28,25 @@ std::size_t CellCount(int nXBins, int nYBins)
     return cells;
 }
 
+/// Makes room for as many points again.
+void GrowPoints(MCVariateData& points)
+{
+    for (MCXML_930::MCXMLCoordinates& variable : points.fVariables)
+        variable.fValues.reserve(2 * variable.fValues.size() + 1);
+}
+
+/// Makes all room first: when memory runs out, points are as they were.
 void AppendPoint(MCVariateData& points, double x, double y, double frequency)
 {
-    points.fVariables[0].fValues.push_back(x);
-    points.fVariables[1].fValues.push_back(y);
-    points.fVariables[2].fValues.push_back(frequency);
+    std::vector<double>& xs = points.fVariables[0].fValues;
+    std::vector<double>& ys = points.fVariables[1].fValues;
+    std::vector<double>& frequencies = points.fVariables[2].fValues;
+    const auto full = [](const std::vector<double>& values) { return values.size() == values.capacity(); };
+    if (full(xs) || full(ys) || full(frequencies)) [[unlikely]]
+        GrowPoints(points);
+    xs.push_back(x);
+    ys.push_back(y);
+    frequencies.push_back(frequency);
 }
 
 } // namespace
@@ -52,15 +66,14 @@ const std::vector<double>& MCScatterPlotData::PointValues(std::size_t variable) 
     return fVariateData.fVariables.empty() ? none : fVariateData.fVariables[variable].fValues;
 }
 
-/// Makes room for count more points, so that appending them cannot fail halfway.
-void MCScatterPlotData::ReservePoints(std::size_t count)
+inline void MCScatterPlotData::AddToCell(std::size_t cell, double frequency, double weight, double x, double y)
 {
-    if (fVariateData.fVariables.empty()) fVariateData = NoPoints();
-    for (MCXML_930::MCXMLCoordinates& variable : fVariateData.fVariables) {
-        std::vector<double>& values = variable.fValues;
-        if (values.capacity() - values.size() < count)
-            values.reserve(std::max(values.size() + count, 2 * values.capacity()));
-    }
+    fvFrequencies[cell] += frequency;
+    if (weight == 0.0) return;
+    fvWeights[cell] += weight;
+    const double share = weight / fvWeights[cell];
+    fvMeansX[cell] += share * (x - fvMeansX[cell]);
+    fvMeansY[cell] += share * (y - fvMeansY[cell]);
 }
 
 bool MCScatterPlotData::UpdateData(double freqWeight, double regWeight, double x, double y)
@@ -68,7 +81,7 @@ bool MCScatterPlotData::UpdateData(double freqWeight, double regWeight, double x
     using namespace internal;
     if (!IsChartWeight(freqWeight) || !IsChartValue(x) || !IsChartValue(y)) return false;
     if (!fbBinned) {
-        ReservePoints(1);
+        if (fVariateData.fVariables.empty()) fVariateData = NoPoints();
         AppendPoint(fVariateData, x, y, freqWeight);
         fdTotalFrequency += freqWeight;
         return true;
@@ -84,22 +97,14 @@ bool MCScatterPlotData::UpdateData(double freqWeight, double regWeight, double x
     return true;
 }
 
-void MCScatterPlotData::AddToCell(std::size_t cell, double frequency, double weight, double x, double y)
-{
-    fvFrequencies[cell] += frequency;
-    if (weight == 0.0) return;
-    fvWeights[cell] += weight;
-    const double share = weight / fvWeights[cell];
-    fvMeansX[cell] += share * (x - fvMeansX[cell]);
-    fvMeansY[cell] += share * (y - fvMeansY[cell]);
-}
-
 bool MCScatterPlotData::Merge(const MCScatterPlotData& other)
 {
     if (fbBinned != other.fbBinned) return false;
     if (!fbBinned) {
         const std::size_t count = other.GetXCoordinates().size();
-        ReservePoints(count);
+        if (fVariateData.fVariables.empty()) fVariateData = NoPoints();
+        for (MCXML_930::MCXMLCoordinates& variable : fVariateData.fVariables)
+            variable.fValues.reserve(variable.fValues.size() + count);
         for (std::size_t i = 0; i < count; ++i) // by number: other may be this object
             AppendPoint(fVariateData, other.GetXCoordinates()[i], other.GetYCoordinates()[i],
                         other.GetFrequencies()[i]);

@@ -90,7 +90,6 @@ public:
 
 private:
     const std::vector<double>& PointValues(std::size_t variable) const;
-    void ReservePoints(std::size_t count);
     void AddToCell(std::size_t cell, double frequency, double weight, double x, double y);
 
     std::int32_t fnXBins = 1;

@@ -22,7 +22,9 @@ inline std::size_t BinOf(double value, double minimum, double length, int nBins)
 {
     if (nBins <= 1) return 0;
     const double distance = value - minimum;
-    const double position = std::isfinite(distance) ? distance / length : value / length - minimum / length;
+    double position = distance / length;
+    if (std::isinf(distance)) [[unlikely]]
+        position = value / length - minimum / length;
     // Clamped before it is truncated: it may not fit an integer.
     return position > 0.0 ? static_cast<std::size_t>(std::min(position, nBins - 1.0)) : 0;
 }

@@ -15,6 +15,12 @@ constexpr int kColumnsAtOnce = 512; // the deviations of as many columns stay in
 
 } // namespace
 
+void AddMergedRow(double* to, const double* from, double s, const double* a, double t, const double* b,
+                  std::size_t count)
+{
+    for (std::size_t k = 0; k < count; ++k) to[k] += from[k] + s * a[k] + t * b[k];
+}
+
 // What stands beside the last line and the last column is of no account, since its products go to elements that do not
 // exist; but it is read, and some bit patterns would be slow.
 ProductSums::ProductSums(const WeightedRows& block) : fvZeros(static_cast<std::size_t>(block.nVars))
