@@ -21,6 +21,7 @@ namespace {
 
 constexpr double kTolerance = 1e-17;
 constexpr double kLeastDf = 1e-290;
+constexpr double kFewestDf = 1e-100;
 constexpr double kLargest = std::numeric_limits<double>::max();
 constexpr double kVanishing = 39.0;    // P(Z > 39) is 0
 constexpr double kSummedShift = 100.0; // of the noncentral t, whose sums take a term for each unit of its square
@@ -177,6 +178,8 @@ double MCDistFun::NonCentralCdfT(double t, double df, double nc, double e)
     const double mean = 0.5 * shift * shift;
     // With no degrees of freedom left T is infinite, of either sign; so near 0 its sign decides.
     if (df < kLeastDf || IsAtZero(w, df, shift)) return prbnrm(-nc);
+    // Of so few degrees of freedom at most df*1e3 lies within the range of a double.
+    if (df < kFewestDf && prbnrm(-shift) > 1e20 * df) return prbnrm(-nc);
     if (df >= internal::kNormalDf) return prbnrm(t - nc);
     if (mean == 0.0) return CdfT(t, df);
     if (w >= internal::kFarStudent && shift < kFarShift) {

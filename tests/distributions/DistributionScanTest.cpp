@@ -209,7 +209,9 @@ std::string WrongOnGrid(const Subject& s, Source& source)
         const double density = s.density(x);
         if (std::isnan(density) || (density < 0.0 && !MCMV::IsMissing(density))) return "density is no density";
         if (source.wild || density < 1e-3 / s.sd || s.sd < 1e-8 * std::fabs(x)) continue;
-        const double h = s.step > 0.0 ? 0.0 : 1e-5 * (isRatio ? std::min(x, s.sd) : s.sd);
+        // A noncentral t of few degrees of freedom rises within a small part of its scale.
+        const double scale = isRatio ? std::min(x, s.sd) : std::clamp(std::fabs(x), 1e-2 * s.sd, s.sd);
+        const double h = s.step > 0.0 ? 0.0 : 1e-5 * scale;
         const double from = s.step > 0.0 ? x - s.step : x - h, to = x + h;
         const double mass = s.lower(to) - s.lower(from), expected = density * (to - from);
         if (!(std::fabs(mass - expected) <= 1e-6 * expected + 2.0 * s.slack))
