@@ -71,6 +71,8 @@
 #include "modelcore/output/MCXMLCoordinatesGroup.h"
 #include "modelcore/output/MCXMLCounts.h"
 #include "modelcore/output/MCXMLRecordInfo.h"
+#include "modelcore/pmml/MCPMMLExporter.h"
+#include "modelcore/pmml/MCPMMLModels.h"
 #include "modelcore/random/MCRNGBeta.h"
 #include "modelcore/random/MCRNGBinomial.h"
 #include "modelcore/random/MCRNGNormal.h"
