@@ -28,6 +28,15 @@ mkdir -p "$work/documents" "$work/classes"
 # shellcheck disable=SC2086 # no seed is no argument
 "$build/tests/pmml/pmml-documents" "$work/documents" "$models" $seed
 
+# The programs' own documents: names, levels and missing values as awkward as files have them.
+linreg=$build/tools/linreg/linreg
+for form in general regression; do
+  "$linreg" tests/pmml/data/awkward.csv --target price --factors clarity --frequency n --quiet \
+    --pmml "$work/documents/linreg-awkward-$form.pmml" --pmml-form "$form"
+  "$linreg" examples/data/longley.csv --target TOTEMP --quiet \
+    --pmml "$work/documents/linreg-longley-$form.pmml" --pmml-form "$form"
+done
+
 javac -cp "$jars/*" -d "$work/classes" tests/pmml/java/CheckDocuments.java
 # The simple compiler and collector start at once, which counts here.
 java -XX:TieredStopAtLevel=1 -XX:+UseSerialGC -cp "$jars/*:$work/classes" CheckDocuments \

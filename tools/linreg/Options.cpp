@@ -53,6 +53,11 @@ std::optional<Options> ParseOptions(int argc, char** argv)
         ->required()
         ->type_name("DATA.csv");
     app.add_option("--xml", options.xmlPath, "write the results as a StatXML document")->type_name("OUT.xml");
+    app.add_option("--pmml", options.pmmlPath, "write the model as a PMML document, for other engines to score")
+        ->type_name("OUT.pmml");
+    app.add_option("--pmml-form", options.pmmlForm, "general (with covariances) or regression")
+        ->check(CLI::IsMember({"general", "regression"}))
+        ->type_name("FORM");
     app.add_flag("--quiet", options.quiet, "print no table and no progress");
     if (!ReadCommandLine(app, settings, argc, argv)) return std::nullopt;
 

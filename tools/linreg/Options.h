@@ -28,8 +28,10 @@ struct Options {
     int threads = 1;
 
     bool quiet = false;
-    std::string dataPath; ///< "-" is standard input
-    std::string xmlPath;  ///< empty: no document
+    std::string dataPath;             ///< "-" is standard input
+    std::string xmlPath;              ///< empty: no document
+    std::string pmmlPath;             ///< empty: no PMML document
+    std::string pmmlForm = "general"; ///< or regression
 };
 
 /// Reads the command line. Throws Failure for a bad one; nothing comes back when it asked for the help text only, which

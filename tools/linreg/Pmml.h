@@ -1,0 +1,12 @@
+// The fit as a PMML document for scoring engines.
+#pragma once
+
+#include "Fit.h"
+#include "Options.h"
+#include "common/PmmlModel.h"
+
+namespace linreg {
+
+procedure::PmmlModel MakePmmlModel(const Options& options, const Fit& fit);
+
+} // namespace linreg
