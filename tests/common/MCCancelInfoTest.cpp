@@ -1,6 +1,5 @@
 #include "modelcore/common/MCCancelInfo.h"
-
-#include <gtest/gtest.h>
+#include "support/Testing.h"
 
 using MCMath_930::MCCancelInfo;
 
@@ -23,7 +22,7 @@ TEST(MCCancelInfo, LatchesTheFirstYesOfCheckCancel)
     query.answer = true;
     EXPECT_TRUE(info.WillCancel()); // a pending stop is seen but not remembered
     query.answer = false;
-    EXPECT_FALSE(info.WillCancel() || info.IsCancel());
+    EXPECT_TRUE(NoneOf({info.WillCancel(), info.IsCancel()}));
     query.answer = true;
     EXPECT_TRUE(info.IsCancel());
     query.answer = false;
@@ -31,7 +30,7 @@ TEST(MCCancelInfo, LatchesTheFirstYesOfCheckCancel)
     EXPECT_TRUE(query.checks == 3 && query.peeks == 2); // no poll reaches the query any more
 
     MCCancelInfo without(nullptr);
-    EXPECT_FALSE(without.IsCancel() || without.WillCancel());
+    EXPECT_TRUE(NoneOf({without.IsCancel(), without.WillCancel()}));
     without.SetCancel();
     without.SetCancelPtr(&query); // the latch stays
     EXPECT_TRUE(without.IsCancel() && query.checks == 3);

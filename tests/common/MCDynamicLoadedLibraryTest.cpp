@@ -1,8 +1,5 @@
 #include "modelcore/common/MCDynamicLoadedLibrary.h"
-
-#include <gtest/gtest.h>
-
-#include <utility>
+#include "support/Testing.h"
 
 using MCCommon_930::MCDynamicLoadedLibrary;
 

@@ -1,9 +1,5 @@
 #include "modelcore/common/MCIterationReporter.h"
-
-#include <gtest/gtest.h>
-
-#include <limits>
-#include <vector>
+#include "support/Testing.h"
 
 TEST(MCIterationReporter, AnswersByExactKey)
 {

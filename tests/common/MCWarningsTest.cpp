@@ -1,13 +1,8 @@
 #include "modelcore/common/MCWarnings.h"
-
 #include "support/Growth.h"
+#include "support/Testing.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstddef>
-#include <vector>
 
 using MCCommon_930::MCStatus;
 using MCCommon_930::MCWarnings;
@@ -80,7 +75,8 @@ TEST(MCWarnings, ParametersBelongToTheCodeAlone)
     EXPECT_FALSE(warnings.HasParameter(other));
     EXPECT_TRUE(warnings.AddParameter(MCStatus(9, true), 3L) && warnings.AddParameter(other, 0.25) &&
                 warnings.AddParameter(other, "age"));
-    EXPECT_FALSE(warnings.AddParameter(other, 1LL << 31) || warnings.AddParameter(other, 1u << 31)); // beyond 32 bits
+    EXPECT_TRUE(
+        NoneOf({warnings.AddParameter(other, 1LL << 31), warnings.AddParameter(other, 1u << 31)})); // beyond 32 bits
     EXPECT_TRUE(warnings.HasParameter(other) && !warnings.HasParameter(MCStatus(10, true)));
 
     const auto& found = warnings.GetParameters(other);

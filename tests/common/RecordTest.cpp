@@ -2,15 +2,12 @@
 #include "modelcore/common/MemoryRecordIterator.h"
 #include "modelcore/common/RawData.h"
 #include "modelcore/common/RawRecord.h"
+#include "support/Testing.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <climits>
-#include <cstddef>
 #include <numeric>
-#include <string>
-#include <vector>
 
 using MCCommon_930::MemoryRecordIterator;
 using MCCommon_930::RawData;

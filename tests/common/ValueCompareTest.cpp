@@ -1,11 +1,6 @@
 #include "common/ValueBuilders.h"
 #include "modelcore/common/Value.h"
-#include "support/Numbers.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <string>
+#include "support/Testing.h"
 
 using MCCommon_930::Value;
 

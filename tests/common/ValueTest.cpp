@@ -1,22 +1,9 @@
 #include "modelcore/common/Value.h"
 #include "common/ValueBuilders.h"
 #include "modelcore/common/MCException.h"
-#include "support/Numbers.h"
+#include "support/Testing.h"
 
-#include <gtest/gtest.h>
-
-#include <bit>
 #include <climits>
-#include <cmath>
-#include <cstdint>
-#include <functional>
-#include <memory>
-#include <sstream>
-#include <string>
-#include <string_view>
-#include <type_traits>
-#include <utility>
-#include <vector>
 
 using MCCommon_930::MCException;
 using MCCommon_930::Value;
@@ -251,7 +238,8 @@ TEST(Value, TextIsUnambiguousAndReadsBack)
         {Value(-kNan), "nan"},
         {Value(LLONG_MIN), "-9223372036854775808"},
         {Value("quote\" and \\"), "quote\" and \\"},
-        {Array({Value(), true, "a\"b\\c\n\x01", Array({}), Map({})}), R"([null, true, "a\"b\\c\n\u0001", [], {}])"},
+        {Array({Value(), true, "a\"b\\c\n\x01\x1f", Array({}), Map({})}),
+         R"([null, true, "a\"b\\c\n\u0001\u001f", [], {}])"},
         {Array({Value(std::string("z\0", 2)), "\xE9"}), "[\"z\\u0000\", \"\xE9\"]"},
         {Map({{"b", 1}, {"a \"", Array({Map({{"", 0.5}}), 2})}}), R"({"a \"": [{"": 0.5}, 2], "b": 1})"},
     };

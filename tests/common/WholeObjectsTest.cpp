@@ -5,13 +5,8 @@
 #include "modelcore/common/MemoryRecordIterator.h"
 #include "modelcore/common/RawRecord.h"
 #include "modelcore/common/ValueRecord.h"
-#include "support/DisplayCapture.h"
 #include "support/MovedFrom.h"
-
-#include <gtest/gtest.h>
-
-#include <string>
-#include <utility>
+#include "support/Testing.h"
 
 using namespace MCCommon_930;
 using MCMath_930::MCBitSet;
@@ -49,17 +44,16 @@ MCWarnings Warnings(int count)
     return warnings;
 }
 
-RawRecord Cells(int size)
+/// A record whose elements have been filled in.
+template <class T>
+T Filled(int size)
 {
-    RawRecord record(size);
-    for (int i = 0; i < size; ++i) record[i].SetString("a cell with more text than a small string holds", false);
-    return record;
-}
-
-Record Numbers(int size)
-{
-    Record record(size);
-    for (int i = 0; i < size; ++i) record[i] = 1.5;
+    T record(size);
+    for (int i = 0; i < size; ++i)
+        if constexpr (std::is_same_v<T, Record>)
+            record[i] = 1.5;
+        else
+            record[i].SetString("a cell with more text than a small string holds", false);
     return record;
 }
 
@@ -104,8 +98,9 @@ TEST(WholeObjects, MovedFromIsEmptyAndUsable)
         EXPECT_TRUE(warnings.HasParameter(Warning(2)) && !warnings.GetParameters(Warning(2)).empty());
         warnings.ClearWarnings();
     });
-    ExpectEmptyAfterMove(Numbers(3), Record(0), kShow, [](Record& r) { EXPECT_TRUE(r.Resize(4) && r.Size() == 4); });
-    ExpectEmptyAfterMove(Cells(3), RawRecord(0), kShow,
+    ExpectEmptyAfterMove(Filled<Record>(3), Record(0), kShow,
+                         [](Record& r) { EXPECT_TRUE(r.Resize(4) && r.Size() == 4); });
+    ExpectEmptyAfterMove(Filled<RawRecord>(3), RawRecord(0), kShow,
                          [](RawRecord& r) { EXPECT_TRUE(r.Resize(4) && r[3].IsNull()); });
     ExpectEmptyAfterMove(
         Map({{"k", Array({1, "text"})}}), Value(), [](const Value& value) { return value.GetString(); },
@@ -119,8 +114,8 @@ TEST(WholeObjects, AssignmentWithoutMemoryLeavesThemAsTheyWere)
     ExpectAssignmentIsWhole(Flags(3), Flags(70), kShow);
     ExpectAssignmentIsWhole(Fields(2, "a"), Fields(9, "b"), kShow);
     ExpectAssignmentIsWhole(Warnings(1), Warnings(4), kShow);
-    ExpectAssignmentIsWhole(Numbers(2), Numbers(5), kShow);
-    ExpectAssignmentIsWhole(Cells(2), Cells(5), kShow);
+    ExpectAssignmentIsWhole(Filled<Record>(2), Filled<Record>(5), kShow);
+    ExpectAssignmentIsWhole(Filled<RawRecord>(2), Filled<RawRecord>(5), kShow);
     ExpectAssignmentIsWhole(Array({1}), Map({{"k", Array({1, "x"})}}),
                             [](const Value& value) { return value.GetString(); });
     ExpectAssignmentIsWhole(Rows(1), Rows(3), Remaining);
@@ -128,26 +123,16 @@ TEST(WholeObjects, AssignmentWithoutMemoryLeavesThemAsTheyWere)
 
 TEST(WholeObjects, OperationsWithoutMemoryChangeNothing)
 {
-    ExpectWholeWhenMemoryRunsOut(
-        Fields(7, "a"), ValueRecord(),
-        [](ValueRecord& record) {
-            ValueRecord added = Fields(9, "b");
-            added.Add("a3", "another value");
-            record.AddAll(added);
-        },
-        kShow);
-    ExpectWholeWhenMemoryRunsOut(
-        Warnings(2), MCWarnings(), [](MCWarnings& warnings) { warnings.AddWarning(Warning(7), MCWarnings::DestBoth); },
-        kShow);
-    ExpectWholeWhenMemoryRunsOut(
-        Warnings(2), MCWarnings(),
-        [](MCWarnings& warnings) {
-            warnings.AddWarnings({Warning(8), Warning(9)});
-        },
-        kShow);
-    ExpectWholeWhenMemoryRunsOut(
-        Warnings(2), MCWarnings(), [](MCWarnings& warnings) { warnings.AddWarnings(Warnings(4)); }, kShow);
-    ExpectWholeWhenMemoryRunsOut(
-        Warnings(2), MCWarnings(),
-        [](MCWarnings& warnings) { warnings.AddParameter(Warning(9), std::string(40, 'x')); }, kShow);
+    const auto addFields = [](ValueRecord& record) {
+        ValueRecord added = Fields(9, "b");
+        added.Add("a3", "another value");
+        record.AddAll(added);
+    };
+    ExpectWholeWhenMemoryRunsOut(Fields(7, "a"), ValueRecord(), addFields, kShow);
+    const auto whole = [](auto change) { ExpectWholeWhenMemoryRunsOut(Warnings(2), MCWarnings(), change, kShow); };
+    const std::vector<MCStatus> two{Warning(8), Warning(9)};
+    whole([](MCWarnings& warnings) { warnings.AddWarning(Warning(7), MCWarnings::DestBoth); });
+    whole([&two](MCWarnings& warnings) { warnings.AddWarnings(two); });
+    whole([](MCWarnings& warnings) { warnings.AddWarnings(Warnings(4)); });
+    whole([](MCWarnings& warnings) { warnings.AddParameter(Warning(9), std::string(40, 'x')); });
 }
