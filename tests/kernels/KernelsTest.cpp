@@ -1,13 +1,7 @@
 #include "modelcore/kernels/RotationQueue.h"
 #include "modelcore/linalg/Blas1.h"
-
 #include "support/AllKernels.h"
-#include "support/Bits.h"
-#include "support/Random.h"
-
-#include <gtest/gtest.h>
-
-#include <vector>
+#include "support/Testing.h"
 
 using namespace MCMath_930::internal;
 

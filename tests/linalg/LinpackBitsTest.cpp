@@ -1,15 +1,8 @@
 // The factorisations against plain transcriptions of the published loops, bit for bit, under every kernel set.
-#include "reference/plain/LinpackLoops.h"
-
 #include "modelcore/linalg/Linpack.h"
-
+#include "reference/plain/LinpackLoops.h"
 #include "support/AllKernels.h"
-#include "support/Bits.h"
-#include "support/Random.h"
-
-#include <gtest/gtest.h>
-
-#include <vector>
+#include "support/Testing.h"
 
 using MCMath_930::Linpack;
 

@@ -1,12 +1,7 @@
 // Small systems against the values that the published routines give for them, to 15 digits: what neither the bits of
 // the plain loops (LinpackBitsTest) nor residuals (LinpackSolveTest) show.
 #include "modelcore/linalg/Linpack.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <initializer_list>
-#include <vector>
+#include "support/Testing.h"
 
 using MCMath_930::Linpack;
 using Doubles = std::vector<double>;

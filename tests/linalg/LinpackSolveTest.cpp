@@ -1,17 +1,6 @@
 // Properties on random and on awkward matrices: residuals, inverses, condition, singular values, what ends a loop.
 #include "modelcore/linalg/Linpack.h"
-
-#include "support/Random.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <functional>
-#include <limits>
-#include <string_view>
-#include <utility>
-#include <vector>
+#include "support/Testing.h"
 
 using MCMath_930::Linpack;
 using Doubles = std::vector<double>;
@@ -213,7 +202,7 @@ TEST(LinpackSolve, DeterminantScalesAndEndsForInfinity)
     Doubles diagonal{1e-300, 0, 0, 1e-9}, det(2), work(2);
     EXPECT_EQ(Linpack::Dtrdi(diagonal.data(), 2, 2, det.data(), 101), 0);
     EXPECT_NEAR(det[0] * std::pow(10.0, det[1] + 309), 1.0, 1e-12);
-    for (const double bad : {std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()}) {
+    for (const double bad : {kInf, kNan}) {
         diagonal = {bad, 0, 0, 2.0};
         Linpack::Dtrdi(diagonal.data(), 2, 2, det.data(), 101);
         EXPECT_FALSE(std::isfinite(det[0]));
@@ -249,7 +238,7 @@ TEST(LinpackSolve, ZeroMatricesAndZeroOrders)
 
 TEST(LinpackSolve, NaNAndInfinityEndEveryLoop)
 {
-    for (const double bad : {std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()})
+    for (const double bad : {kInf, kNan})
         for (const auto& [n, p] : {std::pair{3, 3}, {70, 3}, {70, 73}, {3, 70}, {70, 70}}) {
             const int m = std::max(n, p);
             Doubles a = RandomMatrix(m, false, 0.0, m), s(Size(m) + 1), e(Size(m)), u(Size(m * m)), v(Size(m * m)),
@@ -274,17 +263,13 @@ TEST(LinpackSolve, SingularValuesAndVectors)
         int n, p, job;
         Doubles x; // random when empty
     };
-    const Case cases[] = {{1, 1, 11, {}},
-                          {5, 1, 11, {}},
-                          {1, 5, 21, {}},
-                          {12, 7, 21, {}},
-                          {7, 12, 11, {}},
-                          {60, 60, 11, {}},
-                          {90, 33, 11, {}},
-                          {33, 90, 21, {}},
+    // clang-format off
+    const Case cases[] = {{1, 1, 11, {}}, {5, 1, 11, {}}, {1, 5, 21, {}}, {12, 7, 21, {}}, {7, 12, 11, {}},
+                          {60, 60, 11, {}}, {90, 33, 11, {}}, {33, 90, 21, {}},
                           {3, 3, 11, {1, 0, 0, 1, 0, 0, 0, 1, 2}},                      // a zero splits the block
                           {4, 4, 11, {1, 0, 0, 0, 1, 1, 0, 0, 0, 1, 1, 0, 0, 0, 1, 0}}, // and shortens it
                           {20, 20, 11, Doubles(400, 1.0)}};                             // 20 and zeros
+    // clang-format on
     for (const auto& [n, p, job, given] : cases) {
         SCOPED_TRACE(testing::Message() << n << " x " << p << ", job " << job);
         const int k = std::min(n, p);
