@@ -1,0 +1,15 @@
+// The extension module.
+#include "Common.h"
+
+NB_MODULE(_core, m)
+{
+    using namespace modelcore_python;
+    m.doc() = "The compiled part of modelcore.";
+    RegisterSymMatrix(m);
+    RegisterCrossProducts(m);
+    RegisterPairwiseProducts(m);
+    RegisterSummary(m);
+    RegisterCategories(m);
+    RegisterSparseRows(m);
+    m.def("version", &MCCommon_930::MCVersion::GetText, "The version of the library that is loaded.");
+}
