@@ -44,9 +44,12 @@ namespace modelcore_python {
 
 namespace {
 
-nb::object Helper(const char* name)
+/// What a module of Python has under that name. It is looked up once and kept for good: looking up takes longer than most
+/// calls.
+nb::handle Kept(PyObject*& place, const char* module, const char* name)
 {
-    return nb::module_::import_("modelcore._arrays").attr(name);
+    if (place == nullptr) place = nb::object(nb::module_::import_(module).attr(name)).release().ptr();
+    return place;
 }
 
 /// Numpy's own empty: the array owns its memory.
@@ -55,7 +58,8 @@ nb::object NumpyEmpty(std::span<const std::size_t> shape, const char* type, Py_b
     nb::object sizes = nb::steal(PyTuple_New(static_cast<Py_ssize_t>(shape.size())));
     for (std::size_t i = 0; i < shape.size(); ++i)
         PyTuple_SetItem(sizes.ptr(), static_cast<Py_ssize_t>(i), PyLong_FromSize_t(shape[i]));
-    nb::object array = nb::module_::import_("numpy").attr("empty")(sizes, type);
+    static PyObject* empty = nullptr;
+    nb::object array = Kept(empty, "numpy", "empty")(sizes, type);
     if (PyObject_GetBuffer(array.ptr(), &view, PyBUF_WRITABLE | PyBUF_C_CONTIGUOUS) != 0) throw nb::python_error();
     return array;
 }
@@ -287,11 +291,32 @@ IntArray ToIntArray(std::span<const std::int64_t> values)
 Table::Table(nb::handle x)
 {
     if (x.is_none()) throw nb::type_error("an array is needed, not None");
-    const auto result = nb::cast<nb::tuple>(Helper("parts")(x));
+    static PyObject* helper = nullptr;
+    const auto result = nb::cast<nb::tuple>(Kept(helper, "modelcore._arrays", "parts")(x));
     const auto parts = nb::cast<nb::list>(result[0]);
     if (!result[1].is_none()) fNames = nb::cast<std::vector<std::string>>(result[1]);
     for (nb::handle part : parts) AddPart(part);
     if (!fNames.empty() && fNames.size() != fnColumns) fNames.clear();
+}
+
+nb::object NumericArray(nb::handle x, HeldBuffer& buffer)
+{
+    // An array of doubles is read as it is; everything else by way of Python.
+    nb::object array = nb::borrow(x);
+    const auto isOfDoubles = [&] { return buffer.view.format != nullptr && std::strcmp(buffer.view.format, "d") == 0; };
+    if (PyObject_CheckBuffer(x.ptr()) != 0) {
+        buffer.held = PyObject_GetBuffer(x.ptr(), &buffer.view, PyBUF_STRIDES | PyBUF_FORMAT) == 0;
+        if (buffer.held && isOfDoubles() && !nb::hasattr(x, "mask")) return array;
+        if (buffer.held) PyBuffer_Release(&buffer.view);
+        buffer.held = false;
+        PyErr_Clear();
+    }
+    static PyObject* helper = nullptr;
+    array = Kept(helper, "modelcore._arrays", "numeric")(x);
+    if (PyObject_GetBuffer(array.ptr(), &buffer.view, PyBUF_STRIDES | PyBUF_FORMAT) != 0) throw nb::python_error();
+    buffer.held = true;
+    if (!isOfDoubles()) throw nb::type_error("numbers are needed");
+    return array;
 }
 
 void Table::AddPart(nb::handle part)

@@ -139,6 +139,9 @@ private:
     std::vector<std::shared_ptr<void>> fOwners; // of the memory that the columns point to
 };
 
+/// The memory of an array-like of any shape as doubles, NaN for None, nulls and masked elements. Returns what owns it.
+nb::object NumericArray(nb::handle x, HeldBuffer& buffer);
+
 /// One column of as many values as there are rows, or nothing for None.
 std::optional<Table> OptionalColumn(nb::handle x, std::size_t rows, const char* what);
 

@@ -159,5 +159,8 @@ void RegisterSummary(nb::module_& m);
 void RegisterCategories(nb::module_& m);
 void RegisterSymMatrix(nb::module_& m);
 void RegisterSparseRows(nb::module_& m);
+void RegisterStats(nb::module_& m);
+void RegisterStatsNoncentral(nb::module_& m);
+void RegisterRandom(nb::module_& m);
 
 } // namespace modelcore_python

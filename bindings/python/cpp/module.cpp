@@ -11,5 +11,8 @@ NB_MODULE(_core, m)
     RegisterSummary(m);
     RegisterCategories(m);
     RegisterSparseRows(m);
+    RegisterStats(m);
+    RegisterStatsNoncentral(m);
+    RegisterRandom(m);
     m.def("version", &MCCommon_930::MCVersion::GetText, "The version of the library that is loaded.");
 }

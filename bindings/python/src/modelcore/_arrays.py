@@ -88,3 +88,19 @@ def _pandas_na() -> Any:
     import pandas
 
     return pandas.NA
+
+
+def numeric(x: Any) -> Any:
+    """An array of doubles of any shape, NaN where a value is missing."""
+    if type(x) is np.ndarray and x.dtype == np.float64 and x.dtype.isnative:
+        return x
+    if isinstance(x, (np.ndarray, np.generic, list, tuple)):
+        return np.asarray(_plain(x), dtype=np.float64)
+    if hasattr(x, "__arrow_c_stream__") and hasattr(x, "to_numpy") and not hasattr(x, "iloc"):
+        return np.asarray(_plain(x.to_numpy()), dtype=np.float64)
+    if hasattr(x, "to_numpy"):
+        try:
+            return np.asarray(x.to_numpy(dtype=float, na_value=np.nan))
+        except TypeError:
+            return np.asarray(_plain(x.to_numpy()), dtype=np.float64)
+    return np.asarray(_plain(x), dtype=np.float64)
