@@ -71,7 +71,7 @@ linreg::Fit FitFile(const std::string& path, bool onePass)
 std::size_t CountFields(const std::string& path)
 {
     Run run(path);
-    procedure::CsvReader csv(run.input);
+    procedure::CsvReader csv(run.input, ',');
     std::size_t fields = 0;
     while (const auto* const row = csv.NextRow()) fields += row->size();
     return fields;

@@ -257,7 +257,7 @@ TEST(MCEigenValues, RefusesBadSettingsAndSurvivesBadMatrices)
     EXPECT_EQ(eigen.Compute(values, vectors), 0);
     for (const int n : {1, 2, 12}) {
         MCSymMatrix matrix = RandomSym(random, n);
-        for (const double bad : {kNan, kInf}) {
+        for (const double bad : {kNan, HUGE_VAL}) {
             matrix.SetElem(n - 1, 0, bad);
             eigen.SetHMatrix(matrix);
             const int count = eigen.GetSorted(values, vectors, true);
