@@ -1,10 +1,9 @@
 #include "random/RandomTesting.h"
+#include "support/Saved.h"
 
-#include <bit>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 namespace {
 
@@ -48,21 +47,17 @@ std::string Element(const std::string& seed, const std::string& usePortable, con
 /// Reads a record, or an element, which starts with a tab.
 bool Restored(MCURandom& random, const std::string& saved)
 {
-    const std::string path =
-        testing::TempDir() + testing::UnitTest::GetInstance()->current_test_info()->name() + "-MCURandom";
-    std::ofstream(path, std::ios::binary) << saved;
+    const SavedFile file(saved);
     int result = 0, complete = 20;
     if (saved[0] == '\t') {
         complete = 5;
-        std::ifstream stream(path);
         testing::internal::CaptureStderr();
-        result = random.ReadObjectXML(stream);
+        result = Restore(random, file);
         EXPECT_EQ(testing::internal::GetCapturedStderr(), result != 0 ? "" : "Failure reading MCURandom!\n");
     } else {
-        std::fstream stream(path, std::ios::in | std::ios::out | std::ios::binary);
+        std::fstream stream(file.Path(), std::ios::in | std::ios::out | std::ios::binary);
         result = random.ReadObject(stream);
     }
-    std::filesystem::remove(path);
     EXPECT_TRUE(result == 0 || result == complete) << result;
     return result != 0;
 }
@@ -131,21 +126,20 @@ TEST(MCURandom, SavedStatesAreWrittenAndRestored)
     };
     for (const Row& row : {Row{34567, true, true}, Row{4294967295ul, true, false}, Row{0, false, false}}) {
         const MCURandom original(row.seed, row.usePortable, row.useTwister, nullptr);
-        const std::string path = testing::TempDir() + "MCURandom-record";
-        std::fstream stream(path, std::ios::in | std::ios::out | std::ios::binary | std::ios::trunc);
+        const SavedFile file("");
+        std::fstream stream(file.Path(), std::ios::in | std::ios::out | std::ios::binary);
         EXPECT_EQ(original.WriteObject(stream), 20);
         stream.seekg(0);
-        std::ostringstream record, element;
+        std::ostringstream record;
         record << stream.rdbuf();
         EXPECT_EQ(record.str(), Record("MCUR", static_cast<double>(row.seed), row.usePortable, row.useTwister));
         stream.setstate(std::ios::failbit);
         EXPECT_EQ(original.WriteObject(stream), 0);
-        std::filesystem::remove(path);
-        EXPECT_EQ(original.WriteObjectXML(element, 1), 5);
-        EXPECT_EQ(element.str(), Element(std::to_string(row.seed), row.usePortable ? "true" : "false",
-                                         row.useTwister ? "true" : "false"));
+        const std::string element = Saved(original);
+        EXPECT_EQ(element, Element(std::to_string(row.seed), row.usePortable ? "true" : "false",
+                                   row.useTwister ? "true" : "false"));
 
-        for (const std::string& saved : {record.str(), element.str()}) {
+        for (const std::string& saved : {record.str(), element}) {
             MCURandom restored(77, !row.usePortable, false, nullptr);
             restored.GetRandom();
             EXPECT_TRUE(Restored(restored, saved));
@@ -162,7 +156,7 @@ TEST(MCURandom, SavedStatesAreWrittenAndRestored)
     EXPECT_TRUE(Restored(portable, Record("MCUR", 12, 1, 2)) && Restored(runtime, Record("MCUR", 12, 256, 1)) &&
                 Restored(withUser, Record("MCUR", 12, 1, 1)));
     EXPECT_EQ(portable.GetRandom(), CongruentialFirst(12));
-    EXPECT_FALSE(runtime.GetUseTwister() || withUser.GetUseTwister());
+    EXPECT_TRUE(NoneOf({runtime.GetUseTwister(), withUser.GetUseTwister()}));
     EXPECT_EQ(withUser.GetRandom(), 0.125);
 }
 

@@ -2,15 +2,7 @@
 #pragma once
 
 #include "modelcore/modelcore.h"
-#include "support/Bits.h"
-#include "support/Numbers.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <string>
-#include <utility>
-#include <vector>
+#include "support/Testing.h"
 
 using namespace MCMath_930;
 

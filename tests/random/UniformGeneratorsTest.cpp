@@ -2,7 +2,6 @@
 #include "random/RandomTesting.h"
 #include "support/AllKernels.h"
 
-#include <bit>
 #include <random>
 
 namespace {

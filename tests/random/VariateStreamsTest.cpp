@@ -2,9 +2,6 @@
 // test passes always or never.
 #include "random/RandomTesting.h"
 
-#include <algorithm>
-#include <functional>
-
 namespace {
 
 using Draw = std::function<double()>;
