@@ -1,7 +1,5 @@
 #include "VariablesTesting.h"
 
-#include <functional>
-
 namespace {
 
 using E = MCBinningEncoder;
@@ -36,63 +34,37 @@ TEST(MCBinningEncoder, ChoosesCuts)
     };
     const auto lower = [](E& e) { e.SetEqualFrequency(5), e.SetClosed(e.ClosedLower); };
     const auto five = [](E& e) { e.SetEqualFrequency(5); };
+    const auto four = [](E& e) { e.SetEqualFrequency(4); };
+    const auto fourLower = [](E& e) { e.SetEqualFrequency(4), e.SetClosed(e.ClosedLower); };
+    const auto width = [](int bins) { return [bins](E& e) { e.SetEqualWidth(bins); }; };
+    const auto closed = [](E& e) { e.SetEqualWidth(2), e.SetEndsClosed(0, kMissing, e.OutlierRefused); };
+    const auto closedLower = [](E& e) { e.SetEqualWidth(2), e.SetEndsClosed(0, 4), e.SetClosed(e.ClosedLower); };
+    const auto deviations = [](auto... rule) { return [=](E& e) { e.SetDeviations(rule...); }; };
+    const auto given = [](std::vector<double> cuts, E::Closed side = E::ClosedUpper) {
+        return [=](E& e) { e.SetCuts(cuts), e.SetClosed(side); };
+    };
     const std::vector<double> zeros{0, -0.0, 3, 0, 2, -0.0, 1, 0, 4, 0}, top{2, 2, 2, 1, 2, 2, 2, 2, 2, 2};
+    const std::vector<double> around{-1, -1, 1, 1, 0}, twins{1.0, std::nextafter(1.0, 2.0)};
     const Case cases[] = {
-        {"equal weight", [](E& e) { e.SetEqualFrequency(4); }, Ramp(10), 0,
-         "(-inf, 3] 3; (3, 5] 2; (5, 8] 3; (8, inf) 2; "},
-        {"the same, [)", [](E& e) { e.SetEqualFrequency(4), e.SetClosed(e.ClosedLower); }, Ramp(10), 0,
-         "(-inf, 4) 3; [4, 6) 2; [6, 9) 3; [9, inf) 2; "},
+        {"equal weight", four, Ramp(10), 0, "(-inf, 3] 3; (3, 5] 2; (5, 8] 3; (8, inf) 2; "},
+        {"the same, [)", fourLower, Ramp(10), 0, "(-inf, 4) 3; [4, 6) 2; [6, 9) 3; [9, inf) 2; "},
         {"ties below", five, zeros, E::FinishFewerBins, "(-inf, 0] 6; (0, 2] 2; (2, inf) 2; "},
         {"ties below, [)", lower, zeros, E::FinishFewerBins, "(-inf, 1) 6; [1, 3) 2; [3, inf) 2; "},
         {"ties above", five, top, E::FinishFewerBins, "(-inf, inf) 10; "},
         {"one value", five, {7, 7}, E::FinishConstant, "(-inf, inf) 2; "},
         {"no value", five, {kMissing, kInf}, E::FinishNoValues, "(-inf, inf) 0; "},
-        {"equal width",
-         [](E& e) { e.SetEqualWidth(4); },
-         {-1, 3, 0},
-         0,
-         "(-inf, 0] 2; (0, 1] 0; (1, 2] 0; (2, inf) 1; "},
-        {"width, closed ends",
-         [](E& e) { e.SetEqualWidth(2), e.SetEndsClosed(0, kMissing, e.OutlierRefused); },
-         {-1, 4, 0, 3},
-         0,
-         "[0, 2] 1; (2, 4] 2; "},
-        {"width, [)",
-         [](E& e) { e.SetEqualWidth(2), e.SetEndsClosed(0, 4), e.SetClosed(e.ClosedLower); },
-         {2, 4},
-         0,
-         "[0, 2) 0; [2, 4] 2; "},
-        {"width of all doubles", [](E& e) { e.SetEqualWidth(2); }, {-1.7e308, 1.7e308}, 0, "(-inf, 0] 1; (0, inf) 1; "},
-        {"width without room",
-         [](E& e) { e.SetEqualWidth(4); },
-         {1.0, std::nextafter(1.0, 2.0)},
-         E::FinishFewerBins,
-         "(-inf, inf) 2; "},
-        {"width, one value", [](E& e) { e.SetEqualWidth(4); }, {1.0}, E::FinishConstant, "(-inf, inf) 1; "},
-        {"deviations",
-         [](E& e) { e.SetDeviations(1); },
-         {-1, -1, 1, 1, 0},
-         0,
-         "(-inf, -1] 2; (-1, 0] 1; (0, 1] 2; (1, inf) 0; "},
-        {"without the mean",
-         [](E& e) { e.SetDeviations(1, false); },
-         {-1, -1, 1, 1, 0},
-         0,
-         "(-inf, -1] 2; (-1, 1] 3; (1, inf) 0; "},
-        {"deviations of nothing", [](E& e) { e.SetDeviations(2); }, {}, E::FinishNoValues, "(-inf, inf) 0; "},
-        {"given",
-         [](E& e) {
-             e.SetCuts({0.0, 2.5});
-         },
-         {-0.0, 0, 1, 9},
-         0,
-         "(-inf, 0] 2; (0, 2.5] 1; (2.5, inf) 1; "},
-        {"given, [)",
-         [](E& e) { e.SetCuts({0.0}), e.SetClosed(e.ClosedLower); },
-         {-0.0, 0, 1},
-         0,
-         "(-inf, 0) 0; [0, inf) 3; "},
-        {"given, none", [](E& e) { e.SetCuts({}); }, {1, 2}, 0, "(-inf, inf) 2; "},
+        {"equal width", width(4), {-1, 3, 0}, 0, "(-inf, 0] 2; (0, 1] 0; (1, 2] 0; (2, inf) 1; "},
+        {"width, closed ends", closed, {-1, 4, 0, 3}, 0, "[0, 2] 1; (2, 4] 2; "},
+        {"width, [)", closedLower, {2, 4}, 0, "[0, 2) 0; [2, 4] 2; "},
+        {"width of all doubles", width(2), {-1.7e308, 1.7e308}, 0, "(-inf, 0] 1; (0, inf) 1; "},
+        {"width without room", width(4), twins, E::FinishFewerBins, "(-inf, inf) 2; "},
+        {"width, one value", width(4), {1.0}, E::FinishConstant, "(-inf, inf) 1; "},
+        {"deviations", deviations(1), around, 0, "(-inf, -1] 2; (-1, 0] 1; (0, 1] 2; (1, inf) 0; "},
+        {"without the mean", deviations(1, false), around, 0, "(-inf, -1] 2; (-1, 1] 3; (1, inf) 0; "},
+        {"deviations of nothing", deviations(2), {}, E::FinishNoValues, "(-inf, inf) 0; "},
+        {"given", given({0.0, 2.5}), {-0.0, 0, 1, 9}, 0, "(-inf, 0] 2; (0, 2.5] 1; (2.5, inf) 1; "},
+        {"given, [)", given({0.0}, E::ClosedLower), {-0.0, 0, 1}, 0, "(-inf, 0) 0; [0, inf) 3; "},
+        {"given, none", given({}), {1, 2}, 0, "(-inf, inf) 2; "},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -125,6 +97,7 @@ TEST(MCBinningEncoder, EveryOutcomeAndRule)
         const char* decoded;
     };
     // Cuts 2 and 4; learned 1 to 5, the median is 3.
+    const auto ownIndicator = [](E& e) { e.SetOutput(e.OutputIndicator), e.SetMissingRule(e.MissingOwnCategory); };
     const auto closed = [](E::OutlierRule rule) { return [rule](E& e) { e.SetEndsClosed(1.0, 5.0, rule); }; };
     const Case cases[] = {
         {"on a cut", [](E&) {}, 2.0, {kEncoded, 0}, "1.5"},
@@ -136,11 +109,7 @@ TEST(MCBinningEncoder, EveryOutcomeAndRule)
         {"own bin", [](E& e) { e.SetMissingRule(e.MissingOwnCategory); }, kMissing, {kOutMissing, 3}, "null"},
         {"missing refused", [](E& e) { e.SetMissingRule(e.MissingRefused); }, kMissing, {kRefused, -1}, ""},
         {"indicator", [](E& e) { e.SetOutput(e.OutputIndicator); }, 4.5, {kEncoded, 0, 0, 1}, "4.5"},
-        {"indicator, own",
-         [](E& e) { e.SetOutput(e.OutputIndicator), e.SetMissingRule(e.MissingOwnCategory); },
-         kNan,
-         {kOutMissing, 0, 0, 0, 1},
-         "null"},
+        {"indicator, own", ownIndicator, kNan, {kOutMissing, 0, 0, 0, 1}, "null"},
         {"lower edge", closed(E::OutlierRefused), 1.0, {kEncoded, 0}, "1.5"},
         {"upper edge", closed(E::OutlierRefused), 5.0, {kEncoded, 2}, "4.5"},
         {"refused", closed(E::OutlierRefused), 0.5, {kRefused, -1}, ""},

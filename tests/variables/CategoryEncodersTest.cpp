@@ -1,8 +1,6 @@
 // The encoders of categories.
 #include "VariablesTesting.h"
 
-#include <algorithm>
-#include <functional>
 #include <numeric>
 
 namespace {
@@ -37,80 +35,45 @@ TEST(MCCategoricalEncoder, EveryOutcomeAndRule)
         std::vector<double> row;
         const char* decoded;
     };
+    const auto none = [](E&) {};
+    const auto dummy = [](E& e) { e.SetCoding(e.Dummy); };
+    const auto last = [](E& e) { e.SetCoding(e.Dummy), e.SetReference(e.ReferenceLast); };
+    const auto frequent = [](E& e) { e.SetCoding(e.Dummy), e.SetReference(e.ReferenceMostFrequent); };
+    const auto deviation = [](E& e) { e.SetCoding(e.Deviation), e.SetReference("b"); };
+    const auto unseen = [](auto rule) { return [rule](E& e) { e.SetUnseenRule(rule), e.SetCoding(e.Dummy); }; };
+    const auto missing = [](auto... rule) { return [=](E& e) { e.SetMissingRule(rule...); }; };
+    const auto given = [](std::vector<Value> values) { return [values](E& e) { e.SetCategories(values); }; };
+    const auto rare = [](E& e) { e.SetMinWeight(2), e.SetOtherName("rest"); };
+    const auto apart = [](E& e) { e.SetMissingRule(e.MissingOwnCategory), e.SetUnseenRule(e.UnseenAsOther); };
+    const auto both = [](E& e) { e.SetMissingRule(e.MissingRefused), e.SetUnseenRule(e.UnseenAsMissing); };
+    const auto givenOther = [](E& e) { e.SetCategories({"b"}), e.SetUnseenRule(e.UnseenAsOther); };
+    const std::vector<double> refused{kRefused, -1, -1, -1};
     const Case cases[] = {
-        {"indicator", [](E&) {}, "c", {kEncoded, 0, 0, 1}, "c"},
-        {"unseen refused", [](E&) {}, "d", {kRefused, -1, -1, -1}, "none"},
-        {"a number is no text", [](E&) {}, 1, {kRefused, -1, -1, -1}, "none"},
-        {"missing stays", [](E&) {}, kNan, {kOutMissing, kMissing, kMissing, kMissing}, "null"},
-        {"dummy", [](E& e) { e.SetCoding(e.Dummy); }, "c", {kEncoded, 0, 1}, "c"},
-        {"dummy, reference", [](E& e) { e.SetCoding(e.Dummy); }, "a", {kEncoded, 0, 0}, "a"},
-        {"last", [](E& e) { e.SetCoding(e.Dummy), e.SetReference(e.ReferenceLast); }, "b", {kEncoded, 0, 1}, "b"},
-        {"most frequent",
-         [](E& e) { e.SetCoding(e.Dummy), e.SetReference(e.ReferenceMostFrequent); },
-         "c",
-         {kEncoded, 0, 1},
-         "c"},
-        {"named", [](E& e) { e.SetCoding(e.Deviation), e.SetReference("b"); }, "b", {kEncoded, -1, -1}, "b"},
-        {"deviation", [](E& e) { e.SetCoding(e.Deviation), e.SetReference("b"); }, "c", {kEncoded, 0, 1}, "c"},
-        {"unseen as baseline",
-         [](E& e) { e.SetCoding(e.Dummy), e.SetUnseenRule(e.UnseenAsBaseline); },
-         "d",
-         {kUnseen, 0, 0},
-         "a"},
-        {"unseen as missing",
-         [](E& e) { e.SetUnseenRule(e.UnseenAsMissing); },
-         "d",
-         {kUnseen, kMissing, kMissing, kMissing},
-         "null"},
-        {"unseen as missing that is refused",
-         [](E& e) { e.SetUnseenRule(e.UnseenAsMissing), e.SetMissingRule(e.MissingRefused); },
-         "d",
-         {kRefused, -1, -1, -1},
-         "none"},
-        {"unseen as other", [](E& e) { e.SetUnseenRule(e.UnseenAsOther); }, "d", {kUnseen, 0, 0, 0, 1}, "(other)"},
-        {"rare", [](E& e) { e.SetMinWeight(2), e.SetOtherName("rest"); }, "c", {kEncoded, 0, 0, 1}, "rest"},
-        {"rare, unseen", [](E& e) { e.SetMinWeight(2); }, "d", {kRefused, -1, -1, -1}, "none"},
+        {"indicator", none, "c", {kEncoded, 0, 0, 1}, "c"},
+        {"unseen refused", none, "d", refused, "none"},
+        {"a number is no text", none, 1, refused, "none"},
+        {"missing stays", none, kNan, {kOutMissing, kMissing, kMissing, kMissing}, "null"},
+        {"dummy", dummy, "c", {kEncoded, 0, 1}, "c"},
+        {"dummy, reference", dummy, "a", {kEncoded, 0, 0}, "a"},
+        {"last", last, "b", {kEncoded, 0, 1}, "b"},
+        {"most frequent", frequent, "c", {kEncoded, 0, 1}, "c"},
+        {"named", deviation, "b", {kEncoded, -1, -1}, "b"},
+        {"deviation", deviation, "c", {kEncoded, 0, 1}, "c"},
+        {"unseen as baseline", unseen(E::UnseenAsBaseline), "d", {kUnseen, 0, 0}, "a"},
+        {"unseen as missing", unseen(E::UnseenAsMissing), "d", {kUnseen, kMissing, kMissing}, "null"},
+        {"unseen as missing that is refused", both, "d", refused, "none"},
+        {"unseen as other", unseen(E::UnseenAsOther), "d", {kUnseen, 0, 0, 1}, "(other)"},
+        {"rare", rare, "c", {kEncoded, 0, 0, 1}, "rest"},
+        {"rare, unseen", rare, "d", refused, "none"},
         {"kept", [](E& e) { e.SetMaxKept(1); }, "a", {kEncoded, 0, 1}, "(other)"},
-        {"own category",
-         [](E& e) { e.SetMissingRule(e.MissingOwnCategory); },
-         Value(),
-         {kOutMissing, 0, 0, 0, 1},
-         "null"},
-        {"other and missing apart",
-         [](E& e) { e.SetMissingRule(e.MissingOwnCategory), e.SetUnseenRule(e.UnseenAsOther); },
-         "d",
-         {kUnseen, 0, 0, 0, 1, 0},
-         "(other)"},
-        {"replaced by most frequent",
-         [](E& e) { e.SetMissingRule(e.MissingReplaced); },
-         kMissing,
-         {kOutMissing, 0, 1, 0},
-         "b"},
-        {"replaced by named",
-         [](E& e) { e.SetMissingRule(e.MissingReplaced, "a"); },
-         kMissing,
-         {kOutMissing, 1, 0, 0},
-         "a"},
-        {"missing refused", [](E& e) { e.SetMissingRule(e.MissingRefused); }, Value(), {kRefused, -1, -1, -1}, "none"},
-        {"given order",
-         [](E& e) {
-             e.SetCategories({"z", "b", "a"});
-         },
-         "b",
-         {kEncoded, 0, 1, 0},
-         "b"},
-        {"given, not in it",
-         [](E& e) {
-             e.SetCategories({"z", "b", "a"});
-         },
-         "c",
-         {kRefused, -1, -1, -1},
-         "none"},
-        {"given, other",
-         [](E& e) { e.SetCategories({"b"}), e.SetUnseenRule(e.UnseenAsOther); },
-         "a",
-         {kUnseen, 0, 1},
-         "(other)"},
+        {"own category", missing(E::MissingOwnCategory), Value(), {kOutMissing, 0, 0, 0, 1}, "null"},
+        {"other and missing apart", apart, "d", {kUnseen, 0, 0, 0, 1, 0}, "(other)"},
+        {"replaced by most frequent", missing(E::MissingReplaced), kMissing, {kOutMissing, 0, 1, 0}, "b"},
+        {"replaced by named", missing(E::MissingReplaced, "a"), kMissing, {kOutMissing, 1, 0, 0}, "a"},
+        {"missing refused", missing(E::MissingRefused), Value(), refused, "none"},
+        {"given order", given({"z", "b", "a"}), "b", {kEncoded, 0, 1, 0}, "b"},
+        {"given, not in it", given({"z", "b", "a"}), "c", refused, "none"},
+        {"given, other", givenOther, "a", {kUnseen, 0, 1}, "(other)"},
         {"a category named as the others", [](E& e) { e.SetOtherName("a"); }, "a", {kEncoded, 0, 0, 1}, "a"},
     };
     for (const Case& c : cases) {
@@ -131,23 +94,11 @@ TEST(MCCategoricalEncoder, SortsKindsAndComparesExactly)
 {
     E encoder("f");
     encoder.SetCoding(encoder.Dummy);
-    const Value values[] = {"b",
-                            10,
-                            9.5,
-                            "9",
-                            true,
-                            -0.0,
-                            9007199254740993LL,
-                            9007199254740992.0,
-                            10.0,
-                            0,
-                            "B",
-                            "(missing)",
-                            false,
-                            9007199254740994LL,
-                            -1e300,
-                            "caf\xC3\xA9",
-                            std::nextafter(9.5, 10.0)};
+    // clang-format off
+    const Value values[] = {
+        "b", 10, 9.5, "9", true, -0.0, 9007199254740993LL, 9007199254740992.0, 10.0, 0, "B", "(missing)", false,
+        9007199254740994LL, -1e300, "caf\xC3\xA9", std::nextafter(9.5, 10.0)};
+    // clang-format on
     for (const Value& value : values) EXPECT_TRUE(encoder.Learn(value));
     encoder.Finish();
     EXPECT_EQ(Levels(encoder), "false true -1e+300 0 9.5 9.500000000000002 10 9007199254740992 9007199254740993 "

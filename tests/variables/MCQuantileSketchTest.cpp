@@ -1,7 +1,5 @@
 #include "VariablesTesting.h"
 
-#include <algorithm>
-
 using MCMath_930::MCQuantileSketch;
 
 namespace {

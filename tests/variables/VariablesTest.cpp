@@ -44,40 +44,28 @@ TEST(Variables, ClassifyValues)
 
     constexpr auto valid = IMCVariable::ValueValid, missing = IMCVariable::ValueMissing,
                    invalid = IMCVariable::ValueInvalid;
-    struct Case {
+    const struct {
         const IMCVariable& variable;
-        Value value;
         IMCVariable::ValueKind kind;
+        std::vector<Value> values;
+    } cases[] = {
+        {age, valid, {0, 120.0}},
+        {age, invalid, {121, 0.5, "3"}},
+        {age, missing, {-9.0, Value(), kMissing, kNan}},
+        {date, valid, {0.5, -1e300}},
+        {date, invalid, {101, kInf}},
+        {open, valid, {"any"}},
+        {open, invalid, {1}},
+        {closed, valid, {2.0, "2"}},
+        {closed, invalid, {"3", "x", false}},
+        {closed, missing, {true}},
+        {weight, valid, {0}},
+        {weight, invalid, {-1.0, kInf}},
+        {weight, missing, {kMissing}},
     };
-    const Case cases[] = {
-        {age, 0, valid},
-        {age, 120.0, valid},
-        {age, 121, invalid},
-        {age, -9.0, missing},
-        {age, 0.5, invalid},
-        {age, "3", invalid},
-        {age, Value(), missing},
-        {age, kMissing, missing},
-        {age, kNan, missing},
-        {date, 0.5, valid},
-        {date, -1e300, valid},
-        {date, 101, invalid},
-        {date, kInf, invalid},
-        {open, "any", valid},
-        {open, 1, invalid},
-        {closed, 2.0, valid},
-        {closed, "2", valid},
-        {closed, "3", invalid},
-        {closed, "x", invalid},
-        {closed, true, missing},
-        {closed, false, invalid},
-        {weight, 0, valid},
-        {weight, -1.0, invalid},
-        {weight, kInf, invalid},
-        {weight, kMissing, missing},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(c.variable.Classify(c.value), c.kind) << c.variable.GetName() << ": " << c.value;
+    for (const auto& c : cases)
+        for (const Value& value : c.values)
+            EXPECT_EQ(c.variable.Classify(value), c.kind) << c.variable.GetName() << ": " << value;
 }
 
 TEST(Variables, RefuseWhatTheyCannotBe)

@@ -2,49 +2,17 @@
 #pragma once
 
 #include "modelcore/modelcore.h"
-#include "support/Bits.h"
-#include "support/DisplayCapture.h"
-#include "support/Random.h"
+#include "support/Saved.h"
+#include "support/Testing.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
 #include <cstdio>
 #include <fstream>
-#include <limits>
-#include <memory>
-#include <sstream>
-#include <string>
-#include <vector>
 
 using namespace MCXML_930;
 using MCCommon_930::MCStatus;
 using MCCommon_930::Value;
 
-constexpr double kMissing = MCCommon_930::MCMV::gMissingValue;
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr double kRefused = static_cast<double>(IMCEncoder::Refused);
-constexpr double kInf = std::numeric_limits<double>::infinity();
-
-template <class T>
-std::string Saved(const T& object)
-{
-    std::ostringstream text;
-    object.WriteObjectXML(text, 1);
-    return text.str();
-}
-
-template <class T>
-int Restore(T& object, const std::string& text)
-{
-    const std::string path =
-        ::testing::TempDir() + ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".xml";
-    std::ofstream(path) << text;
-    std::ifstream file(path);
-    const int lines = object.ReadObjectXML(file);
-    std::remove(path.c_str());
-    return lines;
-}
 
 /// The object comes back from the value stream and from the text of its JSON, to the bit; what is damaged is refused
 /// and changes nothing.
