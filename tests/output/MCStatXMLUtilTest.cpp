@@ -1,17 +1,9 @@
 #include "modelcore/output/MCStatXMLUtil.h"
-
 #include "modelcore/xml/ExportFormat.h"
 #include "modelcore/xml/XMLElement.h"
 #include "modelcore/xml/internal/CodePage.h"
 #include "support/MovedFrom.h"
-#include "support/Numbers.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <memory>
-#include <string>
-#include <vector>
+#include "support/Testing.h"
 
 using namespace MCXML_930;
 using Util = MCStatXMLUtil;

@@ -2,16 +2,8 @@
 #include "modelcore/output/MCStatXMLUtil.h"
 #include "modelcore/xml/XMLElement.h"
 #include "modelcore/xml/XMLWrite.h"
-#include "support/Numbers.h"
 #include "support/Program.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <memory>
-#include <sstream>
-#include <string>
-#include <vector>
+#include "support/Testing.h"
 
 using namespace MCXML_930;
 using Util = MCStatXMLUtil;

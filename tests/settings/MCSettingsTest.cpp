@@ -1,16 +1,9 @@
 // MCSetting, MCSettings: what is taken and refused, messages, all or nothing, JSON, schema, saved state.
 #include "modelcore/settings/MCSettings.h"
 #include "modelcore/xml/XMLValueStream.h"
-
-#include "support/DisplayCapture.h"
 #include "support/Program.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <filesystem>
-#include <fstream>
-#include <limits>
+#include "support/Saved.h"
+#include "support/Testing.h"
 
 namespace {
 
@@ -19,7 +12,6 @@ using MCCommon_930::MCStatus;
 using MCCommon_930::MCWarnings;
 using MCCommon_930::Value;
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr long long kLargest = std::numeric_limits<long long>::max();
 
 /// Settings of every type, with a rule over two of them.
@@ -174,7 +166,7 @@ TEST(MCSettings, AddRefusesNamesDefaultsAndRulesThatCannotBe)
     for (const char* const name : {"", "1a", "a b", "intercept", "\xC3\xA4"})
         EXPECT_EQ(s.AddBool(name, true, ""), nullptr);
     EXPECT_EQ(s.AddInteger("n", 5, 6, 4, ""), nullptr);
-    EXPECT_EQ(s.AddReal("x", kInfinity, {}, ""), nullptr);
+    EXPECT_EQ(s.AddReal("x", kInf, {}, ""), nullptr);
     EXPECT_EQ(s.AddReal("x", Value::SYSMISVALUE, {}, ""), nullptr);
     EXPECT_EQ(s.AddReal("x", 1.0, MCRealRange::ClosedOpen(0.0, 1.0), ""), nullptr);
     EXPECT_EQ(s.AddChoice("c", "b", {"a"}, ""), nullptr);
@@ -188,7 +180,7 @@ TEST(MCSettings, AddRefusesNamesDefaultsAndRulesThatCannotBe)
         {MCRealRange::Closed(-1.5, 1e300), "[-1.5, 1e+300]"},
         {MCRealRange::AtLeast(0.0), "[0, inf)"},
         {MCRealRange::Above(0.0), "(0, inf)"},
-        {{-kInfinity, 2.0, false, true}, "(-inf, 2)"},
+        {{-kInf, 2.0, false, true}, "(-inf, 2)"},
     };
     for (const auto& [range, text] : ranges) EXPECT_EQ(range.GetText(), text);
     EXPECT_EQ(s.AddStringList("s", {"a"}, {"a", "b"}, 1, 1, "")->GetLegalText(), "1 text: a or b");
@@ -257,43 +249,14 @@ TEST(MCSettings, AValidatorAcceptsWithTheSchemaWhatFromJsonTakes)
     MCSettings settings = Example();
     settings.AddStringList("levels", {"a"}, {"a", "b"}, 1, 3, "");
     settings.AddReal("share", 0.5, MCRealRange::Open(0.0, 1.0), "");
-    const char* const values[] = {
-        "true",
-        "false",
-        "null",
-        "0",
-        "1",
-        "1.0",
-        "-1",
-        "1000",
-        "1001",
-        "2.5",
-        "1e300",
-        "1e-300",
-        "-0.0",
-        "\"\"",
-        "\"a\"",
-        "\"enter\"",
-        "[]",
-        "{}",
-        "[0.5]",
-        "[0]",
-        "[0.5,1]",
-        "[0.1,0.2]",
-        "[1,\"a\"]",
-        "[\"a\"]",
-        "[\"c\"]",
-        "[null]",
-        "[[0.5]]",
-        "[\"a\",\"b\",\"a\"]",
-        "[\"a\",\"a\",\"a\",\"a\"]",
-        "[0.1,0.2,0.3,0.4]",
-        "9223372036854775808",
-    };
+    std::istringstream values(
+        R"(true false null 0 1 1.0 -1 1000 1001 2.5 1e300 1e-300 -0.0 "" "a" "enter" [] {} [0.5] )"
+        R"([0] [0.5,1] [0.1,0.2] [1,"a"] ["a"] ["c"] [null] [[0.5]] ["a","b","a"] ["a","a","a","a"] )"
+        R"([0.1,0.2,0.3,0.4] 9223372036854775808)");
     const TemporaryFolder folder;
     std::vector<std::string> documents{"{}", "[]", "3", R"({"pEnter":0.01,"title":"x","unknown":1})"};
-    for (const char* value : values) {
-        documents.push_back(R"({"Title":)" + std::string(value) + '}');
+    for (std::string value; values >> value;) {
+        documents.push_back(R"({"Title":)" + value + '}');
         for (std::size_t i = 0; i < settings.Size(); ++i)
             documents.push_back("{\"" + settings.At(i).GetName() + "\":" + value + '}');
     }
@@ -320,17 +283,6 @@ TEST(MCSettings, AValidatorAcceptsWithTheSchemaWhatFromJsonTakes)
 
 TEST(MCSettings, SavedStateComesBackOrChangesNothing)
 {
-    const std::filesystem::path path =
-        std::filesystem::temp_directory_path() /
-        ("settings-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + ".xml");
-    const auto save = [&path](const MCSettings& settings) {
-        std::ofstream os(path);
-        return settings.WriteObjectXML(os, 0);
-    };
-    const auto restore = [&path](MCSettings& settings) {
-        std::ifstream is(path);
-        return settings.ReadObjectXML(is);
-    };
     MCSettings settings = Example();
     ASSERT_TRUE(settings
                     .SetAll({{"title", "line\n\xC3\xA4<"},
@@ -341,19 +293,15 @@ TEST(MCSettings, SavedStateComesBackOrChangesNothing)
                              {"terms", List({"", "b"})},
                              {"intercept", false}})
                     .IsOK());
-    const int lines = save(settings);
-    EXPECT_EQ(lines, 2 + 1 + 3 * 8 + 2 + 2);
+    const std::string whole = Saved(settings);
     MCSettings back = Example();
-    EXPECT_EQ(restore(back), lines);
+    EXPECT_EQ(Restore(back, whole), 2 + 1 + 3 * 8 + 2 + 2);
     EXPECT_EQ(back, settings);
 
     // Cut short at any line, another set of settings, a value that is not legal there.
-    std::ifstream is(path);
-    const std::string whole{std::istreambuf_iterator<char>(is), {}};
     for (std::size_t at = 0; at + 1 < whole.size(); at = whole.find('\n', at + 1)) {
-        std::ofstream(path) << whole.substr(0, at);
         MCSettings other = Example();
-        EXPECT_EQ(restore(other), 0);
+        EXPECT_EQ(Restore(other, whole.substr(0, at)), 0);
         EXPECT_EQ(other, Example());
         if (whole.find('\n', at + 1) + 1 >= whole.size()) break;
     }
@@ -361,36 +309,22 @@ TEST(MCSettings, SavedStateComesBackOrChangesNothing)
     narrow.AddInteger("maxSteps", 0, 0, 10, "");
     MCSettings wide;
     wide.AddInteger("maxSteps", 20, 0, 100, "");
-    EXPECT_GT(save(wide), 0);
-    EXPECT_EQ(restore(narrow), 0);
+    EXPECT_EQ(Restore(narrow, Saved(wide)), 0);
     EXPECT_TRUE(narrow.IsDefault());
     EXPECT_TRUE(wide.Set("maxSteps", 9).IsOK());
-    EXPECT_GT(save(wide), 0);
-    EXPECT_GT(restore(narrow), 0);
+    EXPECT_GT(Restore(narrow, Saved(wide)), 0);
     EXPECT_EQ(narrow.Get("maxSteps").GetInteger(), 9);
-    std::filesystem::remove(path);
 }
 
 TEST(MCSettings, DisplayShowsGroupsValuesAndWhatIsLegal)
 {
     MCSettings settings = Example();
     settings.Set("method", "forward");
-    DisplayCapture capture;
-    settings.Display();
-    EXPECT_EQ(capture.Text(), R"(MCSettings display start
-Model:
-  intercept: true (default); legal: true or false
-  method: "forward"; legal: enter, forward or stepwise
-Steps:
-  pEnter: 0.05 (default); legal: (0, 1]
-  pRemove: 0.1 (default); legal: (0, 1]
-  maxSteps: 0 (default); legal: 0 to 1000
-title: "" (default); legal: any text
-cuts: [0.5] (default); legal: 1 to 3 reals, each (0, 1)
-terms: [] (default); legal: any number of texts, each any text
-rule: pEnter must be less than pRemove
-MCSettings display end
-)");
+    const std::string shown = Shown(settings);
+    EXPECT_TRUE(
+        shown.starts_with("MCSettings display start\nModel:\n  intercept: true (default); legal: true or false\n"
+                          "  method: \"forward\"; legal: enter, forward or stepwise\nSteps:\n"));
+    EXPECT_TRUE(shown.ends_with("\nrule: pEnter must be less than pRemove\nMCSettings display end\n"));
 }
 
 } // namespace
