@@ -181,7 +181,7 @@ double MCDistFun::NonCentralCdfT(double t, double df, double nc, double e)
     // Of so few degrees of freedom at most df*1e3 lies within the range of a double.
     if (df < kFewestDf && prbnrm(-shift) > 1e20 * df) return prbnrm(-nc);
     if (df >= internal::kNormalDf) return prbnrm(t - nc);
-    if (mean == 0.0) return CdfT(t, df);
+    if (shift < 1e-100) return CdfT(t, df); // no digit knows of it
     if (w >= internal::kFarStudent && shift < kFarShift) {
         // The square would overflow, but so far out each tail is proportional to t^-df in every digit.
         constexpr double kFar = 1e100;
