@@ -1,8 +1,6 @@
 // The interface of symmetric matrices, run on every kind behind it.
 #include "matrix/Matrices.h"
 
-#include <memory>
-
 namespace {
 
 std::unique_ptr<IMCSymMatrix> MakePacked(TestRandom& random, int n)
@@ -179,7 +177,7 @@ TEST_P(IMCSymMatrixTest, EditingAndReductions)
     EXPECT_TRUE(s->GetElem(2, 2) == 1.0 && s->GetElem(4, 3) == 0.0);
     s->ZeroOut();
     EXPECT_TRUE(Near(ToNaive(*s), Naive{5, 5}, 0.0));
-    EXPECT_FALSE(s->GetRow(5, diag) || s->PutRow(-1, diag) || s->PutRow(1, {1.0}) || s->IsZeroRow(5));
+    EXPECT_TRUE(NoneOf({s->GetRow(5, diag), s->PutRow(-1, diag), s->PutRow(1, {1.0}), s->IsZeroRow(5)}));
     s->Clear();
     EXPECT_TRUE(s->GetNRows() == 0 && !s->MaxMinDiag(maxDiag, minDiag));
 }
@@ -197,14 +195,27 @@ TEST_P(IMCSymMatrixTest, MismatchedOperandsAreRefused)
     const MCSymMatrix four = RandomSym(random, 4);
     const MCRectMatrix rectBefore(rect);
     const MCSymMatrix symBefore(sym);
-    EXPECT_FALSE(s->ComputeSV(two, vec) || s->ComputeLV(two, vec) || s->ComputeLTransV(two, vec) ||
-                 s->ComputeRTransSV(wrong, three, vec) || s->ComputeRTransSV(tall, two, vec) ||
-                 s->ComputeVecPartByL(three, 1, 3, vec) || s->LTSolve(two, vec));
-    EXPECT_FALSE(s->ComputeRS(wrong, rect) || s->ComputeRTransS(wrong, rect) || s->ComputeRVD(wrong, three, rect) ||
-                 s->ComputeGSG(tall, rect) || s->ComputeGMG(wrong, rect) || s->ComputeGMGNG(wrong, wrong, rect) ||
-                 s->ComputeSS(four, rect) || s->ComputeProductLAndSquare(tall, rect));
-    EXPECT_FALSE(s->ComputeRSRTrans(tall, sym) || s->ComputeRTransSR(wrong, sym) || s->ComputeLSLTrans(four, sym) ||
-                 s->ComputeLTransSL(four, sym) || s->ComputeAXpY(1.0, four) || s->ExtractFirstNRows(4, sym));
+    EXPECT_TRUE(NoneOf({s->ComputeSV(two, vec),
+                        s->ComputeLV(two, vec),
+                        s->ComputeLTransV(two, vec),
+                        s->ComputeRTransSV(wrong, three, vec),
+                        s->ComputeRTransSV(tall, two, vec),
+                        s->ComputeVecPartByL(three, 1, 3, vec),
+                        s->LTSolve(two, vec),
+                        s->ComputeRS(wrong, rect),
+                        s->ComputeRTransS(wrong, rect),
+                        s->ComputeRVD(wrong, three, rect),
+                        s->ComputeGSG(tall, rect),
+                        s->ComputeGMG(wrong, rect),
+                        s->ComputeGMGNG(wrong, wrong, rect),
+                        s->ComputeSS(four, rect),
+                        s->ComputeProductLAndSquare(tall, rect),
+                        s->ComputeRSRTrans(tall, sym),
+                        s->ComputeRTransSR(wrong, sym),
+                        s->ComputeLSLTrans(four, sym),
+                        s->ComputeLTransSL(four, sym),
+                        s->ComputeAXpY(1.0, four),
+                        s->ExtractFirstNRows(4, sym)}));
     EXPECT_EQ(vec, (std::vector<double>{7.0}));
     EXPECT_TRUE(SameMatrix(rect, rectBefore));
     EXPECT_TRUE(SameMatrix(sym, symBefore));
@@ -216,8 +227,8 @@ TEST_P(IMCSymMatrixTest, MismatchedOperandsAreRefused)
         EXPECT_EQ(refused, kMissing);
 
     MCDiagMatrix diagonal(2); // symmetric results that are not diagonal do not go into a diagonal matrix
-    EXPECT_FALSE(s->ComputeRSRTrans(RandomRect(random, 2, 3), diagonal) ||
-                 s->ComputeLSLTrans(RandomSym(random, 3), diagonal));
+    EXPECT_TRUE(NoneOf(
+        {s->ComputeRSRTrans(RandomRect(random, 2, 3), diagonal), s->ComputeLSLTrans(RandomSym(random, 3), diagonal)}));
     EXPECT_EQ(diagonal.AsVector(), (std::vector<double>{0, 0}));
 }
 
@@ -279,12 +290,12 @@ TEST_P(IMCSymMatrixTest, CholeskyOfAPositiveDefiniteMatrixOfEachKind)
     EXPECT_TRUE(Near(ToNaive(*s), S));
 
     MCBitSet kept;
-    EXPECT_FALSE(s->LTChol({1, 1, 1, 1, -1}, 1e-12, true) >= 0 || s->LTChol(ref, -1e-12, true) >= 0 ||
-                 s->LTChol({1, kNan, 1, 1, 1}, 1e-12, kept, true) >= 0 || s->LTChol({1, 1}, 1e-12, kept, true) >= 0 ||
-                 s->LTChol(kNan, logDet, true) >= 0);
+    EXPECT_TRUE(NoneOf({s->LTChol({1, 1, 1, 1, -1}, 1e-12, true) >= 0, s->LTChol(ref, -1e-12, true) >= 0,
+                        s->LTChol({1, kNan, 1, 1, 1}, 1e-12, kept, true) >= 0,
+                        s->LTChol({1, 1}, 1e-12, kept, true) >= 0, s->LTChol(kNan, logDet, true) >= 0}));
     EXPECT_TRUE(Near(ToNaive(*s), S));
     EXPECT_EQ(kept.Size(), 0);
-    s->SetElem(0, 0, std::numeric_limits<double>::infinity()); // times the zero would be no number
+    s->SetElem(0, 0, kInf); // times the zero would be no number
     s->SetElem(1, 1, 0.0);
     EXPECT_TRUE(s->LTDetInverse(factorDet, 1) == 1 && factorDet[0] == 0.0 && factorDet[1] == 0.0);
 }

@@ -6,9 +6,9 @@ TEST(MCDiagMatrix, StoresItsDiagonalAlone)
     MCSymMatrix full(3);
     EXPECT_TRUE(d.SetElem(1, 1, 5.0) && d.PutRow(0, {4, 0, -0.0}) && d.ComputeAXpY(1.0, full));
     full.SetElem(2, 1, 1.0);
-    EXPECT_FALSE(d.SetElem(0, 1, 5.0) || d.PutRow(0, {1, 0, 1e-300}) || d.SetRowColToConst(2, 1.0) ||
-                 d.ComputeAXpY(1.0, MCSymMatrix(2)) || d.ComputeAXpY(1.0, full) || d.ReplaceDiagonal({1, 2}) ||
-                 d.SetNRows(-1) || d.Resize(-1));
+    EXPECT_TRUE(NoneOf({d.SetElem(0, 1, 5.0), d.PutRow(0, {1, 0, 1e-300}), d.SetRowColToConst(2, 1.0),
+                        d.ComputeAXpY(1.0, MCSymMatrix(2)), d.ComputeAXpY(1.0, full), d.ReplaceDiagonal({1, 2}),
+                        d.SetNRows(-1), d.Resize(-1)}));
     EXPECT_EQ(d.AsVector(), (std::vector<double>{4, 5, 3}));
     EXPECT_TRUE(d.ReplaceDiagonal({7, 8, 9, 10}) && d.Resize(4));
     EXPECT_EQ(d.AsVector(), (std::vector<double>{7, 8, 9, 0}));

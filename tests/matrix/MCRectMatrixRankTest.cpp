@@ -96,6 +96,6 @@ TEST(MCRectMatrixRank, LeastSquaresAndProjection)
     for (const double value : normal) EXPECT_NEAR(value, 0.0, 1e-13);
     EXPECT_EQ(x.EstimateLinearGI({1, 2}, b, 1e-8), -1);
     EXPECT_EQ(x.EstimateLinearGI(y, b, -1.0), -1);
-    EXPECT_FALSE(x.ResidOfOrthProjection({1}, b, 1e-8) || x.ResidOfOrthProjection(y, b, -1.0));
+    EXPECT_TRUE(NoneOf({x.ResidOfOrthProjection({1}, b, 1e-8), x.ResidOfOrthProjection(y, b, -1.0)}));
     EXPECT_EQ(b.size(), 6u);
 }

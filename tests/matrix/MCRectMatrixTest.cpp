@@ -41,13 +41,13 @@ TEST(MCRectMatrix, StoresRowByRowAndRefusesImpossibleShapes)
 {
     MCRectMatrix r = Places(3, 4);
     EXPECT_TRUE(r.AsSpan()[9] == 21.0 && r.GetColPtr(3) == r.GetPtr() + 3 && r.GetRowPtr(2) == r.GetPtr() + 8);
-    EXPECT_FALSE(r.GetColPtr(4) || r.GetColPtr(-1) || r.GetRowPtr(3) || r.GetRowPtr(-1) ||
-                 MCRectMatrix(0, 4).GetColPtr(1));
+    EXPECT_TRUE(NoneOf({r.GetColPtr(4) != nullptr, r.GetColPtr(-1) != nullptr, r.GetRowPtr(3) != nullptr,
+                        r.GetRowPtr(-1) != nullptr, MCRectMatrix(0, 4).GetColPtr(1) != nullptr}));
     constexpr int kMax = std::numeric_limits<int>::max();
     for (const auto& [rows, cols] : {std::pair{-1, 2}, {2, -1}, {kMax, kMax}}) {
         EXPECT_EQ(MCRectMatrix(rows, cols).GetNCols(), 0);
         EXPECT_TRUE(Refuses(r, [rows = rows, cols = cols](MCRectMatrix& m) {
-            return m.Resize(rows, cols) || m.SetNRowsCols(rows, cols);
+            return NoneOf({m.Resize(rows, cols), m.SetNRowsCols(rows, cols)});
         }));
     }
     EXPECT_TRUE(MCRectMatrix(kMax, 0).AddRow() == -1 && MCRectMatrix(kMax, 0).AddRow({}) == -1 &&
@@ -162,8 +162,8 @@ TEST(MCRectMatrix, WrongArgumentsAreRefused)
     MCRectMatrix m = Places(2, 3);
     for (const auto call : calls) EXPECT_TRUE(Refuses(m, call));
     std::vector<double> v{1, 2};
-    EXPECT_FALSE(m.ComputeRV(v, v) || m.ComputeRDiagV({1, 2, 3}, v, v) || m.ComputeVR({1}, v) ||
-                 m.CopyColToVec(0, 1, v) || m.IncrVecByColumn(3, 1.0, v) || m.GetRow(2, v) || m.GetCol(3, v));
+    EXPECT_TRUE(NoneOf({m.ComputeRV(v, v), m.ComputeRDiagV({1, 2, 3}, v, v), m.ComputeVR({1}, v),
+                        m.CopyColToVec(0, 1, v), m.IncrVecByColumn(3, 1.0, v), m.GetRow(2, v), m.GetCol(3, v)}));
     EXPECT_EQ(v, (std::vector<double>{1, 2}));
     for (const double refused :
          {m.ColNorm(3), m.RowNorm(-1), m.DotProductCol(0, {1}), m.DotProductColCol(0, m, 3), m.DotProductRows(0, 2),

@@ -130,8 +130,9 @@ TEST(MCSparseRectMatrix, EqualsTheDenseMatrix)
             for (int j = 0; j < sub.GetNCols(); ++j)
                 EXPECT_EQ(sub.GetElem(i, j), truth.GetElem(rows / 3 + i, cols / 2 + j));
         EXPECT_TRUE(Refuses(sub, [&, rows = rows, cols = cols](MCSparseRectMatrix& m) {
-            return sparse.ExtractSubSparseRectMat(0, rows + 1, 0, 1, m) ||
-                   sparse.ExtractSubSparseRectMat(0, rows, 1, cols, m) || sparse.ExtractSubSparseRectMat(0, 0, 0, 0, m);
+            return NoneOf({sparse.ExtractSubSparseRectMat(0, rows + 1, 0, 1, m),
+                           sparse.ExtractSubSparseRectMat(0, rows, 1, cols, m),
+                           sparse.ExtractSubSparseRectMat(0, 0, 0, 0, m)});
         }));
     }
 }
@@ -157,8 +158,8 @@ TEST(MCSparseRectMatrix, RowsGrowAndTheirPatternStays)
     EXPECT_EQ(m.AddRow(four, 1, 2), 2);
     for (const auto& part : {std::pair{0, 1}, {0, 3}, {-1, 2}, {3, 2}, {2, 2}}) // the last reaches column 5
         EXPECT_TRUE(Refuses(m, [&](MCSparseRectMatrix& s) { return s.AddRow(four, part.first, part.second) != -1; }));
-    EXPECT_TRUE(Refuses(m, [&](MCSparseRectMatrix& s) { return s.SetRow(2, pair) || s.SetRow(0, four); }));
-    EXPECT_TRUE(Refuses(m, [](MCSparseRectMatrix& s) { return s.SetElem(0, 2, 1.0) || s.SetElem(2, 0, 0.0); }));
+    EXPECT_TRUE(Refuses(m, [&](MCSparseRectMatrix& s) { return NoneOf({s.SetRow(2, pair), s.SetRow(0, four)}); }));
+    EXPECT_TRUE(Refuses(m, [](MCSparseRectMatrix& s) { return NoneOf({s.SetElem(0, 2, 1.0), s.SetElem(2, 0, 0.0)}); }));
     EXPECT_TRUE(m.SetElem(0, 2, 0.0) && m.SetElem(1, 3, -3.0) && m.SetRow(0, pair));
     const int* columns = nullptr;
     const double* elements = nullptr;
@@ -170,7 +171,7 @@ TEST(MCSparseRectMatrix, RowsGrowAndTheirPatternStays)
 
     // Three elements have no place in two slots, nor two slots in one column.
     MCRectMatrix full(3, 5, std::vector<double>{1, 0, 0, 0, 1, 1, 1, 1, 0, 0, 1, 0, 0, 0, 0});
-    EXPECT_TRUE(Refuses(m, [&](MCSparseRectMatrix& s) { return s.CopyRows(full, 0, 2, 0) || s.Resize(2, 1); }));
+    EXPECT_TRUE(Refuses(m, [&](MCSparseRectMatrix& s) { return NoneOf({s.CopyRows(full, 0, 2, 0), s.Resize(2, 1)}); }));
     EXPECT_TRUE(m.CopyRowToRow(full, 2, 0));
     EXPECT_EQ(m.NZColIndicesAsVector()[0], -1);
     MCSparseRectMatrix taken(std::move(m));

@@ -35,9 +35,9 @@ TEST(MCSparseVector, LargestIndexIsNeverInside)
     double logSum = 0.0;
     EXPECT_TRUE(v.IsValid() && v.GetMinVecSize() == std::numeric_limits<int>::max());
     EXPECT_TRUE(Refuses(s, [&](MCSymMatrix& m) {
-        return v.QuadraticOuterProduct(m) || v.QuadraticOuterProductIncr(m, 1.0) || v.IncrementRowPart(m, 0, 0, 1.0) ||
-               v.IncrementPart(dense, 0, 1.0) || sparse.AddRow(v) >= 0 ||
-               v.ComputeProbabilities(dense, 1, std::numeric_limits<int>::max(), probs, logSum);
+        return NoneOf({v.QuadraticOuterProduct(m), v.QuadraticOuterProductIncr(m, 1.0),
+                       v.IncrementRowPart(m, 0, 0, 1.0), v.IncrementPart(dense, 0, 1.0), sparse.AddRow(v) >= 0,
+                       v.ComputeProbabilities(dense, 1, std::numeric_limits<int>::max(), probs, logSum)});
     }));
     for (const double refused : {s.ComputeSpVSSpW(v, unit), s.ComputeSpVSSpW(unit, v), v.InnerProductWithPart(dense, 0),
                                  MCRectMatrix(1, 1).ComputeSpVRSpW(unit, v)})
@@ -58,7 +58,7 @@ TEST(MCSparseVector, ProductsEqualThoseOfTheDenseVector)
     std::vector<double> w{1, 2, 3, 4, 5, 6, 7};
     EXPECT_EQ(v.InnerProductWithPart(w, 2), 2.0 * 4 - 6 + 0.5 * 7);
     EXPECT_EQ(v.InnerProductWithPart(w, 3), kMissing);
-    EXPECT_FALSE(v.IncrementPart(w, -1, 1.0) || v.IncrementPart(w, 3, 1.0));
+    EXPECT_TRUE(NoneOf({v.IncrementPart(w, -1, 1.0), v.IncrementPart(w, 3, 1.0)}));
     EXPECT_TRUE(v.IncrementPart(w, 2, 2.0));
     EXPECT_EQ(w, (std::vector<double>{1, 2, 3, 8, 5, 4, 8}));
 
@@ -71,8 +71,8 @@ TEST(MCSparseVector, ProductsEqualThoseOfTheDenseVector)
     ASSERT_TRUE(expected.UpdateXX({0, 0, 0, 2, 0, -1, 0.5}, 3.0));
     EXPECT_TRUE(Near(ToNaive(s), ToNaive(expected)));
     EXPECT_TRUE(Refuses(s, [&](MCSymMatrix& m) {
-        return v.QuadraticOuterProductPartIncr(m, 3, 1.0) || v.QuadraticOuterProductPartIncr(m, 1, 3, 1.0) ||
-               v.IncrementRowPart(m, 7, 0, 1.0);
+        return NoneOf({v.QuadraticOuterProductPartIncr(m, 3, 1.0), v.QuadraticOuterProductPartIncr(m, 1, 3, 1.0),
+                       v.IncrementRowPart(m, 7, 0, 1.0)});
     }));
     ASSERT_TRUE(v.QuadraticOuterProductPartIncr(s, 1, 2, 3.0)); // the elements 3 and 4 alone, and back again
     EXPECT_DOUBLE_EQ(s.GetElem(4, 3), expected.GetElem(4, 3) - 1.5);
@@ -101,8 +101,8 @@ TEST(MCSparseVector, ProbabilitiesOfALogitModelDoNotOverflow)
     ASSERT_TRUE(v.ComputeProbabilities({1000, 0, 0}, 2, 3, probs, logSum));
     EXPECT_EQ(probs, (std::vector<double>{1, 0}));
     EXPECT_EQ(logSum, 1000.0);
-    EXPECT_FALSE(v.ComputeProbabilities({1, 2}, 2, 3, probs, logSum) ||
-                 v.ComputeProbabilities({1, 2, 3}, 2, 2, probs, logSum) ||
-                 v.ComputeProbabilities({}, 0, 3, probs, logSum));
+    EXPECT_TRUE(NoneOf({v.ComputeProbabilities({1, 2}, 2, 3, probs, logSum),
+                        v.ComputeProbabilities({1, 2, 3}, 2, 2, probs, logSum),
+                        v.ComputeProbabilities({}, 0, 3, probs, logSum)}));
     EXPECT_TRUE(Shown(v).starts_with("MCSparseVector display start\nNumber of elements: 2\n"));
 }

@@ -64,7 +64,7 @@ TEST(MCSymBlockDiagMatrix, TablesFollowEveryChangeOfStructure)
     EXPECT_EQ(m.GetBlockIndexForRow(), (std::vector<int>{0, 0, 1, 1, 1}));
     EXPECT_TRUE(m.SetElem(2, 3, 7.0) && m.SetElem(1, 1, 4.0) && m.GetType() == m.GetMatrixKind());
     EXPECT_TRUE(Refuses(m, [](auto& s) {
-        return s.SetElem(0, 1, 5.0) || s.SetElem(2, 1, 5.0) || s.SetElem(5, 5, 5.0) || s.SetElem(3, -1, 5.0);
+        return NoneOf({s.SetElem(0, 1, 5.0), s.SetElem(2, 1, 5.0), s.SetElem(5, 5, 5.0), s.SetElem(3, -1, 5.0)});
     }));
     EXPECT_TRUE(m.GetElem(0, 1) == 0.0 && m.GetElem(5, 5) == 0.0 && m.GetElem(3, 2) == 7.0);
     ExpectConsistent(m);
@@ -86,10 +86,10 @@ TEST(MCSymBlockDiagMatrix, TablesFollowEveryChangeOfStructure)
 
     constexpr int kFar = std::numeric_limits<int>::max();
     EXPECT_TRUE(Refuses(m, [&](auto& s) {
-        return s.ReplaceBlock(6, packed) || s.ReplaceBlock(-1, packed) || s.ReplaceBlock(0, others) ||
-               s.ReplaceBlock(0, MCSymMatrix()) || s.AddBlock(MCDiagMatrix()) || s.SetStructure({2, 0}, MCBitSet()) ||
-               s.SetStructure({2}, MCBitSet(2)) || s.SetStructure({MCSymMatrix::kMaxRows + 1}, MCBitSet()) ||
-               s.SetStructure({1, kFar}, Bits(2, {1}));
+        return NoneOf({s.ReplaceBlock(6, packed), s.ReplaceBlock(-1, packed), s.ReplaceBlock(0, others),
+                       s.ReplaceBlock(0, MCSymMatrix()), s.AddBlock(MCDiagMatrix()), s.SetStructure({2, 0}, MCBitSet()),
+                       s.SetStructure({2}, MCBitSet(2)), s.SetStructure({MCSymMatrix::kMaxRows + 1}, MCBitSet()),
+                       s.SetStructure({1, kFar}, Bits(2, {1}))});
     }));
     EXPECT_EQ(MCSymBlockDiagMatrix({&packed, nullptr}).GetNBlocks(), 0);
     EXPECT_FALSE(others.IsSameStructure(m));
@@ -151,18 +151,18 @@ TEST(MCSymBlockDiagMatrix, StructureDecidesBeforeAnythingIsWritten)
     ASSERT_TRUE(m.FillDenseMatrix(dense));
     dense.SetElem(6, 5, kNan);
     EXPECT_TRUE(Refuses(m, [&](auto& s) {
-        return s.ComputeAXpY(1.0, other) || s.ComputeAXpY(1.0, dense) || s.SetRowColToConst(0, 1.0) ||
-               s.PutRow(5, {0, 0, 0, 0, 0, 1, 1}) || s.LTChol(std::vector<double>(7, -1.0), 0.0, true) != -1;
+        return NoneOf({s.ComputeAXpY(1.0, other), s.ComputeAXpY(1.0, dense), s.SetRowColToConst(0, 1.0),
+                       s.PutRow(5, {0, 0, 0, 0, 0, 1, 1}), s.LTChol(std::vector<double>(7, -1.0), 0.0, true) != -1});
     }));
     MCSymBlockDiagMatrix out = RandomBlocks(random, {1}, {});
     EXPECT_TRUE(Refuses(out, [&](auto& s) {
-        return m.ComputeLSLTrans(other, s) || m.ComputeLTransSL(dense, s) || dense.ComputeLSLTrans(m, s) ||
-               m.ComputeRSRTrans(RandomRect(random, 7, 7), s) || m.ExtractSubmatrix(std::vector<int>{3, 0, 4}, s) ||
-               m.ExtractSubmatrix(std::vector<int>{0, 0}, s) || m.ExtractSubmatrix(std::vector<int>{7}, s);
+        return NoneOf({m.ComputeLSLTrans(other, s), m.ComputeLTransSL(dense, s), dense.ComputeLSLTrans(m, s),
+                       m.ComputeRSRTrans(RandomRect(random, 7, 7), s), m.ExtractSubmatrix(std::vector<int>{3, 0, 4}, s),
+                       m.ExtractSubmatrix(std::vector<int>{0, 0}, s), m.ExtractSubmatrix(std::vector<int>{7}, s)});
     }));
     MCDiagMatrix diagonal(std::vector<double>{1});
-    EXPECT_FALSE(m.ComputeSTransS(diagonal) || m.ComputeLSLTrans(m, diagonal) ||
-                 m.CholInverse({}, 0.0, diagonal) != -1);
+    EXPECT_TRUE(
+        NoneOf({m.ComputeSTransS(diagonal), m.ComputeLSLTrans(m, diagonal), m.CholInverse({}, 0.0, diagonal) != -1}));
     EXPECT_EQ(diagonal.AsVector(), (std::vector<double>{1}));
     EXPECT_TRUE(m.ExtractSubmatrix(std::vector<int>{6, 4, 2, 5, 1}, out)); // a diagonal block may come in pieces
     EXPECT_EQ(out.GetBlockSizes(), (std::vector<int>{1, 2, 1, 1}));
@@ -183,7 +183,7 @@ TEST(MCSymBlockDiagMatrix, DiagonalBlocksAreNeverSpelledOut)
     EXPECT_TRUE(m.ComputeLSLTrans(m, out) && m.ComputeSTransS(m)); // 64 and 16
     EXPECT_EQ(out.TraceOfProductOfThree(out, m), 65536.0 * (n + 2));
     MCSymMatrix packed(1);
-    EXPECT_FALSE(m.FillDenseMatrix(packed) || m.ComputeSTransS(packed));
+    EXPECT_TRUE(NoneOf({m.FillDenseMatrix(packed), m.ComputeSTransS(packed)}));
 }
 
 TEST(MCSymBlockMatrix, AssemblesPairsOfBlocks)
@@ -202,7 +202,7 @@ TEST(MCSymBlockMatrix, AssemblesPairsOfBlocks)
     EXPECT_TRUE(SameMatrix(m.GetElemSSRef(2, 1), copy.GetElemSSRef(1, 2)) && m.GetElemSSRef(3, 0).Trace() == 0.0);
     m.GetElemSSRef(3, 3).Resize(2);
     EXPECT_TRUE(!m.IsValid() && Refuses(whole, [&](MCSymMatrix& s) { return m.CopyToSymMatrix(s); }));
-    EXPECT_FALSE(m.SetNRows(-1) || m.SetNRows(2, -1) || m.ResizeNRows(MCSymMatrix::kMaxRows + 1));
+    EXPECT_TRUE(NoneOf({m.SetNRows(-1), m.SetNRows(2, -1), m.ResizeNRows(MCSymMatrix::kMaxRows + 1)}));
     EXPECT_EQ(m.GetNRows(), 4);
     ASSERT_TRUE(m.SetNRows(2, 1));
     m.GetElemSSRef(0, 0).Resize(0);

@@ -61,7 +61,7 @@ TEST(MCSymMatrixCholesky, SubstitutionsSolveAndInverseMayStandInPlace)
         ASSERT_TRUE(factor.LTSubstitute(b, x) && factor.TSolveSubst(b, y));
         EXPECT_TRUE(Near(L * ToNaive(x), ToNaive(b), 1e-12) && Near(L.T() * ToNaive(y), ToNaive(b), 1e-12));
         b.pop_back();
-        EXPECT_FALSE(factor.LTSubstitute(b, x) || factor.TSolveSubst(b, x) || factor.LTSolve(b, x));
+        EXPECT_TRUE(NoneOf({factor.LTSubstitute(b, x), factor.TSolveSubst(b, x), factor.LTSolve(b, x)}));
     }
 }
 
@@ -159,8 +159,8 @@ TEST(MCSymMatrixCholesky, Refusals)
 {
     MCSymMatrix s = FromTriangle({4, 2, 5});
     EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) {
-        return m.LTChol({4, -1}, 1e-12, true) >= 0 || m.LTChol({4, 5}, kNan, true) >= 0 ||
-               m.TransformToPositiveDefinite(0.0) >= 0;
+        return NoneOf({m.LTChol({4, -1}, 1e-12, true) >= 0, m.LTChol({4, 5}, kNan, true) >= 0,
+                       m.TransformToPositiveDefinite(0.0) >= 0});
     }));
     MCDiagMatrix diagonal(3);
     MCSymMatrix out(3);
@@ -183,11 +183,11 @@ TEST(MCSymMatrixCholesky, DowndateUndoesUpdate)
         EXPECT_TRUE(Near(ToNaive(l).Lower(), before, 1e-9));
         std::vector<double> far(static_cast<std::size_t>(n), 0.0);
         far[0] = 2.0 * l.GetElem(0, 0);
-        EXPECT_TRUE(Refuses(l, [&](MCSymMatrix& m) { return m.LTCholDowndate(far) || m.LTCholDowndate({}); }));
+        EXPECT_TRUE(Refuses(l, [&](MCSymMatrix& m) { return NoneOf({m.LTCholDowndate(far), m.LTCholDowndate({})}); }));
     }
     MCSymMatrix singular = FromTriangle({1, 1, 0});
     EXPECT_TRUE(Refuses(singular, [](MCSymMatrix& m) {
-        return m.LTCholDowndate({0.1, 0.1}) || m.LTCholUpdateR1({1});
+        return NoneOf({m.LTCholDowndate({0.1, 0.1}), m.LTCholUpdateR1({1})});
     }));
     EXPECT_TRUE(singular.LTCholUpdateR1({0, -3})); // [[1,1],[1,1]] + diag(0,9)
     EXPECT_TRUE(SameMatrix(singular, FromTriangle({1, 1, 3})));

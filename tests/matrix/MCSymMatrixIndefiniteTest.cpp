@@ -15,7 +15,7 @@ TEST(MCSymMatrixIndefinite, DeterminantsOfIntegerMatrices)
         EXPECT_TRUE(det[0] == 0.0 || (std::fabs(det[0]) >= 1.0 && std::fabs(det[0]) < 10.0));
     }
     double det[2] = {7, 7};
-    EXPECT_FALSE(MCSymMatrix().ComputeDeterminant(0.0, det) || MCSymMatrix(1).ComputeDeterminant(-1.0, det));
+    EXPECT_TRUE(NoneOf({MCSymMatrix().ComputeDeterminant(0.0, det), MCSymMatrix(1).ComputeDeterminant(-1.0, det)}));
     EXPECT_EQ(det[0], 7.0);
     ASSERT_TRUE(FromTriangle({1, 0, 1e-6}).ComputeDeterminant(1e-5, det)); // counts as singular
     EXPECT_TRUE(det[0] == 0.0 && det[1] == 0.0);
@@ -38,8 +38,8 @@ TEST(MCSymMatrixIndefinite, SolutionsOfRegularSystems)
     }
     std::vector<double> x{7};
     const MCSymMatrix singular = FromTriangle({1, 2, 4});
-    EXPECT_FALSE(singular.SolveIndefinite({1, 2}, x, 1e-15) || singular.SolveIndefinite({1}, x, 0.0) ||
-                 MCSymMatrix().SolveIndefinite({}, x, 0.0) || FromTriangle({1}).SolveIndefinite({1}, x, -1.0));
+    EXPECT_TRUE(NoneOf({singular.SolveIndefinite({1, 2}, x, 1e-15), singular.SolveIndefinite({1}, x, 0.0),
+                        MCSymMatrix().SolveIndefinite({}, x, 0.0), FromTriangle({1}).SolveIndefinite({1}, x, -1.0)}));
     EXPECT_EQ(singular.SolveIndefiniteGI({1}, x, 0.0), -1);
     EXPECT_EQ(singular.SolveIndefiniteGI({1, 2}, x, -1.0), -1);
     EXPECT_EQ(x, (std::vector<double>{7}));

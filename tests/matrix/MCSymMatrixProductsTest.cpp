@@ -112,19 +112,19 @@ TEST(MCSymMatrixProducts, MismatchesAreRefused)
     const std::vector<double> three{1, 2, 3};
     const MCRectMatrix wrong = RandomRect(random, 2, 2);
     EXPECT_TRUE(Refuses(s, [&](MCSymMatrix& m) {
-        return m.UpdateXX(two, 1.0) || m.UpdateXXCentered(three, two, 1.0) || m.UpdateXXPart(three, 2, 2, 1.0) ||
-               m.UpdateZZ(wrong, three) || m.UpdateZZ(RandomRect(random, 4, 3), three) || m.SetToVW(two, three) ||
-               m.ComputeRTransSymR(wrong, m) || m.SetNBlocks(2) || m.SetNBlocks(0);
+        return NoneOf({m.UpdateXX(two, 1.0), m.UpdateXXCentered(three, two, 1.0), m.UpdateXXPart(three, 2, 2, 1.0),
+                       m.UpdateZZ(wrong, three), m.UpdateZZ(RandomRect(random, 4, 3), three), m.SetToVW(two, three),
+                       m.ComputeRTransSymR(wrong, m), m.SetNBlocks(2), m.SetNBlocks(0)});
     }));
     MCRectMatrix rect;
     MCSymMatrix sym;
     MCDiagMatrix diagonal;
-    EXPECT_FALSE(s.ComputeRSRTrans2(wrong, rect) || s.ComputeMGN(wrong, wrong, rect) ||
-                 s.ComputeMGN(RandomRect(random, 2, 3), wrong, rect) ||
-                 s.ComputeRDiagSRDiagTrans(RandomRect(random, 2, 3), two, sym) ||
-                 s.ComputeSSubBSSub({0, 3}, RandomSym(random, 2), sym) ||
-                 s.ComputeSSubBSSub({0, 1}, RandomSym(random, 3), sym) ||
-                 s.ComputeSSubBSSub({0, 1}, RandomSym(random, 2), diagonal));
+    EXPECT_TRUE(NoneOf({s.ComputeRSRTrans2(wrong, rect), s.ComputeMGN(wrong, wrong, rect),
+                        s.ComputeMGN(RandomRect(random, 2, 3), wrong, rect),
+                        s.ComputeRDiagSRDiagTrans(RandomRect(random, 2, 3), two, sym),
+                        s.ComputeSSubBSSub({0, 3}, RandomSym(random, 2), sym),
+                        s.ComputeSSubBSSub({0, 1}, RandomSym(random, 3), sym),
+                        s.ComputeSSubBSSub({0, 1}, RandomSym(random, 2), diagonal)}));
     for (const double refused :
          {s.ComputeVBW(two, 2, 2, two, 0, 2), s.ComputeVBW(two, 0, 3, two, 0, 2), s.ComputeBlockVSV(1, three),
           s.ComputeBlockVSV(0, two), s.ComputeVSymSubW(two, {0, 1, 2}, three), s.ComputeVSymSubW(three, {3}, three),
@@ -155,7 +155,7 @@ TEST(MCSymMatrixProducts, EveryElementHasItsTermsInIndexOrder)
     };
     TestRandom random(205);
     for (const int n : {5, 47, 48, 97, 150})
-        for (const double special : {0.5, -0.0, 1e300, std::numeric_limits<double>::infinity()})
+        for (const double special : {0.5, -0.0, 1e300, kInf})
             for (const bool isDiagonal : {false, true}) {
                 SCOPED_TRACE(::testing::Message() << n << ", " << special << (isDiagonal ? ", S diagonal" : ""));
                 MCSymMatrix l = RandomSym(random, n), dense = RandomSym(random, n);

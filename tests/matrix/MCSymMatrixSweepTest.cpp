@@ -1,8 +1,6 @@
 #include "matrix/Matrices.h"
 #include "support/AllKernels.h"
 
-#include <functional>
-
 namespace {
 
 /// The definition, on a full square array and with the bits in a plain vector.
@@ -167,32 +165,6 @@ TEST(MCSymMatrixSweep, PivotAtTheToleranceIsRefusedWithAndWithoutCheck)
         });
         EXPECT_TRUE(s.Sweep(0, std::nextafter(0.25, 0.0), {1.0, 1.0}, swept, check));
     }
-}
-
-// Intercept and the three indicators of a factor, then a covariate: one indicator must stay out, and which one depends
-// on the order alone.
-TEST(MCSymMatrixSweep, RedundantColumnsAreLeftAliasedAndTheOthersSwept)
-{
-    TestRandom random(5);
-    MCSymMatrix s(5);
-    for (int r = 0; r < 300; ++r) {
-        double x[5] = {1.0, 0.0, 0.0, 0.0, random.Uniform(-1.0, 1.0)};
-        x[1 + random.Below(3)] = 1.0;
-        for (int i = 0; i < 5; ++i)
-            for (int j = 0; j <= i; ++j) s.SetElem(i, j, s.GetElem(i, j) + x[i] * x[j]);
-    }
-    const std::vector<double> ref = Diagonal(s);
-    for (const std::vector<int>& order : {std::vector<int>{0, 1, 2, 3, 4}, {4, 3, 2, 1, 0}, {3, 0, 2, 4, 1}}) {
-        const int aliased = order[0] == 0 ? 3 : order[4]; // the last of the four that are dependent
-        MCSymMatrix m(s);
-        MCBitSet swept(5);
-        EXPECT_FALSE(m.SweepOnMany(order, 1e-8, ref, swept, true));
-        EXPECT_TRUE(swept.Count() == 4 && !swept.IsIn(aliased));
-        EXPECT_NEAR(m.GetElem(aliased, aliased), 0.0, 1e-10);
-    }
-    MCBitSet swept(5);
-    EXPECT_FALSE(s.SweepOnAll(1e-8, ref, swept, true));
-    EXPECT_FALSE(swept.IsIn(3));
 }
 
 TEST(MCSymMatrixSweep, NanFlowsAndLargerArgumentsAreFine)

@@ -35,7 +35,9 @@ TEST(MCSymMatrix, OrdersWithoutPackedIndexesAreRefusedAndOthersKeepWhatLiesInBot
     MCSymMatrix s = Places(3);
     for (const int n : {-1, MCSymMatrix::kMaxRows + 1, 2147483647}) {
         EXPECT_EQ(MCSymMatrix(n).GetNRows(), 0);
-        EXPECT_TRUE(Refuses(s, [n](MCSymMatrix& m) { return m.SetNRows(n) || m.Resize(n) || m.Expand({0, 1, 2}, n); }));
+        EXPECT_TRUE(Refuses(s, [n](MCSymMatrix& m) {
+            return NoneOf({m.SetNRows(n), m.Resize(n), m.Expand({0, 1, 2}, n)});
+        }));
     }
     EXPECT_TRUE(s.Resize(2) && s.Resize(3));
     EXPECT_EQ(Elements(s), (std::vector<double>{0, 10, 11, 0, 0, 0}));
@@ -67,7 +69,7 @@ TEST(MCSymMatrix, DeleteAndExpandUndoEachOther)
             EXPECT_TRUE(SameMatrix(s, expected));
         }
     MCSymMatrix s = Places(3);
-    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.DeleteOneRow(3) || m.DeleteOneRow(-1); }));
+    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return NoneOf({m.DeleteOneRow(3), m.DeleteOneRow(-1)}); }));
 }
 
 TEST(MCSymMatrix, ExpandPlacesRowsAnywhere)
@@ -96,10 +98,12 @@ TEST(MCSymMatrix, CopiesFromAndToArrays)
     square[1] = square[2] = square[5] = -1.0; // the upper triangle is not read
     ASSERT_TRUE(s.SetNRows(1) && s.CopyFromSquare(square, 3));
     EXPECT_TRUE(SameMatrix(s, Places(3)));
-    EXPECT_TRUE(Refuses(s, [&](MCSymMatrix& m) { return m.CopyFromSquare(square, -1) || m.ResizeNRows(-1); }));
+    EXPECT_TRUE(Refuses(s, [&](MCSymMatrix& m) { return NoneOf({m.CopyFromSquare(square, -1), m.ResizeNRows(-1)}); }));
     MCSymMatrix copy(7);
     ASSERT_TRUE(copy.ResizeNCopy(s) && copy.ResizeNCopy(copy));
     EXPECT_TRUE(SameMatrix(copy, s));
+    copy.ClearAll();
+    EXPECT_EQ(copy.GetNRows(), 0);
 }
 
 TEST(MCSymMatrix, RowsTreatedBySizeOfTheirElements)
@@ -116,7 +120,7 @@ TEST(MCSymMatrix, RowsTreatedBySizeOfTheirElements)
     EXPECT_EQ(s.ZeroOutAllSmall(kNan), -1);
     EXPECT_EQ(s.ZeroOutAllSmall(2.0), 2);
     EXPECT_EQ(Elements(s), (std::vector<double>{4, 0, 0, 0, 0, 0}));
-    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return m.AddToDiagonalPart(2, 2, 1.0) || m.ZeroOutRow(3); }));
+    EXPECT_TRUE(Refuses(s, [](MCSymMatrix& m) { return NoneOf({m.AddToDiagonalPart(2, 2, 1.0), m.ZeroOutRow(3)}); }));
     EXPECT_TRUE(s.AddToDiagonalPart(1, 2, 1.5));
     EXPECT_EQ(Elements(s), (std::vector<double>{4, 0, 1.5, 0, 0, 1.5}));
 }
@@ -140,10 +144,10 @@ TEST(MCSymMatrix, PartsOfRowsAndBlocks)
     const MCBitSet swept = Bits(4, {0, 3}), kept = Bits(6, {0, 1, 3, 5});
     EXPECT_TRUE(s.GetRegCoeffs(1, swept, values));
     EXPECT_EQ(values, (std::vector<double>{10, 0, 0, 31}));
-    EXPECT_FALSE(s.GetRegCoeffs(0, swept, values) || s.GetRegCoeffs(4, swept, values) ||
-                 s.GetRegCoeffs(1, MCBitSet(3), values));
+    EXPECT_TRUE(NoneOf(
+        {s.GetRegCoeffs(0, swept, values), s.GetRegCoeffs(4, swept, values), s.GetRegCoeffs(1, MCBitSet(3), values)}));
     MCRectMatrix block(1, 1);
-    EXPECT_FALSE(s.ExtractRectangle({0, 4}, {1}, block) || s.ExtractOffBlock(MCBitSet(5), block));
+    EXPECT_TRUE(NoneOf({s.ExtractRectangle({0, 4}, {1}, block), s.ExtractOffBlock(MCBitSet(5), block)}));
     EXPECT_EQ(block.GetNRows(), 1);
     EXPECT_TRUE(s.ExtractRectangle({2, 0}, {3}, block));
     EXPECT_EQ(block.GetElem(0, 0), 32.0);
@@ -152,5 +156,5 @@ TEST(MCSymMatrix, PartsOfRowsAndBlocks)
     MCSymMatrix wide;
     ASSERT_TRUE(s.ExpandSym(kept, wide) && s.ExpandSymToRect(kept, block));
     EXPECT_TRUE(wide.GetElem(5, 3) == 32.0 && block.GetElem(3, 5) == 32.0 && block.GetElem(4, 4) == 0.0);
-    EXPECT_FALSE(s.ExpandSym(swept, wide) || s.ExpandSymToRect(swept, block));
+    EXPECT_TRUE(NoneOf({s.ExpandSym(swept, wide), s.ExpandSymToRect(swept, block)}));
 }

@@ -2,24 +2,9 @@
 #pragma once
 
 #include "modelcore/modelcore.h"
-#include "support/Bits.h"
-#include "support/DisplayCapture.h"
-#include "support/Random.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <limits>
-#include <string>
-#include <type_traits>
-#include <utility>
-#include <vector>
+#include "support/Testing.h"
 
 using namespace MCMath_930;
-
-constexpr double kMissing = MCCommon_930::MCMV::gMissingValue;
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 inline MCBitSet Bits(int size, const std::vector<int>& set)
 {
@@ -251,11 +236,15 @@ struct Outcome {
     std::vector<long double> numbers{};
 };
 
-/// Runs call on the matrix, which must return false and leave every bit of it as it was.
+/// Runs call on the matrix, which must return false, or NoneOf of several calls, and leave every bit of it as it was.
 template <class Matrix, class Call>
 ::testing::AssertionResult Refuses(Matrix& matrix, Call call)
 {
     const Matrix before(matrix);
-    if (call(matrix)) return ::testing::AssertionFailure() << "the call was not refused";
+    if constexpr (std::is_same_v<decltype(call(matrix)), ::testing::AssertionResult>) {
+        if (const auto refused = call(matrix); !refused) return refused;
+    } else {
+        if (call(matrix)) return ::testing::AssertionFailure() << "the call was not refused";
+    }
     return SameMatrix(matrix, before);
 }

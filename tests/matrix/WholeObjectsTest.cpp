@@ -1,9 +1,6 @@
 // Objects of this folder's classes after a move, and when memory runs out at any allocation of a member.
 #include "matrix/Matrices.h"
-#include "support/DisplayCapture.h"
 #include "support/MovedFrom.h"
-
-#include <type_traits>
 
 namespace {
 
@@ -163,8 +160,8 @@ TEST(WholeObjects, SolutionsWithoutMemoryLeaveTheRightSide)
     out.AddToDiagonal(1.0);
     EXPECT_TRUE(v.empty() && out.LTInverse() && !out.SweepOnAll(1e-8, v, swept, true));
     EXPECT_EQ(out.TransformToPositiveDefinite(1e-8), 0);
-    EXPECT_FALSE(out.ComputeSV(b, v) || out.LTSolve(b, v) || out.ComputeSS(out, rect) ||
-                 out.LTChol(b, 0.0, true) >= 0 || out.ComputeSTransS(out) || out.ComputeLSLTrans(out, out));
+    EXPECT_TRUE(NoneOf({out.ComputeSV(b, v), out.LTSolve(b, v), out.ComputeSS(out, rect), out.LTChol(b, 0.0, true) >= 0,
+                        out.ComputeSTransS(out), out.ComputeLSLTrans(out, out)}));
     EXPECT_TRUE(Shown(out).starts_with("MCSymMatrix display start\nNumber of rows: -1\n"));
     EXPECT_TRUE(out.SetNRows(1) && out.GetElem(0, 0) == 0.0);
 }
