@@ -2,30 +2,11 @@
 #pragma once
 
 #include "modelcore/modelcore.h"
-#include "support/Bits.h"
-#include "support/DisplayCapture.h"
-#include "support/Numbers.h"
-#include "support/Random.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
+#include "support/Saved.h"
+#include "support/Testing.h"
 
 using namespace MCMath_930;
 using Doubles = std::vector<double>;
-
-/// What WriteObjectXML writes: all numbers with all their digits.
-template <class T>
-std::string Saved(const T& object)
-{
-    std::ostringstream text;
-    object.WriteObjectXML(text, 1);
-    return text.str();
-}
 
 /// Rows of p values between 2 and 4, followed by nWeights weights.
 inline MCRectMatrix RandomBlock(TestRandom& random, int rows, int p, int nWeights)

@@ -1,7 +1,6 @@
 // MCHistogramData, MCScatterPlotData, MCBarChartData and MCClassificationMatrix.
 #include "accumulators/AccumulatorsTesting.h"
 
-#include <memory>
 #include <new>
 
 TEST(MCHistogramData, EveryValueFallsInItsBin)
@@ -65,8 +64,8 @@ TEST(MCHistogramData, MomentsAreThoseOfAllCasesHoweverTheyAreCut)
     EXPECT_TRUE(merged.Merge(merged));
     EXPECT_EQ(merged.GetMean(), mean);
     EXPECT_EQ(merged.GetNCases(), 1000.0);
-    EXPECT_FALSE(whole.Merge(plain) || whole.Merge(MCHistogramData(0.0, 1.0, 7)) ||
-                 whole.Merge(MCHistogramData(0.1, 1.0, 8)) || whole.Merge(MCHistogramData(0.0, 1.1, 8)));
+    EXPECT_TRUE(NoneOf({whole.Merge(plain), whole.Merge(MCHistogramData(0.0, 1.0, 7)),
+                        whole.Merge(MCHistogramData(0.1, 1.0, 8)), whole.Merge(MCHistogramData(0.0, 1.1, 8))}));
     EXPECT_EQ(whole.GetNCases(), 500.0);
 }
 
@@ -75,7 +74,7 @@ TEST(MCHistogramData, RefusalsWeightlessCasesAndExtremes)
     MCHistogramData data(0.0, 4.0, 2);
     for (const double bad : {kNan, kMissing}) EXPECT_FALSE(data.UpdateData(1.0, 1.0, bad));
     for (const double bad : {kNan, kMissing, -1.0})
-        EXPECT_FALSE(data.UpdateData(bad, 1.0, 1.0) || data.UpdateData(1.0, bad, 1.0));
+        EXPECT_TRUE(NoneOf({data.UpdateData(bad, 1.0, 1.0), data.UpdateData(1.0, bad, 1.0)}));
     EXPECT_EQ(data.GetNCases(), 0.0);
     EXPECT_TRUE(data.UpdateData(2.0, 0.0, 3.0)); // first of all, where 0/0 would be
     EXPECT_EQ(data.GetMean(), 0.0);
@@ -133,9 +132,9 @@ TEST(MCScatterPlotData, KeepsRawPointsWithoutBins)
     EXPECT_TRUE(points.UpdateData(2.0, kNan, 1.5, -1.0)); // has no use for the regression weight
     EXPECT_TRUE(points.UpdateData(1.0, 1.0, HUGE_VAL, 4.0));
     for (const double bad : {kNan, kMissing})
-        EXPECT_FALSE(points.UpdateData(bad, 1.0, 1.0, 1.0) || points.UpdateData(1.0, 1.0, bad, 1.0) ||
-                     points.UpdateData(1.0, 1.0, 1.0, bad));
-    EXPECT_FALSE(points.Merge(MCScatterPlotData(0.0, 1.0, 1, 0.0, 1.0, 1)));
+        EXPECT_TRUE(
+            NoneOf({points.UpdateData(bad, 1.0, 1.0, 1.0), points.UpdateData(1.0, 1.0, bad, 1.0),
+                    points.UpdateData(1.0, 1.0, 1.0, bad), points.Merge(MCScatterPlotData(0.0, 1.0, 1, 0.0, 1.0, 1))}));
     EXPECT_TRUE(points.Merge(points));
     EXPECT_EQ(points.GetXCoordinates(), (Doubles{1.5, HUGE_VAL, 1.5, HUGE_VAL}));
     EXPECT_EQ(points.GetYCoordinates(), (Doubles{-1.0, 4.0, -1.0, 4.0}));
@@ -183,8 +182,8 @@ TEST(MCBarChartData, CountsItsCategories)
     EXPECT_TRUE(bars.UpdateData(2.0, 0.5, 0));
     const MCXML_930::MCVariateData& chart = bars.GenerateMCVariateData("size");
     EXPECT_TRUE(rest.UpdateData(1.0, 2.0, 2));
-    EXPECT_FALSE(bars.UpdateData(1.0, 1.0, 3) || bars.UpdateData(1.0, 1.0, -1) || bars.UpdateData(kMissing, 1.0, 0) ||
-                 bars.UpdateData(1.0, kNan, 0) || bars.Merge(MCBarChartData({"low", "high", "mid"})));
+    EXPECT_TRUE(NoneOf({bars.UpdateData(1.0, 1.0, 3), bars.UpdateData(1.0, 1.0, -1), bars.UpdateData(kMissing, 1.0, 0),
+                        bars.UpdateData(1.0, kNan, 0), bars.Merge(MCBarChartData({"low", "high", "mid"}))}));
     EXPECT_TRUE(bars.Merge(rest));
     EXPECT_EQ(bars.GetFrequencies(), (Doubles{2, 0, 1}));
     EXPECT_EQ(bars.GetWeights(), (Doubles{1, 0, 2}));

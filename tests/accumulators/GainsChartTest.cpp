@@ -1,8 +1,5 @@
 #include "accumulators/AccumulatorsTesting.h"
 
-#include <algorithm>
-#include <tuple>
-
 namespace {
 
 RegGainsChart RegChart(int segments)

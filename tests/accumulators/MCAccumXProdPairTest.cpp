@@ -1,7 +1,5 @@
 #include "accumulators/AccumulatorsTesting.h"
 
-#include <algorithm>
-
 namespace {
 
 /// Rows of p values, some missing, then the case weight.
@@ -162,8 +160,8 @@ TEST(MCAccumXProdPair, RefusalsChangeNothing)
     const MCAccumXProdPair some = Fed(3, 2, {{1, 2, 1}, {2, 5, 2}, {4, 4, 1}});
     MCAccumXProdPair pairs(some);
     for (const auto& [i, j] : {std::pair{1, 1}, {0, 1}, {3, 0}, {1, -1}})
-        EXPECT_FALSE(pairs.Update(i, 1.0, j, 1.0, 1.0));
-    EXPECT_FALSE(pairs.Update(-1, 1.0, 1.0, 1.0) || pairs.Update(3, 1.0, 1.0, 1.0));
+        EXPECT_TRUE(NoneOf(
+            {pairs.Update(i, 1.0, j, 1.0, 1.0), pairs.Update(-1, 1.0, 1.0, 1.0), pairs.Update(3, 1.0, 1.0, 1.0)}));
     EXPECT_TRUE(pairs.Merge(MCAccumXProdPair(3, 9)));
     EXPECT_EQ(Saved(pairs), Saved(some));
 

@@ -1,6 +1,5 @@
 #include "accumulators/AccumulatorsTesting.h"
 
-#include <algorithm>
 #include <numeric>
 #include <stdexcept>
 

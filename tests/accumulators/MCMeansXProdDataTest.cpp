@@ -1,8 +1,6 @@
 #include "accumulators/AccumulatorsTesting.h"
 #include "support/AllKernels.h"
 
-#include <functional>
-
 namespace {
 
 /// The update written out for one element at a time.
@@ -112,10 +110,10 @@ TEST(MCMeansXProdData, RefusalsAndZeroWeightsChangeNothing)
     data.AddCase({1.0, 2.0}, 1.0);
     data.AddCase({2.0, 5.0}, 2.0);
     const MCProvMeans before(data);
-    EXPECT_FALSE(data.SetNVars(-1) || data.SetNVars(MCSymMatrix::kMaxRows + 1) || data.AddCase({1.0}, 1.0) ||
-                 data.DeleteCase({1.0}, 1.0) || data.Update({1.0}, 1.0) || data.Update({1.0, 2.0}, -3.5) ||
-                 data.Update({1.0, 2.0}, kNan) || data.AppendZeroVars(-1) ||
-                 data.AppendZeroVars(MCSymMatrix::kMaxRows) || data.Merge(MCProvMeans(2, false)));
+    EXPECT_TRUE(NoneOf({data.SetNVars(-1), data.SetNVars(MCSymMatrix::kMaxRows + 1), data.AddCase({1.0}, 1.0),
+                        data.DeleteCase({1.0}, 1.0), data.Update({1.0}, 1.0), data.Update({1.0, 2.0}, -3.5),
+                        data.Update({1.0, 2.0}, kNan), data.AppendZeroVars(-1),
+                        data.AppendZeroVars(MCSymMatrix::kMaxRows), data.Merge(MCProvMeans(2, false))}));
     EXPECT_TRUE(data.DeleteCase({1.0, 9.0}, 0.0) && data.Update({1.0, 2.0}, 0.0));
     EXPECT_TRUE(SameState(data, before));
     EXPECT_TRUE(data.SetNVars(3));

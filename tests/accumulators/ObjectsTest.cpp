@@ -2,7 +2,6 @@
 #include "accumulators/AccumulatorsTesting.h"
 #include "support/MovedFrom.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -94,30 +93,6 @@ void ForEachClass(Test test)
          [](auto& each) { each.Append(2.0); });
 }
 
-/// What ReadObjectXML returns for that text. Throws when memory runs out.
-template <class T>
-int Restore(T& object, const std::string& path)
-{
-    std::ifstream file(path);
-    const int lines = object.ReadObjectXML(file);
-    if (file.bad()) throw std::bad_alloc(); // which the stream has caught
-    return lines;
-}
-
-class TextFile {
-public:
-    explicit TextFile(const std::string& text)
-        : fPath(::testing::TempDir() + ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".xml")
-    {
-        std::ofstream(fPath) << text;
-    }
-    ~TextFile() { std::remove(fPath.c_str()); }
-    const std::string& Path() const { return fPath; }
-
-private:
-    std::string fPath;
-};
-
 } // namespace
 
 TEST(Objects, MovedFromTheyAreEmptyAndUsable)
@@ -139,9 +114,9 @@ TEST(Objects, WithoutMemoryTheyAreAsTheyWereOrEmpty)
         ExpectAssignmentIsWhole(empty, filled, kLook);
         ExpectAssignmentIsWhole(filled, empty, kLook);
         if constexpr (Savable<T>) {
-            const TextFile file(Saved(filled));
+            const SavedFile file(Saved(filled));
             ExpectWholeWhenMemoryRunsOut(
-                empty, empty, [&](auto& object) { Restore(object, file.Path()); }, kLook);
+                empty, empty, [&](auto& object) { Restore(object, file); }, kLook);
         }
         const auto merge = [other = filled](auto& object) {
             if constexpr (requires { object.Merge(other); }) object.Merge(other);
@@ -182,7 +157,7 @@ TEST(Objects, SavedTheyComeBackWithEveryBit)
                 const std::string text = Saved(object);
                 auto restored = filled;
                 use(restored);
-                EXPECT_EQ(Restore(restored, TextFile(text).Path()), std::count(text.begin(), text.end(), '\n'));
+                EXPECT_EQ(Restore(restored, text), std::count(text.begin(), text.end(), '\n'));
                 EXPECT_EQ(Saved(restored), text);
                 auto original = object;
                 use(original);
@@ -206,7 +181,7 @@ TEST(Objects, SavedTheyComeBackWithEveryBit)
                                       text.substr(second));
                 for (const std::string& each : damaged) {
                     if (each == text) continue;
-                    EXPECT_EQ(Restore(restored, TextFile(each).Path()), 0) << each;
+                    EXPECT_EQ(Restore(restored, each), 0) << each;
                     EXPECT_EQ(Saved(restored), before);
                 }
             }
@@ -241,7 +216,7 @@ TEST(Objects, OneSourceMergesFromManyThreads)
 // An entry without variables, as of a worker that had no data, is nothing to an object without any.
 TEST(Objects, AVectorIsLookedThroughBeforeTheFirstMerge)
 {
-    const auto test = [](auto make, auto look) {
+    const auto test = [](auto make) {
         const std::vector<std::pair<std::vector<int>, bool>> table = {
             {{}, false}, {{-1, -1}, false}, {{2}, true},     {{0, 2}, true},     {{-1, 0, 0, 2, -1}, true},
             {{0}, true}, {{2, 0}, false},   {{2, 3}, false}, {{0, 2, 3}, false}, {{3, 2}, false},
@@ -261,22 +236,18 @@ TEST(Objects, AVectorIsLookedThroughBeforeTheFirstMerge)
                     for (const auto* const entry : pointers)
                         if (entry != nullptr) expected.Merge(*entry);
                 EXPECT_EQ(target.Merge(pointers), all) << own << ::testing::PrintToString(sizes);
-                EXPECT_EQ(look(target), look(expected)) << own << ::testing::PrintToString(sizes);
+                EXPECT_EQ(Saved(target), Saved(expected)) << own << ::testing::PrintToString(sizes);
             }
     };
-    test(
-        [](int p) {
-            MCMeansXProdData data(p, true);
-            data.AddCase({1.0, 2.0, 4.0}, 1.0);
-            data.AddCase({3.0, 1.0, 7.0}, 2.0);
-            return data;
-        },
-        kLook);
-    test(
-        [](int p) {
-            MCAccumXProdPair pairs(p, 1);
-            for (const double x : {1.0, 2.0, 5.0}) pairs.Update(0, x, x * x, 1.0);
-            return pairs;
-        },
-        kLook);
+    test([](int p) {
+        MCMeansXProdData data(p, true);
+        data.AddCase({1.0, 2.0, 4.0}, 1.0);
+        data.AddCase({3.0, 1.0, 7.0}, 2.0);
+        return data;
+    });
+    test([](int p) {
+        MCAccumXProdPair pairs(p, 1);
+        for (const double x : {1.0, 2.0, 5.0}) pairs.Update(0, x, x * x, 1.0);
+        return pairs;
+    });
 }

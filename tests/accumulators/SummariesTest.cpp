@@ -1,8 +1,6 @@
 // MCContStats and MCCatStats.
 #include "accumulators/AccumulatorsTesting.h"
 
-#include <algorithm>
-
 TEST(MCContStats, GivesTheSumsOfTheWholeHoweverItIsCut)
 {
     for (const int cut : {0, 1, 77, 199, 200}) {
@@ -57,8 +55,8 @@ TEST(MCContStats, MissingArgumentsChangeNothing)
     EXPECT_EQ(stats.GetExtrema(), std::pair(kMissing, kMissing));
     stats.Update(2.0, 3.0, 1.0);
     const std::string before = Saved(stats);
-    EXPECT_FALSE(stats.Update(kMissing, 1.0, 1.0) || stats.Update(1.0, kMissing, 1.0) ||
-                 stats.Update(1.0, 1.0, kMissing));
+    EXPECT_TRUE(
+        NoneOf({stats.Update(kMissing, 1.0, 1.0), stats.Update(1.0, kMissing, 1.0), stats.Update(1.0, 1.0, kMissing)}));
     stats.Pool(MCContStats());
     EXPECT_EQ(Saved(stats), before);
     EXPECT_TRUE(stats.Update(kNan));
