@@ -5,19 +5,11 @@
 // 1500 points a distribution; MODELCORE_SCAN_POINTS=1000000 asks for more.
 #include "modelcore/common/MCMV.h"
 #include "modelcore/distributions/MCDistFun.h"
-#include "support/Random.h"
+#include "support/Testing.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <functional>
-#include <limits>
-#include <string>
-#include <vector>
 
 using MCCommon_930::MCMV;
 using D = MCMath_930::MCDistFun;

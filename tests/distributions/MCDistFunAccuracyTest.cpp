@@ -1,10 +1,7 @@
 #include "distributions/ExactTable.h"
+#include "support/Testing.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
 #include <map>
-#include <string>
 
 // The bounds are those of docs/distributions.md, which MCDistFun.h repeats. Where a domain ends, the value is exact.
 TEST(MCDistFunAccuracy, EveryFunctionMeetsItsBoundOnTheExactTable)

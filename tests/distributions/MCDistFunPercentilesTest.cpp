@@ -1,11 +1,6 @@
 #include "modelcore/common/MCMV.h"
 #include "modelcore/distributions/MCDistFun.h"
-#include "support/Numbers.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <vector>
+#include "support/Testing.h"
 
 using MCCommon_930::MCMV;
 using MCMath_930::MCDistFun;

@@ -2,15 +2,7 @@
 // that only some functions have, and every combination of awkward numbers.
 #include "distributions/ExactTable.h"
 #include "modelcore/distributions/internal/NormalTables.h"
-#include "support/Bits.h"
-#include "support/Numbers.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <limits>
+#include "support/Testing.h"
 
 using MCCommon_930::MCMV;
 using MCMath_930::MCDistFun;
@@ -47,6 +39,7 @@ TEST(MCDistFun, PiecesMeetAtTheEndsOfTheirIntervals)
 
 TEST(MCDistFun, FaultCodes)
 {
+    using D = MCDistFun;
     struct Case {
         double (*function)(double, double, double, long&);
         double x, n, p;
@@ -59,30 +52,18 @@ TEST(MCDistFun, FaultCodes)
         err = code;
         return p;
     };
-    for (const Case& c : {Case{MCDistFun::PdfBin, 3, 10, 0.5, 0},
-                          {MCDistFun::PdfBin, 3, 10, 1.2, 1},
-                          {MCDistFun::PdfBin, 3, 10, kNan, 1},
-                          {MCDistFun::PdfBin, 0, 0.5, 0.3, 1},
-                          {MCDistFun::PdfBin, 1e150, 1e151, 0.5, 2},
-                          {MCDistFun::CdfBin, 3, 10, 0.5, 0},
-                          {MCDistFun::CdfBin, 3, 10.5, 0.5, 3},
-                          {MCDistFun::CdfBin, 3, kNan, 0.5, 3},
-                          {MCDistFun::CdfBin, 0, 0, 0.5, 1},
-                          {MCDistFun::CdfBin, 3, 10, -0.1, 1},
-                          {MCDistFun::IdfBin, 0.5, 10, 0.5, 0},
-                          {MCDistFun::IdfBin, 2, 10, 0.5, 1},
-                          {MCDistFun::IdfBin, 0.5, 1.5, 0.5, 1},
-                          {MCDistFun::PdfNegBin, 3, 2, 0.5, 0},
-                          {MCDistFun::PdfNegBin, 1, 0, 0.5, 1},
-                          {MCDistFun::PdfNegBin, 1e150, 2, 0.5, 2},
-                          {MCDistFun::NonCentralPdfT, 1, 2, 3, 0},
-                          {MCDistFun::NonCentralPdfT, 1, 0, 3, 1},
-                          {pdfT, 1, 2, 0, 0},
-                          {pdfT, 1, 0, 0, 1},
-                          {hyper, 1, 10, 3, 0},
-                          {hyper, 1, 10.5, 3, 1},
-                          {hyper, 1, 10, kNan, 1},
-                          {hyper, 1, 3, 2, 1}}) {
+    // clang-format off
+    const Case cases[] = {
+        {D::PdfBin, 3, 10, 0.5, 0}, {D::PdfBin, 3, 10, 1.2, 1}, {D::PdfBin, 3, 10, kNan, 1},
+        {D::PdfBin, 0, 0.5, 0.3, 1}, {D::PdfBin, 1e150, 1e151, 0.5, 2}, {D::CdfBin, 3, 10, 0.5, 0},
+        {D::CdfBin, 3, 10.5, 0.5, 3}, {D::CdfBin, 3, kNan, 0.5, 3}, {D::CdfBin, 0, 0, 0.5, 1},
+        {D::CdfBin, 3, 10, -0.1, 1}, {D::IdfBin, 0.5, 10, 0.5, 0}, {D::IdfBin, 2, 10, 0.5, 1},
+        {D::IdfBin, 0.5, 1.5, 0.5, 1}, {D::PdfNegBin, 3, 2, 0.5, 0}, {D::PdfNegBin, 1, 0, 0.5, 1},
+        {D::PdfNegBin, 1e150, 2, 0.5, 2}, {D::NonCentralPdfT, 1, 2, 3, 0}, {D::NonCentralPdfT, 1, 0, 3, 1},
+        {pdfT, 1, 2, 0, 0}, {pdfT, 1, 0, 0, 1}, {hyper, 1, 10, 3, 0}, {hyper, 1, 10.5, 3, 1},
+        {hyper, 1, 10, kNan, 1}, {hyper, 1, 3, 2, 1}};
+    // clang-format on
+    for (const Case& c : cases) {
         long err = 77;
         const double value = c.function(c.x, c.n, c.p, err);
         EXPECT_EQ(err, c.err) << c.x << ' ' << c.n << ' ' << c.p;
@@ -97,6 +78,7 @@ TEST(MCDistFun, ArgumentsThatOnlySomeFunctionsHave)
     EXPECT_EQ(MCDistFun::CdfT(-3.0, kInf), MCDistFun::CdfStdNorm(-3.0));
     const double exact = MCDistFun::IdfT(0.9, 7.5, 0, 0), rough = MCDistFun::IdfT(0.9, 7.5, 1e-3, 1e-20);
     EXPECT_NEAR(rough, exact, 1e-3);
+    EXPECT_NE(MCDistFun::IdfT(0.9, 1.5, 0, 0.9), MCDistFun::IdfT(0.9, 1.5, 0, 0)); // by the step that is allowed
     int err = 0;
     EXPECT_NEAR(MCDistFun::CDFHyper(2.5e11, 1e12, 5e11, 5e11, err), 0.5, 1e-5); // the normal approximation
     for (const double x : {1e-9, 3.0}) {

@@ -1,11 +1,5 @@
 #include "modelcore/distributions/MCMathFun.h"
-#include "support/Numbers.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <vector>
+#include "support/Testing.h"
 
 using M = MCMath_930::MCMathFun;
 using Vector = std::vector<double>;
@@ -78,7 +72,7 @@ TEST(MCMathFun, SmallTestsAndProducts)
 {
     const double max = std::numeric_limits<double>::max();
     EXPECT_TRUE(M::IsValidDouble(-max) && M::IsValidDouble(max) && M::QLReps(1e-17, 1));
-    EXPECT_FALSE(M::IsValidDouble(kInf) || M::IsValidDouble(kNan) || M::QLReps(0, 0) || M::QLReps(0, -1));
+    EXPECT_TRUE(NoneOf({M::IsValidDouble(kInf), M::IsValidDouble(kNan), M::QLReps(0, 0), M::QLReps(0, -1)}));
     EXPECT_EQ(M::ReplaceIfSmall(-1e-9, 1e-6), -1e-6);
     EXPECT_EQ(M::ReplaceIfSmall(0, 1e-6), 1e-6);
     EXPECT_EQ(M::ReplaceIfSmall(-1, 1e-6), -1);
@@ -90,7 +84,7 @@ TEST(MCMathFun, SmallTestsAndProducts)
     EXPECT_EQ(M::VSV({1, 2}, {3, 4}), kMissing);
     Vector v{1, 2}, g{1, 1, 2}; // L = (1 0; 2 3), G = (1 1; 1 2): L'GL = (13 15; 15 18)
     EXPECT_TRUE(M::RVD(v, {3, 4}, v) && M::LTGltl(2, {1, 2, 3}, g, g));
-    EXPECT_FALSE(M::RVD(v, {3}, v) || M::LTGltl(2, {1, 2}, g, g));
+    EXPECT_TRUE(NoneOf({M::RVD(v, {3}, v), M::LTGltl(2, {1, 2}, g, g)}));
     EXPECT_EQ(v, (Vector{3, 8}));
     EXPECT_EQ(g, (Vector{13, 15, 18}));
 }

@@ -1,11 +1,6 @@
 #include "modelcore/distributions/MCPower.h"
 #include "modelcore/distributions/MCExtremeNum.h"
-#include "support/Bits.h"
-#include "support/Numbers.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
+#include "support/Testing.h"
 
 using MCMath_930::MCExtremeNum;
 using MCMath_930::MCPower;
@@ -72,15 +67,15 @@ TEST(MCPower, LimitsWholeNumbersAndComparisons)
     EXPECT_EQ(MCPower::Multiply(0, kInf), 0.0);
 
     EXPECT_TRUE(MCPower::IsInteger(2147483647.0) && MCPower::IsInteger(-1e300)); // only the upper end is limited
-    EXPECT_FALSE(MCPower::IsInteger(2147483648.0) || MCPower::IsInteger(kNan));
+    EXPECT_TRUE(NoneOf({MCPower::IsInteger(2147483648.0), MCPower::IsInteger(kNan)}));
     EXPECT_TRUE(MCPower::IsEvenInteger(-4) && MCPower::IsOddInteger(-3) && MCPower::IsOneOverEvenInteger(0.25, 2));
-    EXPECT_FALSE(MCPower::IsOddInteger(-4) || MCPower::IsEvenInteger(-3) || MCPower::IsOneOverOddInteger(0.25, 2));
-    EXPECT_FALSE(MCPower::IsOneOverOddInteger(0, 32) || MCPower::IsOneOverOddInteger(1e-10, 32));
+    EXPECT_TRUE(NoneOf({MCPower::IsOddInteger(-4), MCPower::IsEvenInteger(-3), MCPower::IsOneOverOddInteger(0.25, 2),
+                        MCPower::IsOneOverOddInteger(0, 32), MCPower::IsOneOverOddInteger(1e-10, 32)}));
 
     const double eps = MCPower::gMachineEpsilon;
     EXPECT_TRUE(MCPower::AlmostEqual(1, 1 + 2 * eps, 2) && MCPower::AlmostEqual(0, -0.0, 0));
-    EXPECT_FALSE(MCPower::AlmostEqual(1, 1 + 4 * eps, 2) || MCPower::AlmostEqual(0, 1e-320, 1000) ||
-                 MCPower::AlmostEqual(1e-320, -1e-320, 1000) || MCPower::AlmostEqual(kNan, kNan, 1000));
+    EXPECT_TRUE(NoneOf({MCPower::AlmostEqual(1, 1 + 4 * eps, 2), MCPower::AlmostEqual(0, 1e-320, 1000),
+                        MCPower::AlmostEqual(1e-320, -1e-320, 1000), MCPower::AlmostEqual(kNan, kNan, 1000)}));
 }
 
 TEST(MCExtremeNum, SumSqRoot)
