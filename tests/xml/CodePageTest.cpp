@@ -2,18 +2,11 @@
 #include "modelcore/xml/ExportFormat.h"
 #include "modelcore/xml/XMLElement.h"
 #include "modelcore/xml/XMLWrite.h"
-
 #include "support/Growth.h"
+#include "support/Testing.h"
 
-#include <gtest/gtest.h>
-
-#include <cstddef>
 #include <cstdlib>
 #include <locale.h>
-#include <memory>
-#include <sstream>
-#include <string>
-#include <utility>
 
 using namespace MCXML_930;
 
@@ -53,6 +46,7 @@ TEST(CodePage, BytesBecomeUTF8AndFaultyBytesTheReplacementCharacter)
         {"the last letter waits for its accent", "CP1258", "Vi\xEA\xF2t a", "Việt a"},
         {"NUL", "UTF-8", std::string("a\0ß", 4), std::string("a\0ß", 4)},
         {"empty", "UTF-8", "", ""},
+        {"the last of ASCII", "ISO-8859-1", "\x7F\xDF", "\x7Fß"},
         {"unknown code page is read as UTF-8", "NO-SUCH-SET", "ß\xFF", "ß\uFFFD"},
     };
     for (const auto& c : cases) EXPECT_EQ(ToUTF8(c.codePage, c.text), c.expected) << c.name;
@@ -134,4 +128,6 @@ TEST(CodePage, OfTheProcessIsThatOfTheEnvironment)
     EXPECT_EQ(utf8.str(), head + "<RÅngström Ångström=\"Ångström&amp;\">Ångström&lt;</RÅngström>");
     EXPECT_EQ(bytes.str(), head + "<R" + text + " " + text + "=\"" + text + "&amp;\">" + text + "&lt;</R" + text + ">");
     EXPECT_EQ(string.str(), "Ångström");
+    WriteUTF(string, latin ? "\xDF" : "\xFF");
+    EXPECT_EQ(string.str(), latin ? "Ångströmß" : "Ångström\uFFFD");
 }

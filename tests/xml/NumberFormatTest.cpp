@@ -1,23 +1,14 @@
 #include "modelcore/xml/NumberFormat.h"
 #include "modelcore/xml/ExportFormat.h"
 #include "modelcore/xml/XMLAttribute.h"
-#include "support/Numbers.h"
 #include "support/Program.h"
-#include "support/Random.h"
+#include "support/Testing.h"
 
-#include <gtest/gtest.h>
-
-#include <bit>
 #include <clocale>
-#include <cmath>
-#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <iomanip>
-#include <limits>
 #include <locale>
-#include <sstream>
-#include <string>
 
 using namespace MCXML_930;
 

@@ -6,14 +6,9 @@
 #include "modelcore/xml/XMLUtil.h"
 #include "modelcore/xml/XMLWrite.h"
 #include "support/Growth.h"
+#include "support/Testing.h"
 
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <sstream>
-#include <string>
 #include <thread>
-#include <vector>
 
 using namespace MCXML_930;
 

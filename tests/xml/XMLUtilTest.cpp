@@ -1,9 +1,5 @@
 #include "modelcore/xml/XMLUtil.h"
-#include "tests/support/Random.h"
-
-#include <gtest/gtest.h>
-
-#include <string>
+#include "support/Testing.h"
 
 using namespace MCXML_930;
 
