@@ -122,6 +122,44 @@ KERNEL(void, UpdateAndMultiply, (double* packed, std::size_t order, const double
 /// roundings per term. out must overlap neither.
 KERNEL(void, MultiplyPacked, (const double* packed, std::size_t order, const double* v, double* out))
 
+
+// Slices (KernelTable.h). Every count of rows is a multiple of 8, and every result without rounding, so that it has the
+// same bits in any order, except where it says so.
+
+/// The largest magnitude of x, a NaN when an element is not finite, and the smallest that is not 0, infinity without any.
+KERNEL(void, MagnitudeRange, (const double* x, std::size_t count, double* largest, double* smallest))
+
+/// slice = x*scale, a power of two, if those are all integers; sum is that of the slice. False, and slice of no use,
+/// otherwise. |x*scale| <= 2^kSliceBits.
+KERNEL(bool, CutWhole, (double* slice, const double* x, double scale, std::size_t count, double* sum))
+
+/// slice = x*scale, a power of two, rounded to the nearest integer, rest = x*scale - slice. rest may be x.
+/// |x*scale| < 2^51, and no product with the scale underflows.
+KERNEL(void, CutSlice, (double* slice, double* rest, const double* x, double scale, std::size_t count,
+                        CutResult* result))
+
+/// The same with high + low, high being the sum rounded, for x and for the rest. nRests is not counted.
+KERNEL(void, CutPairSlice, (double* slice, double* high, double* low, double scale, std::size_t count,
+                            CutResult* result))
+
+/// high + low = (x*xScale) * (weights*weightScale), high being that rounded (Dekker 1971). The scales are powers of two,
+/// and no product overflows or underflows.
+KERNEL(void, WeighColumn, (double* high, double* low, const double* x, double xScale, const double* weights,
+                           double weightScale, std::size_t count))
+
+/// sums = x + y, slices both.
+KERNEL(void, AddSlices, (double* sums, const double* x, const double* y, std::size_t count))
+
+/// sums[i*step + j] = left[i] . right[j] for j in [0, nRight) and i in [firstLeft[j], nLeft), vectors of slices or of sums
+/// of two; firstLeft does not decrease. Some further elements of the columns are written as well.
+KERNEL(void, SumSliceProducts, (double* sums, std::size_t step, const double* const* left, std::size_t nLeft,
+                                const double* const* right, std::size_t nRight, const std::size_t* firstLeft,
+                                std::size_t count))
+
+/// columns[j*columnStep + t] = rows[t*rowStep + j] for j in [0, width) and t in [0, count), any count.
+KERNEL(void, SpreadRows, (double* columns, std::size_t columnStep, const double* rows, std::size_t rowStep,
+                          std::size_t width, std::size_t count))
+
 // clang-format on
 
 #undef KERNEL

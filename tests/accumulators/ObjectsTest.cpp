@@ -49,6 +49,13 @@ void ForEachClass(Test test)
     products.SetNVars(2); // the one-pass sums keep three
     test("MCMeansXProducts", products, noProducts, [](auto& each) { each.FinishUpdateOnePass(); });
     test("MCMeansXProducts", products, noProducts, [](auto& each) { each.StartUpdateOnePass(); });
+    MCExactXProducts exact(3, false, true, true);
+    exact.Update(X, 0);
+    const MCExactXProducts noExact(0, false, true, true);
+    test("MCExactXProducts", exact, noExact, [&X](auto& each) { each.Update(X, 5); });
+    test("MCExactXProducts", exact, noExact, [&X](auto& each) { each.Compute(X, 0); });
+    exact.FinishUpdate();
+    test("MCExactXProducts", exact, noExact, [](auto& each) { each.AddCase({0.7, 1e-9, 3.0}, 2.0); });
 
     MCAccumXProdPair pairs(3, 4);
     MCContStats field;
@@ -243,6 +250,11 @@ TEST(Objects, AVectorIsLookedThroughBeforeTheFirstMerge)
         MCMeansXProdData data(p, true);
         data.AddCase({1.0, 2.0, 4.0}, 1.0);
         data.AddCase({3.0, 1.0, 7.0}, 2.0);
+        return data;
+    });
+    test([](int p) {
+        MCExactXProducts data(p, true, true, false);
+        data.AddCase({1.0, 2.0, 4.0}, 1.0);
         return data;
     });
     test([](int p) {

@@ -11,6 +11,7 @@
 #include "modelcore/kernels/bodies/VectorLoops.h"
 
 #include "modelcore/kernels/bodies/ColumnLoops.h"
+#include "modelcore/kernels/bodies/SliceLoops.h"
 #include "modelcore/kernels/bodies/StripLoops.h"
 #include "modelcore/kernels/bodies/TileLoops.h"
 #include "modelcore/kernels/bodies/TriangleLoops.h"

@@ -1,0 +1,75 @@
+// Numbers with twice the digits of a double.
+#pragma once
+
+#include <cmath>
+
+namespace MCMath_930 {
+
+/// A number as the exact sum high + low of two doubles, |low| at most half a unit in the last place of high: about 32
+/// digits. The operations are those of Dekker (1971), Numerische Mathematik 18, 224-242, and Knuth, TAOCP vol. 2, 4.2.2;
+/// sums are in error by at most 2^-104 of the result, products and quotients by 2^-102, while nothing overflows and no
+/// product of high parts comes below 1e-291, where its rest underflows. Infinities and NaN make a NaN.
+struct MCExtended {
+    double high = 0.0;
+    double low = 0.0;
+};
+
+/// a + b exactly.
+inline MCExtended ExactSum(double a, double b)
+{
+    const double sum = a + b;
+    const double part = sum - a;
+    return {sum, (a - (sum - part)) + (b - part)};
+}
+
+/// a * b exactly, unless it underflows.
+inline MCExtended ExactProduct(double a, double b)
+{
+    const double product = a * b;
+    return {product, std::fma(a, b, -product)};
+}
+
+inline MCExtended operator+(MCExtended a, MCExtended b)
+{
+    const MCExtended high = ExactSum(a.high, b.high);
+    const MCExtended low = ExactSum(a.low, b.low);
+    const MCExtended sum = ExactSum(high.high, high.low + low.high);
+    return ExactSum(sum.high, sum.low + low.low);
+}
+
+inline MCExtended operator-(MCExtended a)
+{
+    return {-a.high, -a.low};
+}
+
+inline MCExtended operator-(MCExtended a, MCExtended b)
+{
+    return a + -b;
+}
+
+inline MCExtended operator*(MCExtended a, MCExtended b)
+{
+    const MCExtended product = ExactProduct(a.high, b.high);
+    return ExactSum(product.high, product.low + (a.high * b.low + a.low * b.high));
+}
+
+/// By long division, three digits of 53 bits.
+inline MCExtended operator/(MCExtended a, MCExtended b)
+{
+    const double first = a.high / b.high;
+    const MCExtended rest = a - MCExtended{first} * b;
+    const double second = rest.high / b.high;
+    const double third = (rest - MCExtended{second} * b).high / b.high;
+    return ExactSum(first, second) + MCExtended{third};
+}
+
+/// The square root of what is not negative; 0 otherwise.
+inline MCExtended Sqrt(MCExtended a)
+{
+    if (!(a.high > 0.0)) return {};
+    const double root = std::sqrt(a.high);
+    const MCExtended rest = a - ExactProduct(root, root);
+    return ExactSum(root, rest.high / (2.0 * root));
+}
+
+} // namespace MCMath_930
