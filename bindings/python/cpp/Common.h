@@ -162,5 +162,9 @@ void RegisterSparseRows(nb::module_& m);
 void RegisterStats(nb::module_& m);
 void RegisterStatsNoncentral(nb::module_& m);
 void RegisterRandom(nb::module_& m);
+void RegisterFit(nb::module_& m);
+void RegisterEncoders(nb::module_& m);
+void RegisterCharts(nb::module_& m);
+void RegisterStatXml(nb::module_& m);
 
 } // namespace modelcore_python

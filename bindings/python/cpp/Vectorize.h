@@ -54,7 +54,7 @@ void DefineFunction(nb::module_& m, const char* name, Function, const char* doc,
             [name]<class... Handles>(std::type_identity<std::tuple<Handles...>>) {
                 return [name](Handles... x, bool raise) {
                     const nb::handle handles[] = {x...};
-                    return Apply(name, &Loop<Function, N>, handles, N, raise);
+                    return nb::borrow<ArrayLike>(Apply(name, &Loop<Function, N>, handles, N, raise));
                 };
             }(std::type_identity<std::tuple<std::conditional_t<(I >= 0), ArrayLike, void>...>>{}),
             arguments..., nb::kw_only(), nb::arg("raise_errors") = false, doc);

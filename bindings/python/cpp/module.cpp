@@ -14,5 +14,9 @@ NB_MODULE(_core, m)
     RegisterStats(m);
     RegisterStatsNoncentral(m);
     RegisterRandom(m);
+    RegisterFit(m);
+    RegisterEncoders(m);
+    RegisterCharts(m);
+    RegisterStatXml(m);
     m.def("version", &MCCommon_930::MCVersion::GetText, "The version of the library that is loaded.");
 }

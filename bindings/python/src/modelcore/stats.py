@@ -45,4 +45,10 @@ from ._core import (
     trigamma,
 )
 
-__all__ = [name for name in dir() if not name.startswith("_")]
+__all__ = [
+    "beta_cdf", "beta_quantile", "binom_cdf", "binom_pmf", "binom_quantile", "chi2_cdf", "chi2_quantile", "chi2_sf",
+    "digamma", "f_cdf", "f_quantile", "f_sf", "gamma_cdf", "gamma_pdf", "gamma_quantile", "gammaln",
+    "hypergeom_cdf", "hypergeom_pmf", "median_interval", "negbinom_pmf", "noncentral_chi2_cdf", "noncentral_f_cdf",
+    "noncentral_t_cdf", "noncentral_t_pdf", "noncentrality_chi2", "noncentrality_f", "noncentrality_t", "norm_cdf",
+    "norm_pdf", "norm_quantile", "norm_sf", "percentile", "t_cdf", "t_pdf", "t_quantile", "t_sf", "trigamma",
+]

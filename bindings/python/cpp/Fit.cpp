@@ -1,0 +1,422 @@
+// What the estimators compute from the data beyond cross products: residuals in twice the digits, least squares by
+// orthogonal decomposition, and the passes of Newton's method for logistic models.
+#include "Common.h"
+
+#include <cmath>
+#include <cstring>
+
+namespace modelcore_python {
+
+namespace {
+
+using MCMath_930::Linpack;
+using MCMath_930::MCRectMatrix;
+using MCMath_930::MCSymMatrix;
+
+/// high + low, about 32 digits (Dekker 1971, Numerische Mathematik 18, 224-242).
+struct Twofold {
+    double high = 0.0;
+    double low = 0.0;
+};
+
+Twofold Sum(double a, double b)
+{
+    const double sum = a + b;
+    const double part = sum - a;
+    return {sum, (a - (sum - part)) + (b - part)};
+}
+
+Twofold operator+(Twofold a, Twofold b)
+{
+    const Twofold high = Sum(a.high, b.high);
+    const Twofold low = Sum(a.low, b.low);
+    const Twofold sum = Sum(high.high, high.low + low.high);
+    return Sum(sum.high, sum.low + low.low);
+}
+
+Twofold operator*(Twofold a, Twofold b)
+{
+    const double product = a.high * b.high;
+    return Sum(product, std::fma(a.high, b.high, -product) + (a.high * b.low + a.low * b.high));
+}
+
+Twofold Negative(Twofold a)
+{
+    return {-a.high, -a.low};
+}
+
+constexpr std::size_t kBlock = 512; // rows between two looks at the clock
+
+/// Rows, target and weights of the same length, looked at before anything is computed.
+struct Data {
+    Data(nb::handle x, nb::handle target, nb::handle rowWeights)
+        : table(x), y(ToVector(target)), w(RowWeights(table.NRows(), nb::none(), rowWeights))
+    {
+        if (y.size() != table.NRows()) Refuse("X and y differ in length");
+    }
+    std::size_t N() const { return table.NRows(); }
+    std::size_t P() const { return table.NColumns(); }
+
+    Table table;
+    std::vector<double> y;
+    std::vector<double> w;
+};
+
+/// Calls body(row, i) for the rows of a weight above 0 without missing values.
+template <class Body>
+bool ForRows(const Data& data, Watch& watch, Body body)
+{
+    const std::size_t p = data.P();
+    std::vector<double> rows(kBlock * p);
+    for (std::size_t first = 0; first < data.N(); first += kBlock) {
+        const std::size_t count = std::min(kBlock, data.N() - first);
+        data.table.Read(first, count, rows.data(), p);
+        for (std::size_t i = 0; i < count; ++i) {
+            const double* const x = rows.data() + i * p;
+            bool complete = data.w[first + i] > 0.0 && !std::isnan(data.y[first + i]);
+            for (std::size_t j = 0; complete && j < p; ++j) complete = !std::isnan(x[j]);
+            if (complete) body(x, first + i);
+        }
+        if (watch.Stop(count)) return false;
+    }
+    return true;
+}
+
+/// Sums over the residuals r = y - centre - sum of (x_j - means_j)*b_j, all in twice the digits: of w*r, w*r*r, and
+/// w*r*(x_j - means_j).
+nb::tuple ResidualSums(ArrayLike rows, ArrayLike target, OptionalArrayLike weights, ArrayLike coefficients,
+                       ArrayLike means, double centre, nb::object progress)
+{
+    const Data data(rows, target, weights);
+    const std::vector<double> b = ToVector(coefficients);
+    const std::vector<double> m = ToVector(means);
+    if (b.size() != data.P() || m.size() != data.P()) Refuse("one coefficient and mean for each column is needed");
+    std::vector<Twofold> gradient(b.size());
+    std::vector<Twofold> deviations(b.size());
+    Twofold sum, squares;
+    Watch watch(std::move(progress));
+    {
+        const nb::gil_scoped_release release;
+        ForRows(data, watch, [&](const double* x, std::size_t i) {
+            Twofold r = Sum(data.y[i], -centre);
+            for (std::size_t j = 0; j < b.size(); ++j) {
+                deviations[j] = Sum(x[j], -m[j]);
+                if (b[j] != 0.0) r = r + Negative(deviations[j] * Twofold{b[j]});
+            }
+            const Twofold wr = Twofold{data.w[i]} * r;
+            sum = sum + wr;
+            squares = squares + wr * r;
+            for (std::size_t j = 0; j < b.size(); ++j) gradient[j] = gradient[j] + deviations[j] * wr;
+        });
+    }
+    watch.Finish();
+    std::vector<double> rounded;
+    for (const Twofold& g : gradient) rounded.push_back(g.high);
+    return nb::make_tuple(sum.high, squares.high, ToArray(rounded));
+}
+
+/// Least squares by Householder reflections on centred and scaled columns, and Bjoerck's refinement of the augmented
+/// system (1967, BIT 7, 257-278) with residuals in twice the digits: as many digits as the data determine.
+class Orthogonal {
+public:
+    Orthogonal(const Data& data, const std::vector<double>& means, bool intercept, double tolerance)
+        : fData(data), fMeans(means), fbIntercept(intercept), fTolerance(tolerance)
+    {}
+
+    bool Run(Watch& watch)
+    {
+        if (!ReadColumns(watch)) return false;
+        Decompose();
+        Refine();
+        return true;
+    }
+
+    /// The coefficients (0 where aliased), the intercept, the residual sum of squares, the kept columns and the inverse
+    /// of the cross products of deviations.
+    nb::tuple Result() const
+    {
+        const std::size_t p = fData.P();
+        std::vector<double> b(p, 0.0);
+        Twofold intercept;
+        for (std::size_t k = 0; k < fvKept.size(); ++k) {
+            if (fvKept[k] == 0) {
+                intercept = intercept + fSolution[k];
+                continue;
+            }
+            b[fvKept[k] - 1] = fSolution[k].high;
+            if (fbIntercept) intercept = intercept + Negative(fSolution[k] * Twofold{fMeans[fvKept[k] - 1]});
+        }
+        Twofold squares;
+        for (const double r : fvResiduals) squares = squares + Twofold{r} * Twofold{r};
+        nb::list kept;
+        for (const std::size_t column : fvKept)
+            if (column > 0) kept.append(column - 1);
+        const std::size_t q = fvKept.size();
+        // (R'R)^-1 with the scales taken off; column 0, the intercept's, is left out: the others are orthogonal to it.
+        std::vector<double> inverse(q * q, 0.0);
+        for (std::size_t k = 0; k < q; ++k) {
+            std::vector<double> column(q, 0.0);
+            column[k] = 1.0;
+            SolveTransposed(column);
+            SolveUpper(column);
+            for (std::size_t i = 0; i < q; ++i)
+                inverse[i * q + k] = column[i] / fvScales[fvKept[i]] / fvScales[fvKept[k]];
+        }
+        return nb::make_tuple(ToArray(b), fbIntercept ? intercept.high : 0.0, squares.high, kept,
+                              ToArray(inverse, q, q));
+    }
+
+private:
+    std::size_t Rows() const { return fvRows.size(); }
+    Twofold Element(std::size_t row, std::size_t column) const
+    {
+        if (column == 0) return {1.0};
+        return Sum(fvX[row * fData.P() + column - 1], fbIntercept ? -fMeans[column - 1] : 0.0);
+    }
+
+    bool ReadColumns(Watch& watch)
+    {
+        const bool done = ForRows(fData, watch, [&](const double* x, std::size_t i) {
+            fvRows.push_back(i);
+            fvX.insert(fvX.end(), x, x + fData.P());
+        });
+        if (!done) return false;
+        const std::size_t columns = fData.P() + 1;
+        fvScales.assign(columns, 0.0);
+        for (std::size_t j = 0; j < columns; ++j) {
+            double squares = 0.0;
+            for (std::size_t i = 0; i < Rows(); ++i) {
+                const double x = Element(i, j).high;
+                squares += fData.w[fvRows[i]] * x * x;
+            }
+            fvScales[j] = std::sqrt(squares);
+            if ((j > 0 || fbIntercept) && fvScales[j] > 0.0) fvKept.push_back(j);
+        }
+        return true;
+    }
+
+    void Decompose()
+    {
+        const std::size_t n = Rows();
+        for (;;) {
+            const std::size_t q = fvKept.size();
+            fvQR.assign(n * q, 0.0);
+            fvAux.assign(q, 0.0);
+            for (std::size_t k = 0; k < q; ++k)
+                for (std::size_t i = 0; i < n; ++i)
+                    fvQR[k * n + i] = std::sqrt(fData.w[fvRows[i]]) * Element(i, fvKept[k]).high / fvScales[fvKept[k]];
+            Linpack::Dqrdc(fvQR.data(), static_cast<int>(n), static_cast<int>(n), static_cast<int>(q), fvAux.data(),
+                           nullptr, nullptr, 0);
+            // The first column that depends on those before it is aliased; what came behind it is done anew without.
+            std::size_t k = 0;
+            while (k < q && k < n && std::fabs(fvQR[k * n + k]) > fTolerance) ++k;
+            if (k == q) return;
+            fvKept.erase(fvKept.begin() + static_cast<std::ptrdiff_t>(k));
+        }
+    }
+
+    double R(std::size_t i, std::size_t k) const { return fvQR[k * Rows() + i]; }
+    void SolveUpper(std::vector<double>& x) const
+    {
+        for (std::size_t i = fvKept.size(); i-- > 0;) {
+            for (std::size_t k = i + 1; k < fvKept.size(); ++k) x[i] -= R(i, k) * x[k];
+            x[i] /= R(i, i);
+        }
+    }
+    void SolveTransposed(std::vector<double>& x) const
+    {
+        for (std::size_t i = 0; i < fvKept.size(); ++i) {
+            for (std::size_t k = 0; k < i; ++k) x[i] -= R(k, i) * x[k];
+            x[i] /= R(i, i);
+        }
+    }
+    void ApplyQ(std::vector<double>& v, bool transposed) const
+    {
+        Linpack::Dqrsl(fvQR.data(), static_cast<int>(Rows()), static_cast<int>(Rows()), static_cast<int>(fvKept.size()),
+                       fvAux.data(), v.data(), v.data(), v.data(), nullptr, nullptr, nullptr,
+                       transposed ? 1000 : 10000);
+    }
+
+    void Refine()
+    {
+        const std::size_t n = Rows();
+        const std::size_t q = fvKept.size();
+        fSolution.assign(q, Twofold{});
+        fvResiduals.assign(n, 0.0);
+        std::vector<double> f1(n), f2(q);
+        double before = HUGE_VAL;
+        for (int step = 0; step < 12; ++step) {
+            std::vector<Twofold> sums(q);
+            for (std::size_t i = 0; i < n; ++i) {
+                const double root = std::sqrt(fData.w[fvRows[i]]);
+                Twofold f{fData.y[fvRows[i]]};
+                for (std::size_t k = 0; k < q; ++k) {
+                    const Twofold x = Element(i, fvKept[k]);
+                    f = f + Negative(x * fSolution[k]);
+                    sums[k] = sums[k] + x * (Twofold{root} * Twofold{fvResiduals[i]});
+                }
+                f1[i] = (Twofold{root} * f + Twofold{-fvResiduals[i]}).high;
+            }
+            for (std::size_t k = 0; k < q; ++k) f2[k] = -sums[k].high / fvScales[fvKept[k]];
+            ApplyQ(f1, true);
+            SolveTransposed(f2);
+            std::vector<double> change(q);
+            for (std::size_t k = 0; k < q; ++k) {
+                change[k] = f1[k] - f2[k];
+                f1[k] = f2[k];
+            }
+            SolveUpper(change);
+            ApplyQ(f1, false);
+            double size = 0.0;
+            for (std::size_t k = 0; k < q; ++k) {
+                const double scale = fvScales[fvKept[k]];
+                size = std::max(size, std::fabs(change[k]) / (std::fabs(fSolution[k].high) * scale + 1e-300));
+            }
+            if (step > 1 && !(size < before)) break; // no digit more to be had
+            for (std::size_t k = 0; k < q; ++k) fSolution[k] = fSolution[k] + Twofold{change[k] / fvScales[fvKept[k]]};
+            for (std::size_t i = 0; i < n; ++i) fvResiduals[i] += f1[i];
+            if (step > 0 && size < 1e-17) break;
+            if (step > 0) before = size;
+        }
+    }
+
+    const Data& fData;
+    const std::vector<double>& fMeans;
+    bool fbIntercept;
+    double fTolerance;
+    std::vector<std::size_t> fvRows; // the rows that count
+    std::vector<double> fvX;         // their values
+    std::vector<double> fvScales;    // of column 0, all ones, and the variables behind it
+    std::vector<std::size_t> fvKept;
+    std::vector<double> fvQR; // column by column
+    std::vector<double> fvAux;
+    std::vector<Twofold> fSolution;
+    std::vector<double> fvResiduals; // times the roots of the weights
+};
+
+nb::tuple LeastSquares(ArrayLike rows, ArrayLike target, OptionalArrayLike weights, ArrayLike means, bool intercept,
+                       double tolerance)
+{
+    const Data data(rows, target, weights);
+    const std::vector<double> m = ToVector(means);
+    if (m.size() != data.P()) Refuse("one mean for each column is needed");
+    Orthogonal solver(data, m, intercept, tolerance);
+    Watch watch;
+    {
+        const nb::gil_scoped_release release;
+        solver.Run(watch);
+    }
+    watch.Finish();
+    return solver.Result();
+}
+
+/// One pass of Newton's method for the multinomial logistic model with the predictors z = (1, (x - shift)/scale): the
+/// log-likelihood, its gradient and the information, for k - 1 rows of coefficients; class 0 is the reference.
+nb::tuple LogisticPass(ArrayLike rows, ArrayLike codes, OptionalArrayLike weights, ArrayLike coefficients,
+                       ArrayLike shifts, ArrayLike scales, bool intercept, nb::object progress)
+{
+    const Data data(rows, codes, weights);
+    const Table table(coefficients);
+    const std::size_t categories = table.NRows() + 1;
+    const std::size_t q = table.NColumns();
+    const std::vector<double> shift = ToVector(shifts);
+    const std::vector<double> scale = ToVector(scales);
+    const std::size_t first = intercept ? 1 : 0;
+    if (q != data.P() + first || shift.size() != data.P() || scale.size() != data.P() || categories < 2 || q < 1)
+        Refuse("the shapes do not fit");
+    for (const double code : data.y)
+        if (!std::isnan(code) && (code < 0.0 || code >= static_cast<double>(categories) || code != std::floor(code)))
+            Refuse("a code is not that of a category");
+    const std::size_t free = categories - 1;
+    std::vector<double> b(free * q);
+    table.Read(0, free, b.data(), q);
+
+    std::vector<double> gradient(free * q, 0.0);
+    const std::size_t pairs = free * (free + 1) / 2;
+    std::vector<MCSymMatrix> blocks(pairs, MCSymMatrix(static_cast<int>(q)));
+    MCRectMatrix z(static_cast<int>(kBlock), static_cast<int>(q));
+    std::vector<std::vector<double>> curvature(pairs, std::vector<double>(kBlock, 0.0));
+    std::vector<double> e(free), probability(free);
+    double logLikelihood = 0.0;
+    std::size_t waiting = 0;
+    Watch watch(std::move(progress));
+    const auto add = [&] {
+        std::memset(z.GetPtr() + waiting * q, 0, (kBlock - waiting) * q * sizeof(double));
+        for (std::size_t pair = 0; pair < pairs; ++pair) {
+            std::fill(curvature[pair].begin() + static_cast<std::ptrdiff_t>(waiting), curvature[pair].end(), 0.0);
+            blocks[pair].UpdateZZ(z, curvature[pair]);
+        }
+        waiting = 0;
+    };
+    {
+        const nb::gil_scoped_release release;
+        ForRows(data, watch, [&](const double* x, std::size_t i) {
+            double* const row = z.GetPtr() + waiting * q;
+            if (intercept) row[0] = 1.0;
+            for (std::size_t j = 0; j < data.P(); ++j) row[j + first] = (x[j] - shift[j]) / scale[j];
+            double largest = 0.0;
+            for (std::size_t a = 0; a < free; ++a) {
+                e[a] = 0.0;
+                for (std::size_t j = 0; j < q; ++j) e[a] += b[a * q + j] * row[j];
+                largest = std::max(largest, e[a]);
+            }
+            double total = std::exp(-largest);
+            for (std::size_t a = 0; a < free; ++a) total += probability[a] = std::exp(e[a] - largest);
+            const auto code = static_cast<std::size_t>(data.y[i]);
+            const double w = data.w[i];
+            logLikelihood += w * ((code > 0 ? e[code - 1] : 0.0) - largest - std::log(total));
+            for (double& p : probability) p /= total;
+            std::size_t pair = 0;
+            for (std::size_t a = 0; a < free; ++a) {
+                const double residual = w * ((code == a + 1 ? 1.0 : 0.0) - probability[a]);
+                for (std::size_t j = 0; j < q; ++j) gradient[a * q + j] += residual * row[j];
+                for (std::size_t c = 0; c < a; ++c, ++pair)
+                    curvature[pair][waiting] = -w * probability[a] * probability[c];
+                curvature[pair++][waiting] = w * probability[a] * (1.0 - probability[a]);
+            }
+            if (++waiting == kBlock) add();
+        });
+        if (waiting > 0) add();
+    }
+    watch.Finish();
+
+    const std::size_t order = free * q;
+    std::vector<double> information(order * order);
+    std::size_t pair = 0;
+    for (std::size_t a = 0; a < free; ++a)
+        for (std::size_t c = 0; c <= a; ++c, ++pair)
+            for (std::size_t i = 0; i < q; ++i)
+                for (std::size_t j = 0; j < q; ++j)
+                    information[(a * q + i) * order + c * q + j] = information[(c * q + j) * order + a * q + i] =
+                        blocks[pair].GetElem(static_cast<int>(i), static_cast<int>(j));
+    return nb::make_tuple(logLikelihood, ToArray(gradient), ToArray(information, order, order));
+}
+
+} // namespace
+
+void RegisterFit(nb::module_& m)
+{
+    m.def("residual_sums", &ResidualSums, nb::arg("rows"), nb::arg("target"), nb::arg("weights").none(),
+          nb::arg("coefficients"), nb::arg("means"), nb::arg("centre"), nb::arg("progress") = nb::none(),
+          nb::sig(
+              "def residual_sums(rows: typing.Any, target: typing.Any, weights: typing.Any, coefficients: typing.Any, "
+              "means: typing.Any, centre: float, progress: typing.Any = None) -> tuple[float, float, "
+              "numpy.typing.NDArray[numpy.float64]]"),
+          "Sums over residuals in twice the digits of a double.");
+    m.def("least_squares", &LeastSquares, nb::arg("rows"), nb::arg("target"), nb::arg("weights").none(),
+          nb::arg("means"), nb::arg("intercept"), nb::arg("tolerance"),
+          nb::sig("def least_squares(rows: typing.Any, target: typing.Any, weights: typing.Any, means: typing.Any, "
+                  "intercept: bool, tolerance: float) -> tuple[numpy.typing.NDArray[numpy.float64], float, float, "
+                  "list[int], numpy.typing.NDArray[numpy.float64]]"),
+          "Least squares by orthogonal decomposition, refined.");
+    m.def(
+        "logistic_pass", &LogisticPass, nb::arg("rows"), nb::arg("codes"), nb::arg("weights").none(),
+        nb::arg("coefficients"), nb::arg("shifts"), nb::arg("scales"), nb::arg("intercept"),
+        nb::arg("progress") = nb::none(),
+        nb::sig("def logistic_pass(rows: typing.Any, codes: typing.Any, weights: typing.Any, coefficients: typing.Any, "
+                "shifts: typing.Any, scales: typing.Any, intercept: bool, progress: typing.Any = None) -> tuple[float, "
+                "numpy.typing.NDArray[numpy.float64], numpy.typing.NDArray[numpy.float64]]"),
+        "Log-likelihood, gradient and information of the logistic model.");
+}
+
+} // namespace modelcore_python
