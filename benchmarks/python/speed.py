@@ -2,7 +2,8 @@
 
 Usage: python benchmarks/python/speed.py [--quick]    (needs scipy, scikit-learn, statsmodels, pandas)
 
-Both of a row must agree before either is timed. Times are the best of several runs.
+Both of a row must agree before either is timed. Times are the least processor time of several runs, so that what else the
+machine does shows little.
 """
 
 import os
@@ -35,9 +36,9 @@ rows = []
 def best(call, repeat=3):
     times = []
     for _ in range(1 if QUICK else repeat):
-        start = time.perf_counter()
+        start = time.process_time()
         result = call()
-        times.append(time.perf_counter() - start)
+        times.append(time.process_time() - start)
     return min(times), result
 
 
