@@ -2,6 +2,7 @@
 
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/pmml/internal/PMMLBuilder.h"
+#include "modelcore/pmml/internal/PMMLQuality.h"
 
 #include <utility>
 
@@ -94,6 +95,16 @@ XMLElement* MCPMMLExporter::Create(MCStatus* status, std::string* problem) const
     if (status != nullptr) *status = ok ? MCStatus() : MCStatus(builder.GetWriter().GetCode(), false);
     if (problem != nullptr && !ok) *problem = builder.GetWriter().GetProblem();
     return root.release();
+}
+
+XMLElement* MCPMMLExporter::CreateQuality(const std::string& target, const MCPMMLQuality& quality, std::string* problem)
+{
+    internal::PMMLWriter writer;
+    std::unique_ptr<XMLElement> element(XMLElement::Create("PredictiveModelQuality"));
+    internal::WritePMMLQuality(writer, *element, target, quality);
+    if (writer.Ok()) return element.release();
+    if (problem != nullptr) *problem = writer.GetProblem();
+    return nullptr;
 }
 
 void MCPMMLExporter::Display() const

@@ -107,6 +107,11 @@ public:
     ///          something is wrong
     XMLElement* Create(MCCommon_930::MCStatus* status = nullptr, std::string* problem = nullptr) const;
 
+    /// The element PredictiveModelQuality alone, for the ModelExplanation of a document that is there already.
+    /// @return  owned by the caller; null when something is wrong, and then problem says what
+    static XMLElement* CreateQuality(const std::string& target, const MCPMMLQuality& quality,
+                                     std::string* problem = nullptr);
+
     /// Writes what was added to the diagnostic text stream.
     void Display() const;
 

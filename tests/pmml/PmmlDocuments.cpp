@@ -464,6 +464,13 @@ void GeneralModels(Writer& writer)
             exporter.AddQuality(Quality());
         });
     }
+    // A product alone: what is missing must be noticed where the other factor is 0
+    {
+        General m;
+        m.target = "y";
+        m.terms = {MCPMMLTerm("x * cut=Ideal").TimesField("x").TimesLevel("cut", "Ideal")};
+        writer.Write("product", withModel(m));
+    }
     struct Linked {
         General::Link link;
         double parameter;

@@ -36,6 +36,13 @@ for form in general regression; do
   "$linreg" examples/data/longley.csv --target TOTEMP --quiet \
     --pmml "$work/documents/linreg-longley-$form.pmml" --pmml-form "$form"
 done
+# The quality of a score, once into a document without one and once more behind it.
+"$linreg" examples/data/visits.csv --target frequent --predictors visits --quiet --pmml "$work/visits.pmml"
+sed '/<ModelExplanation>/,/<\/ModelExplanation>/d' "$work/visits.pmml" >"$work/documents/without.pmml"
+evaluated=("$build/tools/evaluate/evaluate" examples/data/visits.csv --target frequent --score score --quiet --pmml)
+"${evaluated[@]}" "$work/documents/without.pmml" "$work/documents/evaluated-1.pmml"
+"${evaluated[@]}" "$work/documents/evaluated-1.pmml" "$work/documents/evaluated-2.pmml"
+"${evaluated[@]}" "$work/visits.pmml" "$work/documents/evaluated-3.pmml"
 
 javac -cp "$jars/*" -d "$work/classes" tests/pmml/java/CheckDocuments.java
 # The simple compiler and collector start at once, which counts here.

@@ -101,6 +101,24 @@ double RocArea(const std::vector<ClassDataInfo>& cases)
     return others > 0.0 ? area / (events * others) : MCMV::Missing();
 }
 
+/// What happens with each score as the cutoff; of many scores, those at which another hundredth of the cases is reached.
+/// The cases are sorted.
+std::vector<MCXML_930::MCPMMLQuality::RocPoint> RocPoints(const std::vector<ClassDataInfo>& cases, const Evaluation& e)
+{
+    std::vector<MCXML_930::MCPMMLQuality::RocPoint> points;
+    double events = 0.0, others = 0.0, next = 0.0;
+    if (!(e.cases > e.events)) return points;
+    for (std::size_t i = 0; i < cases.size();) {
+        const double score = cases[i].fdProbability;
+        for (; i < cases.size() && cases[i].fdProbability == score; ++i)
+            (cases[i].fbHit ? events : others) += cases[i].fdFreqWeight;
+        if (events + others < next && i < cases.size()) continue;
+        points.push_back({others / (e.cases - e.events), events / e.events, score});
+        next = events + others + 0.01 * e.cases;
+    }
+    return points;
+}
+
 MCXML_930::MCVariableList Variables(const Options& options)
 {
     using namespace MCXML_930;
@@ -214,6 +232,7 @@ Evaluation Evaluate(const Options& options, InputFile& input, Progress& progress
     chart.SetCountOfSegment(options.segments);
     Tabulate(chart.CalculateGains(categories).front(), out);
     out.rocArea = RocArea(cases);
+    out.roc = RocPoints(cases, out);
     stopIfAsked();
     Describe(cases, options, out);
     return out;

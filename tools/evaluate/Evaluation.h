@@ -42,7 +42,9 @@ struct Evaluation {
     CaseCounts counts;
     double cases = 0.0; ///< sum of the frequencies
     double events = 0.0;
-    double rocArea = MCCommon_930::MCMV::gMissingValue; ///< missing when every case is an event
+    /// Of each score, thinned to some hundred where there are more.
+    std::vector<MCXML_930::MCPMMLQuality::RocPoint> roc; ///< empty when every case is an event
+    double rocArea = MCCommon_930::MCMV::gMissingValue;  ///< missing when every case is an event
     double minScore = 0.0;
     double maxScore = 0.0;
     double meanScore = 0.0;

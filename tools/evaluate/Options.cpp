@@ -39,9 +39,17 @@ std::optional<Options> ParseOptions(int argc, char** argv)
     app.add_option("--xml", options.xmlPath, "write the results as a StatXML document")->type_name("OUT.xml");
     app.add_option("--charts", options.chartPath, "draw PATH-gains.svg, PATH-lift.svg and PATH-histogram.svg")
         ->type_name("PATH");
+    std::vector<std::string> pmmlPaths;
+    app.add_option("--pmml", pmmlPaths, "add the results to the model quality of a PMML document")
+        ->expected(2)
+        ->type_name("IN.pmml OUT.pmml");
     app.add_flag("--quiet", options.quiet, "print no tables and no progress");
     if (!ReadCommandLine(app, settings, argc, argv)) return std::nullopt;
 
+    if (pmmlPaths.size() == 2) {
+        options.pmmlInPath = pmmlPaths[0];
+        options.pmmlPath = pmmlPaths[1];
+    }
     options.target = settings.Get("target").GetString();
     options.score = settings.Get("score").GetString();
     if (options.target.empty()) throw Failure("--target is required (--help lists the options)");

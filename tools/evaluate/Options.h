@@ -21,9 +21,11 @@ struct Options {
     int bins = 20;
     double cutoff = 0.5;
 
-    std::string dataPath;  ///< "-" is standard input
-    std::string xmlPath;   ///< empty: no document
-    std::string chartPath; ///< how the paths of the charts begin; empty: no charts
+    std::string dataPath;   ///< "-" is standard input
+    std::string xmlPath;    ///< empty: no document
+    std::string chartPath;  ///< how the paths of the charts begin; empty: no charts
+    std::string pmmlInPath; ///< a PMML document; empty: none
+    std::string pmmlPath;   ///< the same with the results in it
     bool quiet = false;
 };
 

@@ -3,6 +3,7 @@
 #include "Document.h"
 #include "Evaluation.h"
 #include "Options.h"
+#include "Pmml.h"
 #include "Report.h"
 #include "common/Failure.h"
 #include "common/OutputFile.h"
@@ -55,6 +56,13 @@ void Run(const Options& options)
         add("-gains.svg", DrawGains);
         add("-lift.svg", DrawLift);
         add("-histogram.svg", DrawHistogram);
+    }
+
+    std::optional<PmmlDocument> pmml;
+    if (!options.pmmlPath.empty()) {
+        pmml.emplace(options); // read before the data: nobody waits for what cannot be used
+        outputs.emplace_back(options.pmmlPath, options.dataPath,
+                             [&](const Evaluation& e, std::ostream& out) { pmml->Write(options, e, out); });
     }
 
     for (auto one = outputs.begin(); one != outputs.end(); ++one)

@@ -1,6 +1,7 @@
 // What a document needs of fields and names, its header, statistics, quality and verification.
 #include "modelcore/pmml/internal/PMMLBuilder.h"
 
+#include "modelcore/pmml/internal/PMMLQuality.h"
 #include "modelcore/variables/MCCategoricalVariable.h"
 
 #include <algorithm>
@@ -112,10 +113,8 @@ void PMMLBuilder::PlanPart(const MCPMMLTerm& term, const Part& part, bool counts
     if (IsAbsent(part.level) || !field->categorical || std::ranges::none_of(field->valid, is))
         fWriter.Refuse(MCPMMLExporter::UnknownName, user + " names the category " + InQuotes(field->Text(part.level)) +
                                                         ", which is none of the field " + InQuotes(part.field));
-    if (!counts || std::holds_alternative<MCPMMLGeneralRegression>(fExporter.fModel)) return;
     // A CategoricalPredictor counts 0 for a missing value, which would be a prediction for some other category.
-    field->refusesMissing = true;
-    if (term.parts.size() > 1) fFields.Indicator(*field, part.level);
+    if (counts && std::holds_alternative<MCPMMLRegression>(fExporter.fModel)) field->refusesMissing = true;
 }
 
 void PMMLBuilder::PlanTerms(const MCPMMLModel& model)
@@ -137,6 +136,32 @@ void PMMLBuilder::PlanTerms(const MCPMMLModel& model)
                 fWriter.Refuse(MCPMMLExporter::NotExpressible, "the term " + InQuotes(term.name) + " holds the field " +
                                                                    InQuotes(part.field) + " twice");
         }
+    }
+    PlanProducts(model, counts);
+}
+
+// A product with a level that is not there is 0, and evaluators do not look at the rest of it: a missing value of a field
+// that stands nowhere else would count 0. Levels as derived fields keep them looking.
+void PMMLBuilder::PlanProducts(const MCPMMLModel& model, const std::vector<bool>& counts)
+{
+    const auto hasLevel = [](const MCPMMLTerm& term) {
+        return std::ranges::any_of(term.parts, [](const Part& part) { return part.kind == Part::Level; });
+    };
+    const bool equations = std::holds_alternative<MCPMMLRegression>(fExporter.fModel); // these have no other way
+    std::set<std::string> looked;
+    for (std::size_t i = 0; i < model.terms.size(); ++i)
+        if (const auto& parts = model.terms[i].parts; counts[i] && (parts.size() == 1 || !hasLevel(model.terms[i])))
+            for (const Part& part : parts) looked.insert(part.field);
+    for (std::size_t i = 0; i < model.terms.size(); ++i) {
+        const MCPMMLTerm& term = model.terms[i];
+        if (!counts[i] || term.parts.size() < 2 || !hasLevel(term)) continue;
+        if (!equations &&
+            std::ranges::all_of(term.parts, [&](const Part& part) { return looked.contains(part.field); }))
+            continue;
+        fByIndicators.insert(&term);
+        for (const Part& part : term.parts)
+            if (const PMMLField* const field = fFields.Find(part.field); field != nullptr && part.kind == Part::Level)
+                fFields.Indicator(*field, part.level);
     }
 }
 
@@ -326,25 +351,6 @@ void PMMLBuilder::WriteStatistics(XMLElement& element)
     }
 }
 
-void PMMLBuilder::WriteLift(XMLElement& quality, const MCPMMLQuality::Lift& lift)
-{
-    XMLElement& data = fWriter.Add(quality, "LiftData");
-    if (!IsAbsent(lift.category)) fWriter.Set(data, "targetFieldValue", TextOf(lift.category));
-    XMLElement& graph = fWriter.Add(fWriter.Add(data, "ModelLiftGraph"), "LiftGraph");
-    std::vector<double> cases, sums, scores;
-    double sum = 0.0;
-    bool known = true;
-    for (const MCMath_930::LiftInfo& segment : lift.segments) {
-        cases.push_back(segment.fnCumulativeCount);
-        sums.push_back(sum += segment.fdSegmentSum);
-        scores.push_back(segment.fdMinScore);
-        known = known && !MCMV::IsMissing(segment.fdMinScore);
-    }
-    fWriter.AddArray(fWriter.Add(graph, "XCoordinates"), "Array", cases);
-    fWriter.AddArray(fWriter.Add(graph, "YCoordinates"), "Array", sums);
-    if (known) fWriter.AddArray(fWriter.Add(graph, "BoundaryValues"), "Array", scores);
-}
-
 void PMMLBuilder::WriteQuality(XMLElement& element)
 {
     if (fExporter.fvQualities.empty()) return;
@@ -353,62 +359,8 @@ void PMMLBuilder::WriteQuality(XMLElement& element)
         return;
     }
     XMLElement& all = fWriter.Add(element, "ModelExplanation");
-    for (const MCPMMLQuality& q : fExporter.fvQualities) {
-        XMLElement& quality = fWriter.Add(all, "PredictiveModelQuality");
-        fWriter.Set(quality, "targetField", fTarget->Name());
-        fWriter.SetIf(quality, "dataName", q.dataName);
-        fWriter.Set(quality, "dataUsage",
-                    q.usage == MCPMMLQuality::Training ? "training"
-                    : q.usage == MCPMMLQuality::Test   ? "test"
-                                                       : "validation");
-        const std::pair<const char*, double> numbers[] = {{"meanError", q.meanError},
-                                                          {"meanAbsoluteError", q.meanAbsoluteError},
-                                                          {"meanSquaredError", q.meanSquaredError},
-                                                          {"rootMeanSquaredError", q.rootMeanSquaredError},
-                                                          {"r-squared", q.rSquared},
-                                                          {"adj-r-squared", q.adjustedRSquared},
-                                                          {"sumSquaredError", q.sumSquaredError},
-                                                          {"sumSquaredRegression", q.sumSquaredRegression},
-                                                          {"numOfRecords", q.records},
-                                                          {"numOfRecordsWeighted", q.weightedRecords},
-                                                          {"numOfPredictors", q.predictors},
-                                                          {"degreesOfFreedom", q.degreesOfFreedom},
-                                                          {"fStatistic", q.fStatistic},
-                                                          {"AIC", q.aic},
-                                                          {"BIC", q.bic},
-                                                          {"AICc", q.aicc},
-                                                          {"accuracy", q.accuracy},
-                                                          {"AUC", q.auc},
-                                                          {"precision", q.precision},
-                                                          {"recall", q.recall},
-                                                          {"specificity", q.specificity}};
-        for (const auto& [name, number] : numbers) fWriter.SetIf(quality, name, number);
-        const std::size_t labels = q.confusionLabels.size();
-        if (q.confusion.size() != labels * labels)
-            fWriter.Refuse(MCPMMLExporter::Inconsistent, "the confusion matrix is not as large as its labels say");
-        else if (labels > 0) {
-            XMLElement& confusion = fWriter.Add(quality, "ConfusionMatrix");
-            fWriter.AddArray(fWriter.Add(confusion, "ClassLabels"), q.confusionLabels);
-            XMLElement& matrix = fWriter.Add(confusion, "Matrix");
-            fWriter.Set(matrix, "nbRows", static_cast<int>(labels));
-            fWriter.Set(matrix, "nbCols", static_cast<int>(labels));
-            for (auto row = q.confusion.begin(); row != q.confusion.end(); row += static_cast<std::ptrdiff_t>(labels))
-                fWriter.AddArray(matrix, "Array", {row, row + static_cast<std::ptrdiff_t>(labels)});
-        }
-        for (const MCPMMLQuality::Lift& lift : q.lifts) WriteLift(quality, lift);
-        if (q.roc.empty()) continue;
-        XMLElement& roc = fWriter.Add(quality, "ROC");
-        fWriter.Set(roc, "positiveTargetFieldValue", TextOf(q.rocCategory));
-        XMLElement& graph = fWriter.Add(roc, "ROCGraph");
-        const auto add = [&](const char* name, double MCPMMLQuality::RocPoint::*member) {
-            std::vector<double> line;
-            for (const MCPMMLQuality::RocPoint& point : q.roc) line.push_back(point.*member);
-            fWriter.AddArray(fWriter.Add(graph, name), "Array", line);
-        };
-        add("XCoordinates", &MCPMMLQuality::RocPoint::falsePositiveRate);
-        add("YCoordinates", &MCPMMLQuality::RocPoint::truePositiveRate);
-        add("BoundaryValues", &MCPMMLQuality::RocPoint::cutoff);
-    }
+    for (const MCPMMLQuality& quality : fExporter.fvQualities)
+        WritePMMLQuality(fWriter, fWriter.Add(all, "PredictiveModelQuality"), fTarget->Name(), quality);
 }
 
 void PMMLBuilder::WriteTargets(XMLElement& element)

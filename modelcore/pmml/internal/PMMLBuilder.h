@@ -6,6 +6,7 @@
 #include "modelcore/pmml/internal/PMMLWriter.h"
 
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,7 @@ private:
     void PlanTerms(const MCPMMLModel& model);
     void PlanPart(const MCPMMLTerm& term, const Part& part, bool counts);
     void PlanClustering(const MCPMMLClustering& model);
+    void PlanProducts(const MCPMMLModel& model, const std::vector<bool>& counts);
     void CheckCoefficients(const MCPMMLModel& model);
 
     // Parts of the document
@@ -61,9 +63,14 @@ private:
     void WriteGeneralAttributes(XMLElement& element, const MCPMMLGeneralRegression& model, int reference);
     void WriteParameters(XMLElement& element, const MCPMMLGeneralRegression& model);
     void WriteClustering(XMLElement& root, const MCPMMLClustering& model);
-    void WriteLift(XMLElement& quality, const MCPMMLQuality::Lift& lift);
 
-    std::string PartField(const Part& part);
+    /// The field of the document that a part stands for.
+    std::string PartField(const MCPMMLTerm& term, const Part& part);
+    /// Whether it is a level that stands in the document as such.
+    bool IsFactor(const MCPMMLTerm& term, const Part& part) const
+    {
+        return part.kind == Part::Level && !fByIndicators.contains(&term);
+    }
     std::string CategoryText(const MCPMMLModel& model, int category) const;
 
     const MCPMMLExporter& fExporter;
@@ -71,6 +78,7 @@ private:
     PMMLFields fFields;
     PMMLField* fTarget = nullptr;
     std::vector<Output> fvOutputs;
+    std::set<const MCPMMLTerm*> fByIndicators; // products whose levels are derived fields
 };
 
 } // namespace MCXML_930::internal

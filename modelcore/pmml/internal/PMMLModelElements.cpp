@@ -21,11 +21,11 @@ constexpr const char* kDistributions[] = {"normal", "binomial", "poisson", "gamm
 
 } // namespace
 
-std::string PMMLBuilder::PartField(const Part& part)
+std::string PMMLBuilder::PartField(const MCPMMLTerm& term, const Part& part)
 {
     PMMLField* const field = fFields.Find(part.field);
     if (part.kind == Part::Column) return field->columns[static_cast<std::size_t>(part.column)];
-    return part.field;
+    return part.kind == Part::Field || IsFactor(term, part) ? part.field : fFields.Indicator(*field, part.level);
 }
 
 std::string PMMLBuilder::CategoryText(const MCPMMLModel& model, int category) const
@@ -63,7 +63,7 @@ void PMMLBuilder::WriteTable(XMLElement& element, const MCPMMLRegression& model,
     for (const MCPMMLCoefficient* const c : numeric) {
         const Part& part = termOf(*c).parts[0];
         XMLElement& predictor = fWriter.Add(table, "NumericPredictor");
-        fWriter.Set(predictor, "name", PartField(part));
+        fWriter.Set(predictor, "name", PartField(termOf(*c), part));
         if (part.exponent != 1) fWriter.Set(predictor, "exponent", part.exponent);
         fWriter.Set(predictor, "coefficient", c->estimate);
     }
@@ -81,8 +81,7 @@ void PMMLBuilder::WriteTable(XMLElement& element, const MCPMMLRegression& model,
             if (part.kind != Part::Level && part.exponent < 1)
                 fWriter.Refuse(MCPMMLExporter::NotExpressible,
                                "the term " + InQuotes(termOf(*c).name) + " has a product with a negative exponent");
-            const std::string name =
-                part.kind == Part::Level ? fFields.Indicator(*fFields.Find(part.field), part.level) : PartField(part);
+            const std::string name = PartField(termOf(*c), part);
             for (int i = 0; i < (part.kind == Part::Level ? 1 : part.exponent); ++i)
                 fWriter.Set(fWriter.Add(product, "FieldRef"), "field", name);
         }
@@ -200,18 +199,17 @@ void PMMLBuilder::WriteParameters(XMLElement& element, const MCPMMLGeneralRegres
     XMLElement& factors = fWriter.Add(element, "FactorList");
     XMLElement& covariates = fWriter.Add(element, "CovariateList");
     std::set<std::string> listed;
-    forParts([&](const MCPMMLTerm&, const Part& part) {
-        const std::string name = PartField(part);
+    forParts([&](const MCPMMLTerm& term, const Part& part) {
+        const std::string name = PartField(term, part);
         if (listed.insert(name).second)
-            fWriter.Set(fWriter.Add(part.kind == Part::Level ? factors : covariates, "Predictor"), "name", name);
+            fWriter.Set(fWriter.Add(IsFactor(term, part) ? factors : covariates, "Predictor"), "name", name);
     });
     XMLElement& matrix = fWriter.Add(element, "PPMatrix");
     forParts([&](const MCPMMLTerm& term, const Part& part) {
         XMLElement& cell = fWriter.Add(matrix, "PPCell");
         fWriter.Set(cell, "value",
-                    part.kind == Part::Level ? fFields.Find(part.field)->Text(part.level)
-                                             : std::to_string(part.exponent));
-        fWriter.Set(cell, "predictorName", PartField(part));
+                    IsFactor(term, part) ? fFields.Find(part.field)->Text(part.level) : std::to_string(part.exponent));
+        fWriter.Set(cell, "predictorName", PartField(term, part));
         fWriter.Set(cell, "parameterName", term.name);
     });
 
