@@ -30,10 +30,14 @@ def tails():
     """Exact values: 30 digits of mpmath, rounded, where a reference is given."""
     import scipy.stats as st
 
-    print("\n## Small tails of the noncentral t\n\n| P(T <= t) of t, df, nc | exact | modelcore | scipy |\n|---|---|---|---|")
+    print(
+        "\n## Small tails of the noncentral t\n\n| P(T <= t) of t, df, nc | exact | modelcore | scipy |\n|---|---|---|---|"
+    )
     for t, df, nc in ((-5.0, 30.0, 3.0), (-2.0, 5.0, 6.0), (-10.0, 50.0, 5.0), (-1.0, 200.0, 10.0)):
-        print(f"| {t:g}, {df:g}, {nc:g} | {exact_nct(t, df, nc):.10e} | {stats.noncentral_t_cdf(t, df, nc):.10e} "
-              f"| {st.nct.cdf(t, df, nc):.10e} |")
+        print(
+            f"| {t:g}, {df:g}, {nc:g} | {exact_nct(t, df, nc):.10e} | {stats.noncentral_t_cdf(t, df, nc):.10e} "
+            f"| {st.nct.cdf(t, df, nc):.10e} |"
+        )
 
 
 def exact_nct(t, df, nc):
@@ -85,9 +89,21 @@ def filip():
     rows = np.loadtxt(pathlib.Path(__file__).parents[2] / "bindings" / "python" / "tests" / "filip.txt")
     y, x = rows.T
     powers = np.power.outer(x, np.arange(1, 11))
-    certified = np.array([-1467.48961422980, -2772.17959193342, -2316.37108160893, -1127.97394098372, -354.478233703349,
-                          -75.1242017393757, -10.8753180355343, -1.06221498588947, -0.670191154593408e-01,
-                          -0.246781078275479e-02, -0.402962525080404e-04])
+    certified = np.array(
+        [
+            -1467.48961422980,
+            -2772.17959193342,
+            -2316.37108160893,
+            -1127.97394098372,
+            -354.478233703349,
+            -75.1242017393757,
+            -10.8753180355343,
+            -1.06221498588947,
+            -0.670191154593408e-01,
+            -0.246781078275479e-02,
+            -0.402962525080404e-04,
+        ]
+    )
     full = np.column_stack([np.ones(len(x)), powers])
     fits = {"modelcore LinearRegression": mc.LinearRegression().fit(powers, y).params_}
     peer = LinearRegression().fit(powers, y)
@@ -111,9 +127,13 @@ def rank_deficient():
     m = mc.LinearRegression().fit(x, y)
     fit = sm.OLS(y, sm.add_constant(x)).fit()
     print("\n## A column that is the sum of two others\n\n| by | coefficients | said about it |\n|---|---|---|")
-    print(f"| modelcore | {m.params_[1:].round(4).tolist()} | aliased: {np.flatnonzero(m.aliased_[1:]).tolist()}, df {m.df_resid_:g} |")
-    print(f"| statsmodels OLS | {fit.params[1:].round(4).tolist()} | condition number {fit.condition_number:.1e}, standard errors "
-          f"given for all |")
+    print(
+        f"| modelcore | {m.params_[1:].round(4).tolist()} | aliased: {np.flatnonzero(m.aliased_[1:]).tolist()}, df {m.df_resid_:g} |"
+    )
+    print(
+        f"| statsmodels OLS | {fit.params[1:].round(4).tolist()} | condition number {fit.condition_number:.1e}, standard errors "
+        f"given for all |"
+    )
     print(f"| scikit-learn | {LinearRegression().fit(x, y).coef_.round(4).tolist()} | nothing |")
 
 

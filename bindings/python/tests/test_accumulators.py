@@ -16,9 +16,12 @@ ROWS[RNG.random(ROWS.shape) < 0.01] = np.nan
 FREQUENCY = RNG.integers(0, 4, 5000).astype(float)
 WEIGHT = RNG.random(5000)
 MAKERS = {
-    "products": CrossProducts, "raw products": lambda: CrossProducts(intercept=False),
-    "small blocks": lambda: CrossProducts(block_rows=7), "pairs": PairwiseProducts,
-    "one by one": lambda: PairwiseProducts(batch=1, origin=[0, 5, -2, 1000]), "summary": Summary,
+    "products": CrossProducts,
+    "raw products": lambda: CrossProducts(intercept=False),
+    "small blocks": lambda: CrossProducts(block_rows=7),
+    "pairs": PairwiseProducts,
+    "one by one": lambda: PairwiseProducts(batch=1, origin=[0, 5, -2, 1000]),
+    "summary": Summary,
     "quantiles": lambda: Summary(quantiles=True),
 }
 
@@ -74,8 +77,9 @@ def test_pairs_and_summaries_agree_with_pandas_rules():
         column = ROWS[~np.isnan(ROWS[:, i]), i]
         assert (s.minimum[i], s.maximum[i]) == (column.min(), column.max())
         np.testing.assert_allclose([s.mean[i], s.std[i]], [column.mean(), column.std(ddof=1)], rtol=1e-12)
-        np.testing.assert_array_equal(s.quantile([0.0, 0.25, 0.5, 1.0])[:, i],
-                                      np.quantile(column, [0.0, 0.25, 0.5, 1.0], method="inverted_cdf"))
+        np.testing.assert_array_equal(
+            s.quantile([0.0, 0.25, 0.5, 1.0])[:, i], np.quantile(column, [0.0, 0.25, 0.5, 1.0], method="inverted_cdf")
+        )
         for j in range(i):
             both = ~np.isnan(ROWS[:, [i, j]]).any(axis=1)
             np.testing.assert_allclose(pairs.covariance()[i, j], np.cov(ROWS[both][:, [i, j]].T)[0, 1], rtol=1e-9)

@@ -40,11 +40,14 @@ FRAMES = {
     "pandas, nullable": pd.DataFrame(ROWS).convert_dtypes(),
     "pandas, arrow": pd.DataFrame(ROWS, columns=["a", "b"]).convert_dtypes(dtype_backend="pyarrow"),
     "polars": pl.DataFrame({"a": [1, 3, 5, 8], "b": [2.0, None, 7.0, 1.0]}),
-    "polars, chunks": pl.concat([pl.DataFrame({"a": [1.0, 3.0], "b": [2.0, None]}),
-                                 pl.DataFrame({"a": [5.0, 8.0], "b": [7.0, 1.0]})], rechunk=False),
+    "polars, chunks": pl.concat(
+        [pl.DataFrame({"a": [1.0, 3.0], "b": [2.0, None]}), pl.DataFrame({"a": [5.0, 8.0], "b": [7.0, 1.0]})],
+        rechunk=False,
+    ),
     "arrow": pa.table({"a": pa.array([1, 3, 5, 8], pa.int16()), "b": [2.0, None, 7.0, 1.0]}),
-    "arrow, sliced": pa.record_batch({"a": pa.array([0, 1, 3, 5, 8], pa.uint64()),
-                                      "b": pa.array([9.0, 2.0, None, 7.0, 1.0], pa.float32())}).slice(1),
+    "arrow, sliced": pa.record_batch(
+        {"a": pa.array([0, 1, 3, 5, 8], pa.uint64()), "b": pa.array([9.0, 2.0, None, 7.0, 1.0], pa.float32())}
+    ).slice(1),
 }
 FRAMES["numpy, read-only"].setflags(write=False)
 
@@ -77,8 +80,12 @@ def test_names_come_from_frames():
     assert CrossProducts().update(ROWS).names == []
 
 
-@given(hnp.arrays(float, hnp.array_shapes(min_dims=2, max_dims=2, max_side=9),
-                  elements=st.floats(-1e6, 1e6) | st.just(NAN)), st.data())
+@given(
+    hnp.arrays(
+        float, hnp.array_shapes(min_dims=2, max_dims=2, max_side=9), elements=st.floats(-1e6, 1e6) | st.just(NAN)
+    ),
+    st.data(),
+)
 def test_any_stride_reads_what_numpy_reads(rows, data):
     view = rows[:: data.draw(st.sampled_from([1, 2, -1, -3])), :: data.draw(st.sampled_from([1, 2, -1]))]
     a, b = Summary().update(view), Summary().update(view.copy())
@@ -87,11 +94,22 @@ def test_any_stride_reads_what_numpy_reads(rows, data):
 
 
 REFUSED = [
-    (ValueError, np.zeros((2, 2, 2))), (ValueError, np.float64(3.0)), (TypeError, None), (TypeError, "text"),
-    (TypeError, [["1", "2"]]), (TypeError, np.array([1 + 2j])), (TypeError, np.array(["2026-01-01"], "M8[D]")),
-    (TypeError, pa.table({"a": ["x"]})), (TypeError, pa.array(["x"]).dictionary_encode()), (TypeError, object()),
-    (ValueError, np.zeros((3, 0))), (ValueError, np.array([2**53 + 2])), (TypeError, {"a": 1}),
-    (ValueError, pl.DataFrame()), (TypeError, pd.DataFrame({"a": ["x"]})), (ValueError, [[1, 2], [3]]),
+    (ValueError, np.zeros((2, 2, 2))),
+    (ValueError, np.float64(3.0)),
+    (TypeError, None),
+    (TypeError, "text"),
+    (TypeError, [["1", "2"]]),
+    (TypeError, np.array([1 + 2j])),
+    (TypeError, np.array(["2026-01-01"], "M8[D]")),
+    (TypeError, pa.table({"a": ["x"]})),
+    (TypeError, pa.array(["x"]).dictionary_encode()),
+    (TypeError, object()),
+    (ValueError, np.zeros((3, 0))),
+    (ValueError, np.array([2**53 + 2])),
+    (TypeError, {"a": 1}),
+    (ValueError, pl.DataFrame()),
+    (TypeError, pd.DataFrame({"a": ["x"]})),
+    (ValueError, [[1, 2], [3]]),
 ]
 
 

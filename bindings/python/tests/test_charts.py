@@ -14,7 +14,9 @@ RNG = np.random.default_rng(5)
 def test_roc_is_the_share_of_pairs_in_order():
     y, score, w = RNG.integers(0, 2, 60), RNG.integers(0, 9, 60) / 4, RNG.random(60)
     r = roc(y, score, w)
-    pairs = [(w[i] * w[j], np.sign(score[i] - score[j]) / 2 + 0.5) for i in np.flatnonzero(y) for j in np.flatnonzero(1 - y)]
+    pairs = [
+        (w[i] * w[j], np.sign(score[i] - score[j]) / 2 + 0.5) for i in np.flatnonzero(y) for j in np.flatnonzero(1 - y)
+    ]
     assert r["auc"] == pytest.approx(sum(a * b for a, b in pairs) / sum(a for a, _ in pairs), rel=1e-12)
     assert np.trapezoid(r["tpr"], r["fpr"]) == pytest.approx(r["auc"], rel=1e-12)
     assert len(r["thresholds"]) == len(set(score)) + 1 and r["tpr"][-1] == r["fpr"][-1] == 1.0
@@ -28,7 +30,11 @@ def test_gains_tables():
     y = (score > 0.7).astype(float)
     g = gains(y, score, segments=4)
     assert g["cumulative_count"].tolist() == [10, 20, 30, 40] and g["segment_sum"].sum() == y.sum()
-    assert g["gain"][-1] == 1.0 and g["lift"][0] == pytest.approx(10 / y.sum() * 4) and g["min_score"][0] == np.sort(score)[-10]
+    assert (
+        g["gain"][-1] == 1.0
+        and g["lift"][0] == pytest.approx(10 / y.sum() * 4)
+        and g["min_score"][0] == np.sort(score)[-10]
+    )
     numbers = gains(score * 3, score, segments=4, binary=False)
     np.testing.assert_allclose(numbers["segment_sum"].sum(), 3 * score.sum())
     assert len(gains(np.tile(y, 5), np.tile(score, 5))["gain"]) == 11  # with the top segment
@@ -48,8 +54,13 @@ def test_chart_data_merge_and_become_documents():
     s = ScatterGrid((0, 1), (0, 1), 2, 2).update([[0.1, 0.1], [0.9, 0.2], [np.nan, 1]])
     assert s.frequencies.tolist() == [1, 0, 1, 0] and s.mean_x[2] == 0.9
     assert BarChart(["a", "b"]).update([0, 1, 1], frequency=[1, 2, 3]).frequencies.tolist() == [1, 5]
-    for wrong in (lambda: Histogram(1, 1), lambda: h.merge(Histogram(0, 1)), lambda: BarChart(["a"]).update([1]),
-                  lambda: ScatterGrid((0, 1), (1, 0)), lambda: s.update([1.0])):
+    for wrong in (
+        lambda: Histogram(1, 1),
+        lambda: h.merge(Histogram(0, 1)),
+        lambda: BarChart(["a"]).update([1]),
+        lambda: ScatterGrid((0, 1), (1, 0)),
+        lambda: s.update([1.0]),
+    ):
         with pytest.raises(ValueError):
             wrong()
 
@@ -66,6 +77,11 @@ def test_documents_own_what_is_added():
     for wrong in (lambda: top.append(inner), lambda: top.append(top)):
         with pytest.raises(ValueError):
             wrong()
-    document = top.append(statxml.counts(5)).append(statxml.coordinates("observed", [1.0, np.nan], "x")).append(
-        statxml.array(["a b", 'c"']) ).append(statxml.parameter("x1", covariates=["x1"])).to_string(format=False)
+    document = (
+        top.append(statxml.counts(5))
+        .append(statxml.coordinates("observed", [1.0, np.nan], "x"))
+        .append(statxml.array(["a b", 'c"']))
+        .append(statxml.parameter("x1", covariates=["x1"]))
+        .to_string(format=False)
+    )
     assert "__MISSING__" in document and xml.fromstring(document) is not None

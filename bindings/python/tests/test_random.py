@@ -8,13 +8,24 @@ from modelcore.random import Generator
 
 MEAN, COVARIANCE = [1.0, -1.0], [[2.0, 0.5], [0.5, 1.0]]
 DRAWS = {
-    "random": lambda g, n: g.random(n), "uniform": lambda g, n: g.uniform(2, 3, n), "normal": lambda g, n: g.normal(5, 2, n),
-    "exponential": lambda g, n: g.exponential(4, n), "gamma": lambda g, n: g.gamma(2.5, 0.5, n),
-    "chi2": lambda g, n: g.chi2(3, n), "beta": lambda g, n: g.beta(2, 6, n), "binomial": lambda g, n: g.binomial(300, 0.3, n),
+    "random": lambda g, n: g.random(n),
+    "uniform": lambda g, n: g.uniform(2, 3, n),
+    "normal": lambda g, n: g.normal(5, 2, n),
+    "exponential": lambda g, n: g.exponential(4, n),
+    "gamma": lambda g, n: g.gamma(2.5, 0.5, n),
+    "chi2": lambda g, n: g.chi2(3, n),
+    "beta": lambda g, n: g.beta(2, 6, n),
+    "binomial": lambda g, n: g.binomial(300, 0.3, n),
 }
 MOMENTS = {
-    "random": (0.5, 1 / 12), "uniform": (2.5, 1 / 12), "normal": (5, 4), "exponential": (0.25, 1 / 16), "gamma": (5, 10),
-    "chi2": (3, 6), "beta": (0.25, 12 / 64 / 9), "binomial": (90, 63),
+    "random": (0.5, 1 / 12),
+    "uniform": (2.5, 1 / 12),
+    "normal": (5, 4),
+    "exponential": (0.25, 1 / 16),
+    "gamma": (5, 10),
+    "chi2": (3, 6),
+    "beta": (0.25, 12 / 64 / 9),
+    "binomial": (90, 63),
 }
 
 
@@ -56,15 +67,30 @@ def test_vectors_and_matrices():
 def test_refusals_draw_nothing():
     g = Generator(3)
     calls = [
-        lambda: g.normal(0, -1), lambda: g.normal(0, -1, 10000), lambda: g.gamma(0), lambda: g.beta(1, -1),
-        lambda: g.binomial(1.5, 0.5), lambda: g.binomial(3, 2), lambda: g.exponential(-1, 5), lambda: g.uniform(2, 1),
-        lambda: g.wishart(0.5, COVARIANCE), lambda: g.multivariate_normal(MEAN, [[1, 2], [2, 1]]),
-        lambda: g.multivariate_normal([0.0], COVARIANCE), lambda: g.multivariate_normal(MEAN, [[1, 2], [3, 4]]),
+        lambda: g.normal(0, -1),
+        lambda: g.normal(0, -1, 10000),
+        lambda: g.gamma(0),
+        lambda: g.beta(1, -1),
+        lambda: g.binomial(1.5, 0.5),
+        lambda: g.binomial(3, 2),
+        lambda: g.exponential(-1, 5),
+        lambda: g.uniform(2, 1),
+        lambda: g.wishart(0.5, COVARIANCE),
+        lambda: g.multivariate_normal(MEAN, [[1, 2], [2, 1]]),
+        lambda: g.multivariate_normal([0.0], COVARIANCE),
+        lambda: g.multivariate_normal(MEAN, [[1, 2], [3, 4]]),
     ]
     for call in calls:
         with pytest.raises(ValueError):
             call()
         assert g.words_drawn == 0 and g.copy().random() == Generator(3).random()
-    for seed, stream in ((-1, "twister"), (0.5, "twister"), (float("nan"), "twister53"), ([1], "twister53"), (1, "other"), ([], "twister")):
+    for seed, stream in (
+        (-1, "twister"),
+        (0.5, "twister"),
+        (float("nan"), "twister53"),
+        ([1], "twister53"),
+        (1, "other"),
+        ([], "twister"),
+    ):
         with pytest.raises(ValueError):
             Generator(seed, stream=stream)

@@ -26,7 +26,11 @@ def test_eight_threads_with_objects_of_their_own():
     def work(seed):
         g = Generator(seed)
         x = CrossProducts().update(ROWS).update(g.normal(size=(20_000, 8)))
-        return x.to_json(), stats.t_cdf(ROWS[:3000, 0], 4.5).tobytes(), Summary(quantiles=True).update(ROWS[:20000]).to_json()
+        return (
+            x.to_json(),
+            stats.t_cdf(ROWS[:3000, 0], 4.5).tobytes(),
+            Summary(quantiles=True).update(ROWS[:20000]).to_json(),
+        )
 
     alone = [work(seed) for seed in range(8)]
     with concurrent.futures.ThreadPoolExecutor(8) as pool:
@@ -70,10 +74,13 @@ def test_other_threads_run_meanwhile():
     assert len(ticks) > 30
 
 
-@pytest.mark.parametrize("call", [
-    lambda x: x.update(np.lib.stride_tricks.as_strided(ROWS, (200_000_000, 8), (0, 8))),
-    lambda x: stats.noncentral_t_cdf(np.lib.stride_tricks.as_strided(ROWS, (10_000_000,), (0,)), 7.5, 1.5),
-])
+@pytest.mark.parametrize(
+    "call",
+    [
+        lambda x: x.update(np.lib.stride_tricks.as_strided(ROWS, (200_000_000, 8), (0, 8))),
+        lambda x: stats.noncentral_t_cdf(np.lib.stride_tricks.as_strided(ROWS, (10_000_000,), (0,)), 7.5, 1.5),
+    ],
+)
 def test_ctrl_c_reaches_long_calls_and_nothing_changes(call):
     x = CrossProducts().update(ROWS[:10])
     before = x.to_json()
@@ -132,8 +139,12 @@ def test_nothing_leaks_over_1e5_updates():
 
 def test_the_tutorial_runs_and_prints_what_its_page_shows():
     here = pathlib.Path(__file__).parents[1]
-    out = subprocess.run([sys.executable, here / "tools" / "tutorial.py", here / "tutorial.ipynb"],
-                         capture_output=True, text=True, check=True)
+    out = subprocess.run(
+        [sys.executable, here / "tools" / "tutorial.py", here / "tutorial.ipynb"],
+        capture_output=True,
+        text=True,
+        check=True,
+    )
     assert out.stdout == (ROOT / "docs" / "python-tutorial.md").read_text()
     assert json.loads((here / "tutorial.ipynb").read_text())["nbformat"] == 4
 

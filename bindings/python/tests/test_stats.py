@@ -14,12 +14,31 @@ from modelcore import stats
 TABLE = pathlib.Path(__file__).parents[3] / "tests" / "data" / "distributions.txt"
 # Functions of the table of exact values that are there under these names; the arguments are in the same order.
 NAMES = {
-    "CdfNorm": "norm_cdf", "IdfNorm": "norm_quantile", "CdfChi": "chi2_cdf", "SigChi": "chi2_sf", "IdfChi": "chi2_quantile",
-    "CdfGam": "gamma_cdf", "IdfGam": "gamma_quantile", "PdfGamma": "gamma_pdf", "CdfBeta": "beta_cdf",
-    "IdfBeta": "beta_quantile", "CdfT": "t_cdf", "SigT": "t_sf", "PdfT": "t_pdf", "CdfF": "f_cdf", "SigF": "f_sf",
-    "IdfF": "f_quantile", "CdfBin": "binom_cdf", "IdfBin": "binom_quantile", "PdfBin": "binom_pmf",
-    "PdfNegBin": "negbinom_pmf", "NonCentralCdfChi": "noncentral_chi2_cdf", "NonCentralCdfF": "noncentral_f_cdf",
-    "NonCentralCdfT": "noncentral_t_cdf", "NonCentralPdfT": "noncentral_t_pdf", "tavodnlgam": "gammaln",
+    "CdfNorm": "norm_cdf",
+    "IdfNorm": "norm_quantile",
+    "CdfChi": "chi2_cdf",
+    "SigChi": "chi2_sf",
+    "IdfChi": "chi2_quantile",
+    "CdfGam": "gamma_cdf",
+    "IdfGam": "gamma_quantile",
+    "PdfGamma": "gamma_pdf",
+    "CdfBeta": "beta_cdf",
+    "IdfBeta": "beta_quantile",
+    "CdfT": "t_cdf",
+    "SigT": "t_sf",
+    "PdfT": "t_pdf",
+    "CdfF": "f_cdf",
+    "SigF": "f_sf",
+    "IdfF": "f_quantile",
+    "CdfBin": "binom_cdf",
+    "IdfBin": "binom_quantile",
+    "PdfBin": "binom_pmf",
+    "PdfNegBin": "negbinom_pmf",
+    "NonCentralCdfChi": "noncentral_chi2_cdf",
+    "NonCentralCdfF": "noncentral_f_cdf",
+    "NonCentralCdfT": "noncentral_t_cdf",
+    "NonCentralPdfT": "noncentral_t_pdf",
+    "tavodnlgam": "gammaln",
 }
 
 
@@ -69,8 +88,15 @@ def test_any_container_and_any_stride():
         got = stats.t_cdf(view, 4.0)
         np.testing.assert_array_equal(got, stats.t_cdf(view.astype(float), 4) if wanted is None else wanted)
         assert got.flags.owndata
-    for column in ([0.5, None], (0.5, None), pd.Series([0.5, None]), pd.Series([0.5, None], dtype="Float64"),
-                   pl.Series([0.5, None]), np.ma.masked_invalid([0.5, np.nan]), np.array([0.5, None], object)):
+    for column in (
+        [0.5, None],
+        (0.5, None),
+        pd.Series([0.5, None]),
+        pd.Series([0.5, None], dtype="Float64"),
+        pl.Series([0.5, None]),
+        np.ma.masked_invalid([0.5, np.nan]),
+        np.array([0.5, None], object),
+    ):
         np.testing.assert_array_equal(stats.norm_cdf(column), [stats.norm_cdf(0.5), np.nan])
     for number in (1, True, np.float64(1), np.int32(1), np.array(1.0)):
         assert stats.norm_cdf(number) == stats.norm_cdf(1.0)
@@ -95,21 +121,28 @@ def test_every_function_agrees_with_scipy_where_scipy_is_right():
     special = pytest.importorskip("scipy.stats")
     s, x, p = special, np.linspace(0.1, 6, 50), np.linspace(0.02, 0.98, 25)
     for got, expected in (
-        (stats.norm_pdf(x, 1, 2), s.norm.pdf(x, 1, 2)), (stats.norm_sf(x, 1, 2), s.norm.sf(x, 1, 2)),
-        (stats.norm_quantile(p, 1, 2), s.norm.ppf(p, 1, 2)), (stats.gamma_cdf(x, 2, 3), s.gamma.cdf(x, 2, scale=1 / 3)),
+        (stats.norm_pdf(x, 1, 2), s.norm.pdf(x, 1, 2)),
+        (stats.norm_sf(x, 1, 2), s.norm.sf(x, 1, 2)),
+        (stats.norm_quantile(p, 1, 2), s.norm.ppf(p, 1, 2)),
+        (stats.gamma_cdf(x, 2, 3), s.gamma.cdf(x, 2, scale=1 / 3)),
         (stats.gamma_quantile(p, 2, 3), s.gamma.ppf(p, 2, scale=1 / 3)),
-        (stats.gamma_pdf(x, 2, 3), s.gamma.pdf(x, 2, scale=1 / 3)), (stats.beta_quantile(p, 2, 3), s.beta.ppf(p, 2, 3)),
-        (stats.t_pdf(x, 3), s.t.pdf(x, 3)), (stats.t_quantile(p, 3), s.t.ppf(p, 3)),
-        (stats.f_quantile(p, 3, 4), s.f.ppf(p, 3, 4)), (stats.binom_quantile(p, 20, 0.3), s.binom.ppf(p, 20, 0.3)),
+        (stats.gamma_pdf(x, 2, 3), s.gamma.pdf(x, 2, scale=1 / 3)),
+        (stats.beta_quantile(p, 2, 3), s.beta.ppf(p, 2, 3)),
+        (stats.t_pdf(x, 3), s.t.pdf(x, 3)),
+        (stats.t_quantile(p, 3), s.t.ppf(p, 3)),
+        (stats.f_quantile(p, 3, 4), s.f.ppf(p, 3, 4)),
+        (stats.binom_quantile(p, 20, 0.3), s.binom.ppf(p, 20, 0.3)),
         (stats.negbinom_pmf(np.arange(3, 9), 3, 0.4), s.nbinom.pmf(np.arange(6), 3, 0.4)),
         (stats.hypergeom_pmf(np.arange(5), 20, 7, 5), s.hypergeom.pmf(np.arange(5), 20, 7, 5)),
         (stats.hypergeom_cdf(np.arange(5), 20, 7, 5), s.hypergeom.cdf(np.arange(5), 20, 7, 5)),
         (stats.gammaln(x), __import__("scipy.special", fromlist=["x"]).gammaln(x)),
     ):
         np.testing.assert_allclose(got, expected, rtol=1e-9, atol=1e-13)
-    for find, cdf, args in ((stats.noncentrality_chi2, stats.noncentral_chi2_cdf, (9.0, 4.0)),
-                            (stats.noncentrality_t, stats.noncentral_t_cdf, (2.0, 7.0)),
-                            (stats.noncentrality_f, stats.noncentral_f_cdf, (3.0, 4.0, 9.0))):
+    for find, cdf, args in (
+        (stats.noncentrality_chi2, stats.noncentral_chi2_cdf, (9.0, 4.0)),
+        (stats.noncentrality_t, stats.noncentral_t_cdf, (2.0, 7.0)),
+        (stats.noncentrality_f, stats.noncentral_f_cdf, (3.0, 4.0, 9.0)),
+    ):
         assert cdf(*args, find(*args, 0.1)) == pytest.approx(0.1, rel=1e-9)
 
 

@@ -10,7 +10,18 @@ import pathlib
 import re
 import sys
 
-FOLDERS = ["common", "distributions", "linalg", "output", "matrix", "eigen", "random", "accumulators", "variables", "pmml"]
+FOLDERS = [
+    "common",
+    "distributions",
+    "linalg",
+    "output",
+    "matrix",
+    "eigen",
+    "random",
+    "accumulators",
+    "variables",
+    "pmml",
+]
 
 
 def plain(lines):
@@ -51,7 +62,13 @@ def main():
             for name, text in docstrings(path):
                 if text:
                     constants.setdefault(name, text)
-    lines = ["// Made by docstrings.py from the headers of modelcore.", "#pragma once", "", "namespace modelcore_python::doc {", ""]
+    lines = [
+        "// Made by docstrings.py from the headers of modelcore.",
+        "#pragma once",
+        "",
+        "namespace modelcore_python::doc {",
+        "",
+    ]
     for name, text in constants.items():
         lines.append(f'inline constexpr char {name}[] = R"doc({text})doc";')
     lines += ["", "} // namespace modelcore_python::doc", ""]

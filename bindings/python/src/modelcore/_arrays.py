@@ -67,7 +67,9 @@ def values(x: Any) -> Any:
             raise ValueError("one column of categories is needed")
         if x.dtype.kind in "biuf" and isinstance(x.dtype, np.dtype):
             return x.to_numpy()
-        return [None if value is not None and value != value or value is _pandas_na() else value for value in x.tolist()]
+        return [
+            None if value is not None and value != value or value is _pandas_na() else value for value in x.tolist()
+        ]
     if hasattr(x, "to_list"):  # polars
         return x.to_list()
     if hasattr(x, "to_pylist"):  # pyarrow

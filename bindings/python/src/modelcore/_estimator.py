@@ -70,8 +70,14 @@ except ImportError:  # pragma: no cover - the package works without
 
 
 __all__ = [
-    "BaseEstimator", "ClassifierMixin", "HAS_SKLEARN", "RegressorMixin", "TransformerMixin", "check_is_fitted",
-    "column_or_1d", "validate_data",
+    "BaseEstimator",
+    "ClassifierMixin",
+    "HAS_SKLEARN",
+    "RegressorMixin",
+    "TransformerMixin",
+    "check_is_fitted",
+    "column_or_1d",
+    "validate_data",
 ]
 
 
@@ -111,7 +117,9 @@ def number(x: float) -> str:
 class Table:
     """Lines of a summary: a title, pairs of a name and a value, and a table of columns."""
 
-    def __init__(self, title: str, facts: list[tuple[str, str]], head: list[str], rows: list[list[str]], notes: list[str]):
+    def __init__(
+        self, title: str, facts: list[tuple[str, str]], head: list[str], rows: list[list[str]], notes: list[str]
+    ):
         self.title, self.facts, self.head, self.rows, self.notes = title, facts, head, rows, notes
 
     def __str__(self) -> str:

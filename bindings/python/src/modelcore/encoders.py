@@ -22,10 +22,16 @@ _UNSEEN = ["refused", "missing", "baseline", "other"]
 _OUTLIER = ["stays", "clipped", "missing", "refused"]
 _REFUSED = 4
 _FINISH = {
-    1: "nothing valid was learned", 2: "the field has one value", 3: "there are fewer bins than were asked for",
-    4: "there are many categories", 5: "the cuts are approximate", 6: "the reference is no category",
-    7: "the replacement of missing values is not given or no category", 8: "a category has no score",
-    9: "what was learned gives no scale", 10: "settings contradict each other",
+    1: "nothing valid was learned",
+    2: "the field has one value",
+    3: "there are fewer bins than were asked for",
+    4: "there are many categories",
+    5: "the cuts are approximate",
+    6: "the reference is no category",
+    7: "the replacement of missing values is not given or no category",
+    8: "a category has no score",
+    9: "what was learned gives no scale",
+    10: "settings contradict each other",
 }
 
 
@@ -49,7 +55,9 @@ def _columns(X: Any) -> tuple[list[Any], Optional[list[str]]]:
     if X.dtype.kind == "c":
         raise ValueError("Complex data not supported")
     if X.ndim != 2:
-        raise ValueError(f"Expected 2D array, got {X.ndim}D array instead. Reshape your data: rows and columns are needed")
+        raise ValueError(
+            f"Expected 2D array, got {X.ndim}D array instead. Reshape your data: rows and columns are needed"
+        )
     return [X[:, j] for j in range(X.shape[1])], None
 
 
@@ -141,11 +149,14 @@ class _Encoder(TransformerMixin, BaseEstimator):
         """Parameters and everything learned; from_json of the class restores it."""
         self._check_learned()
         names = getattr(self, "feature_names_in_", None)
-        return json.dumps({
-            "class": type(self).__name__, "params": self.get_params(),
-            "features": None if names is None else list(names),
-            "encoders": [encoder.to_json() for encoder in self._learned or []],
-        })
+        return json.dumps(
+            {
+                "class": type(self).__name__,
+                "params": self.get_params(),
+                "features": None if names is None else list(names),
+                "encoders": [encoder.to_json() for encoder in self._learned or []],
+            }
+        )
 
     @classmethod
     def from_json(cls, text: str) -> Any:
@@ -174,7 +185,8 @@ class _Encoder(TransformerMixin, BaseEstimator):
     def _check_width(self, columns: list[Any]) -> None:
         if len(columns) != self.n_features_in_:
             raise ValueError(
-                f"X has {len(columns)} features, but {type(self).__name__} is expecting {self.n_features_in_} features as input")
+                f"X has {len(columns)} features, but {type(self).__name__} is expecting {self.n_features_in_} features as input"
+            )
 
     def _check_learned(self) -> None:
         if getattr(self, "_learned", None) is None:
@@ -215,13 +227,23 @@ class ContinuousEncoder(_Encoder):
 
     _class_name = "MCContinuousEncoder"
 
-    def __init__(self, *, scaling: str = "z_score", limits: Any = None, outliers: str = "clipped", missing: str = "stays",
-                 replacement: Any = None, errors: str = "nan"):
+    def __init__(
+        self,
+        *,
+        scaling: str = "z_score",
+        limits: Any = None,
+        outliers: str = "clipped",
+        missing: str = "stays",
+        replacement: Any = None,
+        errors: str = "nan",
+    ):
         self.scaling, self.limits, self.outliers = scaling, limits, outliers
         self.missing, self.replacement, self.errors = missing, replacement, errors
 
     def _settings(self) -> dict[str, Any]:
-        settings: dict[str, Any] = {"scaling": _place(self.scaling, ["none", "z_score", "unit", "symmetric"], "scaling")}
+        settings: dict[str, Any] = {
+            "scaling": _place(self.scaling, ["none", "z_score", "unit", "symmetric"], "scaling")
+        }
         rule = _place(self.outliers, _OUTLIER, "outliers")
         if isinstance(self.limits, str):
             if self.limits != "learned":
@@ -241,7 +263,8 @@ class _Categories(_Encoder):
 
     def _category_settings(self) -> dict[str, Any]:
         settings: dict[str, Any] = {
-            "min_weight": float(self.min_weight), "max_kept": int(self.max_kept),
+            "min_weight": float(self.min_weight),
+            "max_kept": int(self.max_kept),
             "unseen": _place(self.unseen, _UNSEEN, "unseen"),
         }
         if self.categories is not None:
@@ -274,9 +297,19 @@ class CategoricalEncoder(_Categories):
     _class_name = "MCCategoricalEncoder"
     _codings = ["indicator", "dummy", "deviation", "helmert", "difference", "repeated", "polynomial"]
 
-    def __init__(self, *, coding: str = "indicator", categories: Any = None, reference: Any = "first",
-                 min_weight: float = 0.0, max_kept: int = 0, unseen: str = "refused", missing: str = "stays",
-                 replacement: Any = None, errors: str = "nan"):
+    def __init__(
+        self,
+        *,
+        coding: str = "indicator",
+        categories: Any = None,
+        reference: Any = "first",
+        min_weight: float = 0.0,
+        max_kept: int = 0,
+        unseen: str = "refused",
+        missing: str = "stays",
+        replacement: Any = None,
+        errors: str = "nan",
+    ):
         self.coding, self.categories, self.reference = coding, categories, reference
         self.min_weight, self.max_kept, self.unseen = min_weight, max_kept, unseen
         self.missing, self.replacement, self.errors = missing, replacement, errors
@@ -291,21 +324,43 @@ class StringEncoder(_Categories):
 
     _class_name = "MCStringEncoder"
 
-    def __init__(self, *, trim: str = "both", case: str = "kept", max_length: int = 0,
-                 mapping: Optional[dict[str, str]] = None, empty_is_missing: bool = False, coding: str = "indicator",
-                 categories: Any = None, reference: Any = "first", min_weight: float = 0.0, max_kept: int = 0,
-                 unseen: str = "refused", missing: str = "stays", replacement: Any = None, errors: str = "nan"):
+    def __init__(
+        self,
+        *,
+        trim: str = "both",
+        case: str = "kept",
+        max_length: int = 0,
+        mapping: Optional[dict[str, str]] = None,
+        empty_is_missing: bool = False,
+        coding: str = "indicator",
+        categories: Any = None,
+        reference: Any = "first",
+        min_weight: float = 0.0,
+        max_kept: int = 0,
+        unseen: str = "refused",
+        missing: str = "stays",
+        replacement: Any = None,
+        errors: str = "nan",
+    ):
         self.trim, self.case, self.max_length, self.mapping = trim, case, max_length, mapping
-        self.empty_is_missing, self.coding, self.categories, self.reference = empty_is_missing, coding, categories, reference
+        self.empty_is_missing, self.coding, self.categories, self.reference = (
+            empty_is_missing,
+            coding,
+            categories,
+            reference,
+        )
         self.min_weight, self.max_kept, self.unseen = min_weight, max_kept, unseen
         self.missing, self.replacement, self.errors = missing, replacement, errors
 
     def _settings(self) -> dict[str, Any]:
         return {
             "trim": _place(self.trim, ["none", "left", "right", "both"], "trim"),
-            "case": _place(self.case, ["kept", "lower", "upper"], "case"), "max_length": self.max_length,
-            "mapping": self.mapping or {}, "empty_is_missing": self.empty_is_missing,
-            "coding": _place(self.coding, CategoricalEncoder._codings, "coding"), **self._category_settings(),
+            "case": _place(self.case, ["kept", "lower", "upper"], "case"),
+            "max_length": self.max_length,
+            "mapping": self.mapping or {},
+            "empty_is_missing": self.empty_is_missing,
+            "coding": _place(self.coding, CategoricalEncoder._codings, "coding"),
+            **self._category_settings(),
         }
 
 
@@ -315,9 +370,21 @@ class NumericCategoryEncoder(_Categories):
 
     _class_name = "MCCategoricalNumericEncoder"
 
-    def __init__(self, *, method: str = "rank", scores: Optional[dict[Any, float]] = None, smoothing: float = 0.0,
-                 categories: Any = None, reference: Any = "first", min_weight: float = 0.0, max_kept: int = 0,
-                 unseen: str = "refused", missing: str = "stays", replacement: Any = None, errors: str = "nan"):
+    def __init__(
+        self,
+        *,
+        method: str = "rank",
+        scores: Optional[dict[Any, float]] = None,
+        smoothing: float = 0.0,
+        categories: Any = None,
+        reference: Any = "first",
+        min_weight: float = 0.0,
+        max_kept: int = 0,
+        unseen: str = "refused",
+        missing: str = "stays",
+        replacement: Any = None,
+        errors: str = "nan",
+    ):
         self.method, self.scores, self.smoothing = method, scores, smoothing
         self.categories, self.reference = categories, reference
         self.min_weight, self.max_kept, self.unseen = min_weight, max_kept, unseen
@@ -339,9 +406,20 @@ class BinningEncoder(_Encoder):
 
     _class_name = "MCBinningEncoder"
 
-    def __init__(self, *, method: str = "equal_frequency", bins: int = 10, cuts: Any = None, closed: str = "upper",
-                 output: str = "index", limits: Any = None, outliers: str = "missing", missing: str = "stays",
-                 replacement: Any = None, errors: str = "nan"):
+    def __init__(
+        self,
+        *,
+        method: str = "equal_frequency",
+        bins: int = 10,
+        cuts: Any = None,
+        closed: str = "upper",
+        output: str = "index",
+        limits: Any = None,
+        outliers: str = "missing",
+        missing: str = "stays",
+        replacement: Any = None,
+        errors: str = "nan",
+    ):
         self.method, self.bins, self.cuts, self.closed, self.output = method, bins, cuts, closed, output
         self.limits, self.outliers = limits, outliers
         self.missing, self.replacement, self.errors = missing, replacement, errors
@@ -370,8 +448,16 @@ class RoundingEncoder(_Encoder):
 
     _class_name = "MCRoundingEncoder"
 
-    def __init__(self, *, unit: float = 1.0, digits: Optional[int] = None, direction: str = "half_even",
-                 missing: str = "stays", replacement: Any = None, errors: str = "nan"):
+    def __init__(
+        self,
+        *,
+        unit: float = 1.0,
+        digits: Optional[int] = None,
+        direction: str = "half_even",
+        missing: str = "stays",
+        replacement: Any = None,
+        errors: str = "nan",
+    ):
         self.unit, self.digits, self.direction = unit, digits, direction
         self.missing, self.replacement, self.errors = missing, replacement, errors
 
@@ -381,6 +467,10 @@ class RoundingEncoder(_Encoder):
 
 
 __all__ = [
-    "BinningEncoder", "CategoricalEncoder", "ContinuousEncoder", "NumericCategoryEncoder", "RoundingEncoder",
+    "BinningEncoder",
+    "CategoricalEncoder",
+    "ContinuousEncoder",
+    "NumericCategoryEncoder",
+    "RoundingEncoder",
     "StringEncoder",
 ]

@@ -1,7 +1,7 @@
 """StatXML documents: root() holds structured_data(...), which holds statistics, counts, arrays, matrices and charts.
 
-    document = statxml.root().append(statxml.structured_data("fit").append(statxml.statistic("r2", 0.9)))
-    document.to_string()
+document = statxml.root().append(statxml.structured_data("fit").append(statxml.statistic("r2", 0.9)))
+document.to_string()
 """
 
 from ._core import Element
@@ -16,5 +16,14 @@ from ._core import statxml_statistic as statistic
 from ._core import statxml_structured_data as structured_data
 
 __all__ = [
-    "Element", "array", "coordinates", "counts", "element", "matrix", "parameter", "root", "statistic", "structured_data",
+    "Element",
+    "array",
+    "coordinates",
+    "counts",
+    "element",
+    "matrix",
+    "parameter",
+    "root",
+    "statistic",
+    "structured_data",
 ]
