@@ -14,6 +14,18 @@ namespace MCXML_930::internal {
 using MCCommon_930::MCMV;
 using MCCommon_930::Value;
 
+namespace {
+
+/// The XML name of a column of the cases: x1, x2, ... for inputs and y1, y2, ... for outputs.
+std::string CellName(char kind, std::size_t i)
+{
+    std::string name(1, kind);
+    name += std::to_string(i + 1);
+    return name;
+}
+
+} // namespace
+
 PMMLBuilder::PMMLBuilder(const MCPMMLExporter& exporter)
     : fExporter(exporter), fFields(exporter.fVariables, exporter.fEncoders)
 {}
@@ -435,9 +447,9 @@ void PMMLBuilder::WriteVerification(XMLElement& element)
         fWriter.Set(field, "column", column);
         return field;
     };
-    for (const std::size_t i : inputs) addField(fFields.All()[i].Name(), "x" + std::to_string(i + 1));
+    for (const std::size_t i : inputs) addField(fFields.All()[i].Name(), CellName('x', i));
     for (std::size_t i = 0; i < outputs; ++i) {
-        XMLElement& field = addField(fvOutputs[first + i].name, "y" + std::to_string(i + 1));
+        XMLElement& field = addField(fvOutputs[first + i].name, CellName('y', i));
         if (clusters != nullptr && i == 0) continue;
         fWriter.Set(field, "precision", fExporter.fdPrecision);
         fWriter.Set(field, "zeroThreshold", std::max(1e-15 / fExporter.fdPrecision * largest, 1e-300));
@@ -453,11 +465,11 @@ void PMMLBuilder::WriteVerification(XMLElement& element)
             // A cell without text would be an empty text, which is no missing value.
             if (field.variable->Classify(one.values[i]) == IMCVariable::ValueMissing || IsAbsent(one.values[i]))
                 continue;
-            fWriter.AddText(fWriter.Add(row, ("x" + std::to_string(i + 1)).c_str()), field.Text(one.values[i]));
+            fWriter.AddText(fWriter.Add(row, CellName('x', i).c_str()), field.Text(one.values[i]));
             ++cells;
         }
         for (std::size_t i = 0; i < outputs; ++i) {
-            XMLElement& cell = fWriter.Add(row, ("y" + std::to_string(i + 1)).c_str());
+            XMLElement& cell = fWriter.Add(row, CellName('y', i).c_str());
             if (clusters != nullptr && i == 0)
                 fWriter.AddText(
                     cell, fvOutputs.empty() ? std::string() : [&] {
