@@ -1,6 +1,10 @@
 // The extension module.
 #include "Common.h"
 
+namespace modelcore_python {
+void RegisterPmml(nb::module_& m);
+}
+
 NB_MODULE(_core, m)
 {
     using namespace modelcore_python;
@@ -18,5 +22,6 @@ NB_MODULE(_core, m)
     RegisterEncoders(m);
     RegisterCharts(m);
     RegisterStatXml(m);
+    RegisterPmml(m);
     m.def("version", &MCCommon_930::MCVersion::GetText, "The version of the library that is loaded.");
 }

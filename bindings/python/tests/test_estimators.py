@@ -3,6 +3,7 @@
 import pathlib
 import pickle
 import warnings
+import xml.etree.ElementTree as xml
 
 import numpy as np
 import pandas as pd
@@ -20,8 +21,15 @@ X = RNG.normal(size=(400, 4)) * [1, 5, 0.2, 30] + [0, 100, 1, -1000]
 Y = X @ [1.0, -0.5, 3.0, 0.01] + 7 + RNG.normal(size=400)
 W = RNG.random(400) + 0.1
 
-ESTIMATORS = [LinearRegression(), LinearRegression(fit_intercept=False), LogisticRegression(), encoders.ContinuousEncoder(),
-              encoders.RoundingEncoder(), encoders.BinningEncoder(), encoders.CategoricalEncoder(unseen="baseline")]
+ESTIMATORS = [
+    LinearRegression(),
+    LinearRegression(fit_intercept=False),
+    LogisticRegression(),
+    encoders.ContinuousEncoder(),
+    encoders.RoundingEncoder(),
+    encoders.BinningEncoder(),
+    encoders.CategoricalEncoder(unseen="baseline"),
+]
 
 
 @pytest.mark.parametrize("estimator", ESTIMATORS, ids=repr)
@@ -58,16 +66,32 @@ def test_least_squares(weights, intercept, solver):
     np.testing.assert_allclose(one.merge(two).params_, clone(m).fit(X, Y).params_, rtol=1e-7, atol=1e-7)
     for same in (pickle.loads(pickle.dumps(pieces)), LinearRegression.from_json(pieces.to_json())):
         same.partial_fit(X[:9], Y[:9])
-        np.testing.assert_array_equal(same.params_, pickle.loads(pickle.dumps(pieces)).partial_fit(X[:9], Y[:9]).params_)
+        np.testing.assert_array_equal(
+            same.params_, pickle.loads(pickle.dumps(pieces)).partial_fit(X[:9], Y[:9]).params_
+        )
 
 
 def test_longley_to_the_certified_digits():
     data = pd.read_csv(pathlib.Path(__file__).parents[3] / "examples" / "data" / "longley.csv")
     m = LinearRegression().fit(data[["GNPDEFL", "GNP", "UNEMP", "ARMED", "POP", "YEAR"]], data["TOTEMP"])
-    certified = [-3482258.63459582, 15.0618722713733, -0.0358191792925910, -2.02022980381683, -1.03322686717359,
-                 -0.0511041056535807, 1829.15146461355]
-    errors = [890420.383607373, 84.9149257747669, 0.0334910077722432, 0.488399681651699, 0.214274163161675,
-              0.226073200069370, 455.478499142212]
+    certified = [
+        -3482258.63459582,
+        15.0618722713733,
+        -0.0358191792925910,
+        -2.02022980381683,
+        -1.03322686717359,
+        -0.0511041056535807,
+        1829.15146461355,
+    ]
+    errors = [
+        890420.383607373,
+        84.9149257747669,
+        0.0334910077722432,
+        0.488399681651699,
+        0.214274163161675,
+        0.226073200069370,
+        455.478499142212,
+    ]
     np.testing.assert_allclose(m.params_, certified, rtol=2e-14)
     np.testing.assert_allclose(m.std_errors_, errors, rtol=1e-11)
     assert "GNPDEFL" in str(m.summary()) and "<table>" in m._repr_html_()
@@ -83,7 +107,9 @@ def test_filip_where_the_cross_products_have_no_digits():
     x, y = filip()
     m = LinearRegression().fit(x, y)
     assert m.rank_ == 10
-    np.testing.assert_allclose(m.params_[[0, 1, 10]], [-1467.48961422980, -2772.17959193342, -0.402962525080404e-04], rtol=1e-6)
+    np.testing.assert_allclose(
+        m.params_[[0, 1, 10]], [-1467.48961422980, -2772.17959193342, -0.402962525080404e-04], rtol=1e-6
+    )
     assert m.sigma_ == pytest.approx(0.334801051324544e-02, rel=1e-7)
     np.testing.assert_allclose(m.std_errors_[[0, 10]], [298.084530995537, 0.896632837373868e-05], rtol=1e-6)
 
@@ -104,7 +130,9 @@ def test_aliased_terms_missing_rows_and_degrees_of_freedom():
     assert m.n_missing_ == 2 and np.isnan(m.predict(holes)).tolist().index(True) == 3
     twice = LinearRegression(weights="frequency").fit(X, Y, np.full(400, 2.0))
     assert twice.df_resid_ == 795 and twice.n_cases_ == 800
-    np.testing.assert_allclose(twice.std_errors_, LinearRegression().fit(np.vstack([X, X]), np.append(Y, Y)).std_errors_, rtol=1e-9)
+    np.testing.assert_allclose(
+        twice.std_errors_, LinearRegression().fit(np.vstack([X, X]), np.append(Y, Y)).std_errors_, rtol=1e-9
+    )
     few = LinearRegression().fit(X[:3], Y[:3])
     assert few.df_resid_ <= 0 and np.isnan(few.std_errors_).all()
 
@@ -144,8 +172,11 @@ def test_encoders_learn_merge_and_come_back():
     assert e.get_feature_names_out().tolist()[0].startswith("city=") and e.levels_[1] == ["x", "y", "z", None]
     rows = e.transform(frame)
     assert e.inverse_transform(rows)[:, 0].tolist() == ["b", "a", None, "c", "b"]
-    parts = encoders.CategoricalEncoder(coding="dummy", missing="own_category").fit(frame[:2]).merge(
-        encoders.CategoricalEncoder(coding="dummy", missing="own_category").fit(frame[2:]))
+    parts = (
+        encoders.CategoricalEncoder(coding="dummy", missing="own_category")
+        .fit(frame[:2])
+        .merge(encoders.CategoricalEncoder(coding="dummy", missing="own_category").fit(frame[2:]))
+    )
     for same in (parts, pickle.loads(pickle.dumps(e)), encoders.CategoricalEncoder.from_json(e.to_json())):
         np.testing.assert_array_equal(same.transform(frame), rows)
     assert np.isnan(e.transform(pd.DataFrame({"city": ["new"], "kind": ["x"]}))).any()
@@ -162,7 +193,41 @@ def test_encoders_learn_merge_and_come_back():
     assert encoders.RoundingEncoder(digits=1).fit(x).transform([[0.25, 0.75]]).tolist() == [[0.2, 0.8]]
     text = encoders.StringEncoder(case="lower").fit(np.array([[" A"], ["a "], ["B"]], object))
     assert text.levels_ == [["a", "b"]]
-    for wrong in (encoders.BinningEncoder(bins=0), encoders.BinningEncoder(method="x"), encoders.CategoricalEncoder(coding="x"),
-                  encoders.ContinuousEncoder(limits=(2, 1)), encoders.CategoricalEncoder(missing="x")):
+    for wrong in (
+        encoders.BinningEncoder(bins=0),
+        encoders.BinningEncoder(method="x"),
+        encoders.CategoricalEncoder(coding="x"),
+        encoders.ContinuousEncoder(limits=(2, 1)),
+        encoders.CategoricalEncoder(missing="x"),
+    ):
         with pytest.raises(ValueError):
             wrong.fit(x)
+
+
+def pmml_scores(document, x, names):
+    """What the tables of a document say for each row, by name of the category or "" for a number."""
+    space = {"p": "http://www.dmg.org/PMML-4_4"}
+    model = xml.fromstring(document).find("p:RegressionModel", space)
+    scores = {}
+    for table in model.findall("p:RegressionTable", space):
+        score = np.full(len(x), float(table.get("intercept")))
+        for term in table.findall("p:NumericPredictor", space):
+            score = score + float(term.get("coefficient")) * x[:, names.index(term.get("name"))]
+        scores[table.get("targetCategory") or ""] = score
+    return scores, model.get("normalizationMethod")
+
+
+def test_pmml_documents_say_what_the_models_predict():
+    names = ["a", "b", "c", "d"]
+    frame = pd.DataFrame(X, columns=names)
+    m = LinearRegression().fit(frame, Y)
+    scores, _ = pmml_scores(m.to_pmml(), X, names)
+    np.testing.assert_allclose(scores[""], m.predict(frame), rtol=1e-13)
+    for labels in (np.where(Y > np.median(Y), "high", "low"), np.digitize(Y, np.quantile(Y, [0.3, 0.7]))):
+        m = LogisticRegression().fit(frame, labels)
+        scores, rule = pmml_scores(m.to_pmml(target="label"), X, names)
+        assert rule == "softmax" and list(scores) == [str(label) for label in m.classes_]
+        weights = np.exp(np.stack(list(scores.values()), axis=1))
+        np.testing.assert_allclose(weights / weights.sum(axis=1, keepdims=True), m.predict_proba(frame), rtol=1e-9)
+    with pytest.raises(ValueError):
+        LinearRegression().fit(frame, Y).to_pmml(target="a")

@@ -15,13 +15,28 @@ from ._core import version as _version
 from .charts import gains, roc
 
 if TYPE_CHECKING:
-    from . import encoders, linear_model
+    from . import encoders, linear_model, pmml
     from .linear_model import LinearRegression, LogisticRegression
 
 __version__ = _version()
 __all__ = [
-    "Categories", "CrossProducts", "LinearRegression", "LogisticRegression", "PairwiseProducts", "SparseRows", "Summary",
-    "SymMatrix", "charts", "encoders", "gains", "linear_model", "random", "roc", "stats", "statxml",
+    "Categories",
+    "CrossProducts",
+    "LinearRegression",
+    "LogisticRegression",
+    "PairwiseProducts",
+    "SparseRows",
+    "Summary",
+    "SymMatrix",
+    "charts",
+    "encoders",
+    "gains",
+    "linear_model",
+    "pmml",
+    "random",
+    "roc",
+    "stats",
+    "statxml",
 ]
 
 
@@ -29,6 +44,6 @@ def __getattr__(name: str) -> Any:
     # Estimators and encoders take scikit-learn's base classes, which take a second to import: only on demand.
     if name in ("LinearRegression", "LogisticRegression"):
         return getattr(importlib.import_module(".linear_model", __name__), name)
-    if name in ("encoders", "linear_model"):
+    if name in ("encoders", "linear_model", "pmml"):
         return importlib.import_module(f".{name}", __name__)
     raise AttributeError(f"module {__name__!r} has no attribute {name!r}")

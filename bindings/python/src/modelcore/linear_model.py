@@ -70,6 +70,13 @@ class _Model(BaseEstimator):
         notes = [f"Limits of {100 * level:g} % confidence.", *self._notes()]
         return Table(type(self).__name__, self._more(), head, rows, notes)
 
+    def to_pmml(self, *, target: str = "y") -> str:
+        """The fit as a PMML 4.4 document, which other engines score."""
+        from .pmml import to_pmml
+
+        check_is_fitted(self)
+        return to_pmml(self, target=target)
+
     def _labels(self) -> list[str]:
         return self._terms()
 
@@ -102,8 +109,9 @@ class LinearRegression(RegressorMixin, _Model):
     first; cov_params_, sigma_, df_resid_, r2_, adj_r2_, f_, f_p_value_, rank_, n_cases_, n_missing_.
     """
 
-    def __init__(self, *, fit_intercept: bool = True, tolerance: float = 1e-12, solver: str = "auto",
-                 weights: str = "regression"):
+    def __init__(
+        self, *, fit_intercept: bool = True, tolerance: float = 1e-12, solver: str = "auto", weights: str = "regression"
+    ):
         self.fit_intercept = fit_intercept
         self.tolerance = tolerance
         self.solver = solver
@@ -171,7 +179,9 @@ class LinearRegression(RegressorMixin, _Model):
             block = np.empty((len(X[part]), X.shape[1] + 1))
             block[:, :-1] = X[part]
             block[:, -1] = y[part]
-            self._products.update(block, progress=progress, **{k: None if v is None else v[part] for k, v in kind.items()})
+            self._products.update(
+                block, progress=progress, **{k: None if v is None else v[part] for k, v in kind.items()}
+            )
 
     def _solve(self) -> None:
         if self._products.n_rows == 0:
@@ -212,7 +222,9 @@ class LinearRegression(RegressorMixin, _Model):
         weight = self._products.sum_weights
         change = self._inverse @ gradient[kept]
         self.coef_[kept] += change
-        self._rss = max(0.0, squares - float(change @ gradient[kept]) - (total**2 / weight if self.fit_intercept else 0.0))
+        self._rss = max(
+            0.0, squares - float(change @ gradient[kept]) - (total**2 / weight if self.fit_intercept else 0.0)
+        )
         if self.fit_intercept:
             self.intercept_ = float(start + total / weight - centre @ self.coef_)
 
@@ -227,7 +239,7 @@ class LinearRegression(RegressorMixin, _Model):
         sigma2 = self._rss / self.df_resid_ if positive else np.nan
         self.sigma_ = float(np.sqrt(sigma2))
         self.aliased_ = np.ones(p + first, dtype=bool)
-        self.aliased_[: first] = False
+        self.aliased_[:first] = False
         self.aliased_[np.asarray(kept, dtype=int) + first] = False
         self.params_ = np.concatenate([np.full(first, self.intercept_), self.coef_])
         self.params_[self.aliased_] = np.nan
@@ -255,18 +267,26 @@ class LinearRegression(RegressorMixin, _Model):
 
     def _more(self) -> list[tuple[str, str]]:
         return [
-            ("Cases used", number(self.n_cases_)), ("Rows left out", str(self.n_missing_)),
-            ("R squared", number(self.r2_)), ("Adjusted R squared", number(self.adj_r2_)),
-            ("Standard error", number(self.sigma_)), ("Residual df", number(self.df_resid_)),
-            ("F", number(self.f_)), ("Significance of F", number(self.f_p_value_)),
+            ("Cases used", number(self.n_cases_)),
+            ("Rows left out", str(self.n_missing_)),
+            ("R squared", number(self.r2_)),
+            ("Adjusted R squared", number(self.adj_r2_)),
+            ("Standard error", number(self.sigma_)),
+            ("Residual df", number(self.df_resid_)),
+            ("F", number(self.f_)),
+            ("Significance of F", number(self.f_p_value_)),
         ]
 
     def to_json(self) -> str:
         """Parameters, features and the exact state: from_json goes on with partial_fit and merge where this one stands."""
         check_is_fitted(self)
         names = getattr(self, "feature_names_in_", None)
-        state = {"class": "LinearRegression", "params": self.get_params(), "products": self._products.to_json(),
-                 "features": None if names is None else list(map(str, names))}
+        state = {
+            "class": "LinearRegression",
+            "params": self.get_params(),
+            "products": self._products.to_json(),
+            "features": None if names is None else list(map(str, names)),
+        }
         return json.dumps(state)
 
     @classmethod
@@ -311,7 +331,9 @@ class LogisticRegression(ClassifierMixin, _Model):
     _information: Any
     _started: bool
 
-    def __init__(self, *, fit_intercept: bool = True, tol: float = 1e-12, max_iter: int = 100, tolerance: float = 1e-12):
+    def __init__(
+        self, *, fit_intercept: bool = True, tol: float = 1e-12, max_iter: int = 100, tolerance: float = 1e-12
+    ):
         self.fit_intercept = fit_intercept
         self.tol = tol
         self.max_iter = max_iter
@@ -399,7 +421,9 @@ class LogisticRegression(ClassifierMixin, _Model):
     def _fit(self, X: Any, labels: Any, w: Any, progress: Any) -> LogisticRegression:
         k = len(self.classes_)
         if k < 2:
-            raise ValueError(f"labels of at least two classes are needed; the data have only one class: {self.classes_}")
+            raise ValueError(
+                f"labels of at least two classes are needed; the data have only one class: {self.classes_}"
+            )
         codes = np.searchsorted(self.classes_, labels).astype(float)
         first = 1 if self.fit_intercept else 0
         if not self._started:
@@ -416,7 +440,8 @@ class LogisticRegression(ClassifierMixin, _Model):
 
         def objective(b: Any) -> tuple[float, float, Any, Any]:
             loglik, gradient, information = _core.logistic_pass(
-                X, codes, w, b, self._shift, self._scale, self.fit_intercept, progress)
+                X, codes, w, b, self._shift, self._scale, self.fit_intercept, progress
+            )
             away = (b - start).ravel()
             pull = prior @ away
             return loglik - 0.5 * float(away @ pull), loglik, gradient - pull, information + prior
@@ -447,14 +472,18 @@ class LogisticRegression(ClassifierMixin, _Model):
         counted = complete & (weights > 0.0)
         if not self.converged_ or loglik > -1e-9 * weights[counted].sum():
             self.converged_ = False
-            warnings.warn("the likelihood has no maximum within reach: the classes may be separated", ConvergenceWarning,
-                          stacklevel=3)
+            warnings.warn(
+                "the likelihood has no maximum within reach: the classes may be separated",
+                ConvergenceWarning,
+                stacklevel=3,
+            )
         self._b, self._information = b, information
         self._started = True
         self._loglik += loglik
         self._sum_weights += float(weights[counted].sum())
         self._class_weights = self._class_weights + np.bincount(
-            codes[counted].astype(int), weights=weights[counted], minlength=k)
+            codes[counted].astype(int), weights=weights[counted], minlength=k
+        )
         self.n_missing_ += int(len(X) - (complete & ~np.isnan(weights)).sum())
         self._describe()
         return self
@@ -506,7 +535,9 @@ class LogisticRegression(ClassifierMixin, _Model):
 
     def _labels(self) -> list[str]:
         terms = self._terms()
-        return terms if len(self.classes_) == 2 else [f"{label}: {name}" for label in self.classes_[1:] for name in terms]
+        return (
+            terms if len(self.classes_) == 2 else [f"{label}: {name}" for label in self.classes_[1:] for name in terms]
+        )
 
     def _quantile(self, level: float) -> float:
         return float(stats.norm_quantile(0.5 + 0.5 * level))
@@ -515,10 +546,14 @@ class LogisticRegression(ClassifierMixin, _Model):
         ratio = 2.0 * (self.log_likelihood_ - self.null_log_likelihood_)
         df = float((~self.aliased_).sum() - (len(self.classes_) - 1) * (1 if self.fit_intercept else 0))
         return [
-            ("Cases used", number(self.n_cases_)), ("Rows left out", str(self.n_missing_)),
-            ("Log-likelihood", number(self.log_likelihood_)), ("Without predictors", number(self.null_log_likelihood_)),
-            ("Chi-square", number(ratio)), ("df", number(df)),
-            ("Significance", number(stats.chi2_sf(max(ratio, 0.0), df))), ("Steps", str(self.n_iter_)),
+            ("Cases used", number(self.n_cases_)),
+            ("Rows left out", str(self.n_missing_)),
+            ("Log-likelihood", number(self.log_likelihood_)),
+            ("Without predictors", number(self.null_log_likelihood_)),
+            ("Chi-square", number(ratio)),
+            ("df", number(df)),
+            ("Significance", number(stats.chi2_sf(max(ratio, 0.0), df))),
+            ("Steps", str(self.n_iter_)),
         ]
 
     def _notes(self) -> list[str]:
