@@ -8,7 +8,6 @@
 namespace MCXML_930::internal {
 
 using MCCommon_930::MCMV;
-using MCCommon_930::Value;
 
 namespace {
 
