@@ -46,8 +46,15 @@ install(FILES ${PROJECT_BINARY_DIR}/modelcore.pc DESTINATION ${CMAKE_INSTALL_LIB
 if(MODELCORE_BUILD_TOOLS)
   # The programs find the library beside them, wherever the package is.
   file(RELATIVE_PATH up ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
-  set_target_properties(evaluate linreg PROPERTIES INSTALL_RPATH "$ORIGIN/${up}")
-  install(TARGETS evaluate linreg RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  set_target_properties(${MODELCORE_PROGRAMS} PROPERTIES INSTALL_RPATH "$ORIGIN/${up}")
+  install(TARGETS ${MODELCORE_PROGRAMS} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  # Manual pages and completion come from the programs themselves, which only this machine's own builds can run.
+  if(NOT CMAKE_CROSSCOMPILING)
+    foreach(program IN LISTS MODELCORE_PROGRAMS)
+      install(FILES ${PROJECT_BINARY_DIR}/manual/${program}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+      install(FILES ${PROJECT_BINARY_DIR}/manual/${program} DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+    endforeach()
+  endif()
 endif()
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${CMAKE_INSTALL_DOCDIR}

@@ -36,10 +36,10 @@ TEST(Evaluate, CountsWhatAHandCounts)
     // 4 of the 8 cases are events; 2*4 + 2*(2 + 0.5) of the 4*4 pairs are in order, ties counting half.
     for (const char* const part :
          {"Rows used 5\nRows left out 2\n outcome or score is missing 1\n the frequency is missing or not positive 1\n"
-          "Cases (sum of n) 8\nEvents 4\nEvent rate % 50.0\nArea under the ROC curve 0.8125\n"
-          "Lowest and highest score -0.5 0.9\nMean of the score 0.3875000\n",
+          "Cases (sum of n) 8\nEvents 4\nEvent rate % 50.0\nArea under the ROC curve 0.8125\n",
+          "Lowest and highest score -0.5 0.9\nMean of the score 0.3875000\n", "the scores are no probabilities",
           "Mean score\n3 37.5 2 66.7 1.33 2 50.0 1.33 0.8 0.866667\n8 100.0 2 40.0 0.80 4 100.0 1.00 -0.5 0.1\n",
-          "Correct %\nyes 4 0 100.0\nother 2 2 50.0\nAll 6 2 75.0\n", "From To Events Others\n-0.5 0 0 2 ---",
+          "Correct %\nyes 2 2 50.0\nother 0 4 100.0\nAll 2 6 75.0\n", "From To Events Others\n-0.5 0 0 2 ---",
           "0 0.5 0 0\n0.5 1 4 2 ####"})
         EXPECT_NE(text.find(part), std::string::npos) << part << "\nis not in\n" << text;
 }
@@ -64,7 +64,7 @@ TEST(Evaluate, WritesADocumentAndPicturesThatReadersAccept)
                                            "--quiet", "--xml", folder.File("e.xml"), "--charts", folder.File("v")});
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(result.out + result.err, "");
-    EXPECT_EQ(folder.Count(), 4u);
+    EXPECT_EQ(folder.Count(), 6u);
     const std::string document = ReadFile(folder.File("e.xml"));
     const auto number = [&](const char* name) {
         return Number(StatisticText(document, "<StructuredData description=\"Evaluation\"", name));
@@ -72,7 +72,7 @@ TEST(Evaluate, WritesADocumentAndPicturesThatReadersAccept)
     EXPECT_EQ(number("cases"), 10090.0);
     EXPECT_EQ(number("events"), 1983.0); // grep -c ',1,' visits.csv
     EXPECT_NEAR(number("areaUnderROC"), 0.6575, 5e-5);
-    for (const char* const name : {"v-gains.svg", "v-lift.svg", "v-histogram.svg"}) {
+    for (const char* const name : {"v-gains.svg", "v-lift.svg", "v-histogram.svg", "v-roc.svg", "v-calibration.svg"}) {
         const std::string picture = ReadFile(folder.File(name));
         EXPECT_NE(picture.find("<svg xmlns=\"http://www.w3.org/2000/svg\""), std::string::npos) << name;
         EXPECT_EQ(picture.find("href"), std::string::npos) << name; // it needs nothing but itself
@@ -97,6 +97,55 @@ TEST(Evaluate, SingleScoresAndExtremeOnesHaveTables)
     }
 }
 
+// Tied scores are cut evenly: neither the order of the file nor how rows are grouped shows.
+TEST(Evaluate, TheOrderOfTiesDoesNotMatter)
+{
+    std::vector<std::string> rows;
+    for (int i = 0; i < 200; ++i) rows.push_back(std::to_string(i % 3 == 0) + ",0." + std::to_string(i % 4) + "\n");
+    const auto table = [](const std::vector<std::string>& lines) {
+        std::string text = "y,s\n";
+        for (const std::string& line : lines) text += line;
+        return Evaluate({"-", "--target", "y", "--score", "s", "--format", "json"}, text).out;
+    };
+    const std::string before = table(rows);
+    std::sort(rows.begin(), rows.end());
+    EXPECT_EQ(table(rows), before);
+    std::reverse(rows.begin(), rows.end());
+    EXPECT_EQ(table(rows), before);
+}
+
+TEST(Evaluate, SaysWhatItAssumes)
+{
+    struct Assumed {
+        const char* rows;
+        std::vector<std::string> arguments;
+        int status;
+        const char* part; ///< of what it prints
+    };
+    const Assumed cases[] = {
+        {"y,s\n1,500\n0,400\n1,600\n0,550\n",
+         {},
+         0,
+         "largest sensitivity + specificity: the scores are no probabilities"},
+        {"y,s\n1,0.7\n0,0.4\n", {}, 0, "0.5: the scores are probabilities"},
+        {"y,s\n1,500\n0,400\n",
+         {"--cutoff", "0.5"},
+         0,
+         "the cutoff 0.5 puts all cases on one side: the scores go from 400 to 500"},
+        {"y,s\n1,1\n2,2\n3,3\n", {}, 2, "has more than two values, as '1', '2', '3'; --event names the one"},
+        {"y,s\n1,1\n2,2\n3,3\n", {"--event", "3"}, 0, "all but '3' are taken as no event"},
+        {"y,s\n1,1.5\n2,2\n3,3.5\n", {"--regression"}, 0, "Mean absolute error               0.3333333"},
+        {"y,p\n1,1\n", {"--regression", "--event", "1"}, 2, "--event has no place beside it"},
+    };
+    for (const Assumed& c : cases) {
+        std::vector<std::string> arguments{"-", "--target", "y", "--score", "s"};
+        arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
+        const ProgramResult result = Evaluate(arguments, c.rows);
+        EXPECT_EQ(result.status, c.status) << result.err;
+        EXPECT_NE((result.out + result.err).find(c.part), std::string::npos) << c.part << result.out << result.err;
+    }
+}
+
 TEST(Evaluate, BadInputIsOneClearLineAndNothingIsWritten)
 {
     struct BadCase {
@@ -113,11 +162,12 @@ TEST(Evaluate, BadInputIsOneClearLineAndNothingIsWritten)
         {"y,s,n\n1,2,1\n0,1,2.5\n",
          {"--target", "y", "--score", "s", "--frequency", "n"},
          "PATH, line 3, column 3 (n): the frequency '2.5' is not a whole number"},
-        {"y,s,n\n1,2,2e9\n0,1,2e9\n",
-         {"--target", "y", "--score", "s", "--frequency", "n"},
-         "PATH: the frequencies add up to more cases than the gains table can count"},
         {"y,s\n1,2\n0\n", {"--target", "y", "--score", "s"}, "PATH, line 3: the row has 1 fields, the header 2"},
-        {"y,s\n0,2\n", {"--target", "y", "--score", "s"}, "PATH: column 'y' is never '1'"},
+        {"y,s\n0,2\n",
+         {"--target", "y", "--score", "s"},
+         "PATH: column 'y' is never '1'; it is '0'; --event names the value that the score predicts, --regression "
+         "takes "
+         "numbers"},
         {"y,s\n,2\n",
          {"--target", "y", "--score", "s"},
          "PATH: no cases are left: 1 rows, 1 with a missing value, 0 with a frequency that is missing or not positive"},

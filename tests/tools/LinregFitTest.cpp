@@ -385,11 +385,16 @@ Regression       180097882   2     90048941  238.3730     5.699e-11
 Residual           4910944  13     377764.9
 Total            185008826  15
 
+Tests of the terms
+Term  Type  Sum of squares  df         F  Significance
+GNP    III         5545585   1  14.67999      0.002079
+YEAR   III         1125196   1  2.978562      0.108047
+
 Coefficients with 99% confidence limits
-Parameter      Estimate  Std. error          t  Significance  Lower limit  Upper limit
+Parameter      Estimate  Std. error          t  Significance  Lower limit  Upper limit   Tolerance      VIF
 (Intercept)     1198708    664521.4   1.803867      0.094463    -803013.7      3200430
-GNP          0.06299296  0.01644103   3.831447      0.002079   0.01346803    0.1125179
-YEAR          -592.3834    343.2413  -1.725851      0.108047    -1626.321     441.5541
+GNP          0.06299296  0.01644103   3.831447      0.002079   0.01346803    0.1125179  0.00943069  106.037
+YEAR          -592.3834    343.2413  -1.725851      0.108047    -1626.321     441.5541  0.00943069  106.037
 )");
 }
 

@@ -8,9 +8,18 @@ namespace procedure {
 
 using MCCommon_930::MCMV;
 
-Cell ParseCell(std::string_view text, double& value)
+Cell ParseCell(std::string_view text, double& value, bool decimalComma)
 {
     if (text.empty() || text == "NA" || text == ".") return Cell::Missing;
+    if (decimalComma) {
+        if (text.find('.') != std::string_view::npos) return Cell::Text;
+        const std::size_t comma = text.find(',');
+        if (comma != std::string_view::npos) {
+            std::string number(text);
+            number[comma] = '.';
+            return number == "." ? Cell::Text : ParseCell(number, value);
+        }
+    }
     const char* begin = text.data();
     const char* const end = begin + text.size();
     if (*begin == '+' && text.size() > 1 && begin[1] != '-') ++begin; // which from_chars does not read

@@ -2,6 +2,7 @@
 
 #include "common/Cell.h"
 #include "common/Failure.h"
+#include "common/Manual.h"
 #include "common/Program.h"
 
 #include <charconv>
@@ -64,6 +65,15 @@ Value ToValue(const MCSetting& setting, const std::string& text)
         double number = 0.0;
         return ParseCell(text, number) == Cell::Number ? Value(number) : Value(text);
     }
+    case MCSetting::TypeRealList: {
+        Value list;
+        list.AssertTypeOrInvalid(Value::TypeArray);
+        for (const std::string& element : SplitCsvRow(text)) {
+            double number = 0.0;
+            list[list.Size()] = ParseCell(element, number) == Cell::Number ? Value(number) : Value(element);
+        }
+        return list;
+    }
     case MCSetting::TypeStringList: {
         Value list;
         list.AssertTypeOrInvalid(Value::TypeArray);
@@ -114,8 +124,20 @@ bool ReadCommandLine(CLI::App& app, MCSettings& settings, int argc, char** argv)
         ->type_name("FILE.json");
     app.set_version_flag("--version", std::string("modelcore ") + MCCommon_930::MCVersion::GetText());
     app.get_formatter()->column_width(26);
+    bool man = false;
+    bool completion = false;
+    app.add_flag("--man", man, "print the manual page")->group(""); // for the build, not for the help text
+    app.add_flag("--completion", completion, "print what bash needs to complete options")->group("");
 
     try {
+        for (int i = 1; i < argc; ++i) { // these two need no data
+            man = man || std::string_view(argv[i]) == "--man";
+            completion = completion || std::string_view(argv[i]) == "--completion";
+        }
+        if (man || completion) {
+            Print(man ? ManualPage(app, settings) : BashCompletion(app, settings));
+            return false;
+        }
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
         Print(app.help());
@@ -144,6 +166,10 @@ void AddFormatSettings(MCSettings& settings)
     settings.AddString("delimiter", ",", "what stands between two fields: one character, or tab (,)", "Format");
     settings.AddStringList("missing", {}, {}, 0, std::numeric_limits<int>::max(),
                            "texts that mean a missing value, besides nothing, NA and .", "Format");
+    settings.AddChoice("decimal", "point", {"point", "comma"}, "the decimal sign of numbers (point)", "Format");
+    settings.AddRule("--decimal comma wants another delimiter, such as --delimiter ';'", [](const MCSettings& all) {
+        return all.Get("decimal").GetString() == "point" || all.Get("delimiter").GetString() != ",";
+    });
     settings.AddRule("delimiter: it must be one character, no quote and no blank, or tab", [](const MCSettings& all) {
         const std::string text = all.Get("delimiter").GetString();
         return text == "tab" || (text.size() == 1 && std::string_view("\"\r\n ").find(text) == std::string_view::npos);
@@ -153,7 +179,8 @@ void AddFormatSettings(MCSettings& settings)
 CsvFormat FormatOf(const MCSettings& settings)
 {
     const std::string delimiter = settings.Get("delimiter").GetString();
-    return {delimiter == "tab" ? '\t' : delimiter.front(), settings.Find("missing")->GetStrings()};
+    return {delimiter == "tab" ? '\t' : delimiter.front(), settings.Find("missing")->GetStrings(),
+            settings.Get("decimal").GetString() == "comma"};
 }
 
 } // namespace procedure

@@ -17,6 +17,7 @@ namespace procedure {
 struct CsvFormat {
     char delimiter = ',';
     std::vector<std::string> missing; ///< besides nothing, NA and a point alone
+    bool decimalComma = false;        ///< numbers have a comma as their decimal sign
 };
 
 /// A file, or whatever standard input is. Only a regular file has a size and can be read twice.

@@ -61,7 +61,7 @@ void CsvTable::Restart()
 Cell CsvTable::Parse(std::string_view text, double& value) const
 {
     if (std::ranges::find(fFormat.missing, text) != fFormat.missing.end()) return Cell::Missing;
-    return ParseCell(text, value);
+    return ParseCell(text, value, fFormat.decimalComma);
 }
 
 double CsvTable::ReadNumber(std::size_t column, std::string_view text, const char* role) const

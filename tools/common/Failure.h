@@ -7,6 +7,7 @@
 
 namespace procedure {
 
+inline constexpr int kExitDoubtful = 1; ///< results were given, and warnings say what they lack
 inline constexpr int kExitBadInput = 2;
 inline constexpr int kExitInterrupted = 128; ///< and the number of the signal
 
@@ -21,6 +22,9 @@ class Interrupted : public std::runtime_error {
 public:
     Interrupted() : std::runtime_error("interrupted: nothing was written") {}
 };
+
+/// Thrown at the end of a run that gave results which do not stand: an iteration that did not converge, for instance.
+struct Doubtful {};
 
 /// "data.csv, line 12": lines are counted from 1 as an editor counts them, the header's included.
 inline std::string AtLine(const std::string& file, std::int64_t line)

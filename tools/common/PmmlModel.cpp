@@ -204,7 +204,10 @@ void SetPmmlHeader(MCPMMLExporter& exporter, const std::string& program)
     exporter.SetHeader("", "modelcore " + program, MCCommon_930::MCVersion::GetText(), "");
 }
 
-std::string WritePmml(const PmmlModel& given, const CsvFormat& format, InputFile& input, std::ostream& out)
+namespace {
+
+/// input: null for none.
+std::string Write(const PmmlModel& given, const CsvFormat& format, InputFile* input, std::ostream& out)
 {
     PmmlModel model = given;
     model.variables = WithMissingTexts(given.variables);
@@ -225,8 +228,8 @@ std::string WritePmml(const PmmlModel& given, const CsvFormat& format, InputFile
         exporter.AddGeneralRegression(model.model);
     }
     exporter.AddQuality(model.quality);
-    if (input.IsRegular())
-        Reader(model, format, input).Read(exporter);
+    if (input != nullptr && input->IsRegular())
+        Reader(model, format, *input).Read(exporter);
     else
         lacks = "the PMML document has neither statistics nor cases to verify it: the data cannot be read again";
     std::string problem;
@@ -235,6 +238,18 @@ std::string WritePmml(const PmmlModel& given, const CsvFormat& format, InputFile
     WriteTreeUTF8(out, nullptr, root.get(), true);
     out << '\n';
     return lacks;
+}
+
+} // namespace
+
+std::string WritePmml(const PmmlModel& model, const CsvFormat& format, InputFile& input, std::ostream& out)
+{
+    return Write(model, format, &input, out);
+}
+
+std::string WritePmml(const PmmlModel& model, std::ostream& out)
+{
+    return Write(model, {}, nullptr, out);
 }
 
 } // namespace procedure

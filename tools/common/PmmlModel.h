@@ -31,6 +31,8 @@ inline constexpr int kMaxPmmlCovariance = 300;
 ///
 /// @return  what the document lacks, a sentence for people; empty when it lacks nothing
 std::string WritePmml(const PmmlModel& model, const CsvFormat& format, InputFile& input, std::ostream& out);
+/// The same where there are no data.
+std::string WritePmml(const PmmlModel& model, std::ostream& out);
 
 /// The application that the documents name, and its version.
 void SetPmmlHeader(MCXML_930::MCPMMLExporter& exporter, const std::string& program);

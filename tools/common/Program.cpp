@@ -12,17 +12,12 @@
 
 namespace procedure {
 
-namespace {
-
-/// One line, whatever names and values the message quotes.
 void Complain(const char* name, std::string message)
 {
     for (char& c : message)
         if (static_cast<unsigned char>(c) < ' ') c = ' ';
     std::fprintf(stderr, "%s: %s\n", name, message.c_str());
 }
-
-} // namespace
 
 void Print(const std::string& text)
 {
@@ -36,6 +31,8 @@ int RunProgram(const char* name, const std::function<void()>& run)
     try {
         run();
         return 0;
+    } catch (const Doubtful&) {
+        return kExitDoubtful;
     } catch (const Interrupted& stop) {
         Complain(name, stop.what());
         return kExitInterrupted + InterruptQuery::Signal();

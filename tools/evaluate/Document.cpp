@@ -17,16 +17,33 @@ using MCXML_930::MCStatXMLUtil;
 using MCXML_930::MCVariateData;
 using MCXML_930::XMLElement;
 
-XMLElement* CreateSummary(const Evaluation& e)
+XMLElement* CreateSummary(const Options& options, const Evaluation& e)
 {
     XMLElement* const summary = MCStatXMLUtil::CreateElemStructuredData("Evaluation");
     const auto number = [](std::int64_t count) { return static_cast<double>(count); };
     summary->AddElement(MCStatXMLUtil::CreateElemCounts(number(e.counts.rows), number(e.counts.missing),
                                                         number(e.counts.noFrequency), number(e.counts.used)));
     AddStatistic(*summary, "cases", e.cases);
-    AddStatistic(*summary, "events", e.events);
-    AddStatistic(*summary, "eventRate", e.EventRate());
-    AddStatistic(*summary, "areaUnderROC", e.rocArea);
+    AddStatistic(*summary, "score", e.score);
+    if (options.regression) {
+        AddStatistic(*summary, "meanOutcome", e.meanOutcome);
+        AddStatistic(*summary, "rSquared", e.rSquared);
+        AddStatistic(*summary, "rootMeanSquareError", e.rootMeanSquare);
+        AddStatistic(*summary, "meanAbsoluteError", e.meanAbsoluteError);
+        AddStatistic(*summary, "meanError", e.meanError);
+    } else {
+        AddStatistic(*summary, "events", e.events);
+        AddStatistic(*summary, "eventRate", e.EventRate());
+        AddStatistic(*summary, "areaUnderROC", e.rocArea);
+        AddStatistic(*summary, "areaStdError", e.rocError);
+        AddStatistic(*summary, "areaLowerLimit", e.rocLower);
+        AddStatistic(*summary, "areaUpperLimit", e.rocUpper);
+        AddStatistic(*summary, "KS", e.ks);
+        AddStatistic(*summary, "brier", e.brier);
+        AddStatistic(*summary, "calibrationChiSquare", e.calibrationChiSquare);
+        AddStatistic(*summary, "calibrationSignificance", e.calibrationSignificance);
+        AddStatistic(*summary, "cutoff", e.cutoff);
+    }
     AddStatistic(*summary, "minScore", e.minScore);
     AddStatistic(*summary, "maxScore", e.maxScore);
     return summary;
@@ -45,8 +62,8 @@ XMLElement* CreateGains(const Options& options, const Evaluation& e)
     add("gain", options.target, "cumulativeShare", [&](const Segment& s) { return s.eventsSoFar / e.events; });
     add("lift", options.target, "cumulativeLift",
         [&](const Segment& s) { return e.Lift(s.eventsSoFar, s.casesSoFar); });
-    add("score", options.score, "minimum", [](const Segment& s) { return s.minScore; });
-    add("score", options.score, "mean", [](const Segment& s) { return s.meanScore; });
+    add("score", e.score, "minimum", [](const Segment& s) { return s.minScore; });
+    add("score", e.score, "mean", [](const Segment& s) { return s.meanScore; });
     return MCStatXMLUtil::CreateElemVarData(data);
 }
 
@@ -79,9 +96,9 @@ void WriteDocument(const Options& options, const Evaluation& e, std::ostream& ou
 {
     const std::unique_ptr<XMLElement> root(MCStatXMLUtil::BuildRoot());
     root->AddElement(CreateSettings(options.settings));
-    root->AddElement(CreateSummary(e));
+    root->AddElement(CreateSummary(options, e));
     root->AddElement(CreateGains(options, e));
-    root->AddElement(CreateClassification(options, e));
+    if (!options.regression) root->AddElement(CreateClassification(options, e));
     root->AddElement(CreateHistogram(e));
     MCXML_930::WriteTreeUTF8(out, nullptr, root.get(), true);
     out << '\n';

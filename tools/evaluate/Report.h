@@ -1,12 +1,11 @@
-// The results as a terminal shows them.
+// The evaluation as tables.
 #pragma once
 
 #include "Evaluation.h"
-
-#include <string>
+#include "common/Results.h"
 
 namespace evaluate {
 
-std::string FormatReport(const Options& options, const Evaluation& evaluation);
+procedure::Results Report(const Options& options, const Evaluation& evaluation);
 
 } // namespace evaluate

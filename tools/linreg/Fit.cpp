@@ -1,16 +1,18 @@
 #include "Fit.h"
 
-#include "DoubleDouble.h"
 #include "Moments.h"
 #include "Residuals.h"
 #include "common/Cell.h"
 #include "common/Failure.h"
+#include "common/Results.h"
 #include "common/TextTable.h"
 #include "common/Workers.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <optional>
+#include <utility>
 
 namespace linreg {
 
@@ -25,32 +27,51 @@ using MCMath_930::MCDistFun;
 using MCMath_930::MCMeansXProdData;
 using MCMath_930::MCSymMatrix;
 
+/// Beyond so many points a scatter plot shows cells.
+constexpr std::int64_t kMaxPoints = 4000;
+
 class Fitting {
 public:
     Fitting(const Options& options, InputFile& input, Progress& progress, MCCancelInfo& cancel)
-        : fOptions(options), fInput(input), fProgress(progress), fCancel(cancel), fDesign(options.intercept),
-          fCases(input, options, fDesign), fMoments{MCMeansXProdData(0, options.intercept)},
-          fReadings(input.IsRegular() && !options.onePass ? 2 : 1)
+        : fOptions(options), fInput(&input), fProgress(&progress), fCancel(cancel), fDesign(options.intercept),
+          fName(input.Name()), fRefines(input.IsRegular() && !options.onePass), fReadings(fRefines ? 2 : 1)
+    {
+        fCases.emplace(input, options, fDesign);
+    }
+
+    Fitting(const Options& options, Design design, Sums sums, MCCancelInfo& cancel)
+        : fOptions(options), fCancel(cancel), fDesign(std::move(design)), fName("the states"), fSums(std::move(sums)),
+          fRefines(false), fReadings(0)
     {}
 
-    Fit Run()
+    Fit Run(std::ostream* predictions, ResidualPicture* residuals)
     {
-        Accumulate();
+        const bool again = predictions != nullptr || residuals != nullptr;
+        if (again && !fInput->IsRegular())
+            throw Failure(fName + ": predictions and charts need another reading; give a file");
+        fReadings += again ? 1 : 0;
+        if (fCases) Accumulate();
+        if (!fOptions.savePath.empty()) fFit.state = SaveState(fOptions, fDesign, fSums);
+        Prepare();
         Solve();
-        if (fReadings == 2) Refine();
-        fProgress.Clear();
+        if (fRefines) Refine();
         Describe();
-        fFit.variables = fCases.Variables(fOptions);
+        if (again) Predict(predictions, residuals);
+        if (fProgress != nullptr) fProgress->Clear();
+        fFit.variables = Variables(fOptions, fDesign);
         Warn();
         return std::move(fFit);
     }
 
 private:
-    bool ReadBlock(CaseBlock& block, int reading);
+    bool ReadBlock(CaseBlock& block);
     void Accumulate();
+    void Prepare();
     void Solve();
     void Refine();
+    void Predict(std::ostream* predictions, ResidualPicture* residuals);
     void Describe();
+    void DescribeTerms();
     void DescribeVariance();
     void DescribeCovariance();
     void DescribeCoefficients();
@@ -62,17 +83,22 @@ private:
     double ResidualMeanSquare() const { return fFit.residual.meanSquare; }
 
     const Options& fOptions;
-    InputFile& fInput;
-    Progress& fProgress;
+    InputFile* fInput = nullptr; // null: there are only sums
+    Progress* fProgress = nullptr;
     MCCancelInfo& fCancel;
     Design fDesign;
-    CaseReader fCases;
-    Moments fMoments;
+    std::optional<CaseReader> fCases;
+    std::string fName; // of the data, for messages
+    Sums fSums;
+    bool fRefines;
     int fReadings;
+    int fReading = 0;             // the one that goes on
     std::int64_t fRowsBefore = 0; // of earlier readings
 
     std::vector<Parameter> fParameters; // without the intercept; parameter k is row k of fSwept
     MCSymMatrix fSwept;                 // the cross products, swept on the parameters; the target is the last row
+    MCSymMatrix fCrossProducts;         // before
+    std::vector<double> fDiagonal;      // of them
     std::vector<int> fIndependent;      // parameters that could be swept
     std::vector<DoubleDouble> fEstimates;
     std::vector<DoubleDouble> fMeans; // of each parameter's column
@@ -81,13 +107,13 @@ private:
     Fit fFit;
 };
 
-bool Fitting::ReadBlock(CaseBlock& block, int reading)
+bool Fitting::ReadBlock(CaseBlock& block)
 {
     if (fCancel.IsCancel()) throw Interrupted();
-    const bool more = fCases.NextBlock(block);
-    const auto size = static_cast<double>(fInput.Size());
-    fProgress.Show(size > 0.0 ? (reading + static_cast<double>(fInput.BytesRead()) / size) / fReadings : -1.0,
-                   fRowsBefore + fCases.Counts().rows);
+    const bool more = fCases->NextBlock(block);
+    const auto size = static_cast<double>(fInput->Size());
+    fProgress->Show(size > 0.0 ? (fReading + static_cast<double>(fInput->BytesRead()) / size) / fReadings : -1.0,
+                    fRowsBefore + fCases->Counts().rows);
     return more;
 }
 
@@ -95,30 +121,41 @@ void Fitting::Accumulate()
 {
     // A common offset of a column costs digits and carries no information beside the intercept.
     const std::vector<double> none;
-    const std::vector<double>& shift = fOptions.intercept ? fCases.FirstCase() : none;
+    const std::vector<double>& shift = fOptions.intercept ? fCases->FirstCase() : none;
+    Moments moments{MCMeansXProdData(0, fOptions.intercept)};
     FoldBlocks<CaseBlock, BlockMoments>(
-        fOptions.threads, [&](CaseBlock& block) { return ReadBlock(block, 0); },
+        fOptions.threads, [&](CaseBlock& block) { return ReadBlock(block); },
         [&](const CaseBlock& block, BlockMoments& out) { ComputeMoments(block, fOptions.intercept, shift, out); },
-        [&](const BlockMoments& out) { fMoments.Append(out); });
+        [&](const BlockMoments& out) { moments.Append(out); });
 
-    const CaseCounts& counts = fCases.Counts();
+    const CaseCounts& counts = fCases->Counts();
     if (counts.used == 0)
-        throw Failure(fInput.Name() + ": no cases are left: " + std::to_string(counts.rows) + " rows, " +
+        throw Failure(fName + ": no cases are left: " + std::to_string(counts.rows) + " rows, " +
                       std::to_string(counts.missing) + " with a missing value, " + std::to_string(counts.unweighted) +
                       " with a weight that is missing or not positive");
     fRowsBefore = counts.rows;
-    fFit.counts = counts;
-    fFit.nCases = fMoments.frequencies;
-    fFit.sumOfWeights = fMoments.products.GetNCases();
-    if (fFit.nCases < fDesign.NDeterminable())
-        throw Failure(fInput.Name() + ": fewer cases than parameters: " + std::to_string(counts.used) +
-                      " rows can be used for " + std::to_string(fDesign.NDeterminable()) + " parameters");
+    fSums.counts = counts;
+    fSums.frequencies = moments.frequencies;
+    fSums.weights = moments.products.GetNCases();
+    fSums.shift = shift;
+    fSums.means = moments.products.GetMeans();
+    fSums.products = moments.products.GetXProds();
+}
 
+// Levels, parameters and means, once all sums are there.
+void Fitting::Prepare()
+{
+    fFit.counts = fSums.counts;
+    fFit.nCases = fSums.frequencies;
+    fFit.sumOfWeights = fSums.weights;
     fDesign.FinishLevels(fOptions.references);
+    if (fFit.nCases < fDesign.NDeterminable())
+        throw Failure(fName + ": fewer cases than parameters: " + std::to_string(fSums.counts.used) +
+                      " rows can be used for " + std::to_string(fDesign.NDeterminable()) + " parameters");
     fParameters = fDesign.Parameters();
     if (fOptions.intercept) fParameters.erase(fParameters.begin());
     const auto mean = [&](int column) {
-        return ExactSum(fMoments.products.GetMeans()[At(column)], At(column) < shift.size() ? shift[At(column)] : 0.0);
+        return ExactSum(fSums.means[At(column)], At(column) < fSums.shift.size() ? fSums.shift[At(column)] : 0.0);
     };
     fTargetMean = mean(0);
     for (const Parameter& parameter : fParameters) fMeans.push_back(mean(parameter.column));
@@ -129,7 +166,7 @@ void Fitting::RefuseOverflow() const
     const int target = fSwept.GetNRows() - 1;
     for (int k = 0; k <= target; ++k) {
         if (std::isfinite(fSwept.GetElem(k, k))) continue;
-        throw Failure(fInput.Name() + ": column '" + (k == target ? fOptions.target : fParameters[At(k)].field) +
+        throw Failure(fName + ": column '" + (k == target ? fOptions.target : fParameters[At(k)].field) +
                       "' has numbers too large to be squared and summed");
     }
 }
@@ -140,11 +177,12 @@ void Fitting::Solve()
     std::vector<int> positions(fParameters.size() + 1);
     positions[0] = target;
     for (int k = 0; k < target; ++k) positions[At(fParameters[At(k)].column)] = k;
-    fSwept = fMoments.products.GetXProds();
+    fSwept = fSums.products;
     fSwept.Expand(positions, target + 1);
     RefuseOverflow();
+    fCrossProducts = fSwept;
 
-    std::vector<double> diagonal;
+    std::vector<double>& diagonal = fDiagonal;
     fSwept.GetDiagonal(diagonal);
     fFit.total.sumOfSquares = diagonal[At(target)];
     MCBitSet swept(target + 1);
@@ -178,14 +216,16 @@ void Fitting::Refine()
     at.coefficients.resize(At(fDesign.NColumns()));
     for (const int k : fIndependent) at.coefficients[At(fParameters[At(k)].column)] = fEstimates[At(k)].high;
 
-    fCases.Restart();
+    fCases->Restart();
+    ++fReading;
     ResidualSums sums;
     FoldBlocks<CaseBlock, ResidualSums>(
-        fOptions.threads, [&](CaseBlock& block) { return ReadBlock(block, 1); },
+        fOptions.threads, [&](CaseBlock& block) { return ReadBlock(block); },
         [&](const CaseBlock& block, ResidualSums& out) { ComputeResiduals(block, at, out); },
         [&](const ResidualSums& out) { sums.Append(out); });
-    if (fCases.Counts() != fFit.counts) throw Failure(fInput.Name() + ": the file was changed while it was being read");
+    if (fCases->Counts() != fFit.counts) throw Failure(fName + ": the file was changed while it was being read");
     fFit.residualsWereRead = true;
+    fRowsBefore += fCases->Counts().rows;
 
     // The means that were subtracted are rounded: r and y hold what is left of them.
     const double weight = fFit.sumOfWeights;
@@ -223,6 +263,22 @@ void Fitting::Describe()
     DescribeVariance();
     DescribeCovariance();
     DescribeCoefficients();
+    DescribeTerms();
+}
+
+void Fitting::DescribeTerms()
+{
+    std::vector<double> estimates;
+    for (const DoubleDouble& estimate : fEstimates) estimates.push_back(estimate.Rounded());
+    const SweptModel swept{fDesign,      fParameters, fSwept,    &fCrossProducts,
+                           fIndependent, estimates,   fDiagonal, fOptions.tolerance};
+    for (TermTest& test : TestTerms(swept)) {
+        TermLine& line = fFit.terms.emplace_back();
+        line.test = std::move(test);
+        if (!(line.test.df > 0.0) || !(ResidualMeanSquare() > 0.0)) continue; // missing is below 0
+        line.f = line.test.sum / line.test.df / ResidualMeanSquare();
+        line.significance = MCDistFun::SigF(line.f, line.test.df, fFit.residual.df);
+    }
 }
 
 void SetMeanSquare(VarianceSource& source)
@@ -290,6 +346,7 @@ void Fitting::DescribeCoefficients()
     for (const int k : fIndependent) {
         fFit.coefficients[At(k) + first].aliased = false;
         fFit.coefficients[At(k) + first].estimate = fEstimates[At(k)].Rounded();
+        fFit.coefficients[At(k) + first].tolerance = std::min(1.0, 1.0 / (Inverse(k, k) * fDiagonal[At(k)]));
     }
     if (fFit.covariance.GetNRows() == 0) return;
 
@@ -310,6 +367,21 @@ void Fitting::DescribeCoefficients()
 
 void Fitting::Warn()
 {
+    // The inverse is not refined: it has the digits of the cross products less those that collinearity costs.
+    constexpr double kDigitsShown = 7.0;
+    double least = kDigitsShown;
+    std::string worst;
+    for (const Coefficient& c : fFit.coefficients) {
+        if (MCMV::IsMissing(c.tolerance)) continue;
+        const double digits = std::floor(std::log10(c.tolerance / 1e-15));
+        if (digits < least) {
+            least = digits;
+            worst = c.parameter.Name();
+        }
+    }
+    if (least < kDigitsShown)
+        fFit.warnings.push_back("standard errors and tests have about " + FormatCount(std::max(0.0, least)) +
+                                " correct digits: " + Printable(worst) + " nearly depends on other predictors");
     for (const Predictor& p : fDesign.Predictors())
         if (p.IsSuspicious())
             fFit.warnings.push_back(Printable(p.name) + " was taken as a factor because its first value is " +
@@ -318,11 +390,184 @@ void Fitting::Warn()
                                     " values are numbers; --missing says what means a missing value");
 }
 
+// ---------------------------------------------------------------------------------------------------------------------
+// Predictions
+
+/// A block of predictions: lines of the output, and points for the charts.
+struct Predicted {
+    std::string lines;
+    std::vector<double> fitted, residuals, frequencies;
+};
+
+/// What a prediction and its error are made of. Columns of covariates are taken from their means, so that common
+/// offsets cost no digits; those of factors as they are, most of which are 0.
+struct RowPredictor {
+    RowPredictor(int nColumns, std::size_t nValues)
+        : coefficients(At(nColumns)), rows(At(nColumns), -1), centres(nValues)
+    {}
+
+    double intercept = 0.0; // at the centres
+    double meanSquare = MCMV::Missing();
+    double quantile = MCMV::Missing();
+    bool hasIntercept = true;
+    MCSymMatrix inverse; // of the cross products: the intercept at the centres first
+    std::vector<double> coefficients;
+    std::vector<int> rows; // of inverse, by column; -1: no estimate
+    std::vector<double> centres;
+
+    void Run(const CaseBlock& block, Predicted& out) const
+    {
+        const std::size_t n = At(block.cases);
+        std::vector<double> fitted(n), leverage(n);
+        const std::size_t nValues = n == 0 ? 0 : block.values.size() / n;
+        const std::size_t nCells = n == 0 ? 0 : block.cellColumns.size() / n;
+        std::vector<std::pair<int, double>> row; // of inverse
+        out.fitted.clear();
+        out.residuals.clear();
+        out.frequencies.clear();
+        for (std::size_t i = 0; i < n; ++i) {
+            DoubleDouble sum{intercept};
+            row.clear();
+            if (hasIntercept) row.emplace_back(0, 1.0);
+            const auto add = [&](std::size_t column, double x) {
+                if (rows[column] < 0 || x == 0.0) return;
+                sum += ExactProduct(coefficients[column], x);
+                row.emplace_back(rows[column], x);
+            };
+            for (std::size_t j = 1; j < nValues; ++j) add(j, block.values[i * nValues + j] - centres[j]);
+            for (std::size_t c = i * nCells; c < (i + 1) * nCells; ++c)
+                add(At(block.cellColumns[c]), block.CellValue(c));
+            fitted[i] = sum.Rounded();
+            double quadratic = 0.0;
+            for (std::size_t a = 0; a < row.size(); ++a) {
+                double part = 0.5 * row[a].second * inverse.GetElem(row[a].first, row[a].first);
+                for (std::size_t b = 0; b < a; ++b)
+                    part += row[b].second *
+                            inverse.GetElem(std::max(row[a].first, row[b].first), std::min(row[a].first, row[b].first));
+                quadratic += 2.0 * part * row[a].second;
+            }
+            leverage[i] = std::max(0.0, quadratic);
+            const double target = block.values[i * nValues];
+            const double weight = block.Frequency(i) * block.Weight(i);
+            if (MCMV::IsMissing(target) || !(block.Frequency(i) > 0.0) || !(weight > 0.0)) continue;
+            out.fitted.push_back(fitted[i]);
+            out.residuals.push_back(target - fitted[i]);
+            out.frequencies.push_back(block.Frequency(i));
+        }
+        out.lines.clear();
+        for (std::size_t r = 0; r < block.caseOfRow.size(); ++r) {
+            out.lines += block.rowTexts[r];
+            const int place = block.caseOfRow[r];
+            if (place < 0) {
+                out.lines += ",,,,,,\n";
+                continue;
+            }
+            const auto i = At(place);
+            const double target = block.values[i * nValues];
+            const double error = MCMV::IsMissing(meanSquare) ? meanSquare : std::sqrt(meanSquare * leverage[i]);
+            const double margin =
+                MCMV::IsMissing(error) || MCMV::IsMissing(quantile) ? MCMV::Missing() : quantile * error;
+            const double weight = block.Weight(i);
+            const double numbers[] = {fitted[i],
+                                      MCMV::IsMissing(target) ? MCMV::Missing() : target - fitted[i],
+                                      error,
+                                      MCMV::IsMissing(margin) ? margin : fitted[i] - margin,
+                                      MCMV::IsMissing(margin) ? margin : fitted[i] + margin,
+                                      weight > 0.0 ? leverage[i] * weight : MCMV::Missing()};
+            for (const double number : numbers) out.lines.append(",").append(CsvNumber(number));
+            out.lines += '\n';
+        }
+    }
+};
+
+void Fitting::Predict(std::ostream* predictions, ResidualPicture* residuals)
+{
+    fCases->RestartForPredictions();
+    ++fReading;
+    const auto nValues = static_cast<std::size_t>(1 + fDesign.CovariateTerms().size());
+    RowPredictor model(fDesign.NColumns(), nValues);
+    model.hasIntercept = fOptions.intercept;
+    model.meanSquare = ResidualMeanSquare();
+    if (fFit.residual.df > 0.0)
+        model.quantile = MCDistFun::IdfT(0.5 + 0.5 * fOptions.level, fFit.residual.df, 1e-12, 1e-20);
+    const int first = fOptions.intercept ? 1 : 0;
+    const int rank = static_cast<int>(fIndependent.size());
+    DoubleDouble intercept = Intercept();
+    std::vector<double> rest(At(rank)); // means of the columns that are not taken from theirs
+    for (int i = 0; i < rank; ++i) {
+        const int k = fIndependent[At(i)];
+        const auto column = At(fParameters[At(k)].column);
+        model.coefficients[column] = fEstimates[At(k)].Rounded();
+        model.rows[column] = i + first;
+        const bool centred = fOptions.intercept && column < nValues;
+        if (!centred) rest[At(i)] = fMeans[At(k)].Rounded();
+        if (!centred) continue;
+        model.centres[column] = fMeans[At(k)].Rounded();
+        intercept += ExactProduct(model.coefficients[column], model.centres[column]);
+    }
+    model.intercept = intercept.Rounded();
+    model.inverse.SetNRows(rank + first);
+    for (int i = 0; i < rank; ++i)
+        for (int j = 0; j <= i; ++j)
+            model.inverse.SetElem(i + first, j + first, Inverse(fIndependent[At(i)], fIndependent[At(j)]));
+    if (fOptions.intercept) {
+        double variance = 1.0 / fFit.sumOfWeights;
+        for (int i = 0; i < rank; ++i) {
+            double sum = 0.0;
+            for (int j = 0; j < rank; ++j) sum += rest[At(j)] * Inverse(fIndependent[At(i)], fIndependent[At(j)]);
+            model.inverse.SetElem(i + 1, 0, -sum);
+            variance += sum * rest[At(i)];
+        }
+        model.inverse.SetElem(0, 0, variance);
+    }
+
+    std::vector<std::string> names = fCases->RepeatedColumns();
+    if (predictions != nullptr) {
+        std::string header;
+        for (const std::string& name : names) header.append(header.empty() ? "" : ",").append(CsvField(name));
+        for (const char* const word : {"prediction", "residual", "stdError", "lower", "upper", "leverage"}) {
+            std::string name = word;
+            while (std::ranges::find(names, name) != names.end()) name += '_';
+            header.append(",").append(name);
+        }
+        *predictions << header << '\n';
+    }
+    const double spread = MCMV::IsMissing(ResidualMeanSquare()) ? 0.0 : std::sqrt(ResidualMeanSquare());
+    if (residuals != nullptr && fFit.counts.used > kMaxPoints && spread > 0.0) {
+        // Nearly all fitted values and residuals; cells keep their mean points, so that the others show where they are.
+        const double mean = fTargetMean.Rounded();
+        const double deviation = std::sqrt(fFit.regression.sumOfSquares / fFit.sumOfWeights);
+        residuals->points = MCMath_930::MCScatterPlotData(mean - 4.0 * deviation, mean + 4.0 * deviation, 120,
+                                                          -6.0 * spread, 6.0 * spread, 80);
+    }
+    FoldBlocks<CaseBlock, Predicted>(
+        fOptions.threads, [&](CaseBlock& block) { return ReadBlock(block); },
+        [&](const CaseBlock& block, Predicted& out) { model.Run(block, out); },
+        [&](const Predicted& out) {
+            if (predictions != nullptr) *predictions << out.lines;
+            if (residuals == nullptr) return;
+            for (std::size_t i = 0; i < out.fitted.size(); ++i) {
+                residuals->points.UpdateData(out.frequencies[i], 1.0, out.fitted[i], out.residuals[i]);
+                residuals->residuals.Update(out.residuals[i], out.frequencies[i]);
+                ++residuals->cases;
+            }
+        });
+}
+
 } // namespace
 
-Fit FitModel(const Options& options, InputFile& input, Progress& progress, MCCancelInfo& cancel)
+Fit FitModel(const Options& options, InputFile& input, Progress& progress, MCCancelInfo& cancel,
+             std::ostream* predictions, ResidualPicture* residuals)
 {
-    return Fitting(options, input, progress, cancel).Run();
+    return Fitting(options, input, progress, cancel).Run(predictions, residuals);
+}
+
+Fit FitStates(Options& options, MCCancelInfo& cancel)
+{
+    Design design(true);
+    Sums sums;
+    LoadStates(options.inputs, options, design, sums);
+    return Fitting(options, std::move(design), std::move(sums), cancel).Run(nullptr, nullptr);
 }
 
 } // namespace linreg

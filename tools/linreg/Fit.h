@@ -3,26 +3,34 @@
 
 #include "modelcore/modelcore.h"
 
-#include "CaseReader.h"
-#include "Design.h"
+#include "Options.h"
+#include "Partial.h"
+#include "common/DoubleDouble.h"
 #include "common/Progress.h"
+#include "model/CaseReader.h"
+#include "model/Coefficient.h"
+#include "model/TermTests.h"
 
+#include <cstddef>
+#include <ostream>
 #include <string>
 #include <vector>
 
 namespace linreg {
 
-/// A coefficient with what is known about it. Numbers that do not exist are missing: all but the parameter for one that
-/// is aliased, everything but the estimate when no degrees of freedom are left.
-struct Coefficient {
-    Parameter parameter;
-    bool aliased = false;
-    double estimate = MCCommon_930::MCMV::Missing();
-    double stdError = MCCommon_930::MCMV::Missing();
-    double t = MCCommon_930::MCMV::Missing();
-    double significance = MCCommon_930::MCMV::Missing(); ///< two-sided
-    double lower = MCCommon_930::MCMV::Missing();
-    double upper = MCCommon_930::MCMV::Missing();
+using namespace model;
+
+/// The joint test of a term. Missing: nothing to test, or no degrees of freedom left.
+struct TermLine {
+    TermTest test;
+    double f = MCCommon_930::MCMV::Missing();
+    double significance = MCCommon_930::MCMV::Missing();
+
+    /// "III", "II" or nothing: see TestTerms.
+    const char* TypeText() const
+    {
+        return test.kind == TermTest::Kind::TypeThree ? "III" : test.kind == TermTest::Kind::TypeTwo ? "II" : "";
+    }
 };
 
 /// A line of the analysis of variance.
@@ -30,6 +38,13 @@ struct VarianceSource {
     double sumOfSquares = 0.0;
     double df = 0.0;
     double meanSquare = MCCommon_930::MCMV::Missing(); ///< missing without degrees of freedom
+};
+
+/// What the charts of residuals show, in memory that does not grow with the cases.
+struct ResidualPicture {
+    MCMath_930::MCScatterPlotData points; ///< fitted value and residual; cells when there are many
+    MCMath_930::MCQuantileSketch residuals;
+    std::size_t cases = 0;
 };
 
 struct Fit {
@@ -49,14 +64,22 @@ struct Fit {
     double adjustedRSquared = MCCommon_930::MCMV::Missing();
     double stdErrorOfEstimate = MCCommon_930::MCMV::Missing();
 
+    std::vector<TermLine> terms;
     std::vector<Coefficient> coefficients;
     std::vector<int> estimated;         ///< positions in coefficients of those that are not aliased
     MCMath_930::MCSymMatrix covariance; ///< of the estimates that these are; order 0 without degrees of freedom
+    MCXML_930::JsonObject state;        ///< for other runs; null unless options ask for it
 };
 
-/// Reads the cases, twice if the input allows it, and fits the model. Throws Failure for data that determine no model
+/// Reads the cases, twice if the input allows it, and fits the model. With predictions or charts they are read once
+/// more: those go to predictions, and what the charts show to residuals. Throws Failure for data that determine no model
 /// and Interrupted when the user stops it.
 Fit FitModel(const Options& options, procedure::InputFile& input, procedure::Progress& progress,
-             MCMath_930::MCCancelInfo& cancel);
+             MCMath_930::MCCancelInfo& cancel, std::ostream* predictions = nullptr,
+             ResidualPicture* residuals = nullptr);
+
+/// Fits the model of saved states; options learn from them what it is. The results are those of one reading of all data, to
+/// about 1e-13.
+Fit FitStates(Options& options, MCMath_930::MCCancelInfo& cancel);
 
 } // namespace linreg

@@ -1,13 +1,15 @@
 // The first reading: means and cross products of blocks of cases.
 #pragma once
 
-#include "CaseReader.h"
+#include "model/CaseReader.h"
 
 #include "modelcore/modelcore.h"
 
 #include <vector>
 
 namespace linreg {
+
+using namespace model;
 
 /// What one block gives, with the room to compute it in.
 struct BlockMoments {

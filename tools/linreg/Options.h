@@ -1,9 +1,8 @@
 // The command line.
 #pragma once
 
-#include "common/CsvReader.h"
-
-#include "modelcore/modelcore.h"
+#include "common/Outputs.h"
+#include "model/Options.h"
 
 #include <optional>
 #include <string>
@@ -11,27 +10,18 @@
 
 namespace linreg {
 
-struct Options {
-    MCXML_930::MCSettings settings; ///< all of what follows down to quiet, as the document shows it
-    std::string target;
-    std::optional<std::vector<std::string>> predictors; ///< absent: every column without another role
-    std::vector<std::string> factors;
-    std::vector<std::string>
-        references;        ///< "first", "last", "most-frequent", each maybe behind "FACTOR="; "FACTOR=LEVEL"
-    std::string frequency; ///< empty: every case counts once
-    std::string weight;    ///< empty: every case weighs the same
-    procedure::CsvFormat format;
-    bool intercept = true;
-    double tolerance = 1e-8;
-    double level = 0.95;
+struct Options : model::ModelOptions {
     bool onePass = false;
-    int threads = 1;
 
-    bool quiet = false;
-    std::string dataPath;             ///< "-" is standard input
-    std::string xmlPath;              ///< empty: no document
+    procedure::OutputOptions output;
+    std::vector<std::string> inputs;  ///< one data file, or saved states; "-" is standard input
+    bool merge = false;               ///< the inputs are saved states
+    std::string savePath;             ///< empty: the state is not saved
+    std::string dataPath;             ///< the first of them
     std::string pmmlPath;             ///< empty: no PMML document
     std::string pmmlForm = "general"; ///< or regression
+    std::string predictionsPath;      ///< empty: no predictions
+    std::string chartPath;            ///< how the paths of the charts begin; empty: no charts
 };
 
 /// Reads the command line. Throws Failure for a bad one; nothing comes back when it asked for the help text only, which

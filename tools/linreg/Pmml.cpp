@@ -1,7 +1,8 @@
 #include "Pmml.h"
 
+#include "model/Coefficient.h"
+
 #include <filesystem>
-#include <map>
 #include <string>
 
 namespace linreg {
@@ -16,26 +17,13 @@ PmmlModel MakePmmlModel(const Options& options, const Fit& fit)
     pmml.variables = fit.variables;
     pmml.asRegression = options.pmmlForm == "regression";
     pmml.frequency = options.frequency;
-    MCPMMLGeneralRegression& model = pmml.model;
-    model.algorithm = "least squares";
-    model.target = options.target;
-    model.residualDF = fit.residual.df;
-    model.covariance = fit.covariance;
+    MCPMMLGeneralRegression& regression = pmml.model;
+    regression.algorithm = "least squares";
+    regression.target = options.target;
+    regression.residualDF = fit.residual.df;
+    regression.covariance = fit.covariance;
 
-    std::map<std::string, std::size_t> levels; // of each factor, in the order of its categories
-    for (const Coefficient& coefficient : fit.coefficients) {
-        const Parameter& parameter = coefficient.parameter;
-        MCPMMLTerm term(parameter.Name());
-        if (parameter.kind == Parameter::Kind::Covariate) term.TimesField(parameter.field);
-        if (parameter.kind == Parameter::Kind::Level) {
-            const auto* const factor = dynamic_cast<const MCCategoricalVariable*>(fit.variables.Get(parameter.field));
-            term.TimesLevel(parameter.field, factor->GetCategories()[levels[parameter.field]++].value);
-        }
-        if (parameter.reference) continue; // nothing is added for the level that the others are compared with
-        model.coefficients.push_back(
-            {static_cast<int>(model.terms.size()), coefficient.estimate, -1, coefficient.aliased});
-        model.terms.push_back(term);
-    }
+    model::AddPmmlTerms(fit.coefficients, fit.variables, regression);
 
     MCPMMLQuality& quality = pmml.quality;
     quality.dataName = std::filesystem::path(options.dataPath).filename().string();

@@ -1,79 +1,60 @@
 #include "Report.h"
 
 #include "common/TextTable.h"
+#include "model/Report.h"
 
 #include <algorithm>
 
 namespace linreg {
 
-namespace {
-
 using namespace procedure;
 using MCCommon_930::MCMV;
 
-std::string FormatSummary(const Options& options, const Fit& fit)
+Results Report(const Options& options, const Fit& fit)
 {
-    const CaseCounts& counts = fit.counts;
-    TextTable table;
-    table.AddRow({"Cases used", std::to_string(counts.used)});
-    table.AddRow({"Cases left out", std::to_string(counts.rows - counts.used)});
-    table.AddRow({"  a value is missing", std::to_string(counts.missing)});
-    if (!options.frequency.empty() || !options.weight.empty())
-        table.AddRow({"  a weight is missing or not positive", std::to_string(counts.unweighted)});
-    if (!options.frequency.empty())
-        table.AddRow({"Sum of frequency weights (" + Printable(options.frequency) + ")", FormatCount(fit.nCases)});
-    if (!options.weight.empty())
-        table.AddRow({"Sum of case weights (" + Printable(options.weight) + ")", FormatCount(fit.sumOfWeights)});
-    table.AddRow({"R squared", FormatNumber(fit.rSquared)});
-    table.AddRow({"Adjusted R squared", FormatNumber(fit.adjustedRSquared)});
-    table.AddRow({"Standard error of the estimate", FormatNumber(fit.stdErrorOfEstimate)});
-    return table.Format();
-}
+    Results results("linreg", "Linear regression of " + Printable(options.target));
+    ResultList& summary = results.AddList("model");
+    model::AddCounts(options, fit.counts, fit.nCases, fit.sumOfWeights, summary);
+    summary.Add("rSquared", "R squared", fit.rSquared);
+    summary.Add("adjustedRSquared", "Adjusted R squared", fit.adjustedRSquared);
+    summary.Add("stdErrorOfEstimate", "Standard error of the estimate", fit.stdErrorOfEstimate);
+    model::AddVariables(fit.variables, results);
 
-std::string FormatVariance(const Fit& fit)
-{
-    TextTable table;
-    table.AddRow({"Source", "Sum of squares", "df", "Mean square", "F", "Significance"});
-    table.AddRow({"Regression", FormatNumber(fit.regression.sumOfSquares), FormatCount(fit.regression.df),
-                  FormatNumber(fit.regression.meanSquare), FormatNumber(fit.f), FormatSignificance(fit.significance)});
-    table.AddRow({"Residual", FormatNumber(fit.residual.sumOfSquares), FormatCount(fit.residual.df),
-                  FormatNumber(fit.residual.meanSquare)});
-    table.AddRow({"Total", FormatNumber(fit.total.sumOfSquares), FormatCount(fit.total.df)});
-    return table.Format();
-}
+    ResultTable& variance =
+        results.AddTable("analysisOfVariance",
+                         options.intercept ? "Analysis of variance" : "Analysis of variance (about zero: no intercept)",
+                         {{"source", "Source"},
+                          {"sumOfSquares", "Sum of squares"},
+                          {"df", "df", FormatCount},
+                          {"meanSquare", "Mean square"},
+                          {"f", "F"},
+                          {"significance", "Significance", FormatSignificance}});
+    variance.rows = {{"Regression", fit.regression.sumOfSquares, fit.regression.df, fit.regression.meanSquare, fit.f,
+                      fit.significance},
+                     {"Residual", fit.residual.sumOfSquares, fit.residual.df, fit.residual.meanSquare},
+                     {"Total", fit.total.sumOfSquares, fit.total.df}};
 
-std::string FormatCoefficients(const Fit& fit)
-{
-    TextTable table;
-    table.AddRow({"Parameter", "Estimate", "Std. error", "t", "Significance", "Lower limit", "Upper limit"});
-    for (const Coefficient& c : fit.coefficients) {
-        const std::string name = Printable(c.parameter.Name());
-        if (c.aliased || c.parameter.reference)
-            table.AddRow({name, c.aliased ? "aliased" : "reference"});
-        else
-            table.AddRow({name, FormatNumber(c.estimate), FormatNumber(c.stdError), FormatNumber(c.t),
-                          FormatSignificance(c.significance), FormatNumber(c.lower), FormatNumber(c.upper)});
+    if (!fit.terms.empty()) {
+        ResultTable& terms = results.AddTable("terms", "Tests of the terms",
+                                              {{"term", "Term"},
+                                               {"type", "Type"},
+                                               {"sumOfSquares", "Sum of squares"},
+                                               {"df", "df", FormatCount},
+                                               {"f", "F"},
+                                               {"significance", "Significance", FormatSignificance}});
+        for (const TermLine& line : fit.terms)
+            terms.rows.push_back(
+                {line.test.name, std::string(line.TypeText()), line.test.sum, line.test.df, line.f, line.significance});
+        model::AddTestNotes(
+            std::ranges::any_of(fit.terms,
+                                [](const TermLine& line) { return line.test.kind == TermTest::Kind::TypeTwo; }),
+            terms);
     }
-    return table.Format();
-}
-
-} // namespace
-
-std::string FormatReport(const Options& options, const Fit& fit)
-{
-    std::string text = "Linear regression of " + Printable(options.target) + "\n\n";
-    text += FormatSummary(options, fit);
-    text += '\n';
-    text += FormatVariables(fit.variables);
-    text += options.intercept ? "\nAnalysis of variance\n" : "\nAnalysis of variance (about zero: no intercept)\n";
-    text += FormatVariance(fit);
-    text += "\nCoefficients with " + FormatShort(100.0 * options.level) + "% confidence limits\n";
-    text += FormatCoefficients(fit);
-    if (std::ranges::any_of(fit.coefficients, &Coefficient::aliased))
-        text += "\naliased: determined by the parameters above it, to within the tolerance " +
-                FormatShort(options.tolerance) + "\n";
-    if (MCMV::IsMissing(fit.residual.meanSquare)) text += "\n. : no degrees of freedom are left for the residual\n";
-    return text;
+    model::AddCoefficients(options, fit.coefficients, "t", false, results);
+    if (MCMV::IsMissing(fit.residual.meanSquare))
+        results.AddList("").notes.push_back(". : no degrees of freedom are left for the residual");
+    results.SetMain("coefficients");
+    return results;
 }
 
 } // namespace linreg

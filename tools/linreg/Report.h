@@ -1,14 +1,13 @@
-// The fit as a table for people.
+// The fit as tables.
 #pragma once
 
 #include "Fit.h"
 #include "Options.h"
-
-#include <string>
+#include "common/Results.h"
 
 namespace linreg {
 
-/// The whole printed output. Numbers have seven significant digits; "." stands for one that does not exist.
-std::string FormatReport(const Options& options, const Fit& fit);
+/// All that is printed. Numbers have seven significant digits on the terminal; "." stands for one that does not exist.
+procedure::Results Report(const Options& options, const Fit& fit);
 
 } // namespace linreg

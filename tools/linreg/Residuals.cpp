@@ -4,22 +4,26 @@
 
 namespace linreg {
 
+using namespace procedure;
+
 void ComputeResiduals(const CaseBlock& block, const Prediction& at, ResidualSums& out)
 {
     const std::size_t nValues = block.values.size() / At(block.cases);
-    const std::size_t nFactors = block.levelColumns.size() / At(block.cases);
+    const std::size_t nCells = block.cellColumns.size() / At(block.cases);
     out.r = out.rr = out.y = out.yy = {};
     out.rx.assign(at.coefficients.size(), {});
     for (std::size_t i = 0; i < At(block.cases); ++i) {
         const double* const values = block.values.data() + i * nValues;
-        const int* const levels = block.levelColumns.data() + i * nFactors;
         const DoubleDouble target{values[0]};
         DoubleDouble residual = target - at.intercept;
         for (std::size_t j = 1; j < nValues; ++j) residual += -ExactProduct(at.coefficients[j], values[j]);
-        for (std::size_t f = 0; f < nFactors; ++f) residual += {-at.coefficients[At(levels[f])]};
+        for (std::size_t c = i * nCells; c < (i + 1) * nCells; ++c) {
+            const double coefficient = at.coefficients[At(block.cellColumns[c])];
+            residual +=
+                block.cellValues.empty() ? DoubleDouble{-coefficient} : -ExactProduct(coefficient, block.cellValues[c]);
+        }
 
-        const double weight =
-            (block.frequencies.empty() ? 1.0 : block.frequencies[i]) * (block.weights.empty() ? 1.0 : block.weights[i]);
+        const double weight = block.Frequency(i) * block.Weight(i);
         const DoubleDouble y = target - at.centre;
         const DoubleDouble weighted = residual * weight;
         out.r += weighted;
@@ -27,7 +31,8 @@ void ComputeResiduals(const CaseBlock& block, const Prediction& at, ResidualSums
         out.y += y * weight;
         out.yy += y * weight * y;
         for (std::size_t j = 1; j < nValues; ++j) out.rx[j] += weighted * values[j];
-        for (std::size_t f = 0; f < nFactors; ++f) out.rx[At(levels[f])] += weighted;
+        for (std::size_t c = i * nCells; c < (i + 1) * nCells; ++c)
+            out.rx[At(block.cellColumns[c])] += block.cellValues.empty() ? weighted : weighted * block.cellValues[c];
     }
 }
 

@@ -1,12 +1,15 @@
 // The second reading: residuals of blocks of cases, in twice the digits of a double.
 #pragma once
 
-#include "CaseReader.h"
-#include "DoubleDouble.h"
+#include "common/DoubleDouble.h"
+#include "model/CaseReader.h"
 
 #include <vector>
 
 namespace linreg {
+
+using namespace model;
+using procedure::DoubleDouble;
 
 /// Sums over cases of weight w and residual r; y is the target less its mean (or as it is, without an intercept) and x
 /// a design column.

@@ -1,21 +1,14 @@
 // linreg: fits a linear regression to the columns of a CSV file.
+#include "Charts.h"
 #include "Document.h"
 #include "Fit.h"
 #include "Options.h"
 #include "Pmml.h"
 #include "Report.h"
-#include "common/Failure.h"
-#include "common/OutputFile.h"
 #include "common/Program.h"
 #include "common/Progress.h"
 
-#include <cstdio>
-#include <filesystem>
 #include <optional>
-#include <string>
-#include <system_error>
-
-#include <unistd.h>
 
 namespace linreg {
 
@@ -23,39 +16,51 @@ using namespace procedure;
 
 namespace {
 
-void Run(const Options& options)
+void Run(Options options)
 {
-    std::error_code none;
-    for (const std::string& path : {options.xmlPath, options.pmmlPath})
-        if (std::filesystem::equivalent(options.dataPath, path, none))
-            throw Failure(path + ": the document would replace the data");
-
     InterruptQuery interrupt;
     MCMath_930::MCCancelInfo cancel(&interrupt);
-    std::optional<OutputFile> document;
-    if (!options.xmlPath.empty()) document.emplace(options.xmlPath);
-    std::optional<OutputFile> pmml;
-    if (!options.pmmlPath.empty()) pmml.emplace(options.pmmlPath);
-    if (document && pmml && document->IsSameFile(*pmml))
-        throw Failure(pmml->Path() + ": two results would be written to it");
-
-    Progress progress(!options.quiet && isatty(STDERR_FILENO) == 1);
-    InputFile input(options.dataPath, cancel);
-    Fit fit = FitModel(options, input, progress, cancel);
-
-    // Everything that can fail is done before anything appears: a run gives both table and document, or neither.
-    if (document) document->Write([&](std::ostream& out) { WriteDocument(options, fit, out); });
-    if (pmml)
-        pmml->Write([&](std::ostream& out) {
-            const std::string lacks = WritePmml(MakePmmlModel(options, fit), options.format, input, out);
-            if (!lacks.empty()) fit.warnings.push_back(lacks);
+    Fit fit;
+    std::optional<InputFile> input;
+    ResidualPicture residuals;
+    Outputs outputs(options.inputs);
+    outputs.Add(options.output.xmlPath, [&](std::ostream& out) { WriteDocument(options, fit, out); });
+    const bool charts = !options.chartPath.empty();
+    if (charts) {
+        outputs.Add(options.chartPath + "-residuals.svg",
+                    [&](std::ostream& out) { DrawResiduals(options, residuals).Write(out); });
+        outputs.Add(options.chartPath + "-normal.svg",
+                    [&](std::ostream& out) { DrawNormal(options, residuals).Write(out); });
+        outputs.Add(options.chartPath + "-coefficients.svg", [&](std::ostream& out) {
+            model::DrawCoefficients("Linear regression of " + options.target, fit.coefficients).Write(out);
         });
-    const std::string report = options.quiet ? std::string() : FormatReport(options, fit);
-    if (cancel.IsCancel()) throw Interrupted();
-    for (const std::string& line : fit.warnings) std::fprintf(stderr, "linreg: warning: %s\n", line.c_str());
-    Print(report);
-    if (document) document->PutInPlace(cancel);
-    if (pmml) pmml->PutInPlace(cancel);
+    }
+    outputs.Add(options.savePath, [&](std::ostream& out) {
+        fit.state.Write(out);
+        out << '\n';
+    });
+    outputs.Add(options.pmmlPath, [&](std::ostream& out) {
+        // States hold no data: the document has what they tell.
+        const std::string lacks = input ? WritePmml(MakePmmlModel(options, fit), options.format, *input, out)
+                                        : WritePmml(MakePmmlModel(options, fit), out);
+        if (!lacks.empty()) fit.warnings.push_back(lacks);
+    });
+    Progress progress(options.output.ShowsProgress());
+    const auto run = [&](std::ostream* predictions) {
+        fit = FitModel(options, *input, progress, cancel, predictions, charts ? &residuals : nullptr);
+    };
+    outputs.Add(options.predictionsPath, [&](std::ostream& out) { run(&out); });
+
+    if (options.merge) {
+        fit = FitStates(options, cancel);
+    } else {
+        input.emplace(options.inputs.front(), cancel);
+        if (options.predictionsPath.empty())
+            run(nullptr);
+        else
+            outputs.Fill(options.predictionsPath);
+    }
+    outputs.Finish("linreg", options.output, options.settings, Report(options, fit), fit.warnings, cancel);
 }
 
 } // namespace

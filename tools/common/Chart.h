@@ -1,22 +1,22 @@
 // A chart as a self-contained SVG picture.
 #pragma once
 
-#include "Axis.h"
+#include "common/Axis.h"
+#include "common/Svg.h"
 
-#include "modelcore/modelcore.h"
-
-#include <memory>
+#include <cstddef>
 #include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
 
-namespace evaluate {
+namespace procedure {
 
 struct ChartAxis {
     Axis axis;
     std::string label;
-    bool inPercent = false; ///< the numbers are shares
+    bool inPercent = false;           ///< the numbers are shares
+    std::vector<std::string> names{}; ///< of the steps, instead of numbers: for a vertical axis, from below
 };
 
 using Points = std::vector<std::pair<double, double>>;
@@ -29,7 +29,7 @@ public:
 
     /// @param dashes  lengths of dashes and gaps; empty: solid
     void DrawLine(const Points& points, const char* colour, double width, const char* dashes = "");
-    void DrawDots(const Points& points, const char* colour);
+    void DrawDots(const Points& points, const char* colour, double radius = 3.6);
     /// @param gap  how much narrower than its place the bar is, in units of the picture
     void DrawBar(double x0, double x1, double y0, double y1, const char* colour, double gap);
     /// A text that begins right of a point, or ends left of it.
@@ -38,24 +38,19 @@ public:
     /// Appends an entry to the legend, below the subtitle: a line or, with a width of 0, a patch.
     void AddToLegend(const std::string& text, const char* colour, double width, const char* dashes = "");
 
-    void Write(std::ostream& out) const;
+    void Write(std::ostream& out) const { fPicture.Write(out); }
 
 private:
-    using Attributes = std::vector<std::pair<const char*, std::string>>;
-
-    MCXML_930::XMLElement& Add(MCXML_930::XMLElement& parent, const char* name, const Attributes& attributes) const;
-    void AddText(double left, double top, const std::string& text, double size, const char* colour,
-                 const Attributes& more = {}) const;
-    void DrawPath(const std::vector<std::pair<double, double>>& points, const char* colour, double width,
-                  const char* dashes) const;
     void DrawFrame() const;
     double Left(double x) const;
     double Top(double y) const;
 
     ChartAxis fX;
     ChartAxis fY;
-    std::unique_ptr<MCXML_930::XMLElement> fRoot;
+    double fLeft; // where the plot begins and ends
+    double fBottom;
+    Svg fPicture;
     double fLegendLeft;
 };
 
-} // namespace evaluate
+} // namespace procedure

@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-namespace linreg {
+namespace procedure {
 
 /// A number as the exact sum high + low of two doubles, |low| at most half a unit in the last place of high: about 32
 /// digits. Dekker (1971), Numerische Mathematik 18, 224-242; Knuth, TAOCP vol. 2, 4.2.2. Infinities and NaN make a NaN.
@@ -64,4 +64,4 @@ inline DoubleDouble& operator+=(DoubleDouble& a, DoubleDouble b)
     return a = a + b;
 }
 
-} // namespace linreg
+} // namespace procedure

@@ -1,7 +1,7 @@
 // Round numbers along an axis.
 #pragma once
 
-namespace evaluate {
+namespace procedure {
 
 /// From min to max in equal steps, all of them round numbers.
 struct Axis {
@@ -17,4 +17,4 @@ struct Axis {
 /// power of ten. An interval that is no wider than rounding error is widened.
 Axis RoundAxis(double low, double high, int steps);
 
-} // namespace evaluate
+} // namespace procedure

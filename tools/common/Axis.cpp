@@ -1,9 +1,9 @@
-#include "Axis.h"
+#include "common/Axis.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace evaluate {
+namespace procedure {
 
 int Axis::Steps() const
 {
@@ -32,4 +32,4 @@ Axis RoundAxis(double low, double high, int steps)
         }
 }
 
-} // namespace evaluate
+} // namespace procedure
