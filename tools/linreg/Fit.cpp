@@ -7,6 +7,7 @@
 #include "common/Results.h"
 #include "common/TextTable.h"
 #include "common/Workers.h"
+#include "model/SweepRows.h"
 
 #include <algorithm>
 #include <cmath>
@@ -185,12 +186,13 @@ void Fitting::Solve()
     std::vector<double>& diagonal = fDiagonal;
     fSwept.GetDiagonal(diagonal);
     fFit.total.sumOfSquares = diagonal[At(target)];
+    std::vector<int> rows; // the target's stays: it turns into coefficients and residuals
+    for (int k = 0; k < target; ++k)
+        if (!fParameters[At(k)].reference) rows.push_back(k);
     MCBitSet swept(target + 1);
-    for (int k = 0; k < target; ++k) { // the target's row stays: it turns into coefficients and residuals
+    fIndependent = SweepRows(fSwept, rows, fOptions.tolerance, diagonal, swept, [&] {
         if (fCancel.IsCancel()) throw Interrupted();
-        if (fParameters[At(k)].reference) continue;
-        if (fSwept.Sweep(k, fOptions.tolerance, diagonal, swept, false)) fIndependent.push_back(k);
-    }
+    });
 
     fEstimates.resize(fParameters.size());
     for (const int k : fIndependent) fEstimates[At(k)] = {fSwept.GetElem(target, k)};

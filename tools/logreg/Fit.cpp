@@ -7,6 +7,7 @@
 #include "common/Results.h"
 #include "common/TextTable.h"
 #include "common/Workers.h"
+#include "model/SweepRows.h"
 
 #include <algorithm>
 #include <cmath>
@@ -247,18 +248,18 @@ void Fitting::Solve(Point& point, const std::vector<char>& terms, const std::vec
     const std::vector<double>& means = point.sums.products.GetMeans();
     point.means.assign(fParameters.size(), 0.0);
     point.step.assign(fParameters.size(), 0.0);
-    point.independent.clear();
     const double before = point.diagonal[At(target)];
-    MCBitSet swept(target + 1);
     constexpr double kLater = 1e-13;
+    std::vector<int> rows;
     for (int k = 0; k < target; ++k) {
         const Parameter& parameter = fParameters[At(k)];
         point.means[At(k)] = means[At(parameter.column)];
         if (parameter.reference || terms[At(parameter.term)] == 0) continue;
-        if (keep != nullptr && std::ranges::find(*keep, k) == keep->end()) continue;
-        if (point.swept.Sweep(k, keep != nullptr ? kLater : fOptions.tolerance, point.diagonal, swept, false))
-            point.independent.push_back(k);
+        if (keep == nullptr || std::ranges::binary_search(*keep, k)) rows.push_back(k);
     }
+    MCBitSet swept(target + 1);
+    point.independent =
+        SweepRows(point.swept, rows, keep != nullptr ? kLater : fOptions.tolerance, point.diagonal, swept);
     point.interceptStep = fOptions.intercept ? means[0] : 0.0;
     for (const int k : point.independent) {
         point.step[At(k)] = point.swept.GetElem(target, k);

@@ -1,5 +1,7 @@
 #include "model/TermTests.h"
 
+#include "model/SweepRows.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -222,16 +224,14 @@ private:
         work.GetDiagonal(diagonal);
         MCBitSet swept(target + 1);
         const auto sweep = [&](bool ofTerm) {
-            int count = 0;
+            std::vector<int> rows;
             for (int k = 0; k < target; ++k) {
                 const Parameter& parameter = fModel.parameters[At(k)];
                 const auto t = At(parameter.term);
-                const bool isOwn = t == number;
                 const bool isContaining = std::ranges::find(containing, t) != containing.end();
-                if (parameter.reference || isContaining || isOwn != ofTerm) continue;
-                if (work.Sweep(k, fModel.tolerance, diagonal, swept, false)) ++count;
+                if (!parameter.reference && !isContaining && (t == number) == ofTerm) rows.push_back(k);
             }
-            return count;
+            return static_cast<double>(SweepRows(work, rows, fModel.tolerance, diagonal, swept).size());
         };
         sweep(false);
         const double without = work.GetElem(target, target);
