@@ -25,7 +25,7 @@ constexpr std::size_t kRowsForRemainder = 64;
 
 // Sums of slices save a third of the products but must be made; so many columns pay for them (Cascade Lake).
 constexpr std::size_t kFewestCombined = 6;
-constexpr std::size_t kFewestCombinedWeighted = 40;
+constexpr std::size_t kFewestCombinedWeighted = 12;
 constexpr int kMostCombined = 4; // slices of the right operand
 constexpr int kMostCombinedLeft = 12;
 
@@ -265,7 +265,7 @@ void ExactBlocks::MakeTerms(const Group& group)
 void ExactBlocks::PlanProducts(std::size_t nVars)
 {
     MakeGroups(nVars);
-    std::size_t products = 0, lines = 0, sums = 0;
+    std::size_t products = 0, lines = 0, sums = 0, diagonals = 0;
     for (Group& group : fvGroups) {
         group.nLeftLines = group.nRightLines = 0;
         for (const std::size_t j : group.columns) {
@@ -278,6 +278,7 @@ void ExactBlocks::PlanProducts(std::size_t nVars)
             MakeTerms(group);
             products = std::max(products, size * size * fvTerms.size());
             sums = std::max(sums, 2 * size);
+            diagonals = std::max(diagonals, size * At(group.nLeft + group.nRight));
         } else {
             products = std::max(products, group.nLeftLines * group.nRightLines);
         }
@@ -287,7 +288,7 @@ void ExactBlocks::PlanProducts(std::size_t nVars)
     fvProducts.resize(std::max(products, fvProducts.size()));
     for (auto* const list : {&fvLeftLines, &fvRightLines}) list->reserve(lines);
     for (auto* const list : {&fvLeftColumns, &fvRightColumns, &fvFirstLeft}) list->reserve(lines);
-    for (auto* const list : {&fvLeftUnits, &fvRightUnits}) list->reserve(lines);
+    fvDiagonals.resize(std::max(diagonals, fvDiagonals.size()));
     fvRemainderOf.resize(fvRemainders.empty() ? 0 : nVars);
     NeedVectors(fnUsed + sums);
 }
@@ -402,27 +403,44 @@ void ExactBlocks::AddCombined(const Group& group, MCExactSums& sums)
                          fvFirstLeft.data(), fnPadded);
     }
 
+    // What counts alike is put together for a row at a time. A diagonal has kMostCombined products of slices at most, each
+    // below 2^51, so that doubles still hold it.
+    static_assert(kMostCombined <= 4);
     const int diagonals = group.nLeft + group.nRight - 1;
     for (std::size_t i = 0; i < size; ++i) {
         const std::size_t ci = group.columns[i];
-        for (std::size_t j = 0; j <= i; ++j) {
-            const std::size_t cj = group.columns[j];
-            const double* const product = &fvProducts[i * size + j];
-            std::int64_t diagonal[kMostCombinedLeft + kMostCombined] = {};
-            for (std::size_t t = 0; t < fvTerms.size(); ++t) {
-                const Term& term = fvTerms[t];
-                double value = product[t * square]; // an integer like the two that are taken from it
-                if (term.known >= 0) value -= product[At(term.known) * square] + product[At(term.otherKnown) * square];
-                diagonal[term.left + term.right] += static_cast<std::int64_t>(value);
-            }
-            const int unit = Left()[ci].units[0] + fvRight[cj].units[0];
-            for (int d = diagonals - 1; d >= 0; d -= 3) {
-                TwoWords three;
-                for (int k = d; k >= 0 && k > d - 3; --k)
-                    three.Add(fbRemove ? -diagonal[k] : diagonal[k], (d - k) * kSliceBits);
-                sums.AddWords(ProductPlace(ci, cj), three.low, three.high, unit - d * kSliceBits);
+        std::fill_n(fvDiagonals.begin(), At(diagonals) * size, 0.0);
+        for (std::size_t t = 0; t < fvTerms.size(); ++t) {
+            const Term& term = fvTerms[t];
+            double* const to = &fvDiagonals[At(term.left + term.right) * size];
+            const double* const product = &fvProducts[t * square + i * size];
+            if (term.known < 0) {
+                for (std::size_t j = 0; j <= i; ++j) to[j] += product[j];
+            } else {
+                const double* const known = &fvProducts[At(term.known) * square + i * size];
+                const double* const other = &fvProducts[At(term.otherKnown) * square + i * size];
+                for (std::size_t j = 0; j <= i; ++j) to[j] += product[j] - (known[j] + other[j]);
             }
         }
+        for (std::size_t j = 0; j <= i; ++j) {
+            const std::size_t cj = group.columns[j];
+            AddDiagonals(ProductPlace(ci, cj), &fvDiagonals[j], size, diagonals,
+                         Left()[ci].units[0] + fvRight[cj].units[0], sums);
+        }
+    }
+}
+
+// Number place += the sum of diagonal[d*step] * 2^(unit - d*kSliceBits).
+void ExactBlocks::AddDiagonals(std::size_t place, const double* diagonal, std::size_t step, int count, int unit,
+                               MCExactSums& sums) const
+{
+    for (int d = count - 1; d >= 0; d -= 3) {
+        TwoWords three;
+        for (int k = d; k >= 0 && k > d - 3; --k) {
+            const auto value = static_cast<std::int64_t>(diagonal[At(k) * step]);
+            three.Add(fbRemove ? -value : value, (d - k) * kSliceBits);
+        }
+        sums.AddWords(place, three.low, three.high, unit - d * kSliceBits);
     }
 }
 
@@ -431,19 +449,17 @@ void ExactBlocks::AddFlat(const Group& left, const Group& right, MCExactSums& su
 {
     const bool same = &left == &right;
     const auto gather = [this](const Group& group, const std::vector<Slices>& from, std::vector<const double*>& lines,
-                               std::vector<std::size_t>& columns, std::vector<int>& units) {
+                               std::vector<std::size_t>& columns) {
         lines.clear();
         columns.clear();
-        units.clear();
         for (const std::size_t j : group.columns)
             for (int s = 0; s < from[j].count; ++s) {
                 lines.push_back(Vector(from[j].first + At(s)));
                 columns.push_back(j);
-                units.push_back(from[j].units[s]);
             }
     };
-    gather(left, Left(), fvLeftLines, fvLeftColumns, fvLeftUnits);
-    gather(right, fvRight, fvRightLines, fvRightColumns, fvRightUnits);
+    gather(left, Left(), fvLeftLines, fvLeftColumns);
+    gather(right, fvRight, fvRightLines, fvRightColumns);
     fvFirstLeft.clear();
     std::size_t first = 0;
     for (const std::size_t j : fvRightColumns) {
@@ -454,15 +470,30 @@ void ExactBlocks::AddFlat(const Group& left, const Group& right, MCExactSums& su
     if (nLeft == 0 || nRight == 0) return;
     SumSliceProducts(fvProducts.data(), nRight, fvLeftLines.data(), nLeft, fvRightLines.data(), nRight,
                      fvFirstLeft.data(), fnPadded);
-    for (std::size_t i = 0; i < nLeft; ++i) {
-        const std::size_t ci = fvLeftColumns[i];
-        for (std::size_t j = 0; j < nRight; ++j) {
-            const std::size_t cj = fvRightColumns[j];
+    std::size_t i = 0;
+    for (const std::size_t ci : left.columns) {
+        const Slices& a = Left()[ci];
+        std::size_t j = 0;
+        for (const std::size_t cj : right.columns) {
             if (same && ci < cj) break;
-            const auto sum = static_cast<std::int64_t>(fvProducts[i * nRight + j]);
-            sums.Add(ProductPlace(std::max(ci, cj), std::min(ci, cj)), fbRemove ? -sum : sum,
-                     fvLeftUnits[i] + fvRightUnits[j]);
+            const Slices& b = fvRight[cj];
+            const std::size_t place = ProductPlace(std::max(ci, cj), std::min(ci, cj));
+            const double* const products = &fvProducts[i * nRight + j];
+            if (a.even && b.even && std::min(a.count, b.count) <= kMostCombined) { // as in AddCombined
+                double diagonals[3 * kMaxSlices] = {};
+                for (int s = 0; s < a.count; ++s)
+                    for (int t = 0; t < b.count; ++t) diagonals[s + t] += products[At(s) * nRight + At(t)];
+                AddDiagonals(place, diagonals, 1, a.count + b.count - 1, a.units[0] + b.units[0], sums);
+            } else {
+                for (int s = 0; s < a.count; ++s)
+                    for (int t = 0; t < b.count; ++t) {
+                        const auto sum = static_cast<std::int64_t>(products[At(s) * nRight + At(t)]);
+                        sums.Add(place, fbRemove ? -sum : sum, a.units[s] + b.units[t]);
+                    }
+            }
+            j += At(b.count);
         }
+        i += At(a.count);
     }
 }
 

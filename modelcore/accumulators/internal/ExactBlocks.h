@@ -101,6 +101,8 @@ private:
     void AddSums(std::size_t nVars, MCExactSums& sums) const;
     void AddRemainders(std::size_t nVars, MCExactSums& sums);
     void AddCombined(const Group& group, MCExactSums& sums);
+    void AddDiagonals(std::size_t place, const double* diagonal, std::size_t step, int count, int unit,
+                      MCExactSums& sums) const;
     void AddFlat(const Group& left, const Group& right, MCExactSums& sums);
     void AddRowByRow(std::size_t nVars, bool remove, MCExactSums& sums);
 
@@ -125,8 +127,7 @@ private:
     std::vector<Term> fvTerms;
     std::vector<const double*> fvLeftLines, fvRightLines;
     std::vector<std::size_t> fvLeftColumns, fvRightColumns, fvFirstLeft;
-    std::vector<int> fvLeftUnits, fvRightUnits;
-    std::vector<double> fvProducts;
+    std::vector<double> fvProducts, fvDiagonals;
 };
 
 } // namespace MCMath_930::internal

@@ -395,12 +395,11 @@ void MCExactSums::Reserve(int lowest, int highest)
 
 void MCExactSums::AddWords(std::size_t k, std::uint64_t low, std::uint64_t high, int exponent) noexcept
 {
-    const int place = PlaceOf(exponent);
     const int shift = exponent & 63;
-    const Wide words[] = {low << shift, shift == 0 ? high : high << shift | low >> (kWideBits - shift),
-                          shift == 0 ? (IsSet(high) ? ~Wide{0} : 0)
-                                     : static_cast<Wide>(static_cast<std::int64_t>(high) >> (kWideBits - shift))};
-    const auto at = static_cast<std::size_t>(place - fnLow);
+    const Wide sign = IsSet(high) ? ~Wide{0} : 0;
+    const Wide words[] = {low << shift, high << shift | low >> 1 >> (63 - shift),
+                          sign << shift | high >> 1 >> (63 - shift)};
+    const auto at = static_cast<std::size_t>(PlaceOf(exponent) - fnLow);
     AddRun(Words(k) + at, fnWords - at, words, 3);
 }
 
