@@ -479,11 +479,16 @@ void ExactBlocks::AddFlat(const Group& left, const Group& right, MCExactSums& su
             const Slices& b = fvRight[cj];
             const std::size_t place = ProductPlace(std::max(ci, cj), std::min(ci, cj));
             const double* const products = &fvProducts[i * nRight + j];
-            if (a.even && b.even && std::min(a.count, b.count) <= kMostCombined) { // as in AddCombined
-                double diagonals[3 * kMaxSlices] = {};
+            if (a.count == 1 && b.count == 1) {
+                const auto sum = static_cast<std::int64_t>(*products);
+                sums.Add(place, fbRemove ? -sum : sum, a.units[0] + b.units[0]);
+            } else if (a.even && b.even && std::min(a.count, b.count) <= kMostCombined) { // as in AddCombined
+                const int count = a.count + b.count - 1;
+                double diagonals[3 * kMaxSlices];
+                std::fill_n(diagonals, count, 0.0);
                 for (int s = 0; s < a.count; ++s)
                     for (int t = 0; t < b.count; ++t) diagonals[s + t] += products[At(s) * nRight + At(t)];
-                AddDiagonals(place, diagonals, 1, a.count + b.count - 1, a.units[0] + b.units[0], sums);
+                AddDiagonals(place, diagonals, 1, count, a.units[0] + b.units[0], sums);
             } else {
                 for (int s = 0; s < a.count; ++s)
                     for (int t = 0; t < b.count; ++t) {

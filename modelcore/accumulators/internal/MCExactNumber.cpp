@@ -297,7 +297,7 @@ bool IsSet(Wide word)
 }
 
 /// The words of a number from place on, `count` of them, += the words given, then the sign of the last of them.
-void AddRun(Wide* to, std::size_t count, const Wide* words, std::size_t nWords)
+inline void AddRun(Wide* to, std::size_t count, const Wide* words, std::size_t nWords)
 {
     Wide carry = 0;
     std::size_t i = 0;
@@ -391,6 +391,14 @@ void MCExactSums::Reserve(int lowest, int highest)
     }
     if (low < fnLow || top > Top()) Widen(std::min(low, fnLow), top);
     fnBound = bound;
+}
+
+void MCExactSums::Add(std::size_t k, std::int64_t value, int exponent) noexcept
+{
+    const int shift = exponent & 63;
+    const Wide words[] = {static_cast<Wide>(value) << shift, static_cast<Wide>(value >> 1 >> (63 - shift))};
+    const auto at = static_cast<std::size_t>(PlaceOf(exponent) - fnLow);
+    AddRun(Words(k) + at, fnWords - at, words, 2);
 }
 
 void MCExactSums::AddWords(std::size_t k, std::uint64_t low, std::uint64_t high, int exponent) noexcept

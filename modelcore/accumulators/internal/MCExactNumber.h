@@ -86,11 +86,7 @@ public:
     void Reserve(int lowest, int highest);
 
     /// Number k += value * 2^exponent.
-    void Add(std::size_t k, std::int64_t value, int exponent) noexcept
-    {
-        const auto bits = static_cast<std::uint64_t>(value);
-        AddWords(k, bits, value < 0 ? ~std::uint64_t{0} : 0, exponent);
-    }
+    void Add(std::size_t k, std::int64_t value, int exponent) noexcept;
 
     /// Number k += value * 2^exponent, the value two's complement in two words.
     void AddWords(std::size_t k, std::uint64_t low, std::uint64_t high, int exponent) noexcept;
