@@ -124,6 +124,36 @@ bool MCExactXProducts::AppendZeroVars(int count)
     return true;
 }
 
+bool MCExactXProducts::Expand(const std::vector<int>& positions, int p)
+{
+    if (p < 0 || p > MCSymMatrix::kMaxRows || positions.size() != NVars()) return false;
+    std::vector<int> from(AsSize(p), -1);
+    for (int j = 0; j < fnVars; ++j) {
+        const int place = positions[AsSize(j)];
+        if (place < 0 || place >= p || from[AsSize(place)] >= 0) return false;
+        from[AsSize(place)] = j;
+    }
+    FinishUpdate();
+    if (fpSums) {
+        std::vector<std::size_t> sources{internal::WeightPlace()};
+        for (std::size_t i = 0; i < from.size(); ++i) {
+            const auto source = [&](int j, auto place) {
+                sources.push_back(from[i] < 0 || j < 0 ? MCExactSums::kNowhere : place());
+            };
+            source(0, [&] { return internal::SumPlace(AsSize(from[i])); });
+            for (std::size_t j = 0; j <= i; ++j)
+                source(from[j], [&] {
+                    return internal::ProductPlace(AsSize(std::max(from[i], from[j])),
+                                                  AsSize(std::min(from[i], from[j])));
+                });
+        }
+        fpSums = std::make_unique<MCExactSums>(fpSums->Rearranged(sources));
+    }
+    fnVars = p;
+    fvWaiting.clear();
+    return true;
+}
+
 void MCExactXProducts::Clear()
 {
     fpSums.reset();

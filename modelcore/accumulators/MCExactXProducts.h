@@ -71,6 +71,12 @@ public:
     /// @return  false, and nothing changed, when count < 0 or there would be more than MCSymMatrix::kMaxRows
     bool AppendZeroVars(int count);
 
+    /// Spreads the variables out to p: what was variable j becomes variable positions[j], and the others were 0 in every
+    /// case so far. Variables may change places.
+    /// @return  false, and nothing changed, unless p is an order that a packed matrix can have and positions holds one
+    ///          place in [0, p) for each variable, no place twice
+    bool Expand(const std::vector<int>& positions, int p);
+
     /// The number of variables p.
     int GetNVars() const { return fnVars; }
 

@@ -302,6 +302,9 @@ TEST(MCExactXProducts, RefusalsChangeNothing)
     EXPECT_FALSE(data.AddCase({1.0, 2.0}, 1.0));
     EXPECT_FALSE(data.AppendZeroVars(-1));
     EXPECT_FALSE(data.AppendZeroVars(MCSymMatrix::kMaxRows));
+    for (const std::vector<int>& wrong : {std::vector<int>{0, 1}, {0, 1, 1}, {-1, 0, 1}, {0, 1, 4}, {0, 1, 2, 3}})
+        EXPECT_FALSE(data.Expand(wrong, 4));
+    EXPECT_FALSE(data.Expand({0, 1, 2}, MCSymMatrix::kMaxRows + 1));
     EXPECT_FALSE(data.Merge(MCExactXProducts(2, true, true, true)));
     EXPECT_FALSE(data.Merge(MCExactXProducts(3, false, true, true)));
     MCSymMatrix products(1);
@@ -317,6 +320,12 @@ TEST(MCExactXProducts, RefusalsChangeNothing)
         data, data, [&](MCExactXProducts& each) { each.Merge(data); }, look);
     ExpectWholeWhenMemoryRunsOut(
         data, data, [](MCExactXProducts& each) { each.AppendZeroVars(2); }, look);
+    ExpectWholeWhenMemoryRunsOut(
+        data, data,
+        [](MCExactXProducts& each) {
+            each.Expand({3, 1, 0}, 4);
+        },
+        look);
 }
 
 // Rows by columns, and variables that turn up late, are the same as all rows by rows.
@@ -341,6 +350,16 @@ TEST(MCExactXProducts, ColumnsAndLateVariables)
         EXPECT_TRUE(byRows.Equal(late));
         ASSERT_TRUE(byRows.Update(wide, 0) && late.Update(wide, 0));
         EXPECT_EQ(Saved(byRows), Saved(late));
+        MCExactXProducts moved = byRows, again = late;
+        ASSERT_TRUE(again.AddCase({0.5, -1e9, 3.0, 0.0, 0.0}, 2.0) && moved.AddCase({0.5, -1e9, 3.0, 0.0, 0.0}, 2.0));
+        ASSERT_TRUE(moved.Expand({4, 0, 6, 1, 5}, 7));
+        MCSymMatrix there, here;
+        Doubles means, expected;
+        ASSERT_TRUE(moved.GetXProds(there) && again.GetXProds(here) && here.Expand({4, 0, 6, 1, 5}, 7));
+        EXPECT_TRUE(SameBits(Doubles(there.AsSpan().begin(), there.AsSpan().end()),
+                             Doubles(here.AsSpan().begin(), here.AsSpan().end())));
+        ASSERT_TRUE(moved.GetMeans(means) && again.GetMeans(expected));
+        EXPECT_EQ(means, (Doubles{expected[1], 0.0, 0.0, 0.0, expected[0], 0.0, expected[2]}));
     }
 }
 

@@ -335,6 +335,18 @@ void MCExactSums::Append(std::size_t count)
     fnCount += count;
 }
 
+MCExactSums MCExactSums::Rearranged(const std::vector<std::size_t>& sources) const
+{
+    MCExactSums result(sources.size());
+    result.fnWords = fnWords;
+    result.fnLow = fnLow;
+    result.fnBound = fnBound;
+    result.fvWords.resize(sources.size() * fnWords);
+    for (std::size_t k = 0; k < sources.size(); ++k)
+        if (sources[k] != kNowhere) std::copy_n(Words(sources[k]), fnWords, result.Words(k));
+    return result;
+}
+
 void MCExactSums::Clear()
 {
     std::fill(fvWords.begin(), fvWords.end(), 0);

@@ -79,6 +79,12 @@ public:
     /// Appends zeros.
     void Append(std::size_t count);
 
+    /// As many numbers as there are sources: number k is what number sources[k] is here, or 0.
+    MCExactSums Rearranged(const std::vector<std::size_t>& sources) const;
+
+    /// The source of a 0.
+    static constexpr auto kNowhere = static_cast<std::size_t>(-1);
+
     /// All become 0.
     void Clear();
 
