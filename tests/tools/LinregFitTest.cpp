@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <iterator>
 #include <map>
 #include <sstream>
@@ -82,6 +83,102 @@ TEST(LinregCertified, RegressionsReachTheStatedDigits)
             EXPECT_EQ(ModelStatistic(document, "residualDF"), certified.at("df_res"));
         }
     }
+}
+
+std::string Polynomial(int degree)
+{
+    std::string model = "y ~ x";
+    for (int k = 2; k <= degree; ++k) model += " + x^" + std::to_string(k);
+    return model;
+}
+
+// In one reading, of data whose powers no double holds too.
+TEST(LinregCertified, ExactFitsReachTheLastDigits)
+{
+    std::vector<CertifiedSet> sets(std::begin(kRegressions), std::end(kRegressions));
+    for (CertifiedSet& set : sets) set.digits[0][0] = set.digits[0][1] = 13.5;
+    sets.push_back({"NoInt2", {kStrd + "NoInt2.csv", "--target", "y", "--no-intercept"}, {"x"}, 1, {{14.5, 14.5}}});
+    const auto add = [&](const char* name, int degree, double coefficients, double errors) {
+        CertifiedSet set{name, {kStrd + name + ".csv", "--model", Polynomial(degree)}, {"(Intercept)", "x"}, 0, {}};
+        for (int k = 2; k <= degree; ++k) set.parameters.push_back("x^" + std::to_string(k));
+        set.digits[0][0] = coefficients;
+        set.digits[0][1] = errors;
+        sets.push_back(set);
+    };
+    add("Pontius", 2, 13, 13.5);
+    add("Filip", 10, 13.5, 13.5);
+    for (const char* const name : {"Wampler1", "Wampler2", "Wampler3", "Wampler4", "Wampler5"})
+        add(name, 5, std::string(name) == "Wampler2" ? 13 : 14, 14);
+    for (const CertifiedSet& set : sets) {
+        SCOPED_TRACE(set.name);
+        const std::map<std::string, double> certified = Certified(set.name);
+        std::vector<std::string> arguments = set.arguments;
+        arguments.push_back("--exact");
+        const std::string document = LinregDocument(arguments);
+        for (std::size_t k = 0; k < set.parameters.size(); ++k) {
+            const std::string b = std::string("B").append(std::to_string(static_cast<int>(k) + set.firstIndex));
+            const auto digits = [&](const char* what, const std::string& key) {
+                return CorrectDigits(ParameterStatistic(document, set.parameters[k], what), certified.at(key));
+            };
+            EXPECT_GE(digits("estimate", b), set.digits[0][0]) << b;
+            EXPECT_GE(digits("stdError", "se_" + b), set.digits[0][1]) << b;
+        }
+    }
+}
+
+// Neither the order of the rows nor how they were parted shows in a byte of the document; a level turns up late, a
+// combination of levels in one part alone.
+TEST(LinregFit, ExactFitsAreTheSameInEveryOrderAndPartition)
+{
+    const TemporaryFolder folder;
+    TestRandom random(77);
+    const std::string header = "y,x,z,g,h,n,w\n";
+    std::vector<std::string> rows;
+    for (int i = 0; i < 5000; ++i) {
+        char row[140];
+        const double x = random.Uniform(-1e3, 1e3), z = random.Uniform(0.0, 1e-3);
+        std::snprintf(row, sizeof row, "%.17g,%.17g,%.17g,%c,%c,%d,%.17g\n", x - 3e4 * z + random.Uniform(-1.0, 1.0), x,
+                      z, "bbac"[i < 4500 ? 0 : i % 4], i == 4999 ? 'p' : "qr"[i % 2], 1 + random.Below(3),
+                      random.Uniform(0.1, 2.0));
+        rows.emplace_back(row);
+    }
+    const auto write = [&](const char* name, std::size_t first, std::size_t step) {
+        std::string text = header;
+        for (std::size_t i = first; i < rows.size(); i += step) text += rows[i];
+        return folder.Write(name, text);
+    };
+    const std::vector<std::string> model{
+        "--model", "y ~ x*g + g*h + z + x^2:z + x^3:g", "--frequency", "n", "--weight", "w", "--exact"};
+    const auto fit = [&](const std::string& path, std::vector<std::string> more) {
+        more.insert(more.begin(), path);
+        more.insert(more.end(), model.begin(), model.end());
+        return LinregDocument(more);
+    };
+    const std::string expected = fit(write("a.csv", 0, 1), {});
+    for (std::size_t i = rows.size() - 1; i > 0; --i)
+        std::swap(rows[i], rows[static_cast<std::size_t>(random.Below(static_cast<int>(i) + 1))]);
+    EXPECT_EQ(fit(write("a.csv", 0, 1), {}), expected);
+    std::vector<std::string> merge{"--merge"};
+    for (std::size_t part = 0; part < 4; ++part) {
+        const std::string state = folder.File(std::to_string(part) + ".json");
+        fit(write("part.csv", part, 4), {"--save", state});
+        merge.insert(merge.begin() + static_cast<std::ptrdiff_t>(1 + part / 2), state);
+    }
+    EXPECT_EQ(LinregDocument(merge), expected);
+
+    // States that are not whole, or not of the same kind.
+    const std::string state = ReadFile(merge[1]);
+    const std::size_t sums = state.find('\n') + 1;
+    std::string other = state;
+    other[state.find("p-", sums) + 2] = 'x';
+    const std::string plain = folder.File("plain.json");
+    LinregDocument(
+        {write("part.csv", 0, 4), "--model", model[1], "--frequency", "n", "--weight", "w", "--save", plain});
+    for (const std::string& bad :
+         {folder.Write("1", state.substr(0, state.size() - 30)), folder.Write("2", state.substr(0, sums)),
+          folder.Write("3", other), folder.Write("4", state + "x"), plain})
+        EXPECT_EQ(Linreg({"--merge", merge[2], bad}).status, 2) << bad;
+    EXPECT_EQ(Linreg({"--merge", plain, "--exact"}).status, 2);
 }
 
 TEST(LinregCertified, OneWayAnalysisOfVarianceThroughAFactor)

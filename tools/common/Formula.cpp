@@ -14,7 +14,7 @@ namespace {
 using Terms = std::vector<FormulaTerm>;
 using AllOthers = std::function<std::vector<std::string>(const std::string&)>;
 
-constexpr int kMaxPower = 9;
+constexpr int kMaxPower = 20;
 constexpr std::size_t kMaxTerms = 5000;
 
 class Parser {

@@ -1,5 +1,6 @@
 #include "Fit.h"
 
+#include "ExactFit.h"
 #include "Moments.h"
 #include "Residuals.h"
 #include "common/Cell.h"
@@ -25,17 +26,25 @@ using MCCommon_930::MCMV;
 using MCMath_930::MCBitSet;
 using MCMath_930::MCCancelInfo;
 using MCMath_930::MCDistFun;
+using MCMath_930::MCExtended;
+using MCMath_930::MCExtendedSym;
 using MCMath_930::MCMeansXProdData;
 using MCMath_930::MCSymMatrix;
 
 /// Beyond so many points a scatter plot shows cells.
 constexpr std::int64_t kMaxPoints = 4000;
 
+DoubleDouble Twice(MCExtended x)
+{
+    return {x.high, x.low};
+}
+
 class Fitting {
 public:
     Fitting(const Options& options, InputFile& input, Progress& progress, MCCancelInfo& cancel)
         : fOptions(options), fInput(&input), fProgress(&progress), fCancel(cancel), fDesign(options.intercept),
-          fName(input.Name()), fRefines(input.IsRegular() && !options.onePass), fReadings(fRefines ? 2 : 1)
+          fName(input.Name()), fRefines(input.IsRegular() && !options.onePass && !options.exact),
+          fReadings(fRefines ? 2 : 1)
     {
         fCases.emplace(input, options, fDesign);
     }
@@ -52,9 +61,15 @@ public:
             throw Failure(fName + ": predictions and charts need another reading; give a file");
         fReadings += again ? 1 : 0;
         if (fCases) Accumulate();
-        if (!fOptions.savePath.empty()) fFit.state = SaveState(fOptions, fDesign, fSums);
+        if (!fOptions.savePath.empty()) {
+            fFit.state = SaveState(fOptions, fDesign, fSums);
+            if (fSums.exact) fFit.exactState = SaveExactSums(*fSums.exact);
+        }
         Prepare();
-        Solve();
+        if (fSums.exact)
+            SolveExactly();
+        else
+            Solve();
         if (fRefines) Refine();
         Describe();
         if (again) Predict(predictions, residuals);
@@ -67,8 +82,11 @@ public:
 private:
     bool ReadBlock(CaseBlock& block);
     void Accumulate();
+    void AccumulateMoments();
+    void AccumulateExactly();
     void Prepare();
     void Solve();
+    void SolveExactly();
     void Refine();
     void Predict(std::ostream* predictions, ResidualPicture* residuals);
     void Describe();
@@ -81,6 +99,11 @@ private:
 
     DoubleDouble Intercept() const;
     double Inverse(int k, int l) const { return -fSwept.GetElem(k, l); }
+    DoubleDouble ExtendedInverse(int k, int l) const
+    {
+        if (!fSums.exact) return {Inverse(k, l)};
+        return -Twice(fExactlySwept.GetElem(k, l));
+    }
     double ResidualMeanSquare() const { return fFit.residual.meanSquare; }
 
     const Options& fOptions;
@@ -100,7 +123,9 @@ private:
     MCSymMatrix fSwept;                 // the cross products, swept on the parameters; the target is the last row
     MCSymMatrix fCrossProducts;         // before
     std::vector<double> fDiagonal;      // of them
-    std::vector<int> fIndependent;      // parameters that could be swept
+    MCExtendedSym fExactlySwept;        // fSwept and fCrossProducts with all their digits, from exact sums
+    MCExtendedSym fExactProducts;
+    std::vector<int> fIndependent; // parameters that could be swept
     std::vector<DoubleDouble> fEstimates;
     std::vector<DoubleDouble> fMeans; // of each parameter's column
     DoubleDouble fTargetMean;
@@ -120,6 +145,42 @@ bool Fitting::ReadBlock(CaseBlock& block)
 
 void Fitting::Accumulate()
 {
+    if (fOptions.exact)
+        AccumulateExactly();
+    else
+        AccumulateMoments();
+    const CaseCounts& counts = fCases->Counts();
+    if (counts.used == 0)
+        throw Failure(fName + ": no cases are left: " + std::to_string(counts.rows) + " rows, " +
+                      std::to_string(counts.missing) + " with a missing value, " + std::to_string(counts.unweighted) +
+                      " with a weight that is missing or not positive");
+    fRowsBefore = counts.rows;
+    fSums.counts = counts;
+}
+
+void Fitting::AccumulateExactly()
+{
+    fCases->CarryRests();
+    fSums.exact.emplace();
+    std::optional<ExactColumns> columns;
+    FoldBlocks<CaseBlock, ExactSums>(
+        fOptions.threads,
+        [&](CaseBlock& block) {
+            const bool more = ReadBlock(block);
+            if (more && !columns) columns.emplace(fDesign);
+            return more;
+        },
+        [&](const CaseBlock& block, ExactSums& out) {
+            if (!out.Compute(block, *columns, fOptions.intercept))
+                throw Failure(fName + ": a weight or a product of the model is out of range");
+        },
+        [&](const ExactSums& out) { fSums.exact->Append(out); });
+    fSums.frequencies = fSums.exact->frequencies.GetNCases();
+    fSums.weights = fSums.exact->products.GetNCases();
+}
+
+void Fitting::AccumulateMoments()
+{
     // A common offset of a column costs digits and carries no information beside the intercept.
     const std::vector<double> none;
     const std::vector<double>& shift = fOptions.intercept ? fCases->FirstCase() : none;
@@ -128,14 +189,6 @@ void Fitting::Accumulate()
         fOptions.threads, [&](CaseBlock& block) { return ReadBlock(block); },
         [&](const CaseBlock& block, BlockMoments& out) { ComputeMoments(block, fOptions.intercept, shift, out); },
         [&](const BlockMoments& out) { moments.Append(out); });
-
-    const CaseCounts& counts = fCases->Counts();
-    if (counts.used == 0)
-        throw Failure(fName + ": no cases are left: " + std::to_string(counts.rows) + " rows, " +
-                      std::to_string(counts.missing) + " with a missing value, " + std::to_string(counts.unweighted) +
-                      " with a weight that is missing or not positive");
-    fRowsBefore = counts.rows;
-    fSums.counts = counts;
     fSums.frequencies = moments.frequencies;
     fSums.weights = moments.products.GetNCases();
     fSums.shift = shift;
@@ -155,6 +208,7 @@ void Fitting::Prepare()
                       " rows can be used for " + std::to_string(fDesign.NDeterminable()) + " parameters");
     fParameters = fDesign.Parameters();
     if (fOptions.intercept) fParameters.erase(fParameters.begin());
+    if (fSums.exact) return; // the means come with the cross products
     const auto mean = [&](int column) {
         return ExactSum(fSums.means[At(column)], At(column) < fSums.shift.size() ? fSums.shift[At(column)] : 0.0);
     };
@@ -198,6 +252,44 @@ void Fitting::Solve()
     for (const int k : fIndependent) fEstimates[At(k)] = {fSwept.GetElem(target, k)};
     fFit.residual.sumOfSquares = std::max(0.0, fSwept.GetElem(target, target));
     fFit.regression.sumOfSquares = fFit.total.sumOfSquares - fFit.residual.sumOfSquares;
+}
+
+void Fitting::SolveExactly()
+{
+    const int target = static_cast<int>(fParameters.size());
+    const ExactColumns columns(fDesign);
+    std::vector<MCMath_930::MCColumnPair> variables;
+    std::vector<int> rows;
+    for (int k = 0; k < target; ++k) {
+        const Parameter& parameter = fParameters[At(k)];
+        variables.push_back(columns.Of(parameter.column));
+        if (!parameter.reference) rows.push_back(k);
+    }
+    variables.push_back(columns.Of(0));
+    std::vector<MCExtended> means;
+    fSums.exact->products.GetExtended(variables, means, fExactProducts);
+    for (const MCExtended& mean : means) fMeans.push_back(Twice(mean));
+    fTargetMean = fMeans.back();
+    fMeans.pop_back();
+    fExactProducts.Round(fSwept);
+    RefuseOverflow();
+    fCrossProducts = fSwept;
+    fSwept.GetDiagonal(fDiagonal);
+
+    fExactlySwept = fExactProducts;
+    fIndependent = SweepExactly(fExactlySwept, rows, fOptions.tolerance);
+    fExactlySwept.Round(fSwept);
+    fEstimates.resize(fParameters.size());
+    for (const int k : fIndependent) fEstimates[At(k)] = Twice(fExactlySwept.GetElem(target, k));
+
+    // Below this share of the total the residual sum is nothing but the rounding of 32 digits and of the data.
+    constexpr double kNothing = 1e-28;
+    const MCExtended total = fExactProducts.GetElem(target, target);
+    MCExtended residual = fExactlySwept.GetElem(target, target);
+    if (!(residual.high > kNothing * total.high)) residual = {};
+    fFit.total.sumOfSquares = total.high;
+    fFit.residual.sumOfSquares = residual.high;
+    fFit.regression.sumOfSquares = (total - residual).high;
 }
 
 DoubleDouble Fitting::Intercept() const
@@ -272,8 +364,9 @@ void Fitting::DescribeTerms()
 {
     std::vector<double> estimates;
     for (const DoubleDouble& estimate : fEstimates) estimates.push_back(estimate.Rounded());
-    const SweptModel swept{fDesign,      fParameters, fSwept,    &fCrossProducts,
-                           fIndependent, estimates,   fDiagonal, fOptions.tolerance};
+    const SweptModel swept{fDesign,         fParameters,        fSwept,
+                           &fCrossProducts, fIndependent,       estimates,
+                           fDiagonal,       fOptions.tolerance, fSums.exact ? &fExactProducts : nullptr};
     for (TermTest& test : TestTerms(swept)) {
         TermLine& line = fFit.terms.emplace_back();
         line.test = std::move(test);
@@ -328,10 +421,11 @@ void Fitting::DescribeCovariance()
 
     // The intercept is the mean of the target less what the means of the predictors give.
     DoubleDouble variance{1.0 / fFit.sumOfWeights};
+    if (fSums.exact) variance.low = -std::fma(variance.high, fFit.sumOfWeights, -1.0) / fFit.sumOfWeights;
     for (int i = 0; i < rank; ++i) {
         const int k = fIndependent[At(i)];
         DoubleDouble row;
-        for (const int l : fIndependent) row += fMeans[At(l)] * Inverse(k, l);
+        for (const int l : fIndependent) row += fMeans[At(l)] * ExtendedInverse(k, l);
         variance += row * fMeans[At(k)];
         fFit.covariance.SetElem(i + 1, 0, -row.Rounded() * ResidualMeanSquare());
     }
@@ -369,7 +463,7 @@ void Fitting::DescribeCoefficients()
 
 void Fitting::Warn()
 {
-    // The inverse is not refined: it has the digits of the cross products less those that collinearity costs.
+    // The inverse of sums that were rounded is not refined: it has their digits less those that collinearity costs.
     constexpr double kDigitsShown = 7.0;
     double least = kDigitsShown;
     std::string worst;
@@ -381,7 +475,7 @@ void Fitting::Warn()
             worst = c.parameter.Name();
         }
     }
-    if (least < kDigitsShown)
+    if (least < kDigitsShown && !fSums.exact)
         fFit.warnings.push_back("standard errors and tests have about " + FormatCount(std::max(0.0, least)) +
                                 " correct digits: " + Printable(worst) + " nearly depends on other predictors");
     for (const Predictor& p : fDesign.Predictors())

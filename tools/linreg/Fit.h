@@ -69,6 +69,7 @@ struct Fit {
     std::vector<int> estimated;         ///< positions in coefficients of those that are not aliased
     MCMath_930::MCSymMatrix covariance; ///< of the estimates that these are; order 0 without degrees of freedom
     MCXML_930::JsonObject state;        ///< for other runs; null unless options ask for it
+    std::string exactState;             ///< what follows it in the file, of exact sums
 };
 
 /// Reads the cases, twice if the input allows it, and fits the model. With predictions or charts they are read once

@@ -8,12 +8,23 @@ namespace linreg {
 using namespace procedure;
 using MCXML_930::MCSettings;
 
+namespace {
+
+/// Moments without rounding tell much smaller shares from 0 than others.
+constexpr double kExactTolerance = 1e-20;
+
+} // namespace
+
 std::optional<Options> ParseOptions(int argc, char** argv)
 {
     Options options;
     MCSettings& settings = options.settings;
     model::AddModelSettings(settings);
     settings.AddBool("one-pass", false, "read the file once: no residual pass, fewer digits", kRun);
+    settings.AddBool("exact", false,
+                     "sums without rounding, in one reading: the same result for every order of the rows; the "
+                     "tolerance is 1e-20 unless given",
+                     kRun);
     OutputOptions::AddSettings(settings);
 
     CLI::App app("Fits a linear regression to the columns of a CSV file.", "linreg");
@@ -38,6 +49,9 @@ std::optional<Options> ParseOptions(int argc, char** argv)
     if (options.merge && (!options.predictionsPath.empty() || !options.chartPath.empty()))
         throw Failure("predictions and residuals need the data, which states do not hold");
     options.dataPath = options.inputs.front();
+    options.exact = settings.Get("exact").GetBool();
+    const bool chosen = app.count("--tolerance") > 0 || !settings.Find("tolerance")->IsDefault();
+    if (options.exact && !chosen) settings.Set("tolerance", kExactTolerance);
     model::TakeModelOptions(options, options.merge);
     options.onePass = settings.Get("one-pass").GetBool();
     options.output.Take(settings);

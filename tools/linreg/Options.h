@@ -12,6 +12,7 @@ namespace linreg {
 
 struct Options : model::ModelOptions {
     bool onePass = false;
+    bool exact = false;
 
     procedure::OutputOptions output;
     std::vector<std::string> inputs;  ///< one data file, or saved states; "-" is standard input

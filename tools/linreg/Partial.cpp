@@ -7,6 +7,7 @@
 #include <cmath>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <utility>
 
 namespace linreg {
@@ -18,11 +19,23 @@ using MCXML_930::JsonObject;
 namespace {
 
 constexpr const char* kStateFormat = "linreg state 1";
+constexpr const char* kExactFormat = "linreg exact state 1"; // a line, and then the sums
 
 } // namespace
 
 void Sums::Merge(const Sums& other, const std::vector<int>& columns, int nColumns, bool intercept)
 {
+    frequencies += other.frequencies;
+    counts.rows += other.counts.rows;
+    counts.used += other.counts.used;
+    counts.missing += other.counts.missing;
+    counts.unweighted += other.counts.unweighted;
+    if (exact) {
+        exact->Append(*other.exact);
+        frequencies = exact->frequencies.GetNCases();
+        weights = exact->products.GetNCases();
+        return;
+    }
     const int before = products.GetNRows();
     if (nColumns > before) { // levels that this part did not have: exact zeros
         MCMath_930::MCSymMatrix grown;
@@ -53,17 +66,13 @@ void Sums::Merge(const Sums& other, const std::vector<int>& columns, int nColumn
                                  factor * (theirs[At(i)] - means[At(i)]) * (theirs[At(j)] - means[At(j)]));
     for (std::size_t i = 0; i < means.size(); ++i) means[i] += (theirs[i] - means[i]) * (other.weights / total);
     weights = total;
-    frequencies += other.frequencies;
-    counts.rows += other.counts.rows;
-    counts.used += other.counts.used;
-    counts.missing += other.counts.missing;
-    counts.unweighted += other.counts.unweighted;
 }
 
 JsonObject SaveState(const Options& options, const Design& design, const Sums& sums)
 {
     JsonObject json = JsonObject::NewObject();
-    json.Set("format", kStateFormat);
+    json.Set("format", sums.exact ? kExactFormat : kStateFormat);
+    if (sums.exact) json.Set("settings", options.settings.ToJson(true));
     json.Set("target", options.target);
     json.Set("intercept", design.HasIntercept());
     json.Set("frequency", options.frequency);
@@ -115,6 +124,7 @@ JsonObject SaveState(const Options& options, const Design& design, const Sums& s
     json.Set("counts", JsonObject::FromReals(
                            std::vector<double>{static_cast<double>(c.rows), static_cast<double>(c.used),
                                                static_cast<double>(c.missing), static_cast<double>(c.unweighted)}));
+    if (sums.exact) return json;
     json.Set("frequencies", sums.frequencies);
     json.Set("weights", sums.weights);
     json.Set("shift", JsonObject::FromReals(sums.shift));
@@ -122,6 +132,14 @@ JsonObject SaveState(const Options& options, const Design& design, const Sums& s
     const auto n = static_cast<std::size_t>(sums.products.GetNRows());
     json.Set("products", JsonObject::FromReals(std::span<const double>(sums.products.GetPtr(), n * (n + 1) / 2)));
     return json;
+}
+
+std::string SaveExactSums(const ExactSums& sums)
+{
+    std::ostringstream text;
+    sums.products.WriteObjectXML(text, 0);
+    sums.frequencies.WriteObjectXML(text, 0);
+    return text.str();
 }
 
 namespace {
@@ -133,18 +151,55 @@ struct State {
     std::vector<FormulaTerm> terms;
     std::vector<Predictor> predictors; ///< names, kinds and levels
     std::vector<std::vector<int>> cells;
+    JsonObject settings; ///< of an exact state
     Sums sums;
 
-    bool Read(const JsonObject& json)
+    /// A state of either kind.
+    bool Read(const std::string& path)
     {
+        std::ifstream file(path, std::ios::binary);
+        if (!file) throw Failure(path + ": cannot be opened");
+        std::string text;
+        JsonObject json;
         std::string format;
+        std::getline(file, text);
+        const bool isExact = JsonObject::Parse(text, json) && json["format"].Read(format) && format == kExactFormat;
+        if (isExact) return ReadModel(json) && ReadExactSums(file, json);
+        text.append("\n").append(std::istreambuf_iterator<char>(file), {});
+        return JsonObject::Parse(text, json) && json["format"].Read(format) && format == kStateFormat &&
+               ReadModel(json) && ReadSums(json);
+    }
+
+    std::size_t NCovariateColumns() const
+    {
+        std::size_t covariates = 1;
+        for (const FormulaTerm& term : terms)
+            covariates += std::ranges::all_of(term, [&](const FormulaPart& part) {
+                const auto found = std::ranges::find(predictors, part.name, &Predictor::name);
+                return found != predictors.end() && found->kind == Predictor::Kind::Covariate;
+            });
+        return covariates;
+    }
+
+private:
+    bool ReadExactSums(std::ifstream& file, const JsonObject& json)
+    {
+        settings = json["settings"];
+        ExactSums& exact = sums.exact.emplace();
+        if (exact.products.ReadObjectXML(file) == 0 || exact.frequencies.ReadObjectXML(file) == 0 ||
+            exact.products.IsIntercept() != intercept || exact.frequencies.GetNVars() != 0)
+            return false;
+        sums.weights = exact.products.GetNCases();
+        sums.frequencies = exact.frequencies.GetNCases();
+        return sums.weights > 0.0 &&
+               std::all_of(std::istreambuf_iterator<char>(file), {}, [](char c) { return c == '\n' || c == '\r'; });
+    }
+
+    bool ReadModel(const JsonObject& json)
+    {
         std::vector<double> counts;
-        std::vector<double> products;
-        if (!json["format"].Read(format) || format != kStateFormat || !json["target"].Read(target) ||
-            !json["intercept"].Read(intercept) || !json["frequency"].Read(frequency) || !json["weight"].Read(weight) ||
-            !json["counts"].Read(counts) || counts.size() != 4 || !json["frequencies"].Read(sums.frequencies) ||
-            !json["weights"].Read(sums.weights) || !(sums.weights > 0.0) || !json["shift"].Read(sums.shift) ||
-            !json["means"].Read(sums.means) || !json["products"].Read(products))
+        if (!json["target"].Read(target) || !json["intercept"].Read(intercept) || !json["frequency"].Read(frequency) ||
+            !json["weight"].Read(weight) || !json["counts"].Read(counts) || counts.size() != 4)
             return false;
         sums.counts = {static_cast<std::int64_t>(counts[0]), static_cast<std::int64_t>(counts[1]),
                        static_cast<std::int64_t>(counts[2]), static_cast<std::int64_t>(counts[3])};
@@ -171,13 +226,17 @@ struct State {
         }
         for (const JsonObject& one : json["cells"].Elements())
             if (!one.Read(cells.emplace_back())) return false;
-        const std::size_t n = sums.means.size();
-        std::size_t covariates = 1;
-        for (const FormulaTerm& term : terms)
-            covariates += std::ranges::all_of(term, [&](const FormulaPart& part) {
-                const auto found = std::ranges::find(predictors, part.name, &Predictor::name);
-                return found != predictors.end() && found->kind == Predictor::Kind::Covariate;
-            });
+        return true;
+    }
+
+    bool ReadSums(const JsonObject& json)
+    {
+        std::vector<double> products;
+        if (!json["frequencies"].Read(sums.frequencies) || !json["weights"].Read(sums.weights) ||
+            !(sums.weights > 0.0) || !json["shift"].Read(sums.shift) || !json["means"].Read(sums.means) ||
+            !json["products"].Read(products))
+            return false;
+        const std::size_t n = sums.means.size(), covariates = NCovariateColumns();
         if (n != covariates + cells.size() || products.size() != n * (n + 1) / 2 ||
             (intercept ? sums.shift.size() != covariates : !sums.shift.empty()))
             return false;
@@ -206,20 +265,42 @@ std::vector<std::size_t> AddLevels(Design& design, Predictor& ours, const Predic
     return places;
 }
 
+/// Brings the sums of a state to the columns that its columns have in the design. False when there are not as many.
+bool MoveColumns(ExactSums& sums, const std::vector<int>& columns, const Design& design)
+{
+    const ExactColumns places(design);
+    std::vector<int> positions(At(places.Count(static_cast<int>(columns.size()))));
+    for (std::size_t j = 0; j < columns.size(); ++j) {
+        const MCMath_930::MCColumnPair from = places.Of(static_cast<int>(j)), to = places.Of(columns[j]);
+        positions[At(from.high)] = to.high;
+        if (from.low >= 0) positions[At(from.low)] = to.low;
+    }
+    return sums.products.Expand(positions, places.Count(design.NColumns()));
+}
+
+/// The options become those that the state was made with, where the command line did not say otherwise.
+void RestoreSettings(const State& state, const std::string& path, Options& options)
+{
+    const JsonObject said = options.settings.ToJson(true);
+    if (options.settings.FromJson(state.settings).IsError() || options.settings.FromJson(said).IsError())
+        throw Failure(path + ": it was saved with settings that cannot be set");
+    TakeModelOptions(options);
+    options.exact = true;
+}
+
 } // namespace
 
 void LoadStates(const std::vector<std::string>& paths, Options& options, Design& design, Sums& sums)
 {
     State first;
     for (std::size_t i = 0; i < paths.size(); ++i) {
-        std::ifstream file(paths[i], std::ios::binary);
-        if (!file) throw Failure(paths[i] + ": cannot be opened");
-        const std::string text{std::istreambuf_iterator<char>(file), {}};
-        JsonObject json;
         State state;
-        if (!JsonObject::Parse(text, json) || !state.Read(json))
-            throw Failure(paths[i] + ": no state that linreg --save has written");
+        if (!state.Read(paths[i])) throw Failure(paths[i] + ": no state that linreg --save has written");
         if (i == 0) {
+            if (state.sums.exact)
+                RestoreSettings(state, paths[i], options);
+            else if (options.exact)
+                throw Failure(paths[i] + ": its sums are not exact");
             options.target = state.target;
             options.intercept = state.intercept;
             options.frequency = state.frequency;
@@ -228,12 +309,15 @@ void LoadStates(const std::vector<std::string>& paths, Options& options, Design&
             design.SetTerms(state.terms);
             for (Predictor& ours : design.Predictors()) {
                 const auto found = std::ranges::find(state.predictors, ours.name, &Predictor::name);
-                ours.kind = found->kind; // State::Read has seen it there
+                if (found == state.predictors.end())
+                    throw Failure(paths[i] + ": no state that linreg --save has written");
+                ours.kind = found->kind;
             }
             design.PlaceCovariates();
             first = state;
         } else if (state.target != first.target || state.intercept != first.intercept || state.terms != first.terms ||
-                   state.frequency != first.frequency || state.weight != first.weight) {
+                   state.frequency != first.frequency || state.weight != first.weight ||
+                   state.sums.exact.has_value() != first.sums.exact.has_value()) {
             throw Failure(paths[i] + ": it is of another model than " + paths.front());
         }
         std::vector<std::vector<std::size_t>> places(design.Predictors().size());
@@ -246,8 +330,7 @@ void LoadStates(const std::vector<std::string>& paths, Options& options, Design&
             places[p] = AddLevels(design, ours, *theirs);
         }
         std::vector<int> columns;
-        for (std::size_t j = 0; j < state.sums.means.size() - state.cells.size(); ++j)
-            columns.push_back(static_cast<int>(j));
+        for (std::size_t j = 0; j < state.NCovariateColumns(); ++j) columns.push_back(static_cast<int>(j));
         for (const std::vector<int>& cell : state.cells) {
             const auto refuse = [&] { throw Failure(paths[i] + ": no state that linreg --save has written"); };
             if (cell.empty() || cell[0] < 0 || At(cell[0]) >= design.Terms().size()) refuse();
@@ -263,6 +346,8 @@ void LoadStates(const std::vector<std::string>& paths, Options& options, Design&
         }
         if (design.NParameters() > kMaxParameters)
             throw Failure(paths[i] + ": the model has more than " + std::to_string(kMaxParameters) + " parameters");
+        if (state.sums.exact && !MoveColumns(*state.sums.exact, columns, design))
+            throw Failure(paths[i] + ": no state that linreg --save has written");
         if (i == 0)
             sums = state.sums;
         else

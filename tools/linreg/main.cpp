@@ -37,7 +37,7 @@ void Run(Options options)
     }
     outputs.Add(options.savePath, [&](std::ostream& out) {
         fit.state.Write(out);
-        out << '\n';
+        out << '\n' << fit.exactState;
     });
     outputs.Add(options.pmmlPath, [&](std::ostream& out) {
         // States hold no data: the document has what they tell.

@@ -113,6 +113,8 @@ bool CaseReader::NextBlock(CaseBlock& block)
     block.cellValues.clear();
     block.frequencies.clear();
     block.weights.clear();
+    block.rests.clear();
+    block.cellRests.clear();
     block.caseOfRow.clear();
     block.rowTexts.clear();
     while (block.cases < kCasesPerBlock && block.caseOfRow.size() < static_cast<std::size_t>(kCasesPerBlock)) {
@@ -210,11 +212,13 @@ void CaseReader::ReadTarget(std::size_t field, std::string_view text)
         fTargetValues.emplace_back(text);
 }
 
-double CaseReader::TermValue(const Term& term) const
+// With a low part of 0 unless rests are carried.
+DoubleDouble CaseReader::TermValue(const Term& term) const
 {
-    double value = 1.0;
+    DoubleDouble value{1.0};
     for (const Term::Covariate& c : term.covariates)
-        for (int power = 0; power < c.power; ++power) value *= fNumbers[c.predictor];
+        for (int power = 0; power < c.power; ++power)
+            value = fCarriesRests ? value * fNumbers[c.predictor] : DoubleDouble{value.high * fNumbers[c.predictor]};
     return value;
 }
 
@@ -223,7 +227,7 @@ void CaseReader::PlaceCovariates()
     fDesign.PlaceCovariates();
     if (fDesign.NParameters() > kMaxParameters) RefuseSize(fPredictorFields.back());
     fFirstCase.push_back(fTarget);
-    for (const std::size_t term : fDesign.CovariateTerms()) fFirstCase.push_back(TermValue(fDesign.Terms()[term]));
+    for (const std::size_t term : fDesign.CovariateTerms()) fFirstCase.push_back(TermValue(fDesign.Terms()[term]).high);
 }
 
 // False for a case with a combination of levels that no case of the first reading had.
@@ -251,16 +255,20 @@ bool CaseReader::AppendCase(CaseBlock& block)
             RefuseSize(fPredictorFields[fDesign.Terms()[term].factors.front()]);
     }
     if (fDesign.HasMixedTerms())
-        for (const std::size_t term : fDesign.FactorTerms())
-            block.cellValues.push_back(TermValue(fDesign.Terms()[term]));
+        for (const std::size_t term : fDesign.FactorTerms()) {
+            const DoubleDouble value = TermValue(fDesign.Terms()[term]);
+            block.cellValues.push_back(value.high);
+            if (fCarriesRests) block.cellRests.push_back(value.low);
+        }
     ++block.cases;
     block.values.push_back(fTarget);
     for (const std::size_t term : fDesign.CovariateTerms()) {
-        const double value = TermValue(fDesign.Terms()[term]);
+        const auto [value, rest] = TermValue(fDesign.Terms()[term]);
         if (!std::isfinite(value))
             fTable.Refuse(fPredictorFields[fDesign.Terms()[term].covariates.front().predictor],
                           "a product of the model is out of range");
         block.values.push_back(value);
+        if (fCarriesRests && fDesign.Terms()[term].IsRounded()) block.rests.push_back(rest);
     }
     if (fHasFrequency) block.frequencies.push_back(fFrequency);
     if (fHasWeight) block.weights.push_back(fWeight);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "common/CsvTable.h"
+#include "common/DoubleDouble.h"
 #include "model/Design.h"
 #include "model/Options.h"
 
@@ -25,6 +26,8 @@ struct CaseBlock {
     std::vector<double> cellValues; ///< what stands there; empty: 1 everywhere
     std::vector<double> frequencies;
     std::vector<double> weights;
+    std::vector<double> rests;     ///< what values lacks of the products that a double rounds, if the reader carries it
+    std::vector<double> cellRests; ///< the same of cellValues
 
     /// For predictions: of each row of the file which case it is, -1 for none, and what the output repeats of it.
     std::vector<int> caseOfRow;
@@ -59,6 +62,9 @@ public:
 
     /// Fills block; false when no cases are left. Throws Failure for a row that cannot be read.
     bool NextBlock(CaseBlock& block);
+
+    /// From now on blocks have the products of terms in twice the digits of a double.
+    void CarryRests() { fCarriesRests = true; }
 
     /// Back to the first case, for another reading of a file.
     void Restart();
@@ -96,7 +102,7 @@ private:
     void PlaceCovariates();
     bool AppendCase(CaseBlock& block);
     std::size_t FindLevel(std::size_t field, std::string_view text);
-    double TermValue(const Term& term) const;
+    procedure::DoubleDouble TermValue(const Term& term) const;
     void ReadTarget(std::size_t field, std::string_view text);
     bool ReadRow(const std::vector<std::string_view>& row, CaseBlock& block);
     std::size_t FindOrAddLevel(Predictor& factor, std::string_view text);
@@ -109,6 +115,7 @@ private:
     bool fHasWeight = false;
     bool fLearning = true;
     bool fPredicting = false;
+    bool fCarriesRests = false;
     std::optional<std::string> fEvent;
     std::optional<double> fEventNumber;
     std::vector<std::string> fTargetValues;

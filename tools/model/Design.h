@@ -47,8 +47,9 @@ struct Predictor {
     std::map<double, std::size_t> levelOfNumber;
     MCXML_930::MCCategoricalEncoder encoder; ///< after FinishLevels: order, names and reference of the levels
 
-    /// Whether it became a factor by a text among numbers: nearly always a mark for a missing value.
-    bool IsSuspicious() const { return kind == Kind::Factor && !namedAsFactor && numbers >= 9 * texts; }
+    /// Whether it became a factor by a text among numbers: nearly always a mark for a missing value. Of merged states
+    /// it is not known.
+    bool IsSuspicious() const { return kind == Kind::Factor && !namedAsFactor && texts > 0 && numbers >= 9 * texts; }
 };
 
 /// A product of predictors. Of covariates alone it is one column; with factors it has a column for each combination of
@@ -70,6 +71,14 @@ struct Term {
     int column = -1;                  ///< without factors
     std::vector<Cell> cells;
     std::unordered_map<std::uint64_t, std::size_t> cellOfKey;
+
+    /// Whether the product is of several numbers, so that a double rounds it.
+    bool IsRounded() const
+    {
+        int degree = 0;
+        for (const Covariate& c : covariates) degree += c.power;
+        return degree > 1;
+    }
     std::vector<bool> hasMargin; ///< after FinishLevels, for each factor: whether the model spans the term without it
 };
 

@@ -10,6 +10,8 @@ namespace model {
 
 using MCCommon_930::MCMV;
 using MCMath_930::MCBitSet;
+using MCMath_930::MCExtended;
+using MCMath_930::MCExtendedSym;
 using MCMath_930::MCSymMatrix;
 
 namespace {
@@ -28,6 +30,15 @@ bool Contains(const Term& big, const Term& small)
                                }) &&
            std::ranges::all_of(small.factors,
                                [&](std::size_t f) { return std::ranges::find(big.factors, f) != big.factors.end(); });
+}
+
+double Rounded(double x)
+{
+    return x;
+}
+double Rounded(MCExtended x)
+{
+    return x.high;
 }
 
 class Testing {
@@ -217,8 +228,21 @@ private:
         test.df = 0.0;
         test.sum = MCMV::Missing();
         test.kind = TermTest::Kind::None;
-        if (fModel.crossProducts == nullptr) return;
-        MCSymMatrix work = *fModel.crossProducts;
+        if (fModel.exactProducts != nullptr) {
+            MCExtendedSym work = *fModel.exactProducts;
+            std::vector<int> scales; // near 1, so that no product leaves the range of a double
+            work.Equilibrate(scales);
+            AddTerm(work, number, containing, test);
+            if (test.df > 0.0) test.sum = std::ldexp(test.sum, -2 * scales.back());
+        } else if (fModel.crossProducts != nullptr) {
+            MCSymMatrix work = *fModel.crossProducts;
+            AddTerm(work, number, containing, test);
+        }
+    }
+
+    template <class Matrix>
+    void AddTerm(Matrix& work, std::size_t number, const std::vector<std::size_t>& containing, TermTest& test) const
+    {
         const int target = work.GetNRows() - 1;
         std::vector<double> diagonal;
         work.GetDiagonal(diagonal);
@@ -234,11 +258,11 @@ private:
             return static_cast<double>(SweepRows(work, rows, fModel.tolerance, diagonal, swept).size());
         };
         sweep(false);
-        const double without = work.GetElem(target, target);
+        const auto without = work.GetElem(target, target);
         test.df = sweep(true);
         if (!(test.df > 0.0)) return;
         test.kind = TermTest::Kind::TypeTwo;
-        test.sum = std::max(0.0, without - work.GetElem(target, target));
+        test.sum = std::max(0.0, Rounded(without - work.GetElem(target, target)));
     }
 
     const SweptModel& fModel;

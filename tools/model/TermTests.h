@@ -20,6 +20,7 @@ struct SweptModel {
     const std::vector<double>& estimates;         ///< by parameter
     const std::vector<double>& diagonal;          ///< of the cross products before any sweep
     double tolerance;
+    const MCMath_930::MCExtendedSym* exactProducts = nullptr; ///< instead of crossProducts, in twice the digits
 };
 
 struct TermTest {
