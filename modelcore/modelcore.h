@@ -104,6 +104,7 @@
 #include "modelcore/variables/MCWeightVariable.h"
 #include "modelcore/xml/ExportFormat.h"
 #include "modelcore/xml/JsonObject.h"
+#include "modelcore/xml/MCStateBytes.h"
 #include "modelcore/xml/NumberFormat.h"
 #include "modelcore/xml/XMLAttribute.h"
 #include "modelcore/xml/XMLDocType.h"

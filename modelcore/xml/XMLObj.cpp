@@ -5,14 +5,17 @@
 #include "modelcore/xml/XMLUtil.h"
 #include "modelcore/xml/XMLValueStream.h"
 #include "modelcore/xml/XMLWrite.h"
+#include "modelcore/xml/internal/StateTokens.h"
 #include "modelcore/xml/internal/ValueStream.h"
 
 #include <algorithm>
 #include <bit>
 #include <charconv>
 #include <cmath>
+#include <concepts>
 #include <cstdint>
 #include <limits>
+#include <ostream>
 #include <utility>
 
 namespace MCXML_930 {
@@ -30,62 +33,87 @@ std::string TextOfReal(double value)
     return std::string(internal::kNaN).append(text, end).append(")");
 }
 
+/// Hands a value to the sink of a stream that has one; false when it has none.
+template <class Put>
+bool PutToken(std::ostream& os, Put put)
+{
+    internal::TokenSink* const sink = internal::TokenSink::Of(os);
+    if (sink != nullptr) put(*sink);
+    return sink != nullptr;
+}
+
+template <std::integral Integer>
+bool PutInteger(std::ostream& os, Integer value)
+{
+    return PutToken(os, [value](internal::TokenSink& sink) {
+        const bool isNegative = value < Integer{0};
+        sink.PutInteger(isNegative, static_cast<std::uint64_t>(isNegative ? static_cast<Integer>(~value) : value));
+    });
+}
+
 } // namespace
 
 XMLObj::XMLObj(std::string name, int nTabs) : fName(std::move(name)), fnTabs(nTabs) {}
 
 int XMLObj::StartObj(std::ostream& os) const
 {
+    if (PutToken(os, [&](internal::TokenSink& sink) { sink.PutText(internal::Token::Start, fName); })) return 0;
     return Write(os, XMLUtil::GetTabs(fnTabs) + "<" + fName + ">\n");
 }
 
 int XMLObj::EndObj(std::ostream& os) const
 {
+    if (PutToken(os, [](internal::TokenSink& sink) { sink.Put(internal::Token::End); })) return 0;
     return Write(os, XMLUtil::GetTabs(fnTabs) + "</" + fName + ">\n");
 }
 
 int XMLObj::WriteSubElement(std::ostream& os, int value) const
 {
-    return WriteLine(os, nullptr, std::to_string(value));
+    return PutInteger(os, value) ? 0 : WriteLine(os, nullptr, std::to_string(value));
 }
 
 int XMLObj::WriteSubElement(std::ostream& os, unsigned int value) const
 {
-    return WriteLine(os, nullptr, std::to_string(value));
+    return PutInteger(os, value) ? 0 : WriteLine(os, nullptr, std::to_string(value));
 }
 
 int XMLObj::WriteSubElement(std::ostream& os, long value) const
 {
-    return WriteLine(os, nullptr, std::to_string(value));
+    return PutInteger(os, value) ? 0 : WriteLine(os, nullptr, std::to_string(value));
 }
 
 int XMLObj::WriteSubElement(std::ostream& os, unsigned long value) const
 {
-    return WriteLine(os, nullptr, std::to_string(value));
+    return PutInteger(os, value) ? 0 : WriteLine(os, nullptr, std::to_string(value));
 }
 
 int XMLObj::WriteSubElement(std::ostream& os, long long value) const
 {
-    return WriteLine(os, nullptr, std::to_string(value));
+    return PutInteger(os, value) ? 0 : WriteLine(os, nullptr, std::to_string(value));
 }
 
 int XMLObj::WriteSubElement(std::ostream& os, unsigned long long value) const
 {
-    return WriteLine(os, nullptr, std::to_string(value));
+    return PutInteger(os, value) ? 0 : WriteLine(os, nullptr, std::to_string(value));
 }
 
 int XMLObj::WriteSubElement(std::ostream& os, bool value) const
 {
+    if (PutToken(os,
+                 [&](internal::TokenSink& sink) { sink.Put(value ? internal::Token::True : internal::Token::False); }))
+        return 0;
     return WriteLine(os, nullptr, std::string(value ? internal::kTrue : internal::kFalse));
 }
 
 int XMLObj::WriteSubElement(std::ostream& os, double value) const
 {
+    if (PutToken(os, [&](internal::TokenSink& sink) { sink.PutReal(value); })) return 0;
     return WriteLine(os, internal::kDoubleType, TextOfReal(value));
 }
 
 int XMLObj::WriteSubElement(std::ostream& os, const std::string& value) const
 {
+    if (PutToken(os, [&](internal::TokenSink& sink) { sink.PutText(internal::Token::Text, value); })) return 0;
     std::string text;
     internal::AppendEncoded(text, value);
     return WriteLine(os, internal::kStringType, text);

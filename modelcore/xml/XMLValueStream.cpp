@@ -2,6 +2,7 @@
 #include "modelcore/xml/XMLValueStream.h"
 
 #include "modelcore/common/MCMV.h"
+#include "modelcore/xml/internal/StateTokens.h"
 #include "modelcore/xml/internal/ValueStream.h"
 
 #include <bit>
@@ -11,6 +12,8 @@
 #include <fstream>
 #include <limits>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 
 namespace MCXML_930 {
 
@@ -194,6 +197,14 @@ bool ConvertReal(std::string_view text, double& number)
 template <class Integer>
 bool ParseInteger(std::ifstream& is, Integer& value)
 {
+    if (internal::TokenSource* const source = internal::TokenSource::Of(is)) {
+        bool isNegative = false;
+        std::uint64_t magnitude = 0;
+        if (!source->TakeInteger(isNegative, magnitude) || !std::in_range<Integer>(magnitude)) return false;
+        if (isNegative && std::is_unsigned_v<Integer>) return false;
+        value = isNegative ? static_cast<Integer>(~static_cast<Integer>(magnitude)) : static_cast<Integer>(magnitude);
+        return true;
+    }
     return ParseItem(is, "", kLongestNumber, [&value](std::string_view text) { return Convert(text, value); });
 }
 
@@ -219,12 +230,14 @@ bool ParseStartXML(std::ifstream& is)
 
 bool ParseStartObj(std::ifstream& is, const std::string& name)
 {
+    if (internal::TokenSource* const source = internal::TokenSource::Of(is)) return source->TakeStart(name);
     Scanner scan(is);
     return scan.TagName() == name && scan.Take('>');
 }
 
 bool ParseEndObj(std::ifstream& is)
 {
+    if (internal::TokenSource* const source = internal::TokenSource::Of(is)) return source->Take(internal::Token::End);
     Scanner scan(is);
     if (!scan.Take('<') || !scan.Take('/')) return false;
     scan.Word();
@@ -263,6 +276,7 @@ bool ParseValue(std::ifstream& is, unsigned long long& value)
 
 bool ParseValue(std::ifstream& is, bool& value)
 {
+    if (internal::TokenSource* const source = internal::TokenSource::Of(is)) return source->TakeBool(value);
     return ParseItem(is, "", kLongestNumber, [&value](std::string_view text) {
         if (text != internal::kTrue && text != internal::kFalse) return false;
         value = text == internal::kTrue;
@@ -272,12 +286,15 @@ bool ParseValue(std::ifstream& is, bool& value)
 
 bool ParseValue(std::ifstream& is, double& value)
 {
+    if (internal::TokenSource* const source = internal::TokenSource::Of(is)) return source->TakeReal(value);
     return ParseItem(is, internal::kDoubleType, kLongestNumber,
                      [&value](std::string_view text) { return ConvertReal(text, value); });
 }
 
 bool ParseValue(std::ifstream& is, std::string& value)
 {
+    if (internal::TokenSource* const source = internal::TokenSource::Of(is))
+        return source->TakeText(internal::Token::Text, value);
     return ParseItem(is, internal::kStringType, kLongestString, [&value](std::string_view text) {
         std::string decoded;
         if (!internal::AppendDecoded(decoded, text)) return false;

@@ -171,6 +171,14 @@ TEST(Objects, SavedTheyComeBackWithEveryBit)
                 use(restored);
                 EXPECT_EQ(Saved(restored), Saved(original));
 
+                const std::string bytes = MCXML_930::MCStateBytes::Save(object);
+                auto travelled = restored;
+                EXPECT_EQ(MCXML_930::MCStateBytes::Restore(bytes, travelled), MCXML_930::MCStateBytes::Ok);
+                EXPECT_EQ(Saved(travelled), text);
+                std::string_view kind, content;
+                EXPECT_EQ(MCXML_930::MCStateBytes::Unwrap(bytes, kind, content), MCXML_930::MCStateBytes::Ok);
+                EXPECT_EQ(kind, name);
+
                 // Cut anywhere, with a line too few or too many, of another class, with a damaged count: nothing
                 // changes.
                 const std::string before = Saved(restored);

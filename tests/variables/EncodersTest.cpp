@@ -121,6 +121,13 @@ TEST(Encoders, MergeInAnyOrderSaveAndGoOnAlike)
         for (const double x : probes) EXPECT_TRUE(SameBits(Row(*reread, x), Row(*merged, x)));
         ExpectBlockLikeRows(*reread, probes);
         EXPECT_EQ(Restore(*reread, Saved(*whole).substr(0, 300)), 0);
+        const std::string bytes = MCStateBytes::Save(*merged);
+        MCStateBytes::Reader reader(bytes);
+        const auto travelled = MCEncoderBase::Create(std::string(reader.GetKind()));
+        ASSERT_NE(travelled, nullptr);
+        EXPECT_GT(travelled->ReadObjectXML(reader.Stream()), 0);
+        EXPECT_EQ(reader.Finish(true), MCStateBytes::Ok);
+        EXPECT_TRUE(*travelled == *merged);
 
         // Names are there and different; Display says the class; a finished encoder learns and merges no more.
         std::vector<std::string> names;
