@@ -1,5 +1,5 @@
 // Categories: the weight of each category of a field.
-#include "Common.h"
+#include "State.h"
 
 #include <cmath>
 #include <map>
@@ -9,11 +9,11 @@ namespace modelcore_python {
 
 namespace {
 
-constexpr const char* kClass = "Categories";
-
 /// Counts of numbers and of texts, each in their order. A bool is the number 0 or 1, as in Python.
 class Categories {
 public:
+    static constexpr const char* kClass = "Categories";
+
     void Update(nb::handle values, nb::handle frequency, nb::handle weight, bool remove)
     {
         const Busy busy(fbBusy);
@@ -120,7 +120,35 @@ public:
         return result;
     }
 
+    template <class Self, class State>
+    static void Fields(Self& self, State& state)
+    {
+        state.Field(self.fdMissing);
+        FieldsOf(self.fNumbers, state);
+        FieldsOf(self.fTexts, state);
+    }
+
 private:
+    template <class Map, class State>
+    static void FieldsOf(Map& map, State& state)
+    {
+        using Key = typename std::remove_const_t<Map>::key_type;
+        auto size = static_cast<unsigned long long>(map.size());
+        state.Field(size);
+        if constexpr (State::kReads) {
+            Key key{};
+            double weight = 0.0;
+            for (unsigned long long i = 0; i < size && state.Good(); ++i) {
+                state.Field(key);
+                state.Field(weight);
+                state.Require(map.empty() || map.rbegin()->first < key); // also keeps NaN out
+                if (state.Good()) map.emplace_hint(map.end(), key, weight);
+            }
+        } else {
+            for (const auto& [key, weight] : map) state.Field(key), state.Field(weight);
+        }
+    }
+
     static std::string Text(nb::handle value)
     {
         Py_ssize_t size = 0;
@@ -184,12 +212,13 @@ private:
 
 void RegisterCategories(nb::module_& m)
 {
-    nb::class_<Categories>(m, "Categories",
-                           "The weight of each category of one field, numbers or text; updated, taken back, merged and "
-                           "saved.\n\nCategories come numbers first, by size, then text, by its bytes in UTF-8: their "
-                           "order never depends on that of the data. 1, 1.0 and True are one category, as in Python. "
-                           "None, NaN and nulls are counted as missing.")
-        .def(nb::init<>())
+    nb::class_<Categories> type(
+        m, "Categories",
+        "The weight of each category of one field, numbers or text; updated, taken back, merged and "
+        "saved.\n\nCategories come numbers first, by size, then text, by its bytes in UTF-8: their "
+        "order never depends on that of the data. 1, 1.0 and True are one category, as in Python. "
+        "None, NaN and nulls are counted as missing.");
+    type.def(nb::init<>())
         .def(
             "update",
             [](nb::object self, ArrayLike values, OptionalArrayLike frequency, OptionalArrayLike weight) {
@@ -242,13 +271,11 @@ void RegisterCategories(nb::module_& m)
         .def("__len__", &Categories::Size)
         .def("to_json", &Categories::ToJson, "The counts as JSON; from_json restores every bit of them.")
         .def_static("from_json", &Categories::FromJson, nb::arg("text"), "Restores what to_json gave.")
-        .def("__getstate__", &Categories::ToJson)
-        .def("__setstate__",
-             [](Categories& self, const std::string& text) { new (&self) Categories(Categories::FromJson(text)); })
         .def("__repr__", [](const Categories& self) {
             return "Categories(" + std::to_string(self.Size()) + " categories, total " + std::to_string(self.Total()) +
                    ")";
         });
+    DefineState(type, Categories::kClass, [] { return Categories(); });
 }
 
 } // namespace modelcore_python

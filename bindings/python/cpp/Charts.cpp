@@ -1,5 +1,6 @@
 // Gains, ROC curves, histograms, bar charts and scatter plots.
 #include "StatXml.h"
+#include "State.h"
 
 #include <nanobind/stl/pair.h>
 
@@ -166,10 +167,11 @@ void RegisterCharts(nb::module_& m)
           "score, "
           "and the area auc, ties counting half. NaN where there is no positive or no negative case.");
 
-    nb::class_<MCHistogramData>(
+    nb::class_<MCHistogramData> histogram(
         m, "Histogram",
         "Bins of equal length from minimum to maximum; values beyond them fall into the end bins. "
-        "Missing values are left out.\n\nC++: MCHistogramData.")
+        "Missing values are left out.\n\nC++: MCHistogramData.");
+    histogram
         .def(
             "__init__",
             [](MCHistogramData* self, double minimum, double maximum, int bins) {
@@ -224,19 +226,14 @@ void RegisterCharts(nb::module_& m)
             [](MCHistogramData& self, const std::string& field) {
                 return Node(MCStatXMLUtil::CreateElemVarData(self.GenerateMCVariateData(field)));
             },
-            nb::arg("field"), "The chart as an element of a StatXML document.")
-        .def("__getstate__", [](const MCHistogramData& self) { return StateText(self); })
-        .def("__setstate__", [](MCHistogramData& self, const std::string& text) {
-            MCHistogramData restored(0.0, 1.0, 1);
-            ReadState(restored, text);
-            new (&self) MCHistogramData(std::move(restored));
-        });
+            nb::arg("field"), "The chart as an element of a StatXML document.");
+    DefineState(histogram, "MCHistogramData", [] { return MCHistogramData(0.0, 1.0, 1); });
 
-    nb::class_<MCScatterPlotData>(
+    nb::class_<MCScatterPlotData> grid(
         m, "ScatterGrid",
         "The points of a scatter plot in the cells of a grid, each with its mean point and "
-        "weight; points beyond it fall into the cells at its edge.\n\nC++: MCScatterPlotData.")
-        .def(
+        "weight; points beyond it fall into the cells at its edge.\n\nC++: MCScatterPlotData.");
+    grid.def(
             "__init__",
             [](MCScatterPlotData* self, std::pair<double, double> x, std::pair<double, double> y, int xBins,
                int yBins) {
@@ -283,10 +280,12 @@ void RegisterCharts(nb::module_& m)
             [](const MCScatterPlotData& self) { return Node(MCStatXMLUtil::CreateElemVarData(self.GetCellData())); },
             "The chart as an element of a StatXML document.");
 
-    nb::class_<MCBarChartData>(m, "BarChart",
-                               "A bar for each named category: the sums of frequencies and of weights.\n\nC++: "
-                               "MCBarChartData.")
-        .def(nb::init<std::vector<std::string>>(), nb::arg("categories"))
+    DefineState(grid, "MCScatterPlotData", [] { return MCScatterPlotData(); });
+
+    nb::class_<MCBarChartData> bars(m, "BarChart",
+                                    "A bar for each named category: the sums of frequencies and of weights.\n\nC++: "
+                                    "MCBarChartData.");
+    bars.def(nb::init<std::vector<std::string>>(), nb::arg("categories"))
         .def(
             "update",
             [](nb::object self, ArrayLike codes, OptionalArrayLike frequency, OptionalArrayLike weight) {
@@ -318,6 +317,7 @@ void RegisterCharts(nb::module_& m)
         .def_prop_ro(
             "weights", [](const MCBarChartData& self) { return ToArray(self.GetWeights()); },
             "The sum of frequency times weight in each.");
+    DefineState(bars, "MCBarChartData", [] { return MCBarChartData({}); });
 }
 
 } // namespace modelcore_python

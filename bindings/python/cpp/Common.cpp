@@ -1,5 +1,5 @@
 // What the classes of the extension share.
-#include "Common.h"
+#include "State.h"
 
 #include <cmath>
 
@@ -29,6 +29,43 @@ std::vector<double> RowWeights(std::size_t rows, nb::handle frequency, nb::handl
     multiply(frequency, "frequency", true);
     multiply(weight, "weight", false);
     return weights;
+}
+
+void RefuseState(MCStateBytes::Fault fault, std::string_view bytes, const std::string& wanted)
+{
+    std::string message = MCStateBytes::GetText(fault);
+    if (fault == MCStateBytes::OtherVersion) {
+        const auto version = static_cast<unsigned>(static_cast<unsigned char>(bytes[4])) |
+                             static_cast<unsigned>(static_cast<unsigned char>(bytes[5])) << 8;
+        message +=
+            ": version " + std::to_string(version) + ", and it reads version " + std::to_string(MCStateBytes::kVersion);
+    }
+    if (fault == MCStateBytes::OtherKind) {
+        std::string_view kind, content;
+        MCStateBytes::Unwrap(bytes, kind, content);
+        message += ": " + std::string(kind) + ", not " + wanted;
+    }
+    Refuse(message);
+}
+
+void RegisterState(nb::module_& m)
+{
+    m.def(
+        "wrap_state",
+        [](const std::string& kind, const nb::bytes& content) {
+            return ToBytes(MCStateBytes::Wrap(kind, View(content)));
+        },
+        nb::arg("kind"), nb::arg("content"), "Content of one's own in the envelope of a state.");
+    m.def(
+        "unwrap_state",
+        [](const std::string& kind, const nb::bytes& bytes) {
+            std::string_view found, content;
+            const MCStateBytes::Fault fault = MCStateBytes::Unwrap(View(bytes), found, content);
+            if (fault != MCStateBytes::Ok) RefuseState(fault, View(bytes), kind);
+            if (found != kind) RefuseState(MCStateBytes::OtherKind, View(bytes), kind);
+            return ToBytes(std::string(content));
+        },
+        nb::arg("kind"), nb::arg("state"), "The content of an envelope of that kind; ValueError says what is wrong.");
 }
 
 } // namespace modelcore_python

@@ -153,7 +153,9 @@ T Member(const JsonObject& json, const char* name)
 std::vector<double> RowWeights(std::size_t rows, nb::handle frequency, nb::handle weight,
                                std::vector<double>* frequencies = nullptr);
 
+void RegisterState(nb::module_& m);
 void RegisterCrossProducts(nb::module_& m);
+void RegisterExactProducts(nb::module_& m);
 void RegisterPairwiseProducts(nb::module_& m);
 void RegisterSummary(nb::module_& m);
 void RegisterCategories(nb::module_& m);

@@ -1,5 +1,5 @@
 // CrossProducts: weighted means and cross products of complete rows.
-#include "Common.h"
+#include "State.h"
 #include "SymMatrix.h"
 
 #include <cmath>
@@ -13,12 +13,12 @@ using MCMath_930::MCMeansXProducts;
 using MCMath_930::MCRectMatrix;
 using MCMath_930::MCSymMatrix;
 
-constexpr const char* kClass = "CrossProducts";
-
 /// MCMeansXProducts fed by rows. Rows wait until a block of fixed size is full, so that the bits of the results do not
 /// depend on how the rows were cut into updates.
 class CrossProducts {
 public:
+    static constexpr const char* kClass = "CrossProducts";
+
     CrossProducts(int variables, bool intercept, int blockRows) : fbIntercept(intercept), fnBlock(blockRows)
     {
         if (variables < 0 || variables > MCSymMatrix::kMaxRows) Refuse("n_variables is out of range");
@@ -192,18 +192,54 @@ public:
         result.fdFrequencies = Member<double>(json, "sum_frequencies");
         MCMeansXProducts sums;
         ReadState(sums, Member<std::string>(json, "state"));
-        const auto waiting = Member<std::vector<double>>(json, "waiting");
-        if (sums.GetNVars() != result.NVariables() || sums.IsIntercept() != result.fbIntercept ||
-            waiting.size() % result.Width() != 0 ||
-            waiting.size() >= result.Width() * static_cast<std::size_t>(result.fnBlock))
+        if (sums.GetNVars() != result.NVariables() || sums.IsIntercept() != result.fbIntercept)
             Refuse("the state contradicts itself");
         result.fSums = std::move(sums);
-        result.fnWaiting = static_cast<int>(waiting.size() / result.Width());
-        std::copy(waiting.begin(), waiting.end(), result.fWaiting.GetPtr());
+        if (!result.SetWaiting(Member<std::vector<double>>(json, "waiting"))) Refuse("the state contradicts itself");
         return result;
     }
 
+    template <class Self, class State>
+    static void Fields(Self& self, State& state)
+    {
+        state.Field(self.fbIntercept);
+        state.Field(self.fnBlock);
+        state.Field(self.fnUsed);
+        state.Field(self.fnMissing);
+        state.Field(self.fdFrequencies);
+        state.Field(self.fNames);
+        state.Field(self.fSums);
+        if constexpr (State::kReads) {
+            std::vector<double> waiting;
+            state.Field(waiting);
+            state.Require(self.fnBlock >= 1 && self.fSums.IsIntercept() == self.fbIntercept);
+            if (state.Good()) state.Require(self.SetWaiting(waiting));
+        } else {
+            const double* const rows = self.fWaiting.GetPtr();
+            state.Field(std::vector<double>(rows, rows + self.Width() * static_cast<std::size_t>(self.fnWaiting)));
+        }
+    }
+
+    /// Adds up the rows that wait, so that the state has none of them.
+    void Finish()
+    {
+        const Busy busy(fbBusy);
+        Fold();
+    }
+
 private:
+    /// Takes rows that waited in an object that was saved; false when they cannot be.
+    bool SetWaiting(const std::vector<double>& rows)
+    {
+        if (rows.size() % Width() != 0 || rows.size() >= Width() * static_cast<std::size_t>(fnBlock)) return false;
+        if (fSums.GetNVars() == 0) return rows.empty();
+        fWaiting = MCRectMatrix(fnBlock, fSums.GetNVars() + 1);
+        if (fWaiting.GetNRows() != fnBlock) return false;
+        fnWaiting = static_cast<int>(rows.size() / Width());
+        std::copy(rows.begin(), rows.end(), fWaiting.GetPtr());
+        return true;
+    }
+
     std::size_t Width() const { return static_cast<std::size_t>(fSums.GetNVars()) + 1; }
 
     void SetVariables(int variables)
@@ -308,7 +344,7 @@ private:
 
 void RegisterCrossProducts(nb::module_& m)
 {
-    nb::class_<CrossProducts>(
+    nb::class_<CrossProducts> type(
         m, "CrossProducts",
         "Weighted means and cross products of the rows of data, added in pieces, taken back, "
         "merged and saved.\n\n"
@@ -317,8 +353,8 @@ void RegisterCrossProducts(nb::module_& m)
         "times its weight. A row with a missing value or weight is left out and counted. Rows are "
         "taken in blocks of block_rows, so the bits of the results are the same however the rows "
         "are cut into updates. Merged parts agree with the whole to rounding.\n\n"
-        "C++: MCMeansXProducts, fed with blocks of block_rows rows.")
-        .def(nb::init<int, bool, int>(), nb::kw_only(), nb::arg("n_variables") = 0, nb::arg("intercept") = true,
+        "C++: MCMeansXProducts, fed with blocks of block_rows rows.");
+    type.def(nb::init<int, bool, int>(), nb::kw_only(), nb::arg("n_variables") = 0, nb::arg("intercept") = true,
              nb::arg("block_rows") = 1024,
              "n_variables: 0 takes the number of columns of the first update.\n"
              "intercept: products of deviations from the means.\n"
@@ -386,13 +422,20 @@ void RegisterCrossProducts(nb::module_& m)
              "The p x p correlations; NaN where a variable has no variance.")
         .def("to_json", &CrossProducts::ToJson, "Results and state as JSON; from_json restores every bit of it.")
         .def_static("from_json", &CrossProducts::FromJson, nb::arg("text"), "Restores what to_json gave.")
-        .def("__getstate__", &CrossProducts::ToJson)
-        .def("__setstate__", [](CrossProducts& self,
-                                const std::string& text) { new (&self) CrossProducts(CrossProducts::FromJson(text)); })
+        .def(
+            "finish",
+            [](nb::object self) {
+                nb::cast<CrossProducts&>(self).Finish();
+                return self;
+            },
+            nb::sig("def finish(self) -> CrossProducts"),
+            "Adds up the rows that wait for a block to be full: the state is small then, and merging gives the same "
+            "bits. Rows that come later begin a new block. Returns the object.")
         .def("__repr__", [](const CrossProducts& self) {
             return "CrossProducts(n_variables=" + std::to_string(self.NVariables()) +
                    ", n_rows=" + std::to_string(self.NRows()) + ", n_missing=" + std::to_string(self.NMissing()) + ")";
         });
+    DefineState(type, CrossProducts::kClass, [] { return CrossProducts(0, true, 1); });
 }
 
 } // namespace modelcore_python

@@ -1,5 +1,5 @@
 // Encoder: one field's encoder of any class, with settings by name.
-#include "Common.h"
+#include "State.h"
 
 #include <nanobind/stl/map.h>
 
@@ -217,6 +217,18 @@ public:
         return Encoder(std::move(encoder));
     }
 
+    nb::bytes ToStateBytes() const { return ToBytes(MCStateBytes::Save(*fEncoder)); }
+    static Encoder FromStateBytes(const nb::bytes& bytes)
+    {
+        MCStateBytes::Reader reader(View(bytes));
+        std::unique_ptr<MCEncoderBase> encoder = MCEncoderBase::Create(std::string(reader.GetKind()));
+        MCStateBytes::Fault fault =
+            encoder || reader.GetFault() != MCStateBytes::Ok ? reader.GetFault() : MCStateBytes::OtherKind;
+        if (fault == MCStateBytes::Ok) fault = reader.Finish(encoder->ReadObjectXML(reader.Stream()) > 0);
+        if (fault != MCStateBytes::Ok) RefuseState(fault, View(bytes), "encoder");
+        return Encoder(std::move(encoder));
+    }
+
 private:
     explicit Encoder(std::unique_ptr<MCEncoderBase> encoder) : fEncoder(std::move(encoder)) {}
 
@@ -338,9 +350,11 @@ void RegisterEncoders(nb::module_& m)
             "copy", [](const Encoder& self) { return Encoder(self); }, "An independent copy.")
         .def("to_json", &Encoder::ToJson, "The whole state.")
         .def_static("from_json", &Encoder::FromJson, nb::arg("text"), "Restores what to_json gave.")
-        .def("__getstate__", &Encoder::ToJson)
+        .def("to_bytes", &Encoder::ToStateBytes, "The whole state as bytes; see CrossProducts.to_bytes.")
+        .def_static("from_bytes", &Encoder::FromStateBytes, nb::arg("state"), "Restores what to_bytes gave.")
+        .def("__getstate__", &Encoder::ToStateBytes)
         .def("__setstate__",
-             [](Encoder& self, const std::string& text) { new (&self) Encoder(Encoder::FromJson(text)); });
+             [](Encoder& self, const nb::bytes& bytes) { new (&self) Encoder(Encoder::FromStateBytes(bytes)); });
 }
 
 } // namespace modelcore_python

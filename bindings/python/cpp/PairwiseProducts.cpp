@@ -1,5 +1,5 @@
 // PairwiseProducts: covariances of all pairs of variables, each from the rows that have both values.
-#include "Common.h"
+#include "State.h"
 
 #include <cmath>
 
@@ -10,10 +10,10 @@ namespace {
 using MCMath_930::MCAccumXProdPair;
 using MCMath_930::MCSymMatrix;
 
-constexpr const char* kClass = "PairwiseProducts";
-
 class PairwiseProducts {
 public:
+    static constexpr const char* kClass = "PairwiseProducts";
+
     PairwiseProducts(int variables, nb::handle origin, int batch) : fSums(variables, batch), fnBatch(batch)
     {
         if (variables < 0 || variables > MCSymMatrix::kMaxRows) Refuse("n_variables is out of range");
@@ -118,6 +118,19 @@ public:
         return result;
     }
 
+    template <class Self, class State>
+    static void Fields(Self& self, State& state)
+    {
+        state.Field(self.fnBatch);
+        state.Field(self.fnRows);
+        state.Field(self.fvOrigin);
+        state.Field(self.fNames);
+        state.Field(self.fSums);
+        if constexpr (State::kReads)
+            state.Require(self.fnBatch >= 1 && (self.fvOrigin.empty() || self.fSums.GetNVars() == 0 ||
+                                                self.fvOrigin.size() == static_cast<std::size_t>(self.NVariables())));
+    }
+
 private:
     void Add(const Table& table, const std::vector<double>& weights, Watch& watch)
     {
@@ -160,15 +173,15 @@ private:
 
 void RegisterPairwiseProducts(nb::module_& m)
 {
-    nb::class_<PairwiseProducts>(
+    nb::class_<PairwiseProducts> type(
         m, "PairwiseProducts",
         "Covariances of all pairs of variables, each from the rows that have both values; updated, merged and "
         "saved.\n\n"
         "A missing value leaves out the pairs that it belongs to, a missing weight the row. Sums are raw ones of "
         "x - origin, in batches; an origin near the means keeps the digits that large means would cost. A pair needs a "
         "total weight above 1. There is no remove: raw batches that were folded cannot be taken apart.\n\n"
-        "C++: MCAccumXProdPair.")
-        .def(nb::init<int, OptionalArrayLike, int>(), nb::kw_only(), nb::arg("n_variables") = 0,
+        "C++: MCAccumXProdPair.");
+    type.def(nb::init<int, OptionalArrayLike, int>(), nb::kw_only(), nb::arg("n_variables") = 0,
              nb::arg("origin") = nb::none(), nb::arg("batch") = 100,
              "n_variables: 0 takes the number of columns of the first update.\n"
              "origin: a value for each variable that is subtracted before anything else; none means zeros.\n"
@@ -213,15 +226,11 @@ void RegisterPairwiseProducts(nb::module_& m)
             "Each covariance divided by the roots of those variances; NaN where one is not above 0.")
         .def("to_json", &PairwiseProducts::ToJson, "Results and state as JSON; from_json restores every bit of it.")
         .def_static("from_json", &PairwiseProducts::FromJson, nb::arg("text"), "Restores what to_json gave.")
-        .def("__getstate__", &PairwiseProducts::ToJson)
-        .def("__setstate__",
-             [](PairwiseProducts& self, const std::string& text) {
-                 new (&self) PairwiseProducts(PairwiseProducts::FromJson(text));
-             })
         .def("__repr__", [](const PairwiseProducts& self) {
             return "PairwiseProducts(n_variables=" + std::to_string(self.NVariables()) +
                    ", n_rows=" + std::to_string(self.NRows()) + ")";
         });
+    DefineState(type, PairwiseProducts::kClass, [] { return PairwiseProducts(0, nb::none(), 1); });
 }
 
 } // namespace modelcore_python

@@ -1,5 +1,5 @@
 // Summary: extremes, means, variances and quantiles of each column.
-#include "Common.h"
+#include "State.h"
 
 #include <cmath>
 
@@ -11,8 +11,6 @@ using MCCommon_930::MCMV;
 using MCMath_930::MCContStats;
 using MCMath_930::MCQuantileSketch;
 
-constexpr const char* kClass = "Summary";
-
 double OrNaN(double x)
 {
     return MCMV::IsMissing(x) ? kNaN : x;
@@ -20,6 +18,8 @@ double OrNaN(double x)
 
 class Summary {
 public:
+    static constexpr const char* kClass = "Summary";
+
     Summary(bool quantiles, int limit) : fbQuantiles(quantiles), fnLimit(MCQuantileSketch(limit).GetLimit()) {}
 
     void Update(const Table& table, nb::handle frequency, nb::handle weight, nb::object progress)
@@ -181,6 +181,29 @@ public:
         bool knowsMaximum = true;
     };
 
+    template <class Self, class State>
+    static void Fields(Self& self, State& state)
+    {
+        state.Field(self.fbQuantiles);
+        state.Field(self.fnLimit);
+        state.Field(self.fnRows);
+        state.Field(self.fNames);
+        auto columns = static_cast<unsigned long long>(self.fvColumns.size());
+        state.Field(columns);
+        for (unsigned long long j = 0; j < columns; ++j) {
+            if constexpr (State::kReads) {
+                if (!state.Good()) return;
+                self.fvColumns.emplace_back(self.fnLimit);
+            }
+            auto& field = self.fvColumns[static_cast<std::size_t>(j)];
+            state.Field(field.missing);
+            state.Field(field.knowsMinimum);
+            state.Field(field.knowsMaximum);
+            state.Field(field.stats);
+            if (self.fbQuantiles) state.Field(field.sketch);
+        }
+    }
+
     std::size_t NColumns() const { return fvColumns.size(); }
     std::int64_t NRows() const { return fnRows; }
     const std::vector<std::string>& Names() const { return fNames; }
@@ -248,15 +271,15 @@ private:
 
 void RegisterSummary(nb::module_& m)
 {
-    nb::class_<Summary>(
+    nb::class_<Summary> type(
         m, "Summary",
         "Count, extremes, weighted mean and variance of each column in one pass, and quantiles if wanted; updated, "
         "taken back, merged and saved.\n\n"
         "A missing value is counted in n_missing of its column and left out there. The variance divides the weighted "
         "sum "
         "of squares by the sum of frequencies - 1.\n\n"
-        "C++: an MCContStats for each column (West 1979; Chan, Golub & LeVeque 1979), and an MCQuantileSketch.")
-        .def(nb::init<bool, int>(), nb::kw_only(), nb::arg("quantiles") = false,
+        "C++: an MCContStats for each column (West 1979; Chan, Golub & LeVeque 1979), and an MCQuantileSketch.");
+    type.def(nb::init<bool, int>(), nb::kw_only(), nb::arg("quantiles") = false,
              nb::arg("limit") = static_cast<int>(MCQuantileSketch::kDefaultLimit),
              "quantiles: keep a sketch of each column.\n"
              "limit: distinct values up to which quantiles are exact; beyond, they have small errors with certain "
@@ -330,13 +353,11 @@ void RegisterSummary(nb::module_& m)
         .def("quantile", &Summary::Quantile, nb::arg("p"), "The quantiles for each p (rows) of each column.")
         .def("to_json", &Summary::ToJson, "Results and state as JSON; from_json restores every bit of it.")
         .def_static("from_json", &Summary::FromJson, nb::arg("text"), "Restores what to_json gave.")
-        .def("__getstate__", &Summary::ToJson)
-        .def("__setstate__",
-             [](Summary& self, const std::string& text) { new (&self) Summary(Summary::FromJson(text)); })
         .def("__repr__", [](const Summary& self) {
             return "Summary(n_columns=" + std::to_string(self.NColumns()) + ", n_rows=" + std::to_string(self.NRows()) +
                    ")";
         });
+    DefineState(type, Summary::kClass, [] { return Summary(false, 1); });
 }
 
 } // namespace modelcore_python

@@ -10,7 +10,9 @@ NB_MODULE(_core, m)
     using namespace modelcore_python;
     m.doc() = "The compiled part of modelcore.";
     RegisterSymMatrix(m);
+    RegisterState(m);
     RegisterCrossProducts(m);
+    RegisterExactProducts(m);
     RegisterPairwiseProducts(m);
     RegisterSummary(m);
     RegisterCategories(m);

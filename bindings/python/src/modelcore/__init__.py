@@ -10,7 +10,7 @@ import importlib
 from typing import TYPE_CHECKING, Any
 
 from . import charts, random, stats, statxml
-from ._core import Categories, CrossProducts, PairwiseProducts, SparseRows, Summary, SymMatrix
+from ._core import Categories, CrossProducts, ExactProducts, PairwiseProducts, SparseRows, Summary, SymMatrix
 from ._core import version as _version
 from .charts import gains, roc
 
@@ -22,6 +22,7 @@ __version__ = _version()
 __all__ = [
     "Categories",
     "CrossProducts",
+    "ExactProducts",
     "LinearRegression",
     "LogisticRegression",
     "PairwiseProducts",

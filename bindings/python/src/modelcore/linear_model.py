@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import base64
 import json
 import warnings
 from typing import Any
@@ -104,18 +105,27 @@ class LinearRegression(RegressorMixin, _Model):
     tolerance: a column is aliased when less than this share of its sum of squares is left by the columns before it.
     weights: what sample_weight means for degrees of freedom: "regression" (a row is a case) or "frequency" (a row stands
     for so many cases).
+    exact: cross products without rounding (ExactProducts): the fit depends on the set of rows alone, not on their order
+    or on how they were cut and merged. Then nothing is refined by the data, and solver does not matter.
 
     Fitted: coef_, intercept_; params_, std_errors_, statistics_ (t), p_values_, aliased_ of all terms, the intercept
     first; cov_params_, sigma_, df_resid_, r2_, adj_r2_, f_, f_p_value_, rank_, n_cases_, n_missing_.
     """
 
     def __init__(
-        self, *, fit_intercept: bool = True, tolerance: float = 1e-12, solver: str = "auto", weights: str = "regression"
+        self,
+        *,
+        fit_intercept: bool = True,
+        tolerance: float = 1e-12,
+        solver: str = "auto",
+        weights: str = "regression",
+        exact: bool = False,
     ):
         self.fit_intercept = fit_intercept
         self.tolerance = tolerance
         self.solver = solver
         self.weights = weights
+        self.exact = exact
 
     def fit(self, X: Any, y: Any, sample_weight: Any = None, *, progress: Any = None) -> LinearRegression:
         """Fits to X, n x p, and y, n; sample_weight: n values >= 0. Returns the estimator."""
@@ -123,7 +133,7 @@ class LinearRegression(RegressorMixin, _Model):
         self._products = self._new_products()
         self._add(X, y, w, progress)
         self._solve()
-        if self.solver != "sweep":
+        if self.solver != "sweep" and not self.exact:
             self._refine(X, y, w, progress)
         self._describe()
         return self
@@ -155,10 +165,18 @@ class LinearRegression(RegressorMixin, _Model):
         check_is_fitted(self)
         return rows_of(self, X, reset=False) @ self.coef_ + self.intercept_
 
-    def _new_products(self) -> _core.CrossProducts:
+    def _take(self, products: Any, names: list[str]) -> None:
+        """Fits to products of the features of these names and, behind them, the target."""
+        self._products = products
+        self.n_features_in_ = products.n_variables - 1
+        self.feature_names_in_ = np.asarray(names, dtype=object)
+        self._solve()
+        self._describe()
+
+    def _new_products(self) -> Any:
         if self.solver not in ("auto", "sweep", "qr") or self.weights not in ("regression", "frequency"):
             raise ValueError("solver is 'auto', 'sweep' or 'qr'; weights is 'regression' or 'frequency'")
-        return _core.CrossProducts(intercept=self.fit_intercept)
+        return (_core.ExactProducts if self.exact else _core.CrossProducts)(intercept=self.fit_intercept)
 
     def _data(self, X: Any, y: Any, sample_weight: Any, reset: bool) -> tuple[Any, Any, Any]:
         if y is None:
@@ -284,7 +302,7 @@ class LinearRegression(RegressorMixin, _Model):
         state = {
             "class": "LinearRegression",
             "params": self.get_params(),
-            "products": self._products.to_json(),
+            "products": base64.b64encode(self._products.to_bytes()).decode() if self.exact else self._products.to_json(),
             "features": None if names is None else list(map(str, names)),
         }
         return json.dumps(state)
@@ -296,7 +314,10 @@ class LinearRegression(RegressorMixin, _Model):
         if state.get("class") != "LinearRegression":
             raise ValueError("this is not the state of a LinearRegression")
         model = cls(**state["params"])
-        model._products = _core.CrossProducts.from_json(state["products"])
+        if model.exact:
+            model._products = _core.ExactProducts.from_bytes(base64.b64decode(state["products"]))
+        else:
+            model._products = _core.CrossProducts.from_json(state["products"])
         model.n_features_in_ = model._products.n_variables - 1
         if state["features"] is not None:
             model.feature_names_in_ = np.asarray(state["features"], dtype=object)
@@ -425,23 +446,57 @@ class LogisticRegression(ClassifierMixin, _Model):
                 f"labels of at least two classes are needed; the data have only one class: {self.classes_}"
             )
         codes = np.searchsorted(self.classes_, labels).astype(float)
-        first = 1 if self.fit_intercept else 0
         if not self._started:
             moments = _core.CrossProducts().update(X, weight=w)
             if moments.n_rows == 0:
                 raise ValueError("no complete row of a weight above 0")
-            spread = np.sqrt(np.diag(moments.covariance(0)))
-            self._shift = moments.means if self.fit_intercept else np.zeros(X.shape[1])
-            self._scale = np.where(np.isfinite(spread) & (spread > 0.0), spread, 1.0)
-            self._b = np.zeros((k - 1, X.shape[1] + first))
-            self._information = np.zeros((self._b.size, self._b.size))
-            self._loglik, self._sum_weights, self._class_weights, self.n_missing_ = 0.0, 0.0, np.zeros(k), 0
+            self._start(moments.means, np.diag(moments.covariance(0)))
+
+        def data(b: Any) -> tuple[float, Any, Any]:
+            return _core.logistic_pass(X, codes, w, b, self._shift, self._scale, self.fit_intercept, progress)
+
+        complete = ~np.isnan(X.astype(float)).any(axis=1)
+        weights = np.ones(len(X)) if w is None else w
+        counted = complete & (weights > 0.0)
+        self._maximise(
+            data,
+            float(weights[counted].sum()),
+            np.bincount(codes[counted].astype(int), weights=weights[counted], minlength=k),
+            int(len(X) - (complete & ~np.isnan(weights)).sum()),
+        )
+        return self
+
+    def _start(self, means: Any, variances: Any) -> None:
+        """Begins without any case, in the coordinates (x - shift)/scale."""
+        k, first = len(self.classes_), 1 if self.fit_intercept else 0
+        spread = np.sqrt(variances)
+        self._shift = means if self.fit_intercept else np.zeros(len(means))
+        self._scale = np.where(np.isfinite(spread) & (spread > 0.0), spread, 1.0)
+        self._b = np.zeros((k - 1, len(means) + first))
+        self._information = np.zeros((self._b.size, self._b.size))
+        self._loglik, self._sum_weights, self._class_weights, self.n_missing_ = 0.0, 0.0, np.zeros(k), 0
+
+    def _fit_by(self, data: Any, moments: Any, classes: Any, names: list[str]) -> None:
+        """Fits to rows that others read: data(b) gives log-likelihood, gradient and information, moments those of the
+        features and, behind them, of indicators of the classes but the first."""
+        k, p = len(classes), len(names)
+        if k < 2:
+            raise ValueError(f"labels of at least two classes are needed; the data have only one class: {classes}")
+        if moments.n_rows == 0:
+            raise ValueError("no complete row of a weight above 0")
+        self.classes_ = np.asarray(classes)
+        self.n_features_in_, self.feature_names_in_ = p, np.asarray(names, dtype=object)
+        self._start(moments.means[:p], np.diag(moments.covariance(0))[:p])
+        others = moments.sum_weights * moments.means[p:]
+        weights = np.concatenate([[max(0.0, moments.sum_weights - others.sum())], others])
+        self._maximise(data, moments.sum_weights, weights, moments.n_missing)
+
+    def _maximise(self, data: Any, sum_weights: float, class_weights: Any, missing: int) -> None:
+        """Newton's method with step halving, from the estimates of before."""
         start, prior = self._b.copy(), self._information.copy()
 
         def objective(b: Any) -> tuple[float, float, Any, Any]:
-            loglik, gradient, information = _core.logistic_pass(
-                X, codes, w, b, self._shift, self._scale, self.fit_intercept, progress
-            )
+            loglik, gradient, information = data(b)
             away = (b - start).ravel()
             pull = prior @ away
             return loglik - 0.5 * float(away @ pull), loglik, gradient - pull, information + prior
@@ -467,26 +522,20 @@ class LogisticRegression(ClassifierMixin, _Model):
             if abs(gain) <= self.tol * (abs(value) + 1e-3) and promise <= self.tol * (abs(value) + 1e-3):
                 self.converged_ = True
                 break
-        complete = ~np.isnan(X.astype(float)).any(axis=1)
-        weights = np.ones(len(X)) if w is None else w
-        counted = complete & (weights > 0.0)
-        if not self.converged_ or loglik > -1e-9 * weights[counted].sum():
+        if not self.converged_ or loglik > -1e-9 * sum_weights:
             self.converged_ = False
             warnings.warn(
                 "the likelihood has no maximum within reach: the classes may be separated",
                 ConvergenceWarning,
-                stacklevel=3,
+                stacklevel=4,
             )
         self._b, self._information = b, information
         self._started = True
         self._loglik += loglik
-        self._sum_weights += float(weights[counted].sum())
-        self._class_weights = self._class_weights + np.bincount(
-            codes[counted].astype(int), weights=weights[counted], minlength=k
-        )
-        self.n_missing_ += int(len(X) - (complete & ~np.isnan(weights)).sum())
+        self._sum_weights += sum_weights
+        self._class_weights = self._class_weights + class_weights
+        self.n_missing_ += missing
         self._describe()
-        return self
 
     def _to_raw(self, shift: Any, scale: Any) -> Any:
         """The matrix that turns one class's coefficients of (x - shift)/scale into those of x."""
