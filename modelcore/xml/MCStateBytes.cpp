@@ -138,7 +138,7 @@ MCStateBytes::Fault MCStateBytes::Reader::Finish(bool isRead) const
 {
     if (fFault != Ok) return fFault;
     if (isRead && fpSource->IsDone()) return Ok;
-    return fpSource->IsAtOtherName() ? OtherKind : Contradictory;
+    return fpSource->GetFirstName() != fKind ? OtherKind : Contradictory;
 }
 
 } // namespace MCXML_930

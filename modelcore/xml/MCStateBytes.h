@@ -115,8 +115,8 @@ public:
         Fault GetFault() const { return fFault; }
         std::string_view GetKind() const { return fKind; }
         std::ifstream& Stream() { return fStream; }
-        /// What to say after reading: Ok when it went well and all was read; OtherKind when the very first element was
-        /// another one; else Contradictory.
+        /// What to say after reading: Ok when it went well and all was read; OtherKind when the first element that was
+        /// looked for is not that of the kind; else Contradictory.
         Fault Finish(bool isRead) const;
 
     private:

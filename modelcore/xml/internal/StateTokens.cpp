@@ -2,7 +2,6 @@
 #include "modelcore/xml/internal/StateTokens.h"
 
 #include <bit>
-#include <utility>
 
 namespace MCXML_930::internal {
 
@@ -113,9 +112,8 @@ bool TokenSource::TakeText(Token token, std::string& text)
 bool TokenSource::TakeStart(std::string_view name)
 {
     std::string found;
-    const bool isFirst = std::exchange(fbFirst, false);
+    if (fFirstName.empty()) fFirstName = name;
     if (!TakeText(Token::Start, found)) return false;
-    fbOtherName = isFirst && found != name;
     return found == name || Fail();
 }
 

@@ -58,8 +58,8 @@ public:
     /// Takes the start of an element, which must have that name.
     bool TakeStart(std::string_view name);
 
-    /// Whether it ended at the very first token, an element of another name.
-    bool IsAtOtherName() const { return fbOtherName; }
+    /// The name of the element that was looked for first; empty before.
+    const std::string& GetFirstName() const { return fFirstName; }
     /// Whether all was read without a fault.
     bool IsDone() const { return fbGood && fRest.empty(); }
 
@@ -74,8 +74,7 @@ private:
 
     std::string_view fRest;
     bool fbGood = true;
-    bool fbFirst = true;
-    bool fbOtherName = false;
+    std::string fFirstName;
 };
 
 } // namespace MCXML_930::internal

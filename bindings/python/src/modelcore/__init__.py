@@ -15,7 +15,7 @@ from ._core import version as _version
 from .charts import gains, roc
 
 if TYPE_CHECKING:
-    from . import encoders, linear_model, pmml
+    from . import distributed, encoders, linear_model, pmml
     from .linear_model import LinearRegression, LogisticRegression
 
 __version__ = _version()
@@ -30,6 +30,7 @@ __all__ = [
     "Summary",
     "SymMatrix",
     "charts",
+    "distributed",
     "encoders",
     "gains",
     "linear_model",
@@ -45,6 +46,6 @@ def __getattr__(name: str) -> Any:
     # Estimators and encoders take scikit-learn's base classes, which take a second to import: only on demand.
     if name in ("LinearRegression", "LogisticRegression"):
         return getattr(importlib.import_module(".linear_model", __name__), name)
-    if name in ("encoders", "linear_model", "pmml"):
+    if name in ("dask", "distributed", "encoders", "linear_model", "pmml", "spark"):
         return importlib.import_module(f".{name}", __name__)
     raise AttributeError(f"module {__name__!r} has no attribute {name!r}")
