@@ -229,6 +229,35 @@ void ReadColumn(const Column& column, std::size_t first, std::size_t count, doub
         if (!IsValid(column, first + i)) out[i * stride] = kNaN;
 }
 
+/// Whether rows of these columns are doubles side by side, as in an array in C order.
+bool AreSideBySide(const std::vector<Column>& columns)
+{
+    for (std::size_t j = 0; j < columns.size(); ++j)
+        if (columns[j].kind != Kind::Float64 || columns[j].validity != nullptr ||
+            columns[j].stride != columns[0].stride || columns[j].data != columns[0].data + j * sizeof(double))
+            return false;
+    return columns.size() > 1;
+}
+
+void ReadRows(const std::vector<Column>& columns, std::size_t first, std::size_t count, double* out, std::size_t stride)
+{
+    if (AreSideBySide(columns)) {
+        for (std::size_t i = 0; i < count; ++i, out += stride) {
+            const char* const row = columns[0].data + static_cast<std::ptrdiff_t>(first + i) * columns[0].stride;
+            for (std::size_t j = 0; j < columns.size(); ++j) {
+                double x = 0.0;
+                std::memcpy(&x, row + j * sizeof x, sizeof x);
+                out[j] = Checked(x);
+            }
+        }
+        return;
+    }
+    constexpr std::size_t kTile = 64; // rows that stay in the cache while one column after the other is read
+    for (std::size_t i = 0; i < count; i += kTile)
+        for (std::size_t j = 0; j < columns.size(); ++j)
+            ReadColumn(columns[j], first + i, std::min(kTile, count - i), out + i * stride + j, stride);
+}
+
 /// Takes the structure out of a capsule; it is released with the result.
 template <class T>
 std::shared_ptr<T> Take(nb::handle capsule, const char* name)
@@ -468,9 +497,7 @@ void Table::Read(std::size_t first, std::size_t count, double* rows, std::size_t
             if (first + done < skipped + piece.rows) {
                 const std::size_t from = first + done - skipped;
                 const std::size_t here = std::min(count - done, piece.rows - from);
-                double* const out = rows + done * stride;
-                for (std::size_t j = 0; j < part.columns; ++j)
-                    modelcore_python::ReadColumn(piece.columns[j], from, here, out + j, stride);
+                ReadRows(piece.columns, from, here, rows + done * stride, stride);
                 done += here;
             }
             skipped += piece.rows;

@@ -161,10 +161,13 @@ public:
                 fEncoder->EncodeBlock(input.numbers, rows, static_cast<int>(columns), outcomes);
             else
                 fEncoder->EncodeBlock(std::span<const Value>(input.values), rows, static_cast<int>(columns), outcomes);
-            for (double& x : rows)
-                if (MCMV::IsMissing(x)) x = kNaN;
+            for (std::size_t i = 0; i < outcomes.size(); ++i)
+                if (outcomes[i] != IMCEncoder::Encoded)
+                    for (double& x : rows.subspan(i * columns, columns))
+                        if (MCMV::IsMissing(x)) x = kNaN;
         }
         std::vector<std::int64_t> codes;
+        codes.reserve(outcomes.size());
         for (const IMCEncoder::Outcome outcome : outcomes) codes.push_back(static_cast<std::int64_t>(outcome));
         return nb::make_tuple(array, ToIntArray(codes));
     }

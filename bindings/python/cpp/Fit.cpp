@@ -9,41 +9,11 @@ namespace modelcore_python {
 
 namespace {
 
+using MCMath_930::ExactSum;
 using MCMath_930::Linpack;
+using MCMath_930::MCExtended;
 using MCMath_930::MCRectMatrix;
 using MCMath_930::MCSymMatrix;
-
-/// high + low, about 32 digits (Dekker 1971, Numerische Mathematik 18, 224-242).
-struct Twofold {
-    double high = 0.0;
-    double low = 0.0;
-};
-
-Twofold Sum(double a, double b)
-{
-    const double sum = a + b;
-    const double part = sum - a;
-    return {sum, (a - (sum - part)) + (b - part)};
-}
-
-Twofold operator+(Twofold a, Twofold b)
-{
-    const Twofold high = Sum(a.high, b.high);
-    const Twofold low = Sum(a.low, b.low);
-    const Twofold sum = Sum(high.high, high.low + low.high);
-    return Sum(sum.high, sum.low + low.low);
-}
-
-Twofold operator*(Twofold a, Twofold b)
-{
-    const double product = a.high * b.high;
-    return Sum(product, std::fma(a.high, b.high, -product) + (a.high * b.low + a.low * b.high));
-}
-
-Twofold Negative(Twofold a)
-{
-    return {-a.high, -a.low};
-}
 
 constexpr std::size_t kBlock = 512; // rows between two looks at the clock
 
@@ -82,6 +52,104 @@ bool ForRows(const Data& data, Watch& watch, Body body)
     return true;
 }
 
+// A function compiled for several instruction sets, the best of which runs. Products are rounded before they are added on
+// each of them, so that the bits are the same.
+#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
+#define MODELCORE_CLONES [[gnu::target_clones("avx512f", "fma", "default")]]
+#else
+#define MODELCORE_CLONES
+#endif
+
+constexpr std::size_t kLanes = 64; // sums that run side by side, so that the compiler has vectors of them
+
+/// Numbers in twice the digits, high and low parts apart.
+struct Extended {
+    explicit Extended(std::size_t n) : high(n), low(n) {}
+    /// Of the lanes from first on.
+    MCExtended Total(std::size_t first) const
+    {
+        MCExtended total;
+        for (std::size_t i = first; i < first + kLanes; ++i) total = total + MCExtended{high[i], low[i]};
+        return total;
+    }
+    std::vector<double> high;
+    std::vector<double> low;
+};
+
+/// r -= (x - mean)*b
+MODELCORE_CLONES void TakeColumn(const double* x, double mean, double b, double* high, double* low)
+{
+    for (std::size_t i = 0; i < kBlock; ++i) {
+        const MCExtended r = MCExtended{high[i], low[i]} - ExactSum(x[i], -mean) * MCExtended{b};
+        high[i] = r.high;
+        low[i] = r.low;
+    }
+}
+
+/// r *= w; sum += w*r; squares += w*r*r
+MODELCORE_CLONES void Weigh(const double* w, double* high, double* low, double* sumHigh, double* sumLow,
+                            double* squaresHigh, double* squaresLow)
+{
+    for (std::size_t first = 0; first < kBlock; first += kLanes)
+        for (std::size_t l = 0; l < kLanes; ++l) {
+            const std::size_t i = first + l;
+            const MCExtended r{high[i], low[i]};
+            const MCExtended wr = MCExtended{w[i]} * r;
+            const MCExtended sum = MCExtended{sumHigh[l], sumLow[l]} + wr;
+            const MCExtended squares = MCExtended{squaresHigh[l], squaresLow[l]} + wr * r;
+            high[i] = wr.high;
+            low[i] = wr.low;
+            sumHigh[l] = sum.high;
+            sumLow[l] = sum.low;
+            squaresHigh[l] = squares.high;
+            squaresLow[l] = squares.low;
+        }
+}
+
+/// sum += (x - mean)*r
+MODELCORE_CLONES void AddProducts(const double* x, double mean, const double* high, const double* low, double* sumHigh,
+                                  double* sumLow)
+{
+    for (std::size_t first = 0; first < kBlock; first += kLanes)
+        for (std::size_t l = 0; l < kLanes; ++l) {
+            const std::size_t i = first + l;
+            const MCExtended sum =
+                MCExtended{sumHigh[l], sumLow[l]} + ExactSum(x[i], -mean) * MCExtended{high[i], low[i]};
+            sumHigh[l] = sum.high;
+            sumLow[l] = sum.low;
+        }
+}
+
+/// z = (x - shift)*factor
+MODELCORE_CLONES void Standardize(const double* x, const double* shift, const double* factor, std::size_t n, double* z)
+{
+    for (std::size_t j = 0; j < n; ++j) z[j] = (x[j] - shift[j]) * factor[j];
+}
+
+/// sum += f*x
+MODELCORE_CLONES void AddMultiple(double f, const double* x, std::size_t n, double* sum)
+{
+    for (std::size_t j = 0; j < n; ++j) sum[j] += f * x[j];
+}
+
+/// The sum of a*b, in eight lanes.
+MODELCORE_CLONES double Dot(const double* a, const double* b, std::size_t n)
+{
+    using Eight [[gnu::vector_size(64)]] = double;
+    Eight lanes{};
+    std::size_t j = 0;
+    for (; j + 8 <= n; j += 8) {
+        Eight u, v;
+        std::memcpy(&u, a + j, sizeof u);
+        std::memcpy(&v, b + j, sizeof v);
+        lanes += u * v;
+    }
+    double sum = 0.0;
+    for (; j < n; ++j) sum += a[j] * b[j];
+    for (int l = 0; l < 8; ++l) sum += lanes[l];
+    return sum;
+}
+
 /// Sums over the residuals r = y - centre - sum of (x_j - means_j)*b_j, all in twice the digits: of w*r, w*r*r, and
 /// w*r*(x_j - means_j).
 nb::tuple ResidualSums(ArrayLike rows, ArrayLike target, OptionalArrayLike weights, ArrayLike coefficients,
@@ -91,28 +159,43 @@ nb::tuple ResidualSums(ArrayLike rows, ArrayLike target, OptionalArrayLike weigh
     const std::vector<double> b = ToVector(coefficients);
     const std::vector<double> m = ToVector(means);
     if (b.size() != data.P() || m.size() != data.P()) Refuse("one coefficient and mean for each column is needed");
-    std::vector<Twofold> gradient(b.size());
-    std::vector<Twofold> deviations(b.size());
-    Twofold sum, squares;
+    const std::size_t p = data.P();
+    constexpr std::size_t kStride = kBlock + 8; // columns that are no power of two apart share the cache
+    std::vector<double> x(p * kStride);
+    std::vector<double> w(kBlock);
+    Extended r(kBlock), gradient(p * kLanes), sum(kLanes), squares(kLanes);
+    std::size_t waiting = 0;
+    const auto add = [&] {
+        for (std::size_t i = waiting; i < kBlock; ++i) { // what no row has come for counts nothing
+            for (std::size_t j = 0; j < p; ++j) x[j * kStride + i] = m[j];
+            w[i] = r.high[i] = r.low[i] = 0.0;
+        }
+        waiting = 0;
+        for (std::size_t j = 0; j < p; ++j)
+            if (b[j] != 0.0) TakeColumn(&x[j * kStride], m[j], b[j], r.high.data(), r.low.data());
+        Weigh(w.data(), r.high.data(), r.low.data(), sum.high.data(), sum.low.data(), squares.high.data(),
+              squares.low.data());
+        for (std::size_t j = 0; j < p; ++j)
+            AddProducts(&x[j * kStride], m[j], r.high.data(), r.low.data(), &gradient.high[j * kLanes],
+                        &gradient.low[j * kLanes]);
+    };
     Watch watch(std::move(progress));
     {
         const nb::gil_scoped_release release;
-        ForRows(data, watch, [&](const double* x, std::size_t i) {
-            Twofold r = Sum(data.y[i], -centre);
-            for (std::size_t j = 0; j < b.size(); ++j) {
-                deviations[j] = Sum(x[j], -m[j]);
-                if (b[j] != 0.0) r = r + Negative(deviations[j] * Twofold{b[j]});
-            }
-            const Twofold wr = Twofold{data.w[i]} * r;
-            sum = sum + wr;
-            squares = squares + wr * r;
-            for (std::size_t j = 0; j < b.size(); ++j) gradient[j] = gradient[j] + deviations[j] * wr;
+        ForRows(data, watch, [&](const double* row, std::size_t i) {
+            for (std::size_t j = 0; j < p; ++j) x[j * kStride + waiting] = row[j];
+            const MCExtended y = ExactSum(data.y[i], -centre);
+            r.high[waiting] = y.high;
+            r.low[waiting] = y.low;
+            w[waiting] = data.w[i];
+            if (++waiting == kBlock) add();
         });
+        if (waiting > 0) add();
     }
     watch.Finish();
     std::vector<double> rounded;
-    for (const Twofold& g : gradient) rounded.push_back(g.high);
-    return nb::make_tuple(sum.high, squares.high, ToArray(rounded));
+    for (std::size_t j = 0; j < p; ++j) rounded.push_back(gradient.Total(j * kLanes).high);
+    return nb::make_tuple(sum.Total(0).high, squares.Total(0).high, ToArray(rounded));
 }
 
 /// Least squares by Householder reflections on centred and scaled columns, and Bjoerck's refinement of the augmented
@@ -137,17 +220,17 @@ public:
     {
         const std::size_t p = fData.P();
         std::vector<double> b(p, 0.0);
-        Twofold intercept;
+        MCExtended intercept;
         for (std::size_t k = 0; k < fvKept.size(); ++k) {
             if (fvKept[k] == 0) {
                 intercept = intercept + fSolution[k];
                 continue;
             }
             b[fvKept[k] - 1] = fSolution[k].high;
-            if (fbIntercept) intercept = intercept + Negative(fSolution[k] * Twofold{fMeans[fvKept[k] - 1]});
+            if (fbIntercept) intercept = intercept - (fSolution[k] * MCExtended{fMeans[fvKept[k] - 1]});
         }
-        Twofold squares;
-        for (const double r : fvResiduals) squares = squares + Twofold{r} * Twofold{r};
+        MCExtended squares;
+        for (const double r : fvResiduals) squares = squares + MCExtended{r} * MCExtended{r};
         nb::list kept;
         for (const std::size_t column : fvKept)
             if (column > 0) kept.append(column - 1);
@@ -168,10 +251,10 @@ public:
 
 private:
     std::size_t Rows() const { return fvRows.size(); }
-    Twofold Element(std::size_t row, std::size_t column) const
+    MCExtended Element(std::size_t row, std::size_t column) const
     {
         if (column == 0) return {1.0};
-        return Sum(fvX[row * fData.P() + column - 1], fbIntercept ? -fMeans[column - 1] : 0.0);
+        return ExactSum(fvX[row * fData.P() + column - 1], fbIntercept ? -fMeans[column - 1] : 0.0);
     }
 
     bool ReadColumns(Watch& watch)
@@ -241,21 +324,21 @@ private:
     {
         const std::size_t n = Rows();
         const std::size_t q = fvKept.size();
-        fSolution.assign(q, Twofold{});
+        fSolution.assign(q, MCExtended{});
         fvResiduals.assign(n, 0.0);
         std::vector<double> f1(n), f2(q);
         double before = HUGE_VAL;
         for (int step = 0; step < 12; ++step) {
-            std::vector<Twofold> sums(q);
+            std::vector<MCExtended> sums(q);
             for (std::size_t i = 0; i < n; ++i) {
                 const double root = std::sqrt(fData.w[fvRows[i]]);
-                Twofold f{fData.y[fvRows[i]]};
+                MCExtended f{fData.y[fvRows[i]]};
                 for (std::size_t k = 0; k < q; ++k) {
-                    const Twofold x = Element(i, fvKept[k]);
-                    f = f + Negative(x * fSolution[k]);
-                    sums[k] = sums[k] + x * (Twofold{root} * Twofold{fvResiduals[i]});
+                    const MCExtended x = Element(i, fvKept[k]);
+                    f = f - (x * fSolution[k]);
+                    sums[k] = sums[k] + x * (MCExtended{root} * MCExtended{fvResiduals[i]});
                 }
-                f1[i] = (Twofold{root} * f + Twofold{-fvResiduals[i]}).high;
+                f1[i] = (MCExtended{root} * f + MCExtended{-fvResiduals[i]}).high;
             }
             for (std::size_t k = 0; k < q; ++k) f2[k] = -sums[k].high / fvScales[fvKept[k]];
             ApplyQ(f1, true);
@@ -273,7 +356,8 @@ private:
                 size = std::max(size, std::fabs(change[k]) / (std::fabs(fSolution[k].high) * scale + 1e-300));
             }
             if (step > 1 && !(size < before)) break; // no digit more to be had
-            for (std::size_t k = 0; k < q; ++k) fSolution[k] = fSolution[k] + Twofold{change[k] / fvScales[fvKept[k]]};
+            for (std::size_t k = 0; k < q; ++k)
+                fSolution[k] = fSolution[k] + MCExtended{change[k] / fvScales[fvKept[k]]};
             for (std::size_t i = 0; i < n; ++i) fvResiduals[i] += f1[i];
             if (step > 0 && size < 1e-17) break;
             if (step > 0) before = size;
@@ -290,7 +374,7 @@ private:
     std::vector<std::size_t> fvKept;
     std::vector<double> fvQR; // column by column
     std::vector<double> fvAux;
-    std::vector<Twofold> fSolution;
+    std::vector<MCExtended> fSolution;
     std::vector<double> fvResiduals; // times the roots of the weights
 };
 
@@ -320,13 +404,14 @@ nb::tuple LogisticPass(ArrayLike rows, ArrayLike codes, OptionalArrayLike weight
     const std::size_t categories = table.NRows() + 1;
     const std::size_t q = table.NColumns();
     const std::vector<double> shift = ToVector(shifts);
-    const std::vector<double> scale = ToVector(scales);
+    std::vector<double> factor = ToVector(scales);
     const std::size_t first = intercept ? 1 : 0;
-    if (q != data.P() + first || shift.size() != data.P() || scale.size() != data.P() || categories < 2 || q < 1)
+    if (q != data.P() + first || shift.size() != data.P() || factor.size() != data.P() || categories < 2 || q < 1)
         Refuse("the shapes do not fit");
     for (const double code : data.y)
         if (!std::isnan(code) && (code < 0.0 || code >= static_cast<double>(categories) || code != std::floor(code)))
             Refuse("a code is not that of a category");
+    for (double& scale : factor) scale = 1.0 / scale; // exact: scales are powers of two
     const std::size_t free = categories - 1;
     std::vector<double> b(free * q);
     table.Read(0, free, b.data(), q);
@@ -353,11 +438,10 @@ nb::tuple LogisticPass(ArrayLike rows, ArrayLike codes, OptionalArrayLike weight
         ForRows(data, watch, [&](const double* x, std::size_t i) {
             double* const row = z.GetPtr() + waiting * q;
             if (intercept) row[0] = 1.0;
-            for (std::size_t j = 0; j < data.P(); ++j) row[j + first] = (x[j] - shift[j]) / scale[j];
+            Standardize(x, shift.data(), factor.data(), data.P(), row + first);
             double largest = 0.0;
             for (std::size_t a = 0; a < free; ++a) {
-                e[a] = 0.0;
-                for (std::size_t j = 0; j < q; ++j) e[a] += b[a * q + j] * row[j];
+                e[a] = Dot(&b[a * q], row, q);
                 largest = std::max(largest, e[a]);
             }
             double total = std::exp(-largest);
@@ -369,7 +453,7 @@ nb::tuple LogisticPass(ArrayLike rows, ArrayLike codes, OptionalArrayLike weight
             std::size_t pair = 0;
             for (std::size_t a = 0; a < free; ++a) {
                 const double residual = w * ((code == a + 1 ? 1.0 : 0.0) - probability[a]);
-                for (std::size_t j = 0; j < q; ++j) gradient[a * q + j] += residual * row[j];
+                AddMultiple(residual, row, q, &gradient[a * q]);
                 for (std::size_t c = 0; c < a; ++c, ++pair)
                     curvature[pair][waiting] = -w * probability[a] * probability[c];
                 curvature[pair++][waiting] = w * probability[a] * (1.0 - probability[a]);

@@ -126,7 +126,7 @@ class _Encoder(TransformerMixin, BaseEstimator):
                 first = int(np.flatnonzero(outcomes == _REFUSED)[0])
                 raise ValueError(f"{encoder.column_names[0]}: the value of row {first} is refused")
             parts.append(rows)
-        return np.hstack(parts)
+        return parts[0] if len(parts) == 1 else np.hstack(parts)
 
     def inverse_transform(self, X: Any) -> Any:
         """The values that rows stand for, an array of objects."""

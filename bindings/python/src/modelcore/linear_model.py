@@ -471,7 +471,8 @@ class LogisticRegression(ClassifierMixin, _Model):
         k, first = len(self.classes_), 1 if self.fit_intercept else 0
         spread = np.sqrt(variances)
         self._shift = means if self.fit_intercept else np.zeros(len(means))
-        self._scale = np.where(np.isfinite(spread) & (spread > 0.0), spread, 1.0)
+        # Powers of two: to divide by them rounds nothing.
+        self._scale = np.exp2(np.round(np.log2(np.where((spread > 1e-300) & (spread < 1e300), spread, 1.0))))
         self._b = np.zeros((k - 1, len(means) + first))
         self._information = np.zeros((self._b.size, self._b.size))
         self._loglik, self._sum_weights, self._class_weights, self.n_missing_ = 0.0, 0.0, np.zeros(k), 0
