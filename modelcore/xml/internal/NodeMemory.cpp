@@ -10,6 +10,9 @@ namespace MCXML_930::internal {
 
 namespace {
 
+// Gain on a Cascade Lake, scripts/bench Xml: a tree of 2.7 million nodes is built and deleted in 0.71 of the time that a
+// call of operator new for each node takes (330 to 465 ms), and written in 0.81 (51 to 63 ms), as it lies in order.
+//
 // Slabs are aligned to a power of two, so that the address of a node tells its slab. The size leaves room for the
 // allocator's own words: a slab of the full size would cost the next one its place. Larger slabs are no faster, and a
 // node that stays behind keeps more alive.
