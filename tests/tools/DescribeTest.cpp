@@ -79,22 +79,50 @@ TEST(Describe, PartsAndThreadsGiveTheSameOutputAsOneRun)
         parts[i % 5 == 0 ? 0 : i < 9000 ? 1 : 2] += row.str();
     }
     std::string whole = header;
-    std::vector<std::string> merge{DESCRIBE_PROGRAM, "--merge", "--format", "json", "--sketch", "256"};
-    for (std::size_t p = 0; p < parts.size(); ++p) {
-        whole += parts[p].substr(header.size());
-        const std::string state1 = folder.File(std::to_string(p) + ".json");
-        EXPECT_EQ(RunProgram({DESCRIBE_PROGRAM, folder.Write("part.csv", parts[p]), "--save", state1, "--quiet",
-                              "--sketch", "256"})
-                      .status,
-                  0);
-        merge.push_back(state1);
-    }
+    for (const std::string& part : parts) whole += part.substr(header.size());
     const std::string data = folder.Write("whole.csv", whole);
-    const std::string once = RunProgram({DESCRIBE_PROGRAM, data, "--format", "json", "--sketch", "256"}).out;
-    EXPECT_EQ(RunProgram(merge).out, once);
-    EXPECT_EQ(RunProgram({DESCRIBE_PROGRAM, data, "--format", "json", "--sketch", "256", "--threads", "3"}).out, once);
-    EXPECT_NE(once.find("\"differentIsExact\": \"false\""), std::string::npos);
-    EXPECT_EQ(RunProgram({DESCRIBE_PROGRAM, "--merge", data}).status, 2);
+    for (const bool exact : {false, true}) {
+        const auto describe = [&](std::vector<std::string> arguments) {
+            arguments.insert(arguments.begin(), DESCRIBE_PROGRAM);
+            arguments.insert(arguments.end(), {"--format", "json", "--sketch", "256"});
+            if (exact) arguments.emplace_back("--exact");
+            const ProgramResult result = RunProgram(arguments);
+            EXPECT_EQ(result.status, 0) << result.err;
+            return result.out;
+        };
+        std::vector<std::string> merge{"--merge"};
+        for (std::size_t p = 0; p < parts.size(); ++p) {
+            merge.push_back(folder.File(std::to_string(p) + ".json"));
+            describe({folder.Write("part.csv", parts[p]), "--save", merge.back()});
+        }
+        const std::string once = describe({data});
+        EXPECT_EQ(describe(merge), once);
+        EXPECT_EQ(describe({data, "--threads", "3"}), once);
+        EXPECT_NE(once.find("\"differentIsExact\": \"false\""), std::string::npos);
+        EXPECT_EQ(RunProgram({DESCRIBE_PROGRAM, "--merge", data}).status, 2);
+        if (!exact) continue;
+        const std::string cut = folder.Write("cut.json", ReadFile(merge[1]).substr(0, ReadFile(merge[1]).size() - 40));
+        EXPECT_EQ(RunProgram({DESCRIBE_PROGRAM, "--merge", cut}).status, 2);
+    }
+}
+
+// Not rounded to the digits that parts have in common.
+TEST(Describe, ExactMomentsKeepTheLastDigits)
+{
+    const TemporaryFolder folder;
+    std::string text = "y,z,w\n";
+    for (int i = 0; i < 1001; ++i) {
+        text += i == 0 ? "10000000.2" : i % 2 == 0 ? "10000000.3" : "10000000.1";
+        text.append(",").append(std::to_string(100000000 + i * i)).append(",").append(std::to_string(i % 3 + 1)) +=
+            '\n';
+    }
+    const std::string data = folder.Write("data.csv", text);
+    const MCXML_930::JsonObject json = JsonOf(DESCRIBE_PROGRAM, {data, "--exact", "--columns", "y,z"});
+    EXPECT_EQ(NumberIn(json, "columns", "y", "mean"), 10000000.2);
+    EXPECT_NEAR(NumberIn(json, "columns", "y", "stdDeviation"), 0.1, 1e-9); // what the decimals are as doubles
+    // Sum of i^2 is 333833500, of i^4 200500333333300.
+    EXPECT_DOUBLE_EQ(NumberIn(json, "columns", "z", "stdDeviation"),
+                     std::sqrt((200500333333300.0 - 333833500.0 * (333833500.0 / 1001)) / 1000));
 }
 
 TEST(Describe, WritesADocumentAndAPageThatReadersAccept)

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <fstream>
 #include <iterator>
+#include <numeric>
 #include <utility>
 
 namespace describe {
@@ -48,6 +49,7 @@ struct BlockResult {
     double cases = 0.0;
     MCMath_930::MCRectMatrix rows;
     MCMath_930::MCMeansXProducts products;
+    ExactMoments exact;
 };
 
 class Reader {
@@ -157,6 +159,29 @@ private:
     std::vector<double> fShifts;
 };
 
+[[noreturn]] void RefuseSize()
+{
+    throw Failure("a number or a weight is too large to be squared and summed");
+}
+
+void SummarizeExactly(const Block& block, const Description& start, BlockResult& out)
+{
+    const std::size_t nColumns = start.columns.size();
+    std::vector<double> values, weights;
+    out.exact.Start(nColumns);
+    for (std::size_t j = 0; j < nColumns; ++j) {
+        values.clear();
+        weights.clear();
+        for (std::size_t i = 0; i < At(block.rows); ++i) {
+            const double x = block.values[i * nColumns + j];
+            if (MCMV::IsMissing(x)) continue;
+            values.push_back(x);
+            weights.push_back(block.frequencies[i] * block.weights[i]);
+        }
+        if (!out.exact.AddColumn(j, values, weights)) RefuseSize();
+    }
+}
+
 void SummarizeColumns(const Block& block, const Description& start, BlockResult& out)
 {
     const std::size_t nColumns = start.columns.size();
@@ -186,31 +211,37 @@ void SummarizeColumns(const Block& block, const Description& start, BlockResult&
 
 void SummarizePairs(const Block& block, const Description& start, const Options& options, BlockResult& out)
 {
-    const int stride = PairSums::Stride(start.hasWeight);
+    const int stride = options.exact ? ExactMoments::Stride(start.hasWeight) : PairSums::Stride(start.hasWeight);
     const auto nNumeric = static_cast<int>(block.numeric.size());
     if (nNumeric > options.correlations) {
         out.products = {};
+        out.exact.DropPairs();
         return;
     }
     const int nVars = stride * nNumeric;
     if (out.rows.GetNRows() != block.rows || out.rows.GetNCols() != nVars + 1)
         out.rows.SetNRowsCols(block.rows, nVars + 1);
-    if (out.products.GetNVars() != nVars) out.products = MCMath_930::MCMeansXProducts(nVars, false, true, false);
+    if (!options.exact && out.products.GetNVars() != nVars)
+        out.products = MCMath_930::MCMeansXProducts(nVars, false, true, false);
     const std::size_t nColumns = start.columns.size();
     for (int i = 0; i < block.rows; ++i) {
         double* next = out.rows.GetRowPtr(i);
         for (std::size_t k = 0; k < block.numeric.size(); ++k) {
             const double x = block.values[At(i) * nColumns + At(block.numeric[k])];
             const bool there = !MCMV::IsMissing(x);
-            const double d = there ? x - block.shifts[k] : 0.0;
+            const double d = !there ? 0.0 : options.exact ? x : x - block.shifts[k];
             *next++ = there ? 1.0 : 0.0;
             *next++ = d;
             *next++ = d * d;
+            if (options.exact) *next++ = ExactProduct(d, d).low;
             if (start.hasWeight) *next++ = there ? 1.0 / std::sqrt(block.weights[At(i)]) : 0.0;
         }
         *next = block.frequencies[At(i)] * block.weights[At(i)];
     }
-    out.products.Compute(out.rows, block.rows);
+    if (!options.exact)
+        out.products.Compute(out.rows, block.rows);
+    else if (!out.exact.AddPairs(out.rows))
+        RefuseSize();
 }
 
 Description ReadData(const Options& options, const std::string& path, Progress& progress, MCCancelInfo& cancel)
@@ -219,6 +250,7 @@ Description ReadData(const Options& options, const std::string& path, Progress& 
     Reader reader(input, options);
     const Description start = reader.Start();
     Description total = start;
+    if (options.exact) total.exact.emplace().Start(start.columns.size());
     const auto size = static_cast<double>(input.Size());
     const auto maxNumeric = static_cast<std::size_t>(options.correlations);
     FoldBlocks<Block, BlockResult>(
@@ -231,12 +263,18 @@ Description ReadData(const Options& options, const std::string& path, Progress& 
         },
         [&](const Block& block, BlockResult& out) {
             SummarizeColumns(block, start, out);
+            if (options.exact) SummarizeExactly(block, start, out);
             SummarizePairs(block, start, options, out);
         },
         [&](const BlockResult& out) {
             total.cases += out.cases;
             for (std::size_t j = 0; j < total.columns.size(); ++j) total.columns[j].Merge(out.columns[j]);
-            if (out.products.GetNVars() > 0) total.pairs.Append(out.products.GetXProds());
+            if (!options.exact && out.products.GetNVars() > 0) total.pairs.Append(out.products.GetXProds());
+            if (!options.exact) return;
+            const int stride = ExactMoments::Stride(start.hasWeight);
+            std::vector<int> places(At(out.exact.NPairVariables() / stride));
+            std::iota(places.begin(), places.end(), 0);
+            total.exact->Merge(out.exact, places, static_cast<int>(places.size()), stride);
         });
     progress.Clear();
     total.rows = reader.Rows();
@@ -244,7 +282,7 @@ Description ReadData(const Options& options, const std::string& path, Progress& 
     total.numeric = reader.Numeric();
     total.shifts = reader.Shifts();
     total.pairsWereDropped = total.numeric.size() > maxNumeric;
-    if (total.pairsWereDropped) total.pairs = {};
+    if (total.pairsWereDropped) total.DropPairs();
     return total;
 }
 
@@ -252,12 +290,24 @@ Description ReadState(const std::string& path)
 {
     std::ifstream file(path, std::ios::binary);
     if (!file) throw Failure(path + ": cannot be opened");
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    // A line, and behind it what is exact.
+    std::string text;
+    std::getline(file, text);
     JsonObject json;
     JsonObject::Problem problem;
-    if (!JsonObject::Parse(text, json, &problem)) throw Failure(path + ": no saved state: " + problem.GetText());
     Description state;
-    if (!state.FromJson(json)) throw Failure(path + ": no state that describe --save has written");
+    const auto refuse = [&] { throw Failure(path + ": no state that describe --save has written"); };
+    bool isExact = false;
+    if (JsonObject::Parse(text, json) && json["exact"].Read(isExact) && isExact) {
+        if (!state.FromJson(json) || !state.exact.emplace().Read(file, state.columns.size())) refuse();
+        const int stride = ExactMoments::Stride(state.hasWeight);
+        const int nPairs = state.exact->NPairVariables();
+        if (nPairs != 0 && nPairs != stride * static_cast<int>(state.numeric.size())) refuse();
+        return state;
+    }
+    text.append("\n").append(std::istreambuf_iterator<char>(file), {});
+    if (!JsonObject::Parse(text, json, &problem)) throw Failure(path + ": no saved state: " + problem.GetText());
+    if (!state.FromJson(json)) refuse();
     return state;
 }
 
@@ -277,6 +327,7 @@ void Description::Merge(const Description& other, const std::string& name)
             refuse("it was made with another --sketch");
     }
     if (hasFrequency != other.hasFrequency || hasWeight != other.hasWeight) refuse("its weights are others");
+    if (exact.has_value() != other.exact.has_value()) refuse("some have exact sums and some have not");
 
     rows += other.rows;
     unweighted += other.unweighted;
@@ -292,9 +343,10 @@ void Description::Merge(const Description& other, const std::string& name)
         }
     }
     pairsWereDropped = pairsWereDropped || other.pairsWereDropped;
+    if (exact) exact->Merge(*other.exact, places, static_cast<int>(numeric.size()), ExactMoments::Stride(hasWeight));
     if (pairsWereDropped)
-        pairs = {};
-    else
+        DropPairs();
+    else if (!exact)
         pairs.Merge(other.pairs, places, shifts, other.shifts, PairSums::Stride(hasWeight));
 }
 
@@ -311,6 +363,7 @@ JsonObject Description::ToJson() const
     json.Set("shifts", JsonObject::FromReals(shifts));
     json.Set("pairs", JsonObject::FromReals(pairs.GetState()));
     json.Set("pairsWereDropped", pairsWereDropped);
+    if (exact) json.Set("exact", true);
     JsonObject list = JsonObject::NewArray();
     for (const ColumnState& column : columns) list.Append(column.ToJson());
     json.Set("columns", std::move(list));
@@ -342,9 +395,10 @@ bool Description::FromJson(const JsonObject& json)
     return true;
 }
 
-Description Read(const Options& options, Progress& progress, MCCancelInfo& cancel)
+namespace {
+
+Description ReadStates(const Options& options, MCCancelInfo& cancel)
 {
-    if (!options.merge) return ReadData(options, options.inputs.front(), progress, cancel);
     Description total;
     for (std::size_t i = 0; i < options.inputs.size(); ++i) {
         if (cancel.IsCancel()) throw Interrupted();
@@ -354,10 +408,21 @@ Description Read(const Options& options, Progress& progress, MCCancelInfo& cance
         else
             total.Merge(state, options.inputs[i]);
     }
+    if (options.exact && !total.exact) throw Failure(options.inputs.front() + ": its sums are not exact");
     if (total.numeric.size() > static_cast<std::size_t>(options.correlations)) {
         total.pairsWereDropped = true;
-        total.pairs = {};
+        total.DropPairs();
     }
+    return total;
+}
+
+} // namespace
+
+Description Read(const Options& options, Progress& progress, MCCancelInfo& cancel)
+{
+    Description total =
+        options.merge ? ReadStates(options, cancel) : ReadData(options, options.inputs.front(), progress, cancel);
+    if (total.exact) total.exact->Finish();
     return total;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Column.h"
+#include "ExactMoments.h"
 #include "Options.h"
 #include "Pairs.h"
 #include "common/Progress.h"
@@ -9,6 +10,7 @@
 #include "modelcore/modelcore.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,7 +29,14 @@ struct Description {
     std::vector<int> numeric;
     std::vector<double> shifts; ///< what is subtracted of each of them in pairs: its first number
     PairSums pairs;
-    bool pairsWereDropped = false; ///< there are more numeric columns than were asked for
+    std::optional<ExactMoments> exact; ///< what pairs and the moments of columns are taken from, if it is there
+    bool pairsWereDropped = false;     ///< there are more numeric columns than were asked for
+
+    void DropPairs()
+    {
+        pairs = {};
+        if (exact) exact->DropPairs();
+    }
 
     /// Adds the cases of other. Throws Failure when it describes other columns.
     void Merge(const Description& other, const std::string& name);

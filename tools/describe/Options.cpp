@@ -30,6 +30,8 @@ MCSettings MakeSettings()
     settings.AddInteger("correlations", 60, 0, 500, "most numeric columns whose pairs are looked at", "Results");
     settings.AddInteger("sketch", 8192, 16, 1 << 20, "different numbers of a column that are told apart", "Results");
     settings.AddInteger("threads", 1, 1, kMaxThreads, "threads to use; the results do not depend on it", kRun);
+    settings.AddBool("exact", false,
+                     "means, deviations and correlations from sums without rounding, in all digits of a double", kRun);
     OutputOptions::AddSettings(settings);
     return settings;
 }
@@ -63,6 +65,7 @@ std::optional<Options> ParseOptions(int argc, char** argv)
     options.correlations = integer("correlations");
     options.sketch = integer("sketch");
     options.threads = integer("threads");
+    options.exact = settings.Get("exact").GetBool();
     options.output.Take(settings);
     return options;
 }

@@ -24,6 +24,7 @@ struct Options {
     int correlations = 60; ///< most numeric columns of which all pairs are looked at
     int sketch = 8192;     ///< buckets of a quantile sketch
     int threads = 1;
+    bool exact = false; ///< sums without rounding
 
     procedure::OutputOptions output;
     std::vector<std::string> inputs; ///< one data file, or saved states; "-" is standard input

@@ -80,20 +80,40 @@ PairStatistics PairSums::Get(int i, int j, int stride) const
 {
     const int a = stride * i;
     const int b = stride * j;
-    PairStatistics out;
     const double w = Sum(a + kThere, b + kThere);
-    out.cases = stride > kCase ? std::round(Sum(a + kCase, b + kCase) * 1e6) / 1e6 : w;
-    if (!(w > 0.0) || !(out.cases > 1.0)) return out;
-    const double x = Sum(a + kValue, b + kThere) / w;
-    const double y = Sum(a + kThere, b + kValue) / w;
-    const double rawXX = Sum(a + kSquare, b + kThere);
-    const double rawYY = Sum(a + kThere, b + kSquare);
-    const double xx = rawXX - x * x * w;
-    const double yy = rawYY - y * y * w;
-    // What is left of a sum of squares of a constant is rounding error.
     constexpr double kNoise = 1e-13;
-    if (!(xx > kNoise * rawXX) || !(yy > kNoise * rawYY)) return out;
-    const double xy = Sum(a + kValue, b + kValue) - x * y * w;
+    return Correlate<double>({w, Sum(a + kValue, b + kThere), Sum(a + kThere, b + kValue), Sum(a + kSquare, b + kThere),
+                              Sum(a + kThere, b + kSquare), Sum(a + kValue, b + kValue)},
+                             stride > kCase, stride > kCase ? Sum(a + kCase, b + kCase) : w, kNoise);
+}
+
+namespace {
+
+double Double(double x)
+{
+    return x;
+}
+double Double(MCMath_930::MCExtended x)
+{
+    return x.high;
+}
+
+} // namespace
+
+template <class Number>
+PairStatistics Correlate(const SumsOfPair<Number>& sums, bool hasWeight, double cases, double noise)
+{
+    PairStatistics out;
+    const Number w = sums.w;
+    out.cases = hasWeight ? std::round(cases * 1e6) / 1e6 : cases;
+    if (!(Double(w) > 0.0) || !(out.cases > 1.0)) return out;
+    const Number x = sums.x / w;
+    const Number y = sums.y / w;
+    const double xx = Double(sums.xx - x * x * w);
+    const double yy = Double(sums.yy - y * y * w);
+    // What is left of a sum of squares of a constant is rounding error.
+    if (!(xx > noise * Double(sums.xx)) || !(yy > noise * Double(sums.yy))) return out;
+    const double xy = Double(sums.xy - x * y * w);
     const double r = std::clamp(xy / std::sqrt(xx) / std::sqrt(yy), -1.0, 1.0);
     out.correlation = r;
     const double df = out.cases - 2.0;
@@ -108,5 +128,9 @@ PairStatistics PairSums::Get(int i, int j, int stride) const
     out.significance = 2.0 * MCMath_930::MCDistFun::CdfT(-std::fabs(out.t), df);
     return out;
 }
+
+template PairStatistics Correlate(const SumsOfPair<double>& sums, bool hasWeight, double cases, double noise);
+template PairStatistics Correlate(const SumsOfPair<MCMath_930::MCExtended>& sums, bool hasWeight, double cases,
+                                  double noise);
 
 } // namespace describe

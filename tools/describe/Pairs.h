@@ -17,6 +17,18 @@ struct PairStatistics {
     double significance = MCCommon_930::MCMV::Missing(); ///< two-sided
 };
 
+/// The six sums of a pair, in doubles or in twice their digits.
+template <class Number>
+struct SumsOfPair {
+    Number w, x, y, xx, yy, xy;
+};
+
+/// The correlation that sums tell.
+/// @param cases   the sum of the frequencies; with case weights rounding has to be taken away
+/// @param noise   what is left of a sum of squares, as a share of it, is rounding error up to this
+template <class Number>
+PairStatistics Correlate(const SumsOfPair<Number>& sums, bool hasWeight, double cases, double noise);
+
 /// Sums of products over pairs of columns. Of each column that has shown a number there are, in every row, whether there
 /// is a value, the value less its shift, and the square of that; with case weights also 1/sqrt(weight), so that the
 /// weighted sum of two of them counts cases. The products of these columns are all sums that a pair needs, and the

@@ -130,7 +130,9 @@ void FindBins(const ColumnState& state, int count, ColumnSummary& out)
     for (Bin& bin : out.bins) bin.cases = std::round(bin.cases * 1e3) / 1e3;
 }
 
-ColumnSummary SummarizeColumn(const Options& options, const ColumnState& state, std::vector<std::string>& warnings)
+/// @param exact  null: the moments are those of state
+ColumnSummary SummarizeColumn(const Options& options, const ColumnState& state, const ExactMoments* exact,
+                              std::size_t place, std::vector<std::string>& warnings)
 {
     ColumnSummary out;
     out.name = state.name;
@@ -138,9 +140,12 @@ ColumnSummary SummarizeColumn(const Options& options, const ColumnState& state, 
     out.missing = state.Missing();
     for (const auto& [code, cases] : state.missing) out.missingCodes.emplace_back(code, cases);
     out.numbers = state.NumberCases();
-    out.mean = Rounded(state.sums.GetMean());
-    const double variance = state.sums.GetVariance();
-    out.stdDeviation = MCMV::IsMissing(variance) ? variance : Rounded(std::sqrt(variance));
+    out.mean = exact ? exact->Mean(place) : Rounded(state.sums.GetMean());
+    double variance = state.sums.GetVariance();
+    if (exact && !MCMV::IsMissing(variance)) variance = exact->Squares(place) / (state.NumberCases() - 1.0);
+    out.stdDeviation = MCMV::IsMissing(variance) ? variance
+                       : exact                   ? std::sqrt(variance)
+                                                 : Rounded(std::sqrt(variance));
     out.skewness = Rounded(state.sums.GetSkewness());
     out.kurtosis = Rounded(state.sums.GetKurtosis());
     out.minimum = state.sketch.GetMin();
@@ -166,7 +171,9 @@ ColumnSummary SummarizeColumn(const Options& options, const ColumnState& state, 
 Summary Summarize(const Options& options, const Description& data)
 {
     Summary out;
-    for (const ColumnState& state : data.columns) out.columns.push_back(SummarizeColumn(options, state, out.warnings));
+    const ExactMoments* const exact = data.exact ? &*data.exact : nullptr;
+    for (std::size_t j = 0; j < data.columns.size(); ++j)
+        out.columns.push_back(SummarizeColumn(options, data.columns[j], exact, j, out.warnings));
     if (data.pairsWereDropped) {
         if (options.correlations > 0)
             out.warnings.push_back("there are " + std::to_string(data.numeric.size()) +
@@ -185,6 +192,12 @@ Summary Summarize(const Options& options, const Description& data)
     const int stride = PairSums::Stride(data.hasWeight);
     for (std::size_t i = 0; i < places.size(); ++i)
         for (std::size_t j = 0; j < i; ++j) {
+            if (exact != nullptr) {
+                out.correlations.push_back(
+                    {places[j].first, places[i].first,
+                     exact->GetPair(places[i].second, places[j].second, ExactMoments::Stride(data.hasWeight))});
+                continue;
+            }
             PairStatistics pair = data.pairs.Get(places[i].second, places[j].second, stride);
             // Sums of other blocks differ in the fifteenth decimal, which may not show where parts were merged.
             if (!MCMV::IsMissing(pair.correlation)) pair.correlation = std::round(pair.correlation * 1e10) / 1e10 + 0.0;

@@ -6,6 +6,7 @@
 #include "common/Progress.h"
 
 #include <optional>
+#include <string>
 
 namespace describe {
 
@@ -24,7 +25,7 @@ void Run(const Options& options)
     outputs.Add(options.svgPath, [&](std::ostream& out) { WritePage(options, data, summary, out); });
     outputs.Add(options.savePath, [&](std::ostream& out) {
         data.ToJson().Write(out);
-        out << '\n';
+        out << '\n' << (data.exact ? data.exact->Text() : std::string());
     });
 
     Progress progress(options.output.ShowsProgress());
