@@ -126,6 +126,27 @@ TEST(LinregCertified, ExactFitsReachTheLastDigits)
     }
 }
 
+// Where an inverse in doubles would leave no digit: leverages add up to the number of parameters.
+TEST(LinregCertified, ExactPredictionsKeepTheDigitsOfTheFit)
+{
+    const TemporaryFolder folder;
+    LinregDocument({kStrd + "Filip.csv", "--model", Polynomial(10), "--exact", "--predictions", folder.File("p.csv")});
+    std::istringstream lines(ReadFile(folder.File("p.csv")));
+    double leverages = 0.0, squares = 0.0;
+    std::string line;
+    for (std::getline(lines, line); std::getline(lines, line);) {
+        std::vector<double> cells; // row, y, prediction, residual, stdError, lower, upper, leverage
+        std::istringstream row(line);
+        for (std::string cell; std::getline(row, cell, ',');) cells.push_back(std::stod(cell));
+        ASSERT_EQ(cells.size(), 8u);
+        leverages += cells[7];
+        squares += cells[3] * cells[3];
+        EXPECT_NEAR(cells[4] * cells[4], cells[7] * 0.0000112091743968020, 1e-13 * cells[7]);
+    }
+    EXPECT_NEAR(leverages, 11.0, 1e-12);
+    EXPECT_GE(CorrectDigits(squares, Certified("Filip").at("ss_res")), 12);
+}
+
 // Neither the order of the rows nor how they were parted shows in a byte of the document; a level turns up late, a
 // combination of levels in one part alone.
 TEST(LinregFit, ExactFitsAreTheSameInEveryOrderAndPartition)

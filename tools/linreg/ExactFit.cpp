@@ -1,5 +1,8 @@
 #include "ExactFit.h"
 
+#include "common/Failure.h"
+#include "model/SweepRows.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -75,7 +78,8 @@ bool ExactSums::Compute(const CaseBlock& block, const ExactColumns& columns, boo
     return added;
 }
 
-std::vector<int> SweepExactly(MCExtendedSym& products, const std::vector<int>& rows, double tolerance)
+std::vector<int> SweepExactly(MCExtendedSym& products, const std::vector<int>& rows, double tolerance,
+                              MCMath_930::MCCancelInfo& cancel)
 {
     // Columns get scales near 1, so that no product leaves the range of a double.
     std::vector<int> scales;
@@ -83,9 +87,9 @@ std::vector<int> SweepExactly(MCExtendedSym& products, const std::vector<int>& r
     std::vector<double> diagonal;
     products.GetDiagonal(diagonal);
     MCBitSet swept(products.GetNRows());
-    std::vector<int> independent;
-    for (const int k : rows)
-        if (products.Sweep(k, tolerance, diagonal, swept, false)) independent.push_back(k);
+    std::vector<int> independent = SweepRows(products, rows, tolerance, diagonal, swept, [&] {
+        if (cancel.IsCancel()) throw procedure::Interrupted();
+    });
     for (int i = 0; i < products.GetNRows(); ++i)
         for (int j = 0; j <= i; ++j) {
             const int exponent =

@@ -51,7 +51,8 @@ struct ExactSums {
 };
 
 /// Sweeps on the given rows in turn, whatever their scales. Returns those that were not refused: see
-/// MCExtendedSym::Sweep.
-std::vector<int> SweepExactly(MCMath_930::MCExtendedSym& products, const std::vector<int>& rows, double tolerance);
+/// MCExtendedSym::Sweep. Throws Interrupted when the user stops it.
+std::vector<int> SweepExactly(MCMath_930::MCExtendedSym& products, const std::vector<int>& rows, double tolerance,
+                              MCMath_930::MCCancelInfo& cancel);
 
 } // namespace linreg

@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstddef>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 namespace linreg {
@@ -98,6 +99,8 @@ private:
     void Warn();
 
     DoubleDouble Intercept() const;
+    template <class Number, class Matrix>
+    Matrix InverseAt(const std::vector<DoubleDouble>& rest) const;
     double Inverse(int k, int l) const { return -fSwept.GetElem(k, l); }
     DoubleDouble ExtendedInverse(int k, int l) const
     {
@@ -221,7 +224,7 @@ void Fitting::RefuseOverflow() const
     const int target = fSwept.GetNRows() - 1;
     for (int k = 0; k <= target; ++k) {
         if (std::isfinite(fSwept.GetElem(k, k))) continue;
-        throw Failure(fName + ": column '" + (k == target ? fOptions.target : fParameters[At(k)].field) +
+        throw Failure(fName + ": column '" + (k == target ? fOptions.target : fParameters[At(k)].Name()) +
                       "' has numbers too large to be squared and summed");
     }
 }
@@ -277,7 +280,7 @@ void Fitting::SolveExactly()
     fSwept.GetDiagonal(fDiagonal);
 
     fExactlySwept = fExactProducts;
-    fIndependent = SweepExactly(fExactlySwept, rows, fOptions.tolerance);
+    fIndependent = SweepExactly(fExactlySwept, rows, fOptions.tolerance, fCancel);
     fExactlySwept.Round(fSwept);
     fEstimates.resize(fParameters.size());
     for (const int k : fIndependent) fEstimates[At(k)] = Twice(fExactlySwept.GetElem(target, k));
@@ -464,19 +467,25 @@ void Fitting::DescribeCoefficients()
 void Fitting::Warn()
 {
     // The inverse of sums that were rounded is not refined: it has their digits less those that collinearity costs.
+    // That of exact sums has all, but joint tests take it as doubles.
+    const bool isExact = fSums.exact.has_value();
+    const auto isTestedJointly = [&](const Parameter& parameter) {
+        return parameter.term >= 0 && fFit.terms[At(parameter.term)].test.df > 1.0;
+    };
     constexpr double kDigitsShown = 7.0;
     double least = kDigitsShown;
     std::string worst;
     for (const Coefficient& c : fFit.coefficients) {
-        if (MCMV::IsMissing(c.tolerance)) continue;
+        if (MCMV::IsMissing(c.tolerance) || (isExact && !isTestedJointly(c.parameter))) continue;
         const double digits = std::floor(std::log10(c.tolerance / 1e-15));
         if (digits < least) {
             least = digits;
             worst = c.parameter.Name();
         }
     }
-    if (least < kDigitsShown && !fSums.exact)
-        fFit.warnings.push_back("standard errors and tests have about " + FormatCount(std::max(0.0, least)) +
+    const std::string what = isExact ? "joint tests of several parameters" : "standard errors and tests";
+    if (least < kDigitsShown)
+        fFit.warnings.push_back(what + " have about " + FormatCount(std::max(0.0, least)) +
                                 " correct digits: " + Printable(worst) + " nearly depends on other predictors");
     for (const Predictor& p : fDesign.Predictors())
         if (p.IsSuspicious())
@@ -495,54 +504,115 @@ struct Predicted {
     std::vector<double> fitted, residuals, frequencies;
 };
 
+// Rows of the design and the inverse come in doubles or, from exact sums, in twice their digits.
+DoubleDouble Product(DoubleDouble coefficient, double x)
+{
+    return ExactProduct(coefficient.high, x);
+}
+DoubleDouble Product(DoubleDouble coefficient, DoubleDouble x)
+{
+    return coefficient * x;
+}
+double Element(const MCSymMatrix& matrix, int i, int j)
+{
+    return matrix.GetElem(std::max(i, j), std::min(i, j));
+}
+DoubleDouble Element(const MCExtendedSym& matrix, int i, int j)
+{
+    return Twice(matrix.GetElem(i, j));
+}
+double Rounded(double x)
+{
+    return x;
+}
+double Rounded(DoubleDouble x)
+{
+    return x.Rounded();
+}
+
 /// What a prediction and its error are made of. Columns of covariates are taken from their means, so that common
 /// offsets cost no digits; those of factors as they are, most of which are 0.
 struct RowPredictor {
     RowPredictor(int nColumns, std::size_t nValues)
-        : coefficients(At(nColumns)), rows(At(nColumns), -1), centres(nValues)
+        : coefficients(At(nColumns)), rows(At(nColumns), -1), centres(nValues), rests(nValues, -1)
     {}
 
-    double intercept = 0.0; // at the centres
+    DoubleDouble intercept; // at the centres
     double meanSquare = MCMV::Missing();
     double quantile = MCMV::Missing();
     bool hasIntercept = true;
-    MCSymMatrix inverse; // of the cross products: the intercept at the centres first
-    std::vector<double> coefficients;
+    bool isExact = false;
+    MCSymMatrix inverse;        // of the cross products: the intercept at the centres first
+    MCExtendedSym exactInverse; // instead
+    std::vector<DoubleDouble> coefficients;
     std::vector<int> rows; // of inverse, by column; -1: no estimate
-    std::vector<double> centres;
+    std::vector<DoubleDouble> centres;
+    std::vector<int> rests; // places of the low parts among those of a case, -1: there is none
+    std::size_t nRests = 0;
+
+    void Covariate(const CaseBlock& block, std::size_t i, std::size_t j, double& x) const
+    {
+        x = block.values[i * centres.size() + j] - centres[j].high;
+    }
+    void Covariate(const CaseBlock& block, std::size_t i, std::size_t j, DoubleDouble& x) const
+    {
+        const double rest = rests[j] < 0 ? 0.0 : block.rests[i * nRests + At(rests[j])];
+        x = DoubleDouble{block.values[i * centres.size() + j], rest} - centres[j];
+    }
+    static void Cell(const CaseBlock& block, std::size_t c, double& x) { x = block.CellValue(c); }
+    static void Cell(const CaseBlock& block, std::size_t c, DoubleDouble& x)
+    {
+        x = {block.CellValue(c), block.cellRests.empty() ? 0.0 : block.cellRests[c]};
+    }
+
+    template <class Number, class Inverse>
+    void Compute(const CaseBlock& block, const Inverse& of, std::vector<double>& fitted,
+                 std::vector<double>& leverage) const
+    {
+        const std::size_t nCells = fitted.empty() ? 0 : block.cellColumns.size() / fitted.size();
+        std::vector<std::pair<int, Number>> row; // of the inverse
+        for (std::size_t i = 0; i < fitted.size(); ++i) {
+            DoubleDouble sum = intercept;
+            row.clear();
+            if (hasIntercept) row.emplace_back(0, Number{1.0});
+            const auto add = [&](std::size_t column, Number x) {
+                if (rows[column] < 0 || Rounded(x) == 0.0) return;
+                sum += Product(coefficients[column], x);
+                row.emplace_back(rows[column], x);
+            };
+            Number x{};
+            for (std::size_t j = 1; j < centres.size(); ++j) {
+                Covariate(block, i, j, x);
+                add(j, x);
+            }
+            for (std::size_t c = i * nCells; c < (i + 1) * nCells; ++c) {
+                Cell(block, c, x);
+                add(At(block.cellColumns[c]), x);
+            }
+            fitted[i] = sum.Rounded();
+            Number quadratic{};
+            for (std::size_t a = 0; a < row.size(); ++a) {
+                Number part = row[a].second * Element(of, row[a].first, row[a].first) * 0.5;
+                for (std::size_t b = 0; b < a; ++b) part += row[b].second * Element(of, row[a].first, row[b].first);
+                quadratic += part * row[a].second * 2.0;
+            }
+            leverage[i] = std::max(0.0, Rounded(quadratic));
+        }
+    }
 
     void Run(const CaseBlock& block, Predicted& out) const
     {
         const std::size_t n = At(block.cases);
+        const std::size_t nValues = centres.size();
         std::vector<double> fitted(n), leverage(n);
-        const std::size_t nValues = n == 0 ? 0 : block.values.size() / n;
-        const std::size_t nCells = n == 0 ? 0 : block.cellColumns.size() / n;
-        std::vector<std::pair<int, double>> row; // of inverse
+        if (isExact)
+            Compute<DoubleDouble>(block, exactInverse, fitted, leverage);
+        else
+            Compute<double>(block, inverse, fitted, leverage);
         out.fitted.clear();
         out.residuals.clear();
         out.frequencies.clear();
         for (std::size_t i = 0; i < n; ++i) {
-            DoubleDouble sum{intercept};
-            row.clear();
-            if (hasIntercept) row.emplace_back(0, 1.0);
-            const auto add = [&](std::size_t column, double x) {
-                if (rows[column] < 0 || x == 0.0) return;
-                sum += ExactProduct(coefficients[column], x);
-                row.emplace_back(rows[column], x);
-            };
-            for (std::size_t j = 1; j < nValues; ++j) add(j, block.values[i * nValues + j] - centres[j]);
-            for (std::size_t c = i * nCells; c < (i + 1) * nCells; ++c)
-                add(At(block.cellColumns[c]), block.CellValue(c));
-            fitted[i] = sum.Rounded();
-            double quadratic = 0.0;
-            for (std::size_t a = 0; a < row.size(); ++a) {
-                double part = 0.5 * row[a].second * inverse.GetElem(row[a].first, row[a].first);
-                for (std::size_t b = 0; b < a; ++b)
-                    part += row[b].second *
-                            inverse.GetElem(std::max(row[a].first, row[b].first), std::min(row[a].first, row[b].first));
-                quadratic += 2.0 * part * row[a].second;
-            }
-            leverage[i] = std::max(0.0, quadratic);
             const double target = block.values[i * nValues];
             const double weight = block.Frequency(i) * block.Weight(i);
             if (MCMV::IsMissing(target) || !(block.Frequency(i) > 0.0) || !(weight > 0.0)) continue;
@@ -576,6 +646,50 @@ struct RowPredictor {
     }
 };
 
+void Store(MCSymMatrix& matrix, int i, int j, double x)
+{
+    matrix.SetElem(i, j, x);
+}
+void Store(MCExtendedSym& matrix, int i, int j, DoubleDouble x)
+{
+    matrix.SetElem(i, j, {x.high, x.low});
+}
+
+// The inverse of the cross products, the intercept first: at a point where columns that are taken from their means
+// are 0, and rest has the means of the others.
+template <class Number, class Matrix>
+Matrix Fitting::InverseAt(const std::vector<DoubleDouble>& rest) const
+{
+    const int rank = static_cast<int>(fIndependent.size()), first = fOptions.intercept ? 1 : 0;
+    const auto inverse = [&](int i, int j) {
+        const DoubleDouble x = ExtendedInverse(fIndependent[At(i)], fIndependent[At(j)]);
+        if constexpr (std::is_same_v<Number, double>)
+            return x.high;
+        else
+            return x;
+    };
+    const auto mean = [&](int i) {
+        if constexpr (std::is_same_v<Number, double>)
+            return rest[At(i)].high;
+        else
+            return rest[At(i)];
+    };
+    Matrix result;
+    result.SetNRows(rank + first);
+    for (int i = 0; i < rank; ++i)
+        for (int j = 0; j <= i; ++j) Store(result, i + first, j + first, inverse(i, j));
+    if (first == 0) return result;
+    Number variance{1.0 / fFit.sumOfWeights};
+    for (int i = 0; i < rank; ++i) {
+        Number sum{};
+        for (int j = 0; j < rank; ++j) sum += mean(j) * inverse(i, j);
+        Store(result, i + 1, 0, -sum);
+        variance += sum * mean(i);
+    }
+    Store(result, 0, 0, variance);
+    return result;
+}
+
 void Fitting::Predict(std::ostream* predictions, ResidualPicture* residuals)
 {
     fCases->RestartForPredictions();
@@ -589,33 +703,31 @@ void Fitting::Predict(std::ostream* predictions, ResidualPicture* residuals)
     const int first = fOptions.intercept ? 1 : 0;
     const int rank = static_cast<int>(fIndependent.size());
     DoubleDouble intercept = Intercept();
-    std::vector<double> rest(At(rank)); // means of the columns that are not taken from theirs
+    model.isExact = fSums.exact.has_value();
+    const auto digits = [&](DoubleDouble x) { return model.isExact ? x : DoubleDouble{x.Rounded()}; };
+    if (model.isExact) {
+        const ExactColumns columns(fDesign);
+        for (std::size_t j = 0; j < nValues; ++j)
+            if (columns.Of(static_cast<int>(j)).low >= 0) model.rests[j] = static_cast<int>(model.nRests++);
+    }
+    std::vector<DoubleDouble> rest(At(rank)); // means of the columns that are not taken from theirs
     for (int i = 0; i < rank; ++i) {
         const int k = fIndependent[At(i)];
         const auto column = At(fParameters[At(k)].column);
-        model.coefficients[column] = fEstimates[At(k)].Rounded();
+        model.coefficients[column] = digits(fEstimates[At(k)]);
         model.rows[column] = i + first;
         const bool centred = fOptions.intercept && column < nValues;
-        if (!centred) rest[At(i)] = fMeans[At(k)].Rounded();
+        if (!centred) rest[At(i)] = digits(fMeans[At(k)]);
         if (!centred) continue;
-        model.centres[column] = fMeans[At(k)].Rounded();
-        intercept += ExactProduct(model.coefficients[column], model.centres[column]);
+        model.centres[column] = digits(fMeans[At(k)]);
+        intercept += model.isExact ? model.coefficients[column] * model.centres[column]
+                                   : ExactProduct(model.coefficients[column].high, model.centres[column].high);
     }
-    model.intercept = intercept.Rounded();
-    model.inverse.SetNRows(rank + first);
-    for (int i = 0; i < rank; ++i)
-        for (int j = 0; j <= i; ++j)
-            model.inverse.SetElem(i + first, j + first, Inverse(fIndependent[At(i)], fIndependent[At(j)]));
-    if (fOptions.intercept) {
-        double variance = 1.0 / fFit.sumOfWeights;
-        for (int i = 0; i < rank; ++i) {
-            double sum = 0.0;
-            for (int j = 0; j < rank; ++j) sum += rest[At(j)] * Inverse(fIndependent[At(i)], fIndependent[At(j)]);
-            model.inverse.SetElem(i + 1, 0, -sum);
-            variance += sum * rest[At(i)];
-        }
-        model.inverse.SetElem(0, 0, variance);
-    }
+    model.intercept = digits(intercept);
+    if (model.isExact)
+        model.exactInverse = InverseAt<DoubleDouble, MCExtendedSym>(rest);
+    else
+        model.inverse = InverseAt<double, MCSymMatrix>(rest);
 
     std::vector<std::string> names = fCases->RepeatedColumns();
     if (predictions != nullptr) {
