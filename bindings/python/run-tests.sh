@@ -18,7 +18,7 @@ if [ "${1:-}" = --distributed ]; then
   shift
   suite=distributed
   # Spark does not know pandas 3 yet.
-  tools="scikit-build-core>=0.10 nanobind>=2.4 numpy pandas<3 pyarrow pytest pyspark>=4 dask[distributed] scikit-learn>=1.6"
+  tools="scikit-build-core>=0.10 nanobind>=2.4 numpy hypothesis pandas<3 pyarrow pytest pyspark>=4 dask[distributed] scikit-learn>=1.6"
   tests+=/distributed
 fi
 here=$PWD/build/$suite

@@ -56,6 +56,10 @@ def test_fits_agree_with_the_estimators(files):
     assert model.n_missing_ == expected.n_missing_ > 0
     np.testing.assert_allclose(model.params_, expected.params_, rtol=1e-6)
     np.testing.assert_allclose(model.std_errors_, expected.std_errors_, rtol=1e-6)
+    refined = distributed.fit_linear(layout, "y", ["a", "b"], refine=True, **LINEAR)
+    expected = LinearRegression().fit(dense(), DATA.y, DATA.w)
+    np.testing.assert_allclose(refined.params_, expected.params_, rtol=1e-13)
+    np.testing.assert_allclose(refined.std_errors_, expected.std_errors_, rtol=1e-9)
     logit = distributed.fit_logistic(layout, "bought", ["a", "b"], **LINEAR)
     known = DATA.bought.notna()
     expected = LogisticRegression().fit(dense()[known], DATA.bought[known], DATA.w[known])
@@ -88,7 +92,8 @@ def test_the_bits_depend_on_the_layout_alone(files):
     tasks = [
         distributed.Products(both.design_),
         distributed.Products(both.design_, exact=True),
-        distributed.NewtonPass(both.design_, "bought", ("no", "yes"), both._b, both._shift, both._scale, True),
+        distributed.NewtonPass(both.design_, both._b, "bought", ("no", "yes"), both._shift, both._scale, True),
+        distributed.Residuals(both.design_, np.ones(5), np.zeros(5), 1.0, "y"),
         distributed.Levels(("region", "bought")),
         distributed.Describe(("a",), ("region",), "w"),
         distributed.Evaluate("y", "b", None, distributed.Design((), (), None, "w")),

@@ -373,14 +373,61 @@ class Describe(Task):
             total.categories[name].merge(part.categories[name])
 
 
+class Blocks(Task):
+    """Sums that are plain numbers, added up over blocks of so many rows: batches of any size are cut into these."""
+
+    design: Design
+    b: Any
+
+    def sums(self, table: Any) -> Any:
+        """Those of one block, a vector."""
+        raise NotImplementedError
+
+    def length(self) -> int:
+        """How many they are."""
+        raise NotImplementedError
+
+    def begin(self) -> Any:
+        return [np.zeros(self.length()), []]
+
+    def add(self, state: Any, table: Any) -> None:
+        state[1].append(table.select(self.needed()))
+        while sum(waiting.num_rows for waiting in state[1]) >= _BLOCK:
+            rows = needs("pyarrow", "pyarrow").concat_tables(state[1])
+            state[0] += self.sums(rows.slice(0, _BLOCK))
+            state[1] = [rows.slice(_BLOCK)]
+
+    def save(self, state: Any) -> bytes:
+        rows = [table for table in state[1] if table.num_rows]
+        if rows:
+            state[0] += self.sums(needs("pyarrow", "pyarrow").concat_tables(rows))
+        return bytes(_core.wrap_state(type(self).__name__, state[0].astype("<f8").tobytes()))
+
+    def load(self, state: bytes) -> Any:
+        sums = np.frombuffer(_core.unwrap_state(type(self).__name__, state), dtype="<f8").astype(float)
+        if len(sums) != self.length():
+            raise ValueError("the state is that of another model")
+        return [sums, []]
+
+    def merge(self, total: Any, part: Any) -> None:
+        total[0] += part[0]
+
+    def _weights(self, table: Any) -> Any:
+        weights = None
+        for column in self.design.row_weights(table).values():
+            values = np.asarray(column.to_numpy(), dtype=float)
+            weights = values if weights is None else weights * values
+        return weights
+
+
 @dataclass(frozen=True)
-class NewtonPass(Task):
+class NewtonPass(Blocks):
     """Log-likelihood, gradient and information of a logistic model at given coefficients."""
 
     design: Design
+    b: Any
     label: str
     classes: tuple[Any, ...]
-    b: Any
     shift: Any
     scale: Any
     intercept: bool
@@ -391,43 +438,42 @@ class NewtonPass(Task):
     def categories(self) -> list[str]:
         return [*(name for name, _ in self.design.factors), self.label]
 
-    def begin(self) -> Any:
-        q = self.b.size
-        return [np.zeros(1 + q + q * q), []]
+    def length(self) -> int:
+        return int(1 + self.b.size + self.b.size**2)
 
-    def add(self, state: Any, table: Any) -> None:
-        state[1].append(table.select(self.needed()))
-        while sum(waiting.num_rows for waiting in state[1]) >= _BLOCK:
-            rows = needs("pyarrow", "pyarrow").concat_tables(state[1])
-            self._pass(state, rows.slice(0, _BLOCK))
-            state[1] = [rows.slice(_BLOCK)]
-
-    def _pass(self, state: Any, table: Any) -> None:
+    def sums(self, table: Any) -> Any:
         codes = codes_of(table[self.label], self.classes, self.label).astype(float)
         codes[codes < 0] = np.nan
-        weights = None
-        for column in self.design.row_weights(table).values():
-            values = np.asarray(column.to_numpy(), dtype=float)
-            weights = values if weights is None else weights * values
         loglik, gradient, information = _core.logistic_pass(
-            self.design.rows(table), codes, weights, self.b, self.shift, self.scale, self.intercept
+            self.design.rows(table), codes, self._weights(table), self.b, self.shift, self.scale, self.intercept
         )
-        state[0] += np.concatenate([[loglik], gradient, information.ravel()])
+        return np.concatenate([[loglik], gradient, information.ravel()])
 
-    def save(self, state: Any) -> bytes:
-        rows = [table for table in state[1] if table.num_rows]
-        if rows:
-            self._pass(state, needs("pyarrow", "pyarrow").concat_tables(rows))
-        return bytes(_core.wrap_state("NewtonPass", state[0].astype("<f8").tobytes()))
 
-    def load(self, state: bytes) -> Any:
-        sums = np.frombuffer(_core.unwrap_state("NewtonPass", state), dtype="<f8").astype(float)
-        if len(sums) != 1 + self.b.size + self.b.size**2:
-            raise ValueError("the state is that of another model")
-        return [sums, []]
+@dataclass(frozen=True)
+class Residuals(Blocks):
+    """Sums over the residuals of a linear model at given coefficients, each block's in twice the digits of a double."""
 
-    def merge(self, total: Any, part: Any) -> None:
-        total[0] += part[0]
+    design: Design
+    b: Any
+    means: Any
+    centre: float
+    target: str
+
+    def needed(self) -> list[str]:
+        return list(dict.fromkeys([*self.design.needed(), self.target]))
+
+    def categories(self) -> list[str]:
+        return [name for name, _ in self.design.factors]
+
+    def length(self) -> int:
+        return int(2 + self.b.size)
+
+    def sums(self, table: Any) -> Any:
+        total, squares, gradient = _core.residual_sums(
+            self.design.rows(table), table[self.target], self._weights(table), self.b, self.means, self.centre
+        )
+        return np.concatenate([[total, squares], gradient])
 
 
 @dataclass
@@ -741,18 +787,26 @@ def fit_linear(
     weights: Optional[str] = None,
     frequencies: Optional[str] = None,
     exact: bool = False,
+    refine: bool = False,
     **parameters: Any,
 ) -> Any:
     """A LinearRegression of a column on others; one job, and one before it for the levels of factors. parameters are those
-    of LinearRegression. The coefficients come from the cross products: there is no second pass that refines them."""
+    of LinearRegression. refine: a second job reads residuals in twice the digits and corrects the coefficients by them, as
+    LinearRegression.fit does; without it they come from the cross products alone."""
     run = runner(source)
     from .linear_model import LinearRegression
 
+    if exact and refine:
+        raise ValueError("exact sums are not refined: residuals would bring the order of the rows back")
     model = LinearRegression(exact=exact, **parameters)
     levels, _ = _factors(run, factors)
     design = Design(tuple(columns), levels, target, weights, frequencies)
     model._take(run_task(run, Products(design, model.fit_intercept, exact)), design.names())
     model.design_ = replace(design, target=None)
+    if refine:
+        b, means, centre = model._start_of_residuals()
+        sums = run_task(run, Residuals(model.design_, b, means, centre, target))[0]
+        model._correct(centre, sums[0], sums[1], sums[2:])
     return model
 
 
@@ -781,7 +835,7 @@ def fit_logistic(
     moments = run_task(run, Products(both))
 
     def objective(b: Any) -> tuple[float, Any, Any]:
-        task = NewtonPass(design, target, classes, b, model._shift, model._scale, model.fit_intercept)
+        task = NewtonPass(design, b, target, classes, model._shift, model._scale, model.fit_intercept)
         sums = run_task(run, task)[0]
         return float(sums[0]), sums[1 : 1 + b.size], sums[1 + b.size :].reshape(b.size, b.size)
 

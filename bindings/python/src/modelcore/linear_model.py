@@ -234,9 +234,18 @@ class LinearRegression(RegressorMixin, _Model):
             first = 1 if self.fit_intercept else 0
             self._inverse = inverse[first:, first:]
             return
+        b, centre, start = self._start_of_residuals()
+        self._correct(start, *_core.residual_sums(X, y, w, b, centre, start, progress), describe=False)
+
+    def _start_of_residuals(self) -> tuple[Any, Any, float]:
+        """The coefficients, the centre of the features and the prediction there: what residuals are taken from."""
+        centre = self._means if self.fit_intercept else np.zeros_like(self._means)
+        return self.coef_.copy(), centre, float(self.intercept_ + centre @ self.coef_)
+
+    def _correct(self, start: float, total: float, squares: float, gradient: Any, describe: bool = True) -> None:
+        """One step of refinement by the sums of residuals, their squares and their products with the features."""
         kept = self._kept
-        start = float(self.intercept_ + centre @ self.coef_)
-        total, squares, gradient = _core.residual_sums(X, y, w, self.coef_, centre, start, progress)
+        centre = self._means if self.fit_intercept else np.zeros_like(self._means)
         weight = self._products.sum_weights
         change = self._inverse @ gradient[kept]
         self.coef_[kept] += change
@@ -245,6 +254,8 @@ class LinearRegression(RegressorMixin, _Model):
         )
         if self.fit_intercept:
             self.intercept_ = float(start + total / weight - centre @ self.coef_)
+        if describe:
+            self._describe()
 
     def _describe(self) -> None:
         n = self._products.sum_frequencies
