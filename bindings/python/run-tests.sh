@@ -43,7 +43,7 @@ if [ "$(cat "$here/tools" 2>/dev/null)" != "$tools" ] || ! "$venv/bin/python" -c
 fi
 
 # The release library, installed beside the environment; the extension alone is compiled anew.
-targets=(modelcore linreg evaluate)
+targets=(modelcore linreg evaluate manuals)
 for program in logreg describe; do [ ! -d "tools/$program" ] || targets+=("$program"); done
 if [ ! -f build/release/build.ninja ]; then cmake --preset release >"$here/build.log" 2>&1; fi
 cmake --build build/release --target "${targets[@]}" >"$here/build.log" 2>&1 || { tail -n 20 "$here/build.log" >&2; exit 1; }
