@@ -1,4 +1,4 @@
-// The code of docs/value-stream.md: three values, saved and restored.
+// The code of docs/value-stream.md: three values, saved and restored; a state as bytes.
 #include <modelcore/modelcore.h>
 
 #include <fstream>
@@ -37,4 +37,12 @@ int main()
     std::string label;
     if (!Restore(in, count, mean, label)) return 1;
     std::cout << count << " cases, mean " << mean << " of " << label << '\n';
+
+    MCMath_930::MCMeansXProdData part(2, true), total;
+    part.AddCase({1.0, 2.0}, 1.0);
+    const std::string bytes = MCStateBytes::Save(part);
+    const MCStateBytes::Fault fault = MCStateBytes::Restore(bytes, total);
+    if (fault != MCStateBytes::Ok) std::cerr << MCStateBytes::GetText(fault) << '\n';
+    std::cout << bytes.size() << " bytes: " << MCStateBytes::GetText(fault)
+              << "; cut short: " << MCStateBytes::GetText(MCStateBytes::Restore(bytes.substr(0, 50), total)) << '\n';
 }
