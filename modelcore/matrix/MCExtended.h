@@ -53,6 +53,17 @@ inline MCExtended operator*(MCExtended a, MCExtended b)
     return ExactSum(product.high, product.low + (a.high * b.low + a.low * b.high));
 }
 
+inline MCExtended operator*(MCExtended a, double b)
+{
+    const MCExtended product = ExactProduct(a.high, b);
+    return ExactSum(product.high, product.low + a.low * b);
+}
+
+inline MCExtended& operator+=(MCExtended& a, MCExtended b)
+{
+    return a = a + b;
+}
+
 /// By long division, three digits of 53 bits.
 inline MCExtended operator/(MCExtended a, MCExtended b)
 {

@@ -7,8 +7,10 @@
 
 namespace describe {
 
-using namespace procedure;
 using MCCommon_930::MCMV;
+using MCMath_930::ExactProduct;
+using MCMath_930::ExactSum;
+using MCMath_930::MCExtended;
 using MCXML_930::JsonObject;
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -18,10 +20,10 @@ void PowerSums::Add(double x, double frequency, double weight)
 {
     if (!fHasShift) fShift = x;
     fHasShift = true;
-    const DoubleDouble d = ExactSum(x, -fShift);
+    const MCExtended d = ExactSum(x, -fShift);
     const double both = frequency * weight;
     fFrequencies += {frequency};
-    DoubleDouble power = both == 1.0 ? DoubleDouble{1.0} : ExactProduct(frequency, weight);
+    MCExtended power = both == 1.0 ? MCExtended{1.0} : ExactProduct(frequency, weight);
     fSums[0] += power;
     for (std::size_t k = 1; k < fSums.size(); ++k) {
         power = power * d;
@@ -37,10 +39,10 @@ void PowerSums::Merge(const PowerSums& other)
         return;
     }
     // (x - c)^k = ((x - o) + d)^k with d = o - c, by the binomial theorem.
-    const DoubleDouble d = ExactSum(other.fShift, -fShift);
+    const MCExtended d = ExactSum(other.fShift, -fShift);
     constexpr double kBinomials[5][5] = {{1}, {1, 1}, {1, 2, 1}, {1, 3, 3, 1}, {1, 4, 6, 4, 1}};
     for (std::size_t k = 0; k < fSums.size(); ++k) {
-        DoubleDouble power{1.0};
+        MCExtended power{1.0};
         for (std::size_t j = k + 1; j-- > 0;) {
             fSums[k] += other.fSums[j] * power * kBinomials[k][j];
             power = power * d;
@@ -54,22 +56,22 @@ double PowerSums::GetMean() const
     const double weights = GetWeights();
     if (!(weights > 0.0)) return MCMV::Missing();
     // The quotient has the digits of a double; what is left of the sum after it gives the rest.
-    const double mean = fSums[1].Rounded() / weights;
-    const double rest = (fSums[1] - fSums[0] * mean).Rounded() / weights;
-    return (ExactSum(fShift, mean) + DoubleDouble{rest}).Rounded();
+    const double mean = fSums[1].high / weights;
+    const double rest = (fSums[1] - fSums[0] * mean).high / weights;
+    return (ExactSum(fShift, mean) + MCExtended{rest}).high;
 }
 
 std::array<double, 3> PowerSums::CentralMoments() const
 {
     const double weights = GetWeights();
-    const double quotient = fSums[1].Rounded() / weights;
-    const DoubleDouble d = ExactSum(quotient, (fSums[1] - fSums[0] * quotient).Rounded() / weights);
-    const DoubleDouble dd = d * d;
-    const DoubleDouble second = fSums[2] - d * fSums[1];
-    const DoubleDouble third = fSums[3] - d * fSums[2] * 3.0 + dd * fSums[1] * 3.0 - dd * d * fSums[0];
-    const DoubleDouble fourth =
+    const double quotient = fSums[1].high / weights;
+    const MCExtended d = ExactSum(quotient, (fSums[1] - fSums[0] * quotient).high / weights);
+    const MCExtended dd = d * d;
+    const MCExtended second = fSums[2] - d * fSums[1];
+    const MCExtended third = fSums[3] - d * fSums[2] * 3.0 + dd * fSums[1] * 3.0 - dd * d * fSums[0];
+    const MCExtended fourth =
         fSums[4] - d * fSums[3] * 4.0 + dd * fSums[2] * 6.0 - dd * d * fSums[1] * 4.0 + dd * dd * fSums[0];
-    return {second.Rounded() / weights, third.Rounded() / weights, fourth.Rounded() / weights};
+    return {second.high / weights, third.high / weights, fourth.high / weights};
 }
 
 double PowerSums::GetVariance() const

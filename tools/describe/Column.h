@@ -1,8 +1,6 @@
 // What is kept of one column while its rows go by, in memory that does not grow with them.
 #pragma once
 
-#include "common/DoubleDouble.h"
-
 #include "modelcore/modelcore.h"
 
 #include <array>
@@ -29,9 +27,9 @@ public:
     void Add(double x, double frequency, double weight);
     void Merge(const PowerSums& other);
 
-    double GetFrequencies() const { return fFrequencies.Rounded(); }
+    double GetFrequencies() const { return fFrequencies.high; }
     /// Sum of the products of both weights.
-    double GetWeights() const { return fSums[0].Rounded(); }
+    double GetWeights() const { return fSums[0].high; }
     /// Missing while there is no weight.
     double GetMean() const;
     /// Weighted sum of squared deviations, divided by the sum of the frequencies less 1. Missing unless that is above 0.
@@ -52,8 +50,8 @@ private:
 
     bool fHasShift = false;
     double fShift = 0.0;
-    procedure::DoubleDouble fFrequencies;
-    std::array<procedure::DoubleDouble, 5> fSums; // of the powers 0 to 4
+    MCMath_930::MCExtended fFrequencies;
+    std::array<MCMath_930::MCExtended, 5> fSums; // of the powers 0 to 4
 };
 
 /// Counts of texts. Up to a limit of different texts each has its count. Beyond it only those with the smallest hash

@@ -15,6 +15,7 @@ namespace describe {
 
 using namespace procedure;
 using MCCommon_930::MCMV;
+using MCMath_930::ExactProduct;
 using MCMath_930::MCCancelInfo;
 using MCXML_930::JsonObject;
 

@@ -3,7 +3,6 @@
 #include "common/Axis.h"
 #include "common/Cell.h"
 #include "common/CsvTable.h"
-#include "common/DoubleDouble.h"
 #include "common/Failure.h"
 #include "common/TextTable.h"
 
@@ -19,9 +18,11 @@ using namespace procedure;
 namespace {
 
 using MCCommon_930::MCMV;
+using MCMath_930::ExactProduct;
 using MCMath_930::MCCancelInfo;
 using MCMath_930::MCContStats;
 using MCMath_930::MCDistFun;
+using MCMath_930::MCExtended;
 using MCMath_930::MCHistogramData;
 
 struct Case {
@@ -401,9 +402,9 @@ Evaluation Evaluate(const Options& options, InputFile& input, Progress& progress
     out.score = reader.ScoreName();
     out.variables = Variables(options, out.score);
     Scores scores;
-    DoubleDouble squares; // of the errors, the absolute errors, the errors
-    DoubleDouble absolute;
-    DoubleDouble errors;
+    MCExtended squares; // of the errors, the absolute errors, the errors
+    MCExtended absolute;
+    MCExtended errors;
     MCContStats outcomes;
     const auto size = static_cast<double>(input.Size());
     Case next;
@@ -445,19 +446,19 @@ Evaluation Evaluate(const Options& options, InputFile& input, Progress& progress
     DescribeScores(options, groups, out);
     if (options.regression) {
         out.meanOutcome = outcomes.GetMean();
-        out.meanError = errors.Rounded() / out.cases;
-        out.meanAbsoluteError = absolute.Rounded() / out.cases;
-        out.rootMeanSquare = std::sqrt(squares.Rounded() / out.cases);
+        out.meanError = errors.high / out.cases;
+        out.meanAbsoluteError = absolute.high / out.cases;
+        out.rootMeanSquare = std::sqrt(squares.high / out.cases);
         const double variance = outcomes.GetVariance();
         if (!MCMV::IsMissing(variance) && variance > 0.0)
-            out.rSquared = 1.0 - squares.Rounded() / (variance * (out.cases - 1.0));
+            out.rSquared = 1.0 - squares.high / (variance * (out.cases - 1.0));
         Calibrate(options, groups, out);
         return out;
     }
     EvaluateRoc(options, groups, out);
     out.isProbability = out.minScore >= 0.0 && out.maxScore <= 1.0;
     if (out.isProbability) {
-        out.brier = squares.Rounded() / out.cases;
+        out.brier = squares.high / out.cases;
         const double chance = out.EventRate() * (1.0 - out.EventRate());
         if (chance > 0.0) out.brierSkill = 1.0 - out.brier / chance;
         Calibrate(options, groups, out);

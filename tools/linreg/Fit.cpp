@@ -24,6 +24,8 @@ using namespace procedure;
 namespace {
 
 using MCCommon_930::MCMV;
+using MCMath_930::ExactProduct;
+using MCMath_930::ExactSum;
 using MCMath_930::MCBitSet;
 using MCMath_930::MCCancelInfo;
 using MCMath_930::MCDistFun;
@@ -34,11 +36,6 @@ using MCMath_930::MCSymMatrix;
 
 /// Beyond so many points a scatter plot shows cells.
 constexpr std::int64_t kMaxPoints = 4000;
-
-DoubleDouble Twice(MCExtended x)
-{
-    return {x.high, x.low};
-}
 
 class Fitting {
 public:
@@ -98,14 +95,14 @@ private:
     void RefuseOverflow() const;
     void Warn();
 
-    DoubleDouble Intercept() const;
+    MCExtended Intercept() const;
     template <class Number, class Matrix>
-    Matrix InverseAt(const std::vector<DoubleDouble>& rest) const;
+    Matrix InverseAt(const std::vector<MCExtended>& rest) const;
     double Inverse(int k, int l) const { return -fSwept.GetElem(k, l); }
-    DoubleDouble ExtendedInverse(int k, int l) const
+    MCExtended ExtendedInverse(int k, int l) const
     {
         if (!fSums.exact) return {Inverse(k, l)};
-        return -Twice(fExactlySwept.GetElem(k, l));
+        return -fExactlySwept.GetElem(k, l);
     }
     double ResidualMeanSquare() const { return fFit.residual.meanSquare; }
 
@@ -129,10 +126,10 @@ private:
     MCExtendedSym fExactlySwept;        // fSwept and fCrossProducts with all their digits, from exact sums
     MCExtendedSym fExactProducts;
     std::vector<int> fIndependent; // parameters that could be swept
-    std::vector<DoubleDouble> fEstimates;
-    std::vector<DoubleDouble> fMeans; // of each parameter's column
-    DoubleDouble fTargetMean;
-    DoubleDouble fMeanResidual; // what the estimates leave of the mean of the target
+    std::vector<MCExtended> fEstimates;
+    std::vector<MCExtended> fMeans; // of each parameter's column
+    MCExtended fTargetMean;
+    MCExtended fMeanResidual; // what the estimates leave of the mean of the target
     Fit fFit;
 };
 
@@ -271,9 +268,8 @@ void Fitting::SolveExactly()
     variables.push_back(columns.Of(0));
     std::vector<MCExtended> means;
     fSums.exact->products.GetExtended(variables, means, fExactProducts);
-    for (const MCExtended& mean : means) fMeans.push_back(Twice(mean));
-    fTargetMean = fMeans.back();
-    fMeans.pop_back();
+    fTargetMean = means.back();
+    fMeans.assign(means.begin(), means.end() - 1);
     fExactProducts.Round(fSwept);
     RefuseOverflow();
     fCrossProducts = fSwept;
@@ -283,7 +279,7 @@ void Fitting::SolveExactly()
     fIndependent = SweepExactly(fExactlySwept, rows, fOptions.tolerance, fCancel);
     fExactlySwept.Round(fSwept);
     fEstimates.resize(fParameters.size());
-    for (const int k : fIndependent) fEstimates[At(k)] = Twice(fExactlySwept.GetElem(target, k));
+    for (const int k : fIndependent) fEstimates[At(k)] = fExactlySwept.GetElem(target, k);
 
     // Below this share of the total the residual sum is nothing but the rounding of 32 digits and of the data.
     constexpr double kNothing = 1e-28;
@@ -295,10 +291,10 @@ void Fitting::SolveExactly()
     fFit.regression.sumOfSquares = (total - residual).high;
 }
 
-DoubleDouble Fitting::Intercept() const
+MCExtended Fitting::Intercept() const
 {
     if (!fOptions.intercept) return {};
-    DoubleDouble sum = fTargetMean + fMeanResidual;
+    MCExtended sum = fTargetMean + fMeanResidual;
     for (const int k : fIndependent) sum += -(fEstimates[At(k)] * fMeans[At(k)]);
     return sum;
 }
@@ -326,8 +322,8 @@ void Fitting::Refine()
 
     // The means that were subtracted are rounded: r and y hold what is left of them.
     const double weight = fFit.sumOfWeights;
-    DoubleDouble residual = sums.rr;
-    DoubleDouble total = sums.yy;
+    MCExtended residual = sums.rr;
+    MCExtended total = sums.yy;
     if (fOptions.intercept) {
         fMeanResidual = sums.r * (1.0 / weight);
         residual += -(fMeanResidual * sums.r);
@@ -336,9 +332,9 @@ void Fitting::Refine()
 
     std::vector<double> gradient(fParameters.size());
     for (const int k : fIndependent) {
-        DoubleDouble& raw = sums.rx[At(fParameters[At(k)].column)];
+        MCExtended& raw = sums.rx[At(fParameters[At(k)].column)];
         if (fOptions.intercept) raw += -(fMeans[At(k)] * sums.r);
-        gradient[At(k)] = raw.Rounded();
+        gradient[At(k)] = raw.high;
     }
     for (const int k : fIndependent) {
         double correction = 0.0;
@@ -347,9 +343,9 @@ void Fitting::Refine()
         residual += -ExactProduct(correction, gradient[At(k)]);
     }
 
-    fFit.total.sumOfSquares = total.Rounded();
-    fFit.residual.sumOfSquares = std::max(0.0, residual.Rounded());
-    fFit.regression.sumOfSquares = (total - DoubleDouble{fFit.residual.sumOfSquares}).Rounded();
+    fFit.total.sumOfSquares = total.high;
+    fFit.residual.sumOfSquares = std::max(0.0, residual.high);
+    fFit.regression.sumOfSquares = (total - MCExtended{fFit.residual.sumOfSquares}).high;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -366,7 +362,7 @@ void Fitting::Describe()
 void Fitting::DescribeTerms()
 {
     std::vector<double> estimates;
-    for (const DoubleDouble& estimate : fEstimates) estimates.push_back(estimate.Rounded());
+    for (const MCExtended& estimate : fEstimates) estimates.push_back(estimate.high);
     const SweptModel swept{fDesign,         fParameters,        fSwept,
                            &fCrossProducts, fIndependent,       estimates,
                            fDiagonal,       fOptions.tolerance, fSums.exact ? &fExactProducts : nullptr};
@@ -423,28 +419,28 @@ void Fitting::DescribeCovariance()
     if (!fOptions.intercept) return;
 
     // The intercept is the mean of the target less what the means of the predictors give.
-    DoubleDouble variance{1.0 / fFit.sumOfWeights};
+    MCExtended variance{1.0 / fFit.sumOfWeights};
     if (fSums.exact) variance.low = -std::fma(variance.high, fFit.sumOfWeights, -1.0) / fFit.sumOfWeights;
     for (int i = 0; i < rank; ++i) {
         const int k = fIndependent[At(i)];
-        DoubleDouble row;
+        MCExtended row;
         for (const int l : fIndependent) row += fMeans[At(l)] * ExtendedInverse(k, l);
         variance += row * fMeans[At(k)];
-        fFit.covariance.SetElem(i + 1, 0, -row.Rounded() * ResidualMeanSquare());
+        fFit.covariance.SetElem(i + 1, 0, -row.high * ResidualMeanSquare());
     }
-    fFit.covariance.SetElem(0, 0, variance.Rounded() * ResidualMeanSquare());
+    fFit.covariance.SetElem(0, 0, variance.high * ResidualMeanSquare());
 }
 
 void Fitting::DescribeCoefficients()
 {
-    if (fOptions.intercept) fFit.coefficients.push_back({.parameter = Parameter{}, .estimate = Intercept().Rounded()});
+    if (fOptions.intercept) fFit.coefficients.push_back({.parameter = Parameter{}, .estimate = Intercept().high});
     for (std::size_t k = 0; k < fParameters.size(); ++k)
         fFit.coefficients.push_back(
             {.parameter = fParameters[k], .aliased = !fParameters[k].reference}); // until it turns up below
     const std::size_t first = fOptions.intercept ? 1 : 0;
     for (const int k : fIndependent) {
         fFit.coefficients[At(k) + first].aliased = false;
-        fFit.coefficients[At(k) + first].estimate = fEstimates[At(k)].Rounded();
+        fFit.coefficients[At(k) + first].estimate = fEstimates[At(k)].high;
         fFit.coefficients[At(k) + first].tolerance = std::min(1.0, 1.0 / (Inverse(k, k) * fDiagonal[At(k)]));
     }
     if (fFit.covariance.GetNRows() == 0) return;
@@ -505,11 +501,11 @@ struct Predicted {
 };
 
 // Rows of the design and the inverse come in doubles or, from exact sums, in twice their digits.
-DoubleDouble Product(DoubleDouble coefficient, double x)
+MCExtended Product(MCExtended coefficient, double x)
 {
     return ExactProduct(coefficient.high, x);
 }
-DoubleDouble Product(DoubleDouble coefficient, DoubleDouble x)
+MCExtended Product(MCExtended coefficient, MCExtended x)
 {
     return coefficient * x;
 }
@@ -517,17 +513,17 @@ double Element(const MCSymMatrix& matrix, int i, int j)
 {
     return matrix.GetElem(std::max(i, j), std::min(i, j));
 }
-DoubleDouble Element(const MCExtendedSym& matrix, int i, int j)
+MCExtended Element(const MCExtendedSym& matrix, int i, int j)
 {
-    return Twice(matrix.GetElem(i, j));
+    return matrix.GetElem(i, j);
 }
 double Rounded(double x)
 {
     return x;
 }
-double Rounded(DoubleDouble x)
+double Rounded(MCExtended x)
 {
-    return x.Rounded();
+    return x.high;
 }
 
 /// What a prediction and its error are made of. Columns of covariates are taken from their means, so that common
@@ -537,16 +533,16 @@ struct RowPredictor {
         : coefficients(At(nColumns)), rows(At(nColumns), -1), centres(nValues), rests(nValues, -1)
     {}
 
-    DoubleDouble intercept; // at the centres
+    MCExtended intercept; // at the centres
     double meanSquare = MCMV::Missing();
     double quantile = MCMV::Missing();
     bool hasIntercept = true;
     bool isExact = false;
     MCSymMatrix inverse;        // of the cross products: the intercept at the centres first
     MCExtendedSym exactInverse; // instead
-    std::vector<DoubleDouble> coefficients;
+    std::vector<MCExtended> coefficients;
     std::vector<int> rows; // of inverse, by column; -1: no estimate
-    std::vector<DoubleDouble> centres;
+    std::vector<MCExtended> centres;
     std::vector<int> rests; // places of the low parts among those of a case, -1: there is none
     std::size_t nRests = 0;
 
@@ -554,13 +550,13 @@ struct RowPredictor {
     {
         x = block.values[i * centres.size() + j] - centres[j].high;
     }
-    void Covariate(const CaseBlock& block, std::size_t i, std::size_t j, DoubleDouble& x) const
+    void Covariate(const CaseBlock& block, std::size_t i, std::size_t j, MCExtended& x) const
     {
         const double rest = rests[j] < 0 ? 0.0 : block.rests[i * nRests + At(rests[j])];
-        x = DoubleDouble{block.values[i * centres.size() + j], rest} - centres[j];
+        x = MCExtended{block.values[i * centres.size() + j], rest} - centres[j];
     }
     static void Cell(const CaseBlock& block, std::size_t c, double& x) { x = block.CellValue(c); }
-    static void Cell(const CaseBlock& block, std::size_t c, DoubleDouble& x)
+    static void Cell(const CaseBlock& block, std::size_t c, MCExtended& x)
     {
         x = {block.CellValue(c), block.cellRests.empty() ? 0.0 : block.cellRests[c]};
     }
@@ -572,7 +568,7 @@ struct RowPredictor {
         const std::size_t nCells = fitted.empty() ? 0 : block.cellColumns.size() / fitted.size();
         std::vector<std::pair<int, Number>> row; // of the inverse
         for (std::size_t i = 0; i < fitted.size(); ++i) {
-            DoubleDouble sum = intercept;
+            MCExtended sum = intercept;
             row.clear();
             if (hasIntercept) row.emplace_back(0, Number{1.0});
             const auto add = [&](std::size_t column, Number x) {
@@ -589,7 +585,7 @@ struct RowPredictor {
                 Cell(block, c, x);
                 add(At(block.cellColumns[c]), x);
             }
-            fitted[i] = sum.Rounded();
+            fitted[i] = sum.high;
             Number quadratic{};
             for (std::size_t a = 0; a < row.size(); ++a) {
                 Number part = row[a].second * Element(of, row[a].first, row[a].first) * 0.5;
@@ -606,7 +602,7 @@ struct RowPredictor {
         const std::size_t nValues = centres.size();
         std::vector<double> fitted(n), leverage(n);
         if (isExact)
-            Compute<DoubleDouble>(block, exactInverse, fitted, leverage);
+            Compute<MCExtended>(block, exactInverse, fitted, leverage);
         else
             Compute<double>(block, inverse, fitted, leverage);
         out.fitted.clear();
@@ -650,7 +646,7 @@ void Store(MCSymMatrix& matrix, int i, int j, double x)
 {
     matrix.SetElem(i, j, x);
 }
-void Store(MCExtendedSym& matrix, int i, int j, DoubleDouble x)
+void Store(MCExtendedSym& matrix, int i, int j, MCExtended x)
 {
     matrix.SetElem(i, j, {x.high, x.low});
 }
@@ -658,11 +654,11 @@ void Store(MCExtendedSym& matrix, int i, int j, DoubleDouble x)
 // The inverse of the cross products, the intercept first: at a point where columns that are taken from their means
 // are 0, and rest has the means of the others.
 template <class Number, class Matrix>
-Matrix Fitting::InverseAt(const std::vector<DoubleDouble>& rest) const
+Matrix Fitting::InverseAt(const std::vector<MCExtended>& rest) const
 {
     const int rank = static_cast<int>(fIndependent.size()), first = fOptions.intercept ? 1 : 0;
     const auto inverse = [&](int i, int j) {
-        const DoubleDouble x = ExtendedInverse(fIndependent[At(i)], fIndependent[At(j)]);
+        const MCExtended x = ExtendedInverse(fIndependent[At(i)], fIndependent[At(j)]);
         if constexpr (std::is_same_v<Number, double>)
             return x.high;
         else
@@ -702,15 +698,15 @@ void Fitting::Predict(std::ostream* predictions, ResidualPicture* residuals)
         model.quantile = MCDistFun::IdfT(0.5 + 0.5 * fOptions.level, fFit.residual.df, 1e-12, 1e-20);
     const int first = fOptions.intercept ? 1 : 0;
     const int rank = static_cast<int>(fIndependent.size());
-    DoubleDouble intercept = Intercept();
+    MCExtended intercept = Intercept();
     model.isExact = fSums.exact.has_value();
-    const auto digits = [&](DoubleDouble x) { return model.isExact ? x : DoubleDouble{x.Rounded()}; };
+    const auto digits = [&](MCExtended x) { return model.isExact ? x : MCExtended{x.high}; };
     if (model.isExact) {
         const ExactColumns columns(fDesign);
         for (std::size_t j = 0; j < nValues; ++j)
             if (columns.Of(static_cast<int>(j)).low >= 0) model.rests[j] = static_cast<int>(model.nRests++);
     }
-    std::vector<DoubleDouble> rest(At(rank)); // means of the columns that are not taken from theirs
+    std::vector<MCExtended> rest(At(rank)); // means of the columns that are not taken from theirs
     for (int i = 0; i < rank; ++i) {
         const int k = fIndependent[At(i)];
         const auto column = At(fParameters[At(k)].column);
@@ -725,7 +721,7 @@ void Fitting::Predict(std::ostream* predictions, ResidualPicture* residuals)
     }
     model.intercept = digits(intercept);
     if (model.isExact)
-        model.exactInverse = InverseAt<DoubleDouble, MCExtendedSym>(rest);
+        model.exactInverse = InverseAt<MCExtended, MCExtendedSym>(rest);
     else
         model.inverse = InverseAt<double, MCSymMatrix>(rest);
 
@@ -743,7 +739,7 @@ void Fitting::Predict(std::ostream* predictions, ResidualPicture* residuals)
     const double spread = MCMV::IsMissing(ResidualMeanSquare()) ? 0.0 : std::sqrt(ResidualMeanSquare());
     if (residuals != nullptr && fFit.counts.used > kMaxPoints && spread > 0.0) {
         // Nearly all fitted values and residuals; cells keep their mean points, so that the others show where they are.
-        const double mean = fTargetMean.Rounded();
+        const double mean = fTargetMean.high;
         const double deviation = std::sqrt(fFit.regression.sumOfSquares / fFit.sumOfWeights);
         residuals->points = MCMath_930::MCScatterPlotData(mean - 4.0 * deviation, mean + 4.0 * deviation, 120,
                                                           -6.0 * spread, 6.0 * spread, 80);

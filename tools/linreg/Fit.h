@@ -5,7 +5,6 @@
 
 #include "Options.h"
 #include "Partial.h"
-#include "common/DoubleDouble.h"
 #include "common/Progress.h"
 #include "model/CaseReader.h"
 #include "model/Coefficient.h"

@@ -5,6 +5,7 @@
 namespace linreg {
 
 using namespace procedure;
+using MCMath_930::ExactProduct;
 
 void ComputeResiduals(const CaseBlock& block, const Prediction& at, ResidualSums& out)
 {
@@ -14,18 +15,18 @@ void ComputeResiduals(const CaseBlock& block, const Prediction& at, ResidualSums
     out.rx.assign(at.coefficients.size(), {});
     for (std::size_t i = 0; i < At(block.cases); ++i) {
         const double* const values = block.values.data() + i * nValues;
-        const DoubleDouble target{values[0]};
-        DoubleDouble residual = target - at.intercept;
+        const MCExtended target{values[0]};
+        MCExtended residual = target - at.intercept;
         for (std::size_t j = 1; j < nValues; ++j) residual += -ExactProduct(at.coefficients[j], values[j]);
         for (std::size_t c = i * nCells; c < (i + 1) * nCells; ++c) {
             const double coefficient = at.coefficients[At(block.cellColumns[c])];
             residual +=
-                block.cellValues.empty() ? DoubleDouble{-coefficient} : -ExactProduct(coefficient, block.cellValues[c]);
+                block.cellValues.empty() ? MCExtended{-coefficient} : -ExactProduct(coefficient, block.cellValues[c]);
         }
 
         const double weight = block.Frequency(i) * block.Weight(i);
-        const DoubleDouble y = target - at.centre;
-        const DoubleDouble weighted = residual * weight;
+        const MCExtended y = target - at.centre;
+        const MCExtended weighted = residual * weight;
         out.r += weighted;
         out.rr += weighted * residual;
         out.y += y * weight;

@@ -1,7 +1,6 @@
 // The second reading: residuals of blocks of cases, in twice the digits of a double.
 #pragma once
 
-#include "common/DoubleDouble.h"
 #include "model/CaseReader.h"
 
 #include <vector>
@@ -9,13 +8,13 @@
 namespace linreg {
 
 using namespace model;
-using procedure::DoubleDouble;
+using MCMath_930::MCExtended;
 
 /// Sums over cases of weight w and residual r; y is the target less its mean (or as it is, without an intercept) and x
 /// a design column.
 struct ResidualSums {
-    DoubleDouble r, rr, y, yy;
-    std::vector<DoubleDouble> rx;
+    MCExtended r, rr, y, yy;
+    std::vector<MCExtended> rx;
 
     void Append(const ResidualSums& next)
     {
@@ -30,8 +29,8 @@ struct ResidualSums {
 
 /// The model at which residuals are taken.
 struct Prediction {
-    DoubleDouble intercept;
-    DoubleDouble centre;              ///< what is subtracted from the target in y and yy
+    MCExtended intercept;
+    MCExtended centre;                ///< what is subtracted from the target in y and yy
     std::vector<double> coefficients; ///< by design column, 0 for the target and for those that are aliased
 };
 

@@ -12,6 +12,8 @@ namespace model {
 
 using namespace procedure;
 using MCCommon_930::MCMV;
+using MCMath_930::ExactProduct;
+using MCMath_930::MCExtended;
 
 CaseReader::CaseReader(InputFile& input, const ModelOptions& options, Design& design)
     : fInput(input), fTable(input, options.format), fDesign(design), fHasFrequency(!options.frequency.empty()),
@@ -213,12 +215,12 @@ void CaseReader::ReadTarget(std::size_t field, std::string_view text)
 }
 
 // With a low part of 0 unless rests are carried.
-DoubleDouble CaseReader::TermValue(const Term& term) const
+MCExtended CaseReader::TermValue(const Term& term) const
 {
-    DoubleDouble value{1.0};
+    MCExtended value{1.0};
     for (const Term::Covariate& c : term.covariates)
         for (int power = 0; power < c.power; ++power)
-            value = fCarriesRests ? value * fNumbers[c.predictor] : DoubleDouble{value.high * fNumbers[c.predictor]};
+            value = fCarriesRests ? value * fNumbers[c.predictor] : MCExtended{value.high * fNumbers[c.predictor]};
     return value;
 }
 
@@ -256,7 +258,7 @@ bool CaseReader::AppendCase(CaseBlock& block)
     }
     if (fDesign.HasMixedTerms())
         for (const std::size_t term : fDesign.FactorTerms()) {
-            const DoubleDouble value = TermValue(fDesign.Terms()[term]);
+            const MCExtended value = TermValue(fDesign.Terms()[term]);
             block.cellValues.push_back(value.high);
             if (fCarriesRests) block.cellRests.push_back(value.low);
         }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "common/CsvTable.h"
-#include "common/DoubleDouble.h"
 #include "model/Design.h"
 #include "model/Options.h"
 
@@ -102,7 +101,7 @@ private:
     void PlaceCovariates();
     bool AppendCase(CaseBlock& block);
     std::size_t FindLevel(std::size_t field, std::string_view text);
-    procedure::DoubleDouble TermValue(const Term& term) const;
+    MCMath_930::MCExtended TermValue(const Term& term) const;
     void ReadTarget(std::size_t field, std::string_view text);
     bool ReadRow(const std::vector<std::string_view>& row, CaseBlock& block);
     std::size_t FindOrAddLevel(Predictor& factor, std::string_view text);
