@@ -151,6 +151,13 @@ def test_what_is_wrong_is_said_and_nothing_is_merged(files):
     with pytest.raises(ValueError, match="part 1 of 8 is not there"):
         fold.result(8)
 
+    some = DATA[DATA.region != "west"]
+    region = pd.Categorical(some.region, categories=["west", "south", "12", "north"])  # no row has the first
+    unused = some.assign(region=region, flag=some.a > 0)
+    levels = {"region": ["12", "north", "south"], "flag": [False, True]}
+    found = distributed.accumulate(unused, ["b"], factors=levels)
+    assert found.names == ["b", "region=north", "region=south", "flag=True"]
+    assert np.array_equal(distributed.accumulate(unused, ["b"], factors=list(levels)).means, found.means)
     with pytest.raises(ValueError, match="'west' is not among its levels"):
         distributed.accumulate(DATA, ["a"], factors={"region": ["12", "north", "south"]})
     with pytest.raises(ValueError, match="named twice"):

@@ -176,10 +176,12 @@ def codes_of(column: Any, levels: Sequence[Any], name: str) -> Any:
     encoded = _dictionary(column)
     place = {level: j for j, level in enumerate(levels)}
     codes = [-1 if _is_missing(value) else place.get(value, -2) for value in encoded.dictionary.to_pylist()]
-    if -2 in codes:
-        raise ValueError(f"{name}: {encoded.dictionary[codes.index(-2)].as_py()!r} is not among its levels")
-    table = np.asarray([*codes, -1], dtype=np.int64)
-    return table[np.asarray(encoded.indices.fill_null(len(codes)))]
+    places = np.asarray(encoded.indices.fill_null(len(codes)))
+    found = np.asarray([*codes, -1], dtype=np.int64)[places]
+    unknown = np.flatnonzero(found == -2)  # a dictionary may have values that no row has
+    if len(unknown):
+        raise ValueError(f"{name}: {encoded.dictionary[int(places[unknown[0]])].as_py()!r} is not among its levels")
+    return found
 
 
 def _dictionary(column: Any) -> Any:
