@@ -312,6 +312,10 @@ TEST(MCExactXProducts, RefusalsChangeNothing)
     EXPECT_FALSE(MCExactXProducts(3, true, false, false).GetXProds(products));
     EXPECT_FALSE(MCExactXProducts(3, true, false, false).GetMeans(means));
     EXPECT_EQ(means, Doubles{7.0});
+    std::vector<MCExtended> extendedMeans;
+    MCExtendedSym extendedProducts;
+    EXPECT_FALSE(MCExactXProducts(1, true, false, false).GetExtended({{0, -1}}, extendedMeans, extendedProducts));
+    EXPECT_FALSE(data.GetExtended({{0, 3}}, extendedMeans, extendedProducts));
     EXPECT_EQ(Saved(data), before);
     const auto look = [](const MCExactXProducts& each) { return Saved(each); };
     ExpectWholeWhenMemoryRunsOut(
@@ -346,6 +350,9 @@ TEST(MCExactXProducts, ColumnsAndLateVariables)
         ASSERT_TRUE(byColumns.UpdateColumns(columns.data(), static_cast<std::size_t>(rows + 3),
                                             static_cast<std::size_t>(rows), nullptr));
         EXPECT_TRUE(byRows.Equal(byColumns));
+        MCExactXProducts first(3, true, false, false), one = first;
+        ASSERT_TRUE(first.Update(X, 1) && one.AddCase({X.GetElem(0, 0), X.GetElem(0, 1), X.GetElem(0, 2)}, 1.0));
+        EXPECT_TRUE(first.Equal(one));
         ASSERT_TRUE(byRows.AppendZeroVars(2));
         EXPECT_TRUE(byRows.Equal(late));
         ASSERT_TRUE(byRows.Update(wide, 0) && late.Update(wide, 0));

@@ -24,4 +24,6 @@ TEST(MCIterationReporter, AnswersByExactKey)
     EXPECT_TRUE(report.DiscreteMeasure("stepHalving") == 2 && report.VectorMeasure("paramEstim2") == nullptr);
     reporter.Reset();
     EXPECT_TRUE(report.DiscreteMeasure("stepHalving") == 0 && report.VectorMeasure("paramEstim") == nullptr);
+    EXPECT_TRUE(report.DiscreteMeasure("iterNum") == 0 && report.ScaleMeasure("loglik") == 0.0 &&
+                report.ScaleMeasure("time") == 0.0);
 }

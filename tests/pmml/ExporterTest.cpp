@@ -164,6 +164,19 @@ TEST(MCPMMLExporter, RefusesWithTheNameOfWhatIsWrong)
         {"field", term(MCPMMLTerm("t").TimesField("q")), Code::UnknownName, "\"q\""},
         {"level", term(MCPMMLTerm("t").TimesLevel("k", "none")), Code::UnknownName, "\"none\""},
         {"column", term(MCPMMLTerm("t").TimesColumn("x", 1)), Code::UnknownName, "column 1"},
+        {"cluster column",
+         [](Small&, MCPMMLExporter& e) {
+             MCPMMLClustering clusters;
+             clusters.fields = {{"x", 1}};
+             clusters.clusters = {{"1", {1.0}}, {"2", {2.0}}};
+             e.AddClustering(clusters);
+         },
+         Code::UnknownName, "a column of \"x\""},
+        {"precision",
+         [](Small&, MCPMMLExporter& e) {
+             e.AddVerification({{{1.0, "a", Value()}, {0.5}}}, 1.0);
+         },
+         Code::Inconsistent, "precision"},
         {"no encoder", term(MCPMMLTerm("t").TimesColumn("k")), Code::UnknownName, "encoder of \"k\""},
         {"past the encoder", term(MCPMMLTerm("t").TimesField("x")), Code::Inconsistent, "without its encoder"},
         {"categories as a number", term(MCPMMLTerm("t").TimesField("k")), Code::Inconsistent, "\"k\""},
@@ -233,6 +246,23 @@ TEST(MCPMMLExporter, RefusesWithTheNameOfWhatIsWrong)
         EXPECT_EQ(status.GetErrorCode(), static_cast<long>(c.code)) << problem;
         EXPECT_THAT(problem, testing::HasSubstr(c.says));
     }
+}
+
+TEST(MCPMMLExporter, WritesProductsAndTheLeastScoresOfALift)
+{
+    Small s;
+    s.model.terms[2] = MCPMMLTerm("x*[k=a]").TimesColumn("x", 0, 2).TimesLevel("k", "a");
+    MCPMMLExporter exporter = s.Exporter();
+    MCPMMLQuality quality;
+    quality.lifts.resize(1);
+    quality.lifts[0].segments = {{2, 1.5, 0.75, 0.8}, {5, 2.0, 0.25, 0.5}};
+    exporter.AddQuality(quality);
+    const std::string text = TextOf(exporter);
+    EXPECT_THAT(text,
+                testing::ContainsRegex("<PredictorTerm coefficient=\"1e-300\">\n<FieldRef field=\"x .encoded.\"/>\n"
+                                       "<FieldRef field=\"x .encoded.\"/>\n<FieldRef field=\"[^\"]*\"/>\n</Pred"));
+    EXPECT_THAT(text, testing::HasSubstr("<XCoordinates>\n<Array n=\"2\" type=\"real\">2 5</Array>"));
+    EXPECT_THAT(text, testing::HasSubstr("<BoundaryValues>\n<Array n=\"2\" type=\"real\">0.75 0.25</Array>"));
 }
 
 TEST(MCPMMLExporter, LeavesAliasedParametersAndTheirFieldsOutAndSaysSo)

@@ -165,6 +165,18 @@ TEST(Encoders, RefuseBadCasesAndOtherSettings)
     EXPECT_EQ(encoder.EncodeBlock(two, row, 1), -1);
     EXPECT_EQ(MCEncoderBase::Create("MCOtherEncoder"), nullptr);
     EXPECT_EQ(MCEncoderBase::CreateFromJson(JsonObject::NewObject()), nullptr);
+    MCCategoricalEncoder named("f");
+    EXPECT_TRUE(named.SetReference("a"));
+    std::string json;
+    ASSERT_TRUE(named.ToJson().ToText(json));
+    for (const bool contradicts : {false, true}) {
+        const std::size_t at = json.find("\"a\"");
+        ASSERT_NE(at, std::string::npos) << json;
+        if (contradicts) json.replace(at, 3, "null"); // a named reference without its name
+        JsonObject object;
+        ASSERT_TRUE(JsonObject::Parse(json, object));
+        EXPECT_EQ(MCEncoderBase::CreateFromJson(object) == nullptr, contradicts) << json;
+    }
     MCCategoricalNumericEncoder target("f");
     target.SetMethod(target.MethodTargetMean);
     EXPECT_FALSE(target.Learn("a"));

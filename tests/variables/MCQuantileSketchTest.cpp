@@ -43,6 +43,10 @@ TEST(MCQuantileSketch, IsExactUpToItsLimit)
     EXPECT_EQ(sketch.GetQuantile(1.01), kMissing);
     EXPECT_EQ(sketch.GetRank(3.0), 8.0 / 15.0);
     EXPECT_EQ(sketch.GetRank(-1.0), 0.0);
+    const std::vector<double> block{0.5, kMissing, 3.0, kNan}, weights{2.0, 1.0, 0.0, 1.0};
+    EXPECT_EQ(sketch.UpdateBlock(block), 2u);
+    EXPECT_EQ(sketch.UpdateBlock(block, weights), 1u);
+    EXPECT_EQ(sketch.GetTotalWeight(), 19.0);
 }
 
 TEST(MCQuantileSketch, StateIsThatOfTheSetOfValues)
