@@ -65,20 +65,21 @@ def moments():
     product = sum(int(a) * (u - means[0]) * (v - means[1]) for a, u, v in zip(w, *exact)) / (total - 1)
     error = lambda value: abs(float((fractions.Fraction(float(value)) - product) / product))
     print("\n## Weighted covariance, mean/deviation 1e6\n\n| by | relative error |\n|---|---|")
-    print(f"| modelcore CrossProducts | {error(mc.CrossProducts().update(x, frequency=w).covariance()[0, 1]):.1e} |")
-    print(f"| modelcore, in 50 pieces that are merged | {error(merged(x, w)):.1e} |")
-    print(f"| numpy.cov(fweights=) | {error(np.cov(x.T, fweights=w)[0, 1]):.1e} |")
-    print(f"| statsmodels DescrStatsW | {error(DescrStatsW(x, weights=w, ddof=1).cov[0, 1]):.1e} |")
+    print(f"| modelcore `CrossProducts` | {error(mc.CrossProducts().update(x, frequency=w).covariance()[0, 1]):.1e} |")
+    print(f"| modelcore `CrossProducts`, in 50 parts that are merged | {error(merged(mc.CrossProducts, x, w)):.1e} |")
+    print(f"| modelcore `ExactProducts`, in 50 parts that are merged | {error(merged(mc.ExactProducts, x, w)):.1e} |")
+    print(f"| `numpy.cov(fweights=)` | {error(np.cov(x.T, fweights=w)[0, 1]):.1e} |")
+    print(f"| statsmodels `DescrStatsW` | {error(DescrStatsW(x, weights=w, ddof=1).cov[0, 1]):.1e} |")
     raw = (w[:, None] * x).T @ x - np.outer(w @ x, w @ x) / total
     print(f"| raw sums, as partial results are usually kept | {error(raw[0, 1] / (total - 1)):.1e} |")
     repeated = pd.DataFrame(np.repeat(x, w, axis=0))
-    print(f"| pandas cov of the repeated rows | {error(repeated.cov().iloc[0, 1]):.1e} |")
+    print(f"| pandas `cov` of the repeated rows | {error(repeated.cov().iloc[0, 1]):.1e} |")
 
 
-def merged(x, w):
-    total = mc.CrossProducts()
+def merged(products, x, w):
+    total = products()
     for part in np.array_split(np.arange(len(x)), 50):
-        total.merge(mc.CrossProducts().update(x[part], frequency=w[part]))
+        total.merge(products().update(x[part], frequency=w[part]))
     return total.covariance()[0, 1]
 
 
