@@ -24,6 +24,8 @@ TEST(MCHashKey, KeysAreEqualWhenTheirValuesAre)
     std::vector<std::vector<Value>> different = {{},          {"a", "bc"}, {"a", "b"}, {"a\4b"},          {"ab", "c"},
                                                  {"", "abc"}, {1, 2},      {2, 1},     {Value(), Value()}};
     for (const Value& value : alone) different.push_back({value});
+    const std::vector<Value> whole{-7, 1.5, true, false, std::string("abc\0", 4), ""};
+    EXPECT_EQ(MCHashKey(whole).GetValues(), whole);
     std::set<std::uint64_t> hashes;
     for (std::size_t i = 0; i < different.size(); ++i) {
         hashes.insert(MCHashKey(different[i]).Hash());

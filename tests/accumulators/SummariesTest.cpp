@@ -96,6 +96,12 @@ TEST(MCCatStats, FarCategoriesTakeTheMemoryOfThemselvesOnly)
     EXPECT_EQ(stats.GetCatCount(1999999999), 0.0);
     EXPECT_EQ(stats.GetSumCounts(), 7.0);
     EXPECT_EQ(stats.GetNCategories(false), 1073741823); // the scan ends among the empty ones
+    for (const char* category : {"2000000000", "2000000001", "-1", "2147483647"}) { // the last is none
+        std::string text = Saved(stats);
+        text.replace(text.find("2000000000"), 10, category);
+        MCCatStats read;
+        EXPECT_EQ(Restore(read, text) > 0, category[0] == '2' && category[1] == '0') << category;
+    }
 
     Doubles expected(200000);
     MCCatStats far, near;

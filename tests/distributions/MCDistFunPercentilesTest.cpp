@@ -39,6 +39,7 @@ TEST(MCDistFunGPTile, RulesAndCodes)
         // middles carry 1, 4, 7 of 8, the ends 0 and 8
         {"rule 3 between middles", 3, 31.25, 2, 1.5, 0},
         {"rule 3 in the first half class", 3, 6.25, 3, 0.75, 0},
+        {"rule 3 in the last half class", 3, 93.75, 2, 4.75, 0},
         {"rule 3 at the end", 3, 100, 2, 5.5, 0},
     };
     for (const Case& c : cases) {
@@ -81,6 +82,8 @@ TEST(MCDistFunMednci, OrderStatisticsAroundTheMedian)
 
     EXPECT_TRUE(MCMV::IsMissing(MCDistFun::Mednci(2, {3, 5}, {1, 1}, 95, 0, true, median, lower, upper)));
     EXPECT_EQ(median, 4);
+    MCDistFun::Mednci(4, {1, 2, 3, 9}, {1, 1, 1, 1}, 95, 0, true, median, lower, upper);
+    EXPECT_EQ(median, 2.5);
     EXPECT_TRUE(MCMV::IsMissing(lower) && MCMV::IsMissing(upper)); // two cases cannot bound it so surely
     for (const double level : {0.0, 100.0, kNan})
         EXPECT_TRUE(MCMV::IsMissing(MCDistFun::Mednci(7, values, weights, level, 0, true, median, lower, upper)));

@@ -4,6 +4,8 @@
 #include "modelcore/distributions/internal/NormalTables.h"
 #include "support/Testing.h"
 
+#include <numbers>
+
 using MCCommon_930::MCMV;
 using MCMath_930::MCDistFun;
 
@@ -35,6 +37,16 @@ TEST(MCDistFun, PiecesMeetAtTheEndsOfTheirIntervals)
                            3.212214450449026, 3.5, 4.0, 5.0, 6.0, 7.0, 8.0, 9.0})
         for (const double beside : {x * (1 - 1e-15), x * (1 + 1e-15), x + 0.1})
             EXPECT_NEAR(MCDistFun::tavodnlgam(beside + 1.0) - MCDistFun::tavodnlgam(beside), std::log(beside), 8e-15);
+}
+
+// One degree of freedom is the Cauchy distribution; two have P(T <= t) in closed form, too.
+TEST(MCDistFun, TOfOneAndTwoDegreesOfFreedom)
+{
+    for (const double t : {1e-8, 0.3, 1.0, 2.5, 40.0, 1e9}) {
+        EXPECT_NEAR(MCDistFun::CdfT(-t, 1.0), std::atan2(1.0, t) / std::numbers::pi, 1e-15);
+        EXPECT_NEAR(MCDistFun::CdfT(t, 1.0), 0.5 + std::atan(t) / std::numbers::pi, 1e-15);
+        EXPECT_NEAR(MCDistFun::CdfT(t, 2.0), 0.5 + 0.5 * t / std::sqrt(2.0 + t * t), 1e-15);
+    }
 }
 
 TEST(MCDistFun, FaultCodes)

@@ -145,7 +145,7 @@ TEST_P(IMCSymMatrixTest, EditingAndReductions)
     const std::unique_ptr<IMCSymMatrix> s = GetParam().make(random, 5);
     s->SetElem(3, 3, -0.25);
     Naive S = ToNaive(*s);
-    double maxDiag = 0.0, minDiag = 0.0, maxOff = 0.0, minOff = 0.0;
+    double maxDiag = kNan, minDiag = kNan, maxOff = kNan, minOff = kNan;
     ASSERT_TRUE(s->MaxMinDiagOffDiag(maxDiag, minDiag, maxOff, minOff));
     const auto inside = [](long double x, double max, double min) { return x <= max && x >= min; };
     for (int i = 0; i < 5; ++i) {
@@ -180,6 +180,8 @@ TEST_P(IMCSymMatrixTest, EditingAndReductions)
     EXPECT_TRUE(NoneOf({s->GetRow(5, diag), s->PutRow(-1, diag), s->PutRow(1, {1.0}), s->IsZeroRow(5)}));
     s->Clear();
     EXPECT_TRUE(s->GetNRows() == 0 && !s->MaxMinDiag(maxDiag, minDiag));
+    const std::unique_ptr<IMCSymMatrix> one = GetParam().make(random, 1);
+    EXPECT_TRUE(one->MaxMinDiag(maxDiag, minDiag) && maxDiag == one->GetElem(0, 0) && minDiag == maxDiag);
 }
 
 TEST_P(IMCSymMatrixTest, MismatchedOperandsAreRefused)

@@ -180,6 +180,8 @@ TEST(MCSparseRectMatrix, RowsGrowAndTheirPatternStays)
         EXPECT_FALSE(MCSparseRectMatrix(rows, cols, slots).IsValidMatrix());
     taken.Clear();
     EXPECT_TRUE(taken.IsValidMatrix() && taken.GetNRows() == 0 && taken.GetNCols() == 5);
+    const MCRectMatrix none(2, 0);
+    EXPECT_FALSE(taken.CreateBlockDiagonal({&none, &none}));
 }
 
 // What is not stored is no factor, not even of a NaN.

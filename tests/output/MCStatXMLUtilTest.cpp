@@ -133,6 +133,7 @@ TEST(MCStatXMLUtil, Elements)
         {With([&](XMLElement& e) { Util::AddDoublesList(e, nullptr, 2); }), "<l/>"},
         {With([&](XMLElement& e) { Util::AddIntList(e, ints); }), "<l>" + intText + "</l>"},
         {With([&](XMLElement& e) { Util::AddStringList(e, "a \"b"); }), "<l>a 'b</l>"},
+        {With([&](XMLElement& e) { Util::AddStringList(e, strings.data(), 1); }), "<l>a'b\\c</l>"},
         {With([&](XMLElement& e) {
              Util::AddStringList(e, {"a", "b", "c"});
          }),
