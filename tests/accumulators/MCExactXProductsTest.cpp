@@ -416,6 +416,29 @@ double Digits(double value, double certified)
 
 // A polynomial of degree 10 (Filippelli; tests/data/strd). Its powers as doubles are another problem, of which the exact
 // solution has 7 digits of the certified one; with each power as the sum of two doubles it is the problem itself.
+// The lower half of a pair may stand in any column.
+TEST(MCExactXProducts, PairsOfColumnsInAnyOrder)
+{
+    MCExactXProducts ahead(3, true, false, false), behind(ahead);
+    TestRandom random(12);
+    for (int r = 0; r < 20; ++r) {
+        const double high = random.Uniform(-1.0, 1.0), low = 1e-17 * random.Uniform(-1.0, 1.0),
+                     y = random.Uniform(0, 1);
+        ASSERT_TRUE(ahead.AddCase({low, high, y}, 1.0) && behind.AddCase({high, y, low}, 1.0));
+    }
+    std::vector<MCExtended> here, there;
+    MCExtendedSym products, others;
+    ASSERT_TRUE(ahead.GetExtended({{1, 0}, {2, -1}}, here, products));
+    ASSERT_TRUE(behind.GetExtended({{0, 2}, {1, -1}}, there, others));
+    for (int i = 0; i < 2; ++i)
+        for (int j = 0; j <= i; ++j) {
+            const MCExtended one = products.GetElem(i, j), other = others.GetElem(i, j);
+            EXPECT_TRUE(one.high == other.high && one.low == other.low && one.low != 0.0) << i << j;
+        }
+    ASSERT_TRUE(behind.GetExtended({{1, -1}, {0, 2}}, there, others)); // the pair last
+    EXPECT_TRUE(others.GetElem(1, 0).low == products.GetElem(1, 0).low && there[1].low == here[0].low);
+}
+
 TEST(MCExactXProducts, PairsOfColumnsSolveFilip)
 {
     const std::vector<Doubles> table = ReadTable(MODELCORE_TEST_DATA "/strd/Filip.csv");

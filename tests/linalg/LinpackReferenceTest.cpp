@@ -88,6 +88,24 @@ TEST(LinpackReference, Band)
     Doubles small{99, 99, 2, 4, 99, 6, 1, 99};
     EXPECT_EQ(Linpack::Dgbfa(small.data(), 4, 2, 1, 1, ipvt.data()), 0);
     EXPECT_EQ(small, (Doubles{99, 99, 4, -0.5, 0, 1, 5.5, 99}));
+
+    // Whatever stands in the place of the fill-in, for bands of any shape.
+    for (int lower = 0; lower < 4; ++lower)
+        for (int upper = 0; upper < 4; ++upper) {
+            const int rows = 2 * lower + upper + 1;
+            Doubles clean(static_cast<std::size_t>(8 * rows)), full(clean.size(), kNan), x(8, 1.0), y(x);
+            for (int j = 0; j < 8; ++j)
+                for (int i = std::max(0, j - upper); i <= std::min(7, j + lower); ++i) {
+                    const auto place = static_cast<std::size_t>(i - j + lower + upper + j * rows);
+                    clean[place] = full[place] = i == j ? 0.1 : std::cos(3.0 * i + j);
+                }
+            Integers pivots(8), others(8);
+            ASSERT_EQ(Linpack::Dgbfa(clean.data(), rows, 8, lower, upper, pivots.data()), 0);
+            ASSERT_EQ(Linpack::Dgbfa(full.data(), rows, 8, lower, upper, others.data()), 0);
+            Linpack::Dgbsl(clean.data(), rows, 8, lower, upper, pivots.data(), x.data(), 0);
+            Linpack::Dgbsl(full.data(), rows, 8, lower, upper, others.data(), y.data(), 0);
+            EXPECT_TRUE(pivots == others && SameBits(x, y)) << lower << " below, " << upper << " above";
+        }
 }
 
 TEST(LinpackReference, PositiveDefiniteBand)

@@ -149,6 +149,8 @@ TEST(MCSymBlockDiagMatrix, StructureDecidesBeforeAnythingIsWritten)
     const MCSymBlockDiagMatrix other = RandomBlocks(random, {3, 2, 2}, {2});
     MCSymMatrix dense;
     ASSERT_TRUE(m.FillDenseMatrix(dense));
+    MCSymBlockDiagMatrix twice = m;
+    EXPECT_TRUE(twice.ComputeAXpY(1.0, dense) && twice.GetElem(1, 0) == 2.0 * m.GetElem(1, 0));
     dense.SetElem(6, 5, kNan);
     EXPECT_TRUE(Refuses(m, [&](auto& s) {
         return NoneOf({s.ComputeAXpY(1.0, other), s.ComputeAXpY(1.0, dense), s.SetRowColToConst(0, 1.0),

@@ -321,6 +321,10 @@ TEST(JsonObjectMembers, FollowAPlainListThroughRandomChanges)
             ASSERT_EQ(found, wanted != model.end() ? wanted->second : -1);
         }
         ASSERT_EQ(object.Size(), model.size());
+        for (int i = 0; i < 10000; ++i) { // a name that is gone leaves nothing behind
+            const std::string passing = "y" + std::to_string(i);
+            ASSERT_TRUE(object.Set(passing, i) && object.Remove(passing) && object[passing].IsNull());
+        }
         for (std::size_t i = 0; i < model.size(); ++i) {
             EXPECT_EQ(object.NameAt(i), model[i].first);
             EXPECT_EQ(*object.At(i), JsonObject(model[i].second));
