@@ -166,6 +166,10 @@ TEST(MCSparseRectMatrix, RowsGrowAndTheirPatternStays)
     ASSERT_TRUE(m.GetRow(1, columns, elements));
     EXPECT_TRUE(columns[0] == 2 && columns[1] == 3 && elements[0] == 2.0 && elements[1] == -3.0);
     EXPECT_FALSE(m.GetRow(2, columns, elements));
+    std::vector<int> numbers;
+    std::vector<double> stored;
+    EXPECT_TRUE(m.GetRow(1, numbers, stored) && numbers[0] == columns[0] && stored[0] == elements[0]);
+    EXPECT_FALSE(m.GetRow(2, numbers, stored));
     EXPECT_EQ(m.ColNorm(0), 0.0);
     EXPECT_TRUE(m.ZeroOutRowPart(1, 0, 5) && m.SetElem(1, 2, 8.0)); // it is still in the pattern
 
