@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds a small outside project against the library in one of the ways that a user has; it must run, print what
-# the README says and find that headers and library are of one version.
+# the README says and find that headers and library are of one version. `uninstall` leaves nothing of what was installed.
 #
 # Usage: run.sh package BUILD_DIR CMAKE CXX   what BUILD_DIR installs, through find_package and pkg-config
+#        run.sh system CMAKE CXX              what is installed under /usr, by a Debian package
 #        run.sh static CMAKE CXX              the same of a static library, installed at absolute paths
 #        run.sh sources CMAKE CXX             through add_subdirectory and FetchContent
 set -euo pipefail
@@ -10,8 +11,16 @@ how=$1
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(cd "$here/../.." && pwd)
 scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
 prefix=$scratch/prefix
+# The list of an installation that somebody made from this build folder is still theirs afterwards.
+finish() {
+  if [ -d "$scratch/lists" ]; then
+    rm -f "$build"/install_manifest*.txt
+    mv "$scratch"/lists/* "$build" 2>/dev/null || true
+  fi
+  rm -rf "$scratch"
+}
+trap finish EXIT
 
 quiet() {
   "$@" >"$scratch/log" 2>&1 || { cat "$scratch/log" >&2; return 1; }
@@ -46,13 +55,39 @@ installed() {
   echo "$how: found by find_package and by pkg-config"
 }
 
+# What `cmake --install` brought is taken away by the target `uninstall`, and nothing else is: a file of somebody else's stays,
+# and with it its folder. Once more there is nothing to remove, and that is said.
+removed() {
+  local doc other
+  doc=$(dirname "$(find "$prefix" -name CHANGELOG.md)")
+  other=$doc/docs/notes.txt
+  echo "somebody's" >"$other"
+  quiet "$cmake" --build "$build" --target uninstall
+  [ "$(find "$prefix" ! -type d)" = "$other" ] || { echo "uninstall left:" >&2; find "$prefix" ! -type d >&2; return 1; }
+  rm "$other"
+  rmdir -p --ignore-fail-on-non-empty "$(dirname "$other")"
+  [ -z "$(find "$prefix" -name modelcore)" ] || { echo "uninstall left a folder" >&2; find "$prefix" >&2; return 1; }
+  if quiet "$cmake" --build "$build" --target uninstall 2>/dev/null; then
+    echo "the second uninstall found something" >&2
+    return 1
+  fi
+  echo "$how: uninstalled"
+}
+
 case $how in
   package)
     build=$2 cmake=$3 cxx=$4
+    mkdir "$scratch/lists"
+    mv "$build"/install_manifest*.txt "$scratch/lists" 2>/dev/null || true
     quiet "$cmake" --install "$build" --prefix "$prefix"
     # The installed programs find the installed library, and the schema is there.
     [ ! -e "$prefix/bin/linreg" ] || "$prefix/bin/linreg" --help >/dev/null
     [ -n "$(find "$prefix/share" -name 'StatXML_*.xsd')" ]
+    installed
+    removed
+    ;;
+  system)
+    cmake=$2 cxx=$3 prefix=/usr
     installed
     ;;
   static)
@@ -63,6 +98,8 @@ case $how in
     quiet "$cmake" --build "$scratch/build"
     quiet "$cmake" --install "$scratch/build"
     installed
+    build=$scratch/build
+    removed
     ;;
   sources)
     cmake=$2 cxx=$3
