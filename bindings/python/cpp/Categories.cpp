@@ -21,13 +21,13 @@ public:
         Categories copy(*this);
         if (PyList_Check(prepared.ptr())) {
             const auto list = nb::cast<nb::list>(prepared);
-            const std::vector<double> weights = RowWeights(list.size(), frequency, weight);
+            const WeightList weights = RowWeights(list.size(), frequency, weight);
             std::size_t i = 0;
             for (nb::handle value : list) copy.AddObject(value, remove ? -weights[i] : weights[i]), ++i;
         } else {
             const Table table(prepared);
             if (table.NColumns() != 1) Refuse("one column of categories is needed");
-            const std::vector<double> weights = RowWeights(table.NRows(), frequency, weight);
+            const WeightList weights = RowWeights(table.NRows(), frequency, weight);
             const std::vector<double> numbers = table.ReadColumn(0);
             for (std::size_t i = 0; i < numbers.size(); ++i)
                 copy.AddNumber(numbers[i], remove ? -weights[i] : weights[i]);

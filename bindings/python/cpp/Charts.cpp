@@ -28,7 +28,7 @@ struct Scored {
         const std::vector<double> outcomes = ToVector(y);
         const std::vector<double> given = ToVector(s);
         if (outcomes.size() != given.size()) Refuse("outcome and score differ in length");
-        const std::vector<double> w = RowWeights(given.size(), nb::none(), weights);
+        const WeightList w = RowWeights(given.size(), nb::none(), weights);
         for (std::size_t i = 0; i < given.size(); ++i) {
             if (std::isnan(outcomes[i]) || std::isnan(given[i]) || !(w[i] > 0.0)) continue;
             outcome.push_back(outcomes[i]);
@@ -129,8 +129,8 @@ nb::dict Roc(ArrayLike y, ArrayLike score, OptionalArrayLike weight)
 template <class Add>
 void Feed(const Table& table, nb::handle frequency, nb::handle weight, Add add)
 {
-    std::vector<double> frequencies;
-    const std::vector<double> weights = RowWeights(table.NRows(), frequency, weight, &frequencies);
+    WeightList frequencies;
+    const WeightList weights = RowWeights(table.NRows(), frequency, weight, &frequencies);
     std::vector<double> row(table.NColumns());
     for (std::size_t i = 0; i < table.NRows(); ++i) {
         table.Read(i, 1, row.data(), row.size());

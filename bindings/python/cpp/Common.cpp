@@ -5,30 +5,28 @@
 
 namespace modelcore_python {
 
-std::vector<double> RowWeights(std::size_t rows, nb::handle frequency, nb::handle weight,
-                               std::vector<double>* frequencies)
+WeightList RowWeights(std::size_t rows, nb::handle frequency, nb::handle weight, WeightList* frequencies)
 {
-    std::vector<double> weights(rows, 1.0);
-    if (frequencies != nullptr) frequencies->assign(rows, 1.0);
-    const auto multiply = [&](nb::handle given, const char* what, bool isFrequency) {
-        const std::optional<Table> column = OptionalColumn(given, rows, what);
-        if (!column) return;
-        const std::vector<double> values = column->ReadColumn(0);
-        for (std::size_t i = 0; i < rows; ++i) {
-            if (values[i] < 0.0 || std::isinf(values[i])) {
-                std::string message = what;
-                message += ": weights are finite and not negative (row ";
-                message += std::to_string(i);
-                message += ")";
-                Refuse(message);
-            }
-            weights[i] *= values[i];
-            if (isFrequency && frequencies != nullptr) (*frequencies)[i] = values[i];
+    const auto column = [rows](nb::handle given, const char* what) {
+        const std::optional<Table> table = OptionalColumn(given, rows, what);
+        if (!table) return std::vector<double>();
+        std::vector<double> values = table->ReadColumn(0);
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            if (!(values[i] < 0.0 || std::isinf(values[i]))) continue;
+            std::string message = what;
+            message += ": weights are finite and not negative (row ";
+            message += std::to_string(i);
+            message += ")";
+            Refuse(message);
         }
+        return values;
     };
-    multiply(frequency, "frequency", true);
-    multiply(weight, "weight", false);
-    return weights;
+    std::vector<double> cases = column(frequency, "frequency");
+    std::vector<double> weights = column(weight, "weight");
+    for (std::size_t i = 0; i < std::min(weights.size(), cases.size()); ++i) weights[i] = cases[i] * weights[i];
+    if (weights.empty()) weights = cases;
+    if (frequencies != nullptr && !cases.empty()) *frequencies = WeightList(std::move(cases));
+    return weights.empty() ? WeightList() : WeightList(std::move(weights));
 }
 
 void RefuseState(MCStateBytes::Fault fault, std::string_view bytes, const std::string& wanted)

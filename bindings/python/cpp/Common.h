@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <fstream>
+#include <span>
 #include <sstream>
 
 namespace modelcore_python {
@@ -148,10 +149,24 @@ T Member(const JsonObject& json, const char* name)
     return value;
 }
 
+/// A weight for each row; 1 for all of them takes no memory.
+class WeightList {
+public:
+    WeightList() = default;
+    explicit WeightList(std::vector<double> values) : fvValues(std::move(values)), fnStep(1) {}
+
+    double operator[](std::size_t row) const { return fvValues[row * fnStep]; }
+    /// The weights; a single one where all are 1.
+    std::span<const double> Values() const { return fvValues; }
+
+private:
+    std::vector<double> fvValues{1.0};
+    std::size_t fnStep = 0;
+};
+
 /// The weight of each row: the product of the two columns, 1 for one that is not given. Missing where one of them is.
 /// Negative and infinite weights raise ValueError.
-std::vector<double> RowWeights(std::size_t rows, nb::handle frequency, nb::handle weight,
-                               std::vector<double>* frequencies = nullptr);
+WeightList RowWeights(std::size_t rows, nb::handle frequency, nb::handle weight, WeightList* frequencies = nullptr);
 
 void RegisterState(nb::module_& m);
 void RegisterCrossProducts(nb::module_& m);

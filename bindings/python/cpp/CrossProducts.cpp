@@ -30,8 +30,8 @@ public:
     {
         const Busy busy(fbBusy);
         CheckColumns(table);
-        std::vector<double> frequencies;
-        const std::vector<double> weights = RowWeights(table.NRows(), frequency, weight, &frequencies);
+        WeightList frequencies;
+        const WeightList weights = RowWeights(table.NRows(), frequency, weight, &frequencies);
         if (fNames.empty()) fNames = table.Names();
         if (fSums.GetNVars() == 0) SetVariables(static_cast<int>(table.NColumns()));
         Watch watch(std::move(progress));
@@ -56,8 +56,8 @@ public:
         const Busy busy(fbBusy);
         if (fSums.GetNVars() == 0) Refuse("there is nothing to remove");
         CheckColumns(table);
-        std::vector<double> frequencies;
-        const std::vector<double> weights = RowWeights(table.NRows(), frequency, weight, &frequencies);
+        WeightList frequencies;
+        const WeightList weights = RowWeights(table.NRows(), frequency, weight, &frequencies);
         CrossProducts copy(*this);
         copy.Fold();
         std::vector<double> row(table.NColumns());
@@ -274,8 +274,7 @@ private:
         fnWaiting = 0;
     }
 
-    void Add(const Table& table, const std::vector<double>& weights, const std::vector<double>& frequencies,
-             Watch* watch)
+    void Add(const Table& table, const WeightList& weights, const WeightList& frequencies, Watch* watch)
     {
         const std::size_t columns = table.NColumns();
         const std::size_t width = columns + 1;

@@ -107,25 +107,24 @@ public:
     int Learn(nb::handle values, nb::handle weights, nb::handle targets)
     {
         const Input input(values);
-        const std::vector<double> w =
-            weights.is_none() ? std::vector<double>() : RowWeights(input.Size(), nb::none(), weights);
+        const WeightList w = RowWeights(input.Size(), nb::none(), weights);
+        const std::span<const double> given = weights.is_none() ? std::span<const double>() : w.Values();
         if (fEncoder->NeedsTarget() && targets.is_none()) Refuse("this encoder learns with a target");
         if (!fEncoder->NeedsTarget()) {
-            if (input.isNumeric && std::ranges::all_of(w, [](double x) { return x > 0.0; })) {
+            if (input.isNumeric && std::ranges::all_of(w.Values(), [](double x) { return x > 0.0; })) {
                 const nb::gil_scoped_release release;
-                return fEncoder->LearnBlock(input.numbers, w);
+                return fEncoder->LearnBlock(input.numbers, given);
             }
             int learned = 0;
             for (std::size_t i = 0; i < input.Size(); ++i)
-                if (w.empty() || w[i] > 0.0) learned += fEncoder->Learn(input.At(i), w.empty() ? 1.0 : w[i]);
+                if (w[i] > 0.0) learned += fEncoder->Learn(input.At(i), w[i]);
             return learned;
         }
         const Input target(targets);
         if (target.Size() != input.Size()) Refuse("one target for each value is needed");
         int learned = 0;
         for (std::size_t i = 0; i < input.Size(); ++i)
-            if (w.empty() || w[i] > 0.0)
-                learned += fEncoder->LearnWithTarget(input.At(i), target.At(i), w.empty() ? 1.0 : w[i]);
+            if (w[i] > 0.0) learned += fEncoder->LearnWithTarget(input.At(i), target.At(i), w[i]);
         return learned;
     }
 

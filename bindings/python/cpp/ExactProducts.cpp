@@ -30,8 +30,8 @@ public:
         if (NVariables() > 0 && table.NColumns() != static_cast<std::size_t>(NVariables()))
             Refuse("the rows have " + std::to_string(table.NColumns()) + " columns, those before had " +
                    std::to_string(NVariables()));
-        std::vector<double> frequencies;
-        const std::vector<double> weights = RowWeights(table.NRows(), frequency, weight, &frequencies);
+        WeightList frequencies;
+        const WeightList weights = RowWeights(table.NRows(), frequency, weight, &frequencies);
         Watch watch(std::move(progress));
         ExactProducts copy(*this);
         if (NVariables() == 0)
@@ -110,8 +110,8 @@ public:
     }
 
 private:
-    bool AddBlocks(const Table& table, const std::vector<double>& weights, const std::vector<double>& frequencies,
-                   Watch& watch, bool remove)
+    bool AddBlocks(const Table& table, const WeightList& weights, const WeightList& frequencies, Watch& watch,
+                   bool remove)
     {
         constexpr std::size_t kBlock = 4096;
         const std::size_t columns = table.NColumns();

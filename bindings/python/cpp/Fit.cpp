@@ -29,7 +29,7 @@ struct Data {
 
     Table table;
     std::vector<double> y;
-    std::vector<double> w;
+    WeightList w;
 };
 
 /// Calls body(row, i) for the rows of a weight above 0 without missing values.

@@ -36,7 +36,7 @@ public:
         if ((before > 0 && columns != static_cast<std::size_t>(before)) ||
             (!fvOrigin.empty() && columns != fvOrigin.size()))
             Refuse("the rows have another number of columns than those before or the origin");
-        const std::vector<double> weights = RowWeights(table.NRows(), frequency, weight);
+        const WeightList weights = RowWeights(table.NRows(), frequency, weight);
         Watch watch(std::move(progress));
         PairwiseProducts copy(*this);
         if (before == 0) copy.fSums = MCAccumXProdPair(static_cast<int>(columns), fnBatch);
@@ -132,7 +132,7 @@ public:
     }
 
 private:
-    void Add(const Table& table, const std::vector<double>& weights, Watch& watch)
+    void Add(const Table& table, const WeightList& weights, Watch& watch)
     {
         const std::size_t columns = table.NColumns();
         constexpr std::size_t kBlock = 256;

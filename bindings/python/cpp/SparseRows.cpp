@@ -156,7 +156,7 @@ void RegisterSparseRows(nb::module_& m)
             "cross_products",
             [](const MCSparseRectMatrix& self, nb::object weights) {
                 const auto rows = static_cast<std::size_t>(self.GetNRows());
-                const std::vector<double> w = RowWeights(rows, nb::none(), weights);
+                const WeightList w = RowWeights(rows, nb::none(), weights);
                 MCSymMatrix sums(self.GetNCols());
                 if (sums.GetNRows() != self.GetNCols()) Refuse("there are too many columns");
                 std::vector<int> at;

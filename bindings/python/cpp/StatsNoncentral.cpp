@@ -23,7 +23,7 @@ struct Weighted {
 Weighted Sorted(nb::handle values, nb::handle weights)
 {
     const std::vector<double> x = ToVector(values);
-    const std::vector<double> w = RowWeights(x.size(), nb::none(), weights);
+    const WeightList w = RowWeights(x.size(), nb::none(), weights);
     std::vector<std::size_t> order;
     for (std::size_t i = 0; i < x.size(); ++i)
         if (!std::isnan(x[i]) && !std::isnan(w[i])) order.push_back(i);

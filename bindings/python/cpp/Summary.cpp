@@ -26,8 +26,8 @@ public:
     {
         const Busy busy(fbBusy);
         CheckColumns(table);
-        std::vector<double> frequencies;
-        const std::vector<double> weights = RowWeights(table.NRows(), frequency, weight, &frequencies);
+        WeightList frequencies;
+        const WeightList weights = RowWeights(table.NRows(), frequency, weight, &frequencies);
         Watch watch(std::move(progress));
         Summary copy(*this);
         copy.SetColumns(table);
@@ -46,8 +46,8 @@ public:
         if (fbQuantiles) Refuse("values cannot be taken back from quantiles: use Summary(quantiles=False)");
         CheckColumns(table);
         if (fvColumns.empty()) Refuse("there is nothing to remove");
-        std::vector<double> frequencies;
-        const std::vector<double> weights = RowWeights(table.NRows(), frequency, weight, &frequencies);
+        WeightList frequencies;
+        const WeightList weights = RowWeights(table.NRows(), frequency, weight, &frequencies);
         Summary copy(*this);
         std::vector<double> row(table.NColumns());
         for (std::size_t i = 0; i < table.NRows(); ++i) {
@@ -229,8 +229,7 @@ private:
         if (fNames.empty()) fNames = table.Names();
     }
 
-    void Add(const Table& table, const std::vector<double>& weights, const std::vector<double>& frequencies,
-             Watch& watch)
+    void Add(const Table& table, const WeightList& weights, const WeightList& frequencies, Watch& watch)
     {
         constexpr std::size_t kBlock = 1024;
         const std::size_t columns = table.NColumns();

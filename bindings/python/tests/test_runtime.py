@@ -86,10 +86,10 @@ def test_ctrl_c_reaches_long_calls_and_nothing_changes(call):
     before = x.to_json()
     timer = threading.Timer(0.3, _thread.interrupt_main)
     timer.start()
-    start = time.perf_counter()
+    start = time.process_time()
     with pytest.raises(KeyboardInterrupt):
         call(x)
-    assert time.perf_counter() - start < 20
+    assert time.process_time() - start < 1.5  # nothing of the size of the rows comes before the first look
     assert x.to_json() == before
 
 
