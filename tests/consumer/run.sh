@@ -81,7 +81,10 @@ case $how in
     mv "$build"/install_manifest*.txt "$scratch/lists" 2>/dev/null || true
     quiet "$cmake" --install "$build" --prefix "$prefix"
     # The installed programs find the installed library, and the schema is there.
-    [ ! -e "$prefix/bin/linreg" ] || "$prefix/bin/linreg" --help >/dev/null
+    if [ -e "$prefix/bin/linreg" ]; then
+      version=$(sed -n 's/^Version: //p' "$(find "$prefix" -name modelcore.pc)")
+      [ "$("$prefix/bin/linreg" --version)" = "modelcore $version" ] || { echo "linreg is not of $version" >&2; exit 1; }
+    fi
     [ -n "$(find "$prefix/share" -name 'StatXML_*.xsd')" ]
     installed
     removed
