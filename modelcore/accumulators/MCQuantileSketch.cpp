@@ -8,6 +8,8 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <new>
+#include <utility>
 
 namespace MCMath_930 {
 
@@ -60,6 +62,17 @@ void Join(MCQuantileSketch::Bucket& bucket, const MCQuantileSketch::Bucket& othe
     bucket.weight += other.weight;
 }
 
+// They are in order but for those that came since bits were dropped last.
+void Sort(std::vector<MCQuantileSketch::Bucket>& buckets)
+{
+    const auto before = [](const MCQuantileSketch::Bucket& a, const MCQuantileSketch::Bucket& b) {
+        return a.min < b.min;
+    };
+    const auto tail = std::is_sorted_until(buckets.begin(), buckets.end(), before);
+    std::sort(tail, buckets.end(), before);
+    std::inplace_merge(buckets.begin(), tail, buckets.end(), before);
+}
+
 } // namespace
 
 MCQuantileSketch::MCQuantileSketch(int limit) : fnLimit(std::clamp(limit, kMinLimit, kMaxLimit)) {}
@@ -92,9 +105,15 @@ void MCQuantileSketch::Add(const Bucket& added)
     const std::uint64_t key = KeyOf(added.min) >> fnDropped;
     for (std::size_t slot = SlotOf(key);; slot = (slot + kStep) & (fvSlots.size() - 1)) {
         if (fvSlots[slot] == 0) {
+            if (fvBuckets.size() == static_cast<std::size_t>(fnLimit)) {
+                // One too many stands aside until there is memory for all of what follows.
+                std::vector<Bucket> all(fvBuckets);
+                all.push_back(added);
+                DropTo(fnDropped + 1, std::move(all));
+                return;
+            }
             fvBuckets.push_back(added);
             fvSlots[slot] = static_cast<std::uint32_t>(fvBuckets.size());
-            if (fvBuckets.size() > static_cast<std::size_t>(fnLimit)) DropTo(fnDropped + 1);
             return;
         }
         Bucket& bucket = fvBuckets[fvSlots[slot] - 1];
@@ -105,9 +124,10 @@ void MCQuantileSketch::Add(const Bucket& added)
 }
 
 // Buckets of equal keys are neighbours in the order of values, so one pass joins them. At 63 bits two signs are left.
-void MCQuantileSketch::DropTo(int dropped)
+// Asks for no memory.
+void MCQuantileSketch::DropTo(int dropped, std::vector<Bucket> sorted)
 {
-    std::vector<Bucket> sorted = GetBuckets();
+    Sort(sorted);
     std::size_t count = sorted.size();
     while (fnDropped < dropped || count > static_cast<std::size_t>(fnLimit)) {
         ++fnDropped;
@@ -142,29 +162,36 @@ int MCQuantileSketch::UpdateBlock(std::span<const double> x, std::span<const dou
     constexpr std::size_t kPiece = 64;
     std::array<std::uint32_t, kPiece> places{};
     int added = 0;
-    for (std::size_t from = 0; from < x.size(); from += kPiece) {
-        const std::span<const double> piece = x.subspan(from, std::min(kPiece, x.size() - from));
-        if (!fvSlots.empty() && weights.empty())
-            for (std::size_t i = 0; i < piece.size(); ++i) places[i] = fvSlots[SlotOf(KeyOf(piece[i]) >> fnDropped)];
-        const auto between = [&](std::size_t i) -> Bucket* {
-            const std::size_t place = places[i] - 1u;
-            if (place >= fvBuckets.size()) return nullptr;
-            Bucket& bucket = fvBuckets[place];
-            return piece[i] > bucket.min && piece[i] < bucket.max ? &bucket : nullptr;
-        };
-        if (!weights.empty()) {
-            for (std::size_t i = 0; i < piece.size(); ++i) added += Update(piece[i], weights[from + i]) ? 1 : 0;
-            continue;
-        }
-        for (std::size_t i = 0; i < piece.size(); ++i) {
-            Bucket* const bucket = between(i);
-            if (bucket != nullptr) {
-                bucket->weight += 1.0;
-                ++added;
-            } else if (Update(piece[i])) {
-                ++added;
+    try {
+        for (std::size_t from = 0; from < x.size(); from += kPiece) {
+            const std::span<const double> piece = x.subspan(from, std::min(kPiece, x.size() - from));
+            if (!fvSlots.empty() && weights.empty())
+                for (std::size_t i = 0; i < piece.size(); ++i)
+                    places[i] = fvSlots[SlotOf(KeyOf(piece[i]) >> fnDropped)];
+            const auto between = [&](std::size_t i) -> Bucket* {
+                const std::size_t place = places[i] - 1u;
+                if (place >= fvBuckets.size()) return nullptr;
+                Bucket& bucket = fvBuckets[place];
+                return piece[i] > bucket.min && piece[i] < bucket.max ? &bucket : nullptr;
+            };
+            if (!weights.empty()) {
+                for (std::size_t i = 0; i < piece.size(); ++i) added += Update(piece[i], weights[from + i]) ? 1 : 0;
+                continue;
+            }
+            for (std::size_t i = 0; i < piece.size(); ++i) {
+                Bucket* const bucket = between(i);
+                if (bucket != nullptr) {
+                    bucket->weight += 1.0;
+                    ++added;
+                } else if (Update(piece[i])) {
+                    ++added;
+                }
             }
         }
+    } catch (const std::bad_alloc&) {
+        // Half a block must not stay: nobody could say which half.
+        if (added > 0) *this = MCQuantileSketch(fnLimit);
+        throw;
     }
     return added;
 }
@@ -173,7 +200,7 @@ bool MCQuantileSketch::Merge(const MCQuantileSketch& other)
 {
     if (other.fnLimit != fnLimit) return false;
     MCQuantileSketch merged(*this);
-    if (other.fnDropped > fnDropped) merged.DropTo(other.fnDropped);
+    if (other.fnDropped > fnDropped) merged.DropTo(other.fnDropped, merged.fvBuckets);
     const std::vector<Bucket> added(other.fvBuckets); // other may be this sketch
     for (const Bucket& bucket : added) merged.Add(bucket);
     *this = std::move(merged);
@@ -194,12 +221,8 @@ double MCQuantileSketch::GetRankError() const
 
 std::vector<MCQuantileSketch::Bucket> MCQuantileSketch::GetBuckets() const
 {
-    // They are in order but for those that came since bits were dropped last.
-    const auto before = [](const Bucket& a, const Bucket& b) { return a.min < b.min; };
     std::vector<Bucket> sorted(fvBuckets);
-    const auto tail = std::is_sorted_until(sorted.begin(), sorted.end(), before);
-    std::sort(tail, sorted.end(), before);
-    std::inplace_merge(sorted.begin(), tail, sorted.end(), before);
+    Sort(sorted);
     return sorted;
 }
 
@@ -285,7 +308,7 @@ double MCQuantileSketch::GetRank(double x) const
 void MCQuantileSketch::Coarsen(int fractionBits)
 {
     const int dropped = std::min(52 - fractionBits, 63);
-    if (dropped > fnDropped) DropTo(dropped);
+    if (dropped > fnDropped) DropTo(dropped, fvBuckets);
 }
 
 bool MCQuantileSketch::Restore(int limit, int fractionBits, const std::vector<Bucket>& buckets)

@@ -1,6 +1,7 @@
 // Quantiles of one continuous field in one pass and bounded memory.
 #pragma once
 
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/modelcore_export.h"
 
 #include <cstddef>
@@ -58,12 +59,25 @@ public:
     /// @param limit  how many buckets there may be; brought to between kMinLimit and kMaxLimit
     explicit MCQuantileSketch(int limit = kDefaultLimit);
 
+    /// A deep copy.
+    MCQuantileSketch(const MCQuantileSketch& other) = default;
+
+    /// Deep as well. When memory runs out, this sketch is as it was.
+    MCQuantileSketch& operator=(const MCQuantileSketch& other) { return internal::AssignByCopy(*this, other); }
+
+    /// Takes the values over; other has none afterwards.
+    MCQuantileSketch(MCQuantileSketch&& other) noexcept = default;
+    MCQuantileSketch& operator=(MCQuantileSketch&& other) noexcept = default;
+
+    ~MCQuantileSketch() = default;
+
     /// Adds a value; -0.0 is 0.0.
     /// @return  false, and nothing changed, when the value is missing, a NaN or infinite or the weight is not finite
     ///          and above 0
     bool Update(double x, double weight = 1.0);
 
-    /// Adds a value for each x, with weight 1 when weights is empty.
+    /// Adds a value for each x, with weight 1 when weights is empty. When memory runs out after the first of them, the
+    /// sketch is empty.
     /// @return  how many were added; -1, and nothing changed, when there are weights but not as many as values
     int UpdateBlock(std::span<const double> x, std::span<const double> weights = {});
 
@@ -128,7 +142,7 @@ public:
 
 private:
     void Add(const Bucket& bucket);
-    void DropTo(int dropped);
+    void DropTo(int dropped, std::vector<Bucket> sorted);
     void Rebuild(std::size_t slots);
     bool Locate(double p, Piece& piece, double& part) const;
     std::size_t SlotOf(std::uint64_t key) const;

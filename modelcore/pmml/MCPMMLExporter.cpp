@@ -1,6 +1,7 @@
 #include "modelcore/pmml/MCPMMLExporter.h"
 
 #include "modelcore/common/MCDisplay.h"
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/pmml/internal/PMMLBuilder.h"
 #include "modelcore/pmml/internal/PMMLQuality.h"
 
@@ -32,23 +33,29 @@ MCPMMLTerm& MCPMMLTerm::TimesColumn(const std::string& field, int column, int ex
 MCPMMLExporter::MCPMMLExporter(const MCVariableList& variables) : fVariables(variables) {}
 MCPMMLExporter::MCPMMLExporter(const MCPMMLExporter&) = default;
 MCPMMLExporter::MCPMMLExporter(MCPMMLExporter&&) noexcept = default;
-MCPMMLExporter& MCPMMLExporter::operator=(const MCPMMLExporter&) = default;
+MCPMMLExporter& MCPMMLExporter::operator=(const MCPMMLExporter& other)
+{
+    return MCMath_930::internal::AssignByCopy(*this, other);
+}
 MCPMMLExporter& MCPMMLExporter::operator=(MCPMMLExporter&&) noexcept = default;
 MCPMMLExporter::~MCPMMLExporter() = default;
 
 void MCPMMLExporter::SetHeader(const std::string& copyright, const std::string& application, const std::string& version,
                                const std::string& timestamp)
 {
-    fCopyright = copyright;
-    fApplication = application;
-    fVersion = version;
-    fTimestamp = timestamp;
+    // All of them or, when memory runs out, none.
+    std::string texts[] = {copyright, application, version, timestamp};
+    fCopyright.swap(texts[0]);
+    fApplication.swap(texts[1]);
+    fVersion.swap(texts[2]);
+    fTimestamp.swap(texts[3]);
 }
 
 bool MCPMMLExporter::SetEncoder(const std::string& field, const IMCEncoder& encoder)
 {
     if (fVariables.Find(field) < 0 || !encoder.IsFinished()) return false;
-    fEncoders[field] = encoder.Clone();
+    std::shared_ptr<const IMCEncoder> copy = encoder.Clone(); // before there is a place for it, which is never empty
+    fEncoders[field] = std::move(copy);
     return true;
 }
 
@@ -70,7 +77,7 @@ bool MCPMMLExporter::AddStatistics(const std::string& field, const MCMath_930::M
 
 void MCPMMLExporter::AddVerification(const std::vector<MCPMMLVerification>& cases, double precision)
 {
-    fvCases = cases;
+    fvCases = std::vector<MCPMMLVerification>(cases);
     fdPrecision = precision;
 }
 

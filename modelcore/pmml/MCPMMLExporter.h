@@ -48,6 +48,7 @@ public:
     explicit MCPMMLExporter(const MCVariableList& variables);
     MCPMMLExporter(const MCPMMLExporter&);
     MCPMMLExporter(MCPMMLExporter&&) noexcept;
+    /// When memory runs out, an assignment and every setting leave the exporter as it was.
     MCPMMLExporter& operator=(const MCPMMLExporter&);
     MCPMMLExporter& operator=(MCPMMLExporter&&) noexcept;
     ~MCPMMLExporter();
@@ -65,13 +66,13 @@ public:
 
     /// @name The model; a later one takes the place of an earlier one
     /// @{
-    void AddRegression(const MCPMMLRegression& model) { fModel = model; }
-    void AddGeneralRegression(const MCPMMLGeneralRegression& model) { fModel = model; }
-    void AddClustering(const MCPMMLClustering& model) { fModel = model; }
+    void AddRegression(const MCPMMLRegression& model) { fModel = MCPMMLRegression(model); }
+    void AddGeneralRegression(const MCPMMLGeneralRegression& model) { fModel = MCPMMLGeneralRegression(model); }
+    void AddClustering(const MCPMMLClustering& model) { fModel = MCPMMLClustering(model); }
     /// @}
 
     /// What is done to the prediction of a regression model.
-    void SetTarget(const MCPMMLTarget& target) { fTarget = target; }
+    void SetTarget(const MCPMMLTarget& target) { fTarget = MCPMMLTarget(target); }
 
     /// What is known of the values of a field: weights of valid values, of missing and of invalid ones.
     /// @return  false, and nothing changed, when there is no variable of that name

@@ -3,6 +3,7 @@
 
 #include "modelcore/common/MCStatus.h"
 #include "modelcore/common/Value.h"
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/modelcore_export.h"
 #include "modelcore/xml/JsonObject.h"
 
@@ -53,6 +54,13 @@ public:
         BrokenRule = 4,  ///< a rule over several settings would not hold
         NotAnObject = 5  ///< the JSON value is no object, or a name in it is not in the process's code page
     };
+
+    /// Copies are deep. An assignment that runs out of memory leaves the setting as it was.
+    MCSetting(const MCSetting& other) = default;
+    MCSetting& operator=(const MCSetting& other) { return MCMath_930::internal::AssignByCopy(*this, other); }
+    MCSetting(MCSetting&& other) noexcept = default;
+    MCSetting& operator=(MCSetting&& other) noexcept = default;
+    ~MCSetting() = default;
 
     const std::string& GetName() const { return fName; }
     /// Settings of one group are shown together; "" for none.

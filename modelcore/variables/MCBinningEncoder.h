@@ -4,6 +4,7 @@
 #include "modelcore/accumulators/MCContStats.h"
 #include "modelcore/accumulators/MCQuantileSketch.h"
 #include "modelcore/common/MCMV.h"
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/modelcore_export.h"
 #include "modelcore/variables/MCEncoderBase.h"
 #include "modelcore/variables/internal/CategoryIndex.h"
@@ -55,6 +56,16 @@ public:
 
     /// Equal frequency into 10 bins at first.
     explicit MCBinningEncoder(std::string field = {});
+
+    /// Copies are deep. An assignment that runs out of memory leaves the encoder as it was.
+    MCBinningEncoder(const MCBinningEncoder& other) = default;
+    MCBinningEncoder& operator=(const MCBinningEncoder& other)
+    {
+        return MCMath_930::internal::AssignByCopy(*this, other);
+    }
+    MCBinningEncoder(MCBinningEncoder&& other) noexcept = default;
+    MCBinningEncoder& operator=(MCBinningEncoder&& other) noexcept = default;
+    ~MCBinningEncoder() override = default;
 
     /// The cuts, finite and ascending; there may be none, which gives one bin.
     bool SetCuts(const std::vector<double>& cuts);

@@ -1,6 +1,7 @@
 // Encoder of categorical fields: indicators and contrasts.
 #pragma once
 
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/modelcore_export.h"
 #include "modelcore/variables/MCCategoryEncoder.h"
 
@@ -42,6 +43,16 @@ public:
     static constexpr int kMaxPolynomialLevels = 256;
 
     explicit MCCategoricalEncoder(std::string field = {});
+
+    /// Copies are deep. An assignment that runs out of memory leaves the encoder as it was.
+    MCCategoricalEncoder(const MCCategoricalEncoder& other) = default;
+    MCCategoricalEncoder& operator=(const MCCategoricalEncoder& other)
+    {
+        return MCMath_930::internal::AssignByCopy(*this, other);
+    }
+    MCCategoricalEncoder(MCCategoricalEncoder&& other) noexcept = default;
+    MCCategoricalEncoder& operator=(MCCategoricalEncoder&& other) noexcept = default;
+    ~MCCategoricalEncoder() override = default;
 
     /// Indicator at first.
     bool SetCoding(Coding coding);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "modelcore/common/MCMV.h"
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/modelcore_export.h"
 #include "modelcore/variables/MCCategoryEncoder.h"
 
@@ -35,6 +36,16 @@ public:
     enum Method : std::int32_t { MethodRank, MethodScores, MethodTargetMean };
 
     explicit MCCategoricalNumericEncoder(std::string field = {});
+
+    /// Copies are deep. An assignment that runs out of memory leaves the encoder as it was.
+    MCCategoricalNumericEncoder(const MCCategoricalNumericEncoder& other) = default;
+    MCCategoricalNumericEncoder& operator=(const MCCategoricalNumericEncoder& other)
+    {
+        return MCMath_930::internal::AssignByCopy(*this, other);
+    }
+    MCCategoricalNumericEncoder(MCCategoricalNumericEncoder&& other) noexcept = default;
+    MCCategoricalNumericEncoder& operator=(MCCategoricalNumericEncoder&& other) noexcept = default;
+    ~MCCategoricalNumericEncoder() override = default;
 
     /// MethodRank, which is what there is at first, or MethodTargetMean.
     bool SetMethod(Method method);

@@ -1,6 +1,7 @@
 // Description of a categorical variable.
 #pragma once
 
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/modelcore_export.h"
 #include "modelcore/variables/MCVariable.h"
 
@@ -25,6 +26,16 @@ public:
 
     explicit MCCategoricalVariable(std::string name = {}, VariableStorage storage = StorageString,
                                    VariableRole role = RoleInput);
+
+    /// Copies are deep. An assignment that runs out of memory leaves the variable as it was.
+    MCCategoricalVariable(const MCCategoricalVariable& other) = default;
+    MCCategoricalVariable& operator=(const MCCategoricalVariable& other)
+    {
+        return MCMath_930::internal::AssignByCopy(*this, other);
+    }
+    MCCategoricalVariable(MCCategoricalVariable&& other) noexcept = default;
+    MCCategoricalVariable& operator=(MCCategoricalVariable&& other) noexcept = default;
+    ~MCCategoricalVariable() override = default;
 
     MeasureLevel GetMeasureLevel() const override { return fbOrdered ? LevelOrdinal : LevelNominal; }
     void SetOrdered(bool ordered) { fbOrdered = ordered; }

@@ -43,6 +43,13 @@ std::vector<double> Reordered(const std::vector<double>& numbers, const std::vec
     return sorted;
 }
 
+/// Takes the memory that AddTo may want for a new category, so that it cannot run out between the two lists.
+void MakeRoom(std::vector<double>& numbers, int categories)
+{
+    const auto size = static_cast<std::size_t>(categories) + 1;
+    if (size > numbers.capacity()) numbers.reserve(std::max(size, 2 * numbers.capacity()));
+}
+
 /// Adds to the number of a category, for which a place is made when it is the next new one.
 void AddTo(std::vector<double>& numbers, int category, double amount)
 {
@@ -142,6 +149,8 @@ MCEncoderBase::Learned MCCategoryEncoder::LearnValid(const Value& value, const V
     if (category.GetType() > Value::TypeString) return Learned::Refused;
     double y = 0.0;
     if (target != nullptr) internal::ToNumber(*target, y);
+    MakeRoom(fvWeights, fIndex.Size());
+    if (target != nullptr) MakeRoom(fvTargets, fIndex.Size());
     const int place = fbGiven ? fIndex.Find(category) : fIndex.Insert(category);
     if (place < 0) {
         fdUnseenWeight += weight;
@@ -253,10 +262,32 @@ int MCCategoryEncoder::ChooseReference() const
 
 MCStatus MCCategoryEncoder::FinishLearned(int& columns)
 {
-    // The weights first: they are in the order of the categories as learned. Everything is put back when the class
-    // refuses.
-    const CategoryIndex index(fIndex);
-    const std::vector<double> weights(fvWeights), targets(fvTargets);
+    // Everything is put back when the class refuses or memory runs out, and that needs no memory.
+    CategoryIndex index(fIndex);
+    std::vector<double> weights(fvWeights), targets(fvTargets);
+    const auto putBack = [&]() noexcept {
+        fIndex = std::move(index);
+        fvWeights.swap(weights);
+        fvTargets.swap(targets);
+        fvLevelOf.clear();
+        fvLevels.clear();
+        fvLevelWeights.clear();
+        fvLevelTargets.clear();
+        fnReference = fnOther = fnMissing = fnReplacement = -1;
+    };
+    try {
+        const MCStatus status = FinishCategories(columns);
+        if (status.IsError()) putBack();
+        return status;
+    } catch (...) {
+        putBack();
+        throw;
+    }
+}
+
+MCStatus MCCategoryEncoder::FinishCategories(int& columns)
+{
+    // The weights first: they are in the order of the categories as learned.
     if (!fbGiven) {
         const std::vector<int> old = fIndex.Sort();
         fvWeights = Reordered(fvWeights, old);
@@ -281,17 +312,7 @@ MCStatus MCCategoryEncoder::FinishLearned(int& columns)
         }
     }
     if (!status.IsError()) status = FinishLevels(columns);
-    if (status.IsError()) {
-        fIndex = index;
-        fvWeights = weights;
-        fvTargets = targets;
-        fvLevelOf.clear();
-        fvLevels.clear();
-        fvLevelWeights.clear();
-        fvLevelTargets.clear();
-        fnReference = fnOther = fnMissing = fnReplacement = -1;
-        return status;
-    }
+    if (status.IsError()) return status;
     if (known == 0.0) return {FinishNoValues, true};
     if (GetNLevels() == 1) return {FinishConstant, true};
     if (status.IsOK() && GetNLevels() > fnMany) {

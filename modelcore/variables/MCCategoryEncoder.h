@@ -130,6 +130,7 @@ private:
     int MissingLevel() const;
     int UnseenLevel() const;
     std::vector<char> FindRare() const;
+    MCCommon_930::MCStatus FinishCategories(int& columns);
     void MakeLevels();
     int ChooseReference() const;
 

@@ -3,6 +3,7 @@
 
 #include "modelcore/accumulators/MCContStats.h"
 #include "modelcore/common/MCMV.h"
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/modelcore_export.h"
 #include "modelcore/variables/MCEncoderBase.h"
 
@@ -29,6 +30,16 @@ public:
     enum Scaling : std::int32_t { ScaleNone, ScaleZScore, ScaleUnit, ScaleSymmetric };
 
     explicit MCContinuousEncoder(std::string field = {});
+
+    /// Copies are deep. An assignment that runs out of memory leaves the encoder as it was.
+    MCContinuousEncoder(const MCContinuousEncoder& other) = default;
+    MCContinuousEncoder& operator=(const MCContinuousEncoder& other)
+    {
+        return MCMath_930::internal::AssignByCopy(*this, other);
+    }
+    MCContinuousEncoder(MCContinuousEncoder&& other) noexcept = default;
+    MCContinuousEncoder& operator=(MCContinuousEncoder&& other) noexcept = default;
+    ~MCContinuousEncoder() override = default;
 
     bool SetScaling(Scaling scaling);
     Scaling GetScaling() const { return fScaling; }

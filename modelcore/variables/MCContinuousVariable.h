@@ -2,6 +2,7 @@
 #pragma once
 
 #include "modelcore/common/MCMV.h"
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/modelcore_export.h"
 #include "modelcore/variables/MCVariable.h"
 
@@ -16,6 +17,16 @@ public:
     /// Storage string and boolean are taken as undefined: they hold no amounts.
     explicit MCContinuousVariable(std::string name = {}, VariableStorage storage = StorageReal,
                                   VariableRole role = RoleInput);
+
+    /// Copies are deep. An assignment that runs out of memory leaves the variable as it was.
+    MCContinuousVariable(const MCContinuousVariable& other) = default;
+    MCContinuousVariable& operator=(const MCContinuousVariable& other)
+    {
+        return MCMath_930::internal::AssignByCopy(*this, other);
+    }
+    MCContinuousVariable(MCContinuousVariable&& other) noexcept = default;
+    MCContinuousVariable& operator=(MCContinuousVariable&& other) noexcept = default;
+    ~MCContinuousVariable() override = default;
 
     MeasureLevel GetMeasureLevel() const override { return LevelContinuous; }
 

@@ -1,6 +1,7 @@
 // Encoder that rounds numbers.
 #pragma once
 
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/modelcore_export.h"
 #include "modelcore/variables/MCEncoderBase.h"
 
@@ -30,6 +31,16 @@ public:
     enum Direction : std::int32_t { RoundHalfEven, RoundUp, RoundDown };
 
     explicit MCRoundingEncoder(std::string field = {});
+
+    /// Copies are deep. An assignment that runs out of memory leaves the encoder as it was.
+    MCRoundingEncoder(const MCRoundingEncoder& other) = default;
+    MCRoundingEncoder& operator=(const MCRoundingEncoder& other)
+    {
+        return MCMath_930::internal::AssignByCopy(*this, other);
+    }
+    MCRoundingEncoder(MCRoundingEncoder&& other) noexcept = default;
+    MCRoundingEncoder& operator=(MCRoundingEncoder&& other) noexcept = default;
+    ~MCRoundingEncoder() override = default;
 
     /// Rounds to multiples of a unit, which is finite and above 0; 1 at first.
     bool SetUnit(double unit);

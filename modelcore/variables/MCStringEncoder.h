@@ -1,6 +1,7 @@
 // Encoder of text fields.
 #pragma once
 
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/modelcore_export.h"
 #include "modelcore/variables/MCCategoricalEncoder.h"
 
@@ -26,6 +27,16 @@ public:
     enum Case : std::int32_t { CaseKept, CaseLower, CaseUpper };
 
     explicit MCStringEncoder(std::string field = {});
+
+    /// Copies are deep. An assignment that runs out of memory leaves the encoder as it was.
+    MCStringEncoder(const MCStringEncoder& other) = default;
+    MCStringEncoder& operator=(const MCStringEncoder& other)
+    {
+        return MCMath_930::internal::AssignByCopy(*this, other);
+    }
+    MCStringEncoder(MCStringEncoder&& other) noexcept = default;
+    MCStringEncoder& operator=(MCStringEncoder&& other) noexcept = default;
+    ~MCStringEncoder() override = default;
 
     /// TrimBoth at first.
     bool SetTrim(Trim trim);

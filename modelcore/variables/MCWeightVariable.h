@@ -1,6 +1,7 @@
 // Description of a variable that holds weights.
 #pragma once
 
+#include "modelcore/common/internal/EmptiedOnMove.h"
 #include "modelcore/modelcore_export.h"
 #include "modelcore/variables/MCVariable.h"
 
@@ -16,6 +17,16 @@ public:
     /// @param role  a role of weights; any other is taken as that of a frequency weight
     explicit MCWeightVariable(std::string name = {}, VariableRole role = RoleFrequencyWeight,
                               VariableStorage storage = StorageReal);
+
+    /// Copies are deep. An assignment that runs out of memory leaves the variable as it was.
+    MCWeightVariable(const MCWeightVariable& other) = default;
+    MCWeightVariable& operator=(const MCWeightVariable& other)
+    {
+        return MCMath_930::internal::AssignByCopy(*this, other);
+    }
+    MCWeightVariable(MCWeightVariable&& other) noexcept = default;
+    MCWeightVariable& operator=(MCWeightVariable&& other) noexcept = default;
+    ~MCWeightVariable() override = default;
 
     MeasureLevel GetMeasureLevel() const override { return LevelContinuous; }
     bool SetRole(VariableRole role) override;

@@ -124,6 +124,14 @@ TEST(Objects, WithoutMemoryTheyAreAsTheyWereOrEmpty)
             const SavedFile file(Saved(filled));
             ExpectWholeWhenMemoryRunsOut(
                 empty, empty, [&](auto& object) { Restore(object, file); }, kLook);
+            const std::string bytes = MCXML_930::MCStateBytes::Save(filled);
+            ExpectWholeWhenMemoryRunsOut(
+                empty, empty, [&](auto& object) { MCXML_930::MCStateBytes::Restore(bytes, object); }, kLook);
+            ExpectWholeTextOrNone([&] { return MCXML_930::MCStateBytes::Save(filled); });
+            ExpectWholeTextOrNone([&] {
+                std::ostringstream text;
+                return filled.WriteObjectXML(text, 1) > 0 ? text.str() : std::string();
+            });
         }
         const auto merge = [other = filled](auto& object) {
             if constexpr (requires { object.Merge(other); }) object.Merge(other);

@@ -2,6 +2,7 @@
 #include "Document.h"
 
 #include "support/DisplayCapture.h"
+#include "support/MovedFrom.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -320,6 +321,35 @@ TEST(MCPMMLExporter, ChecksWhatIsAddedAndKeepsCopies)
     const std::string shown = Shown(exporter);
     EXPECT_TRUE(shown.starts_with("MCPMMLExporter display start\n") && shown.ends_with("MCPMMLExporter display end\n"));
     EXPECT_EQ(MCPMMLExporter(MCVariableList()).GetOutputNames(), std::vector<std::string>());
+}
+
+TEST(MCPMMLExporter, WithoutMemoryItIsAsItWas)
+{
+    Small s;
+    const MCPMMLExporter exporter = s.Exporter();
+    const std::vector<MCPMMLVerification> cases{{{1.0, "a", Value()}, {0.5}}};
+    MCCategoricalEncoder levels("k");
+    levels.Learn("a");
+    levels.Finish();
+    const auto whole = [&exporter](auto change) {
+        ExpectWholeWhenMemoryRunsOut(exporter, exporter, change, [](const MCPMMLExporter& e) { return TextOf(e); });
+    };
+    const std::string text = "a text that is longer than a small string";
+    whole([&](MCPMMLExporter& e) { e.SetHeader(text, text, text, text); });
+    whole([&](MCPMMLExporter& e) { e.SetEncoder("k", levels); });
+    whole([&](MCPMMLExporter& e) { e.AddGeneralRegression(s.General()); });
+    whole([&](MCPMMLExporter& e) { e.AddVerification(cases); });
+    whole([&](MCPMMLExporter& e) { e.AddStatistics("k", MCMath_930::MCCatStats({1, 2}), {"a", "b & \"c\""}); });
+    MCVariableList others;
+    others.Add(MCContinuousVariable(text));
+    const MCPMMLExporter other(others);
+    whole([&](MCPMMLExporter& e) { e = other; });
+    ExpectWholeTextOrNone([&] {
+        std::string out;
+        ExportFormat layout;
+        if (const std::unique_ptr<XMLElement> root{exporter.Create()}) root->ToString(out, layout);
+        return out;
+    });
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // MCSetting, MCSettings: what is taken and refused, messages, all or nothing, JSON, schema, saved state.
 #include "modelcore/settings/MCSettings.h"
 #include "modelcore/xml/XMLValueStream.h"
+#include "support/MovedFrom.h"
 #include "support/Program.h"
 #include "support/Saved.h"
 #include "support/Testing.h"
@@ -157,6 +158,39 @@ TEST(MCSettings, ManyAreSetTogetherOrNotAtAll)
     EXPECT_THROW(other.Set("title", "new"), int);
     EXPECT_EQ(other, otherBefore);
     EXPECT_FALSE(other == before);
+}
+
+TEST(MCSettings, WithoutMemoryTheyAreAsTheyWere)
+{
+    const std::string text = "a text that is longer than a small string";
+    MCSettings other = Example();
+    const std::map<std::string, Value> values{
+        {"title", text}, {"cuts", List({0.1, 0.2, 0.3})}, {"terms", List({text})}};
+    ASSERT_TRUE(other.SetAll(values).IsOK());
+    const SavedFile file(Saved(other));
+    const JsonObject json = other.ToJson();
+    const auto whole = [](auto change) {
+        const auto look = [](const MCSettings& settings) {
+            const DisplayCapture capture;
+            settings.Display();
+            return capture.Text();
+        };
+        ExpectWholeWhenMemoryRunsOut(Example(), MCSettings(), change, look);
+    };
+    whole([&](MCSettings& s) { s.AddString("another", text, text, "Model"); });
+    whole([&](MCSettings& s) { s.AddStringList("others", {text, "b"}, {text, "b"}, 0, 3, text); });
+    whole([&](MCSettings& s) { s.AddRule(text, [text](const MCSettings&) { return !text.empty(); }); });
+    whole([&](MCSettings& s) { s.Set("title", text); });
+    whole([&](MCSettings& s) { s.SetAll(values); });
+    whole([&](MCSettings& s) { s.FromJson(json); });
+    whole([&](MCSettings& s) { Restore(s, file); });
+    whole([&](MCSettings& s) { s = other; });
+    whole([](MCSettings& s) { s.Reset(); });
+    ExpectAssignmentIsWhole(*other.Find("terms"), *other.Find("cuts"),
+                            [](const MCSetting& s) { return s.GetName() + s.GetValueText() + s.GetLegalText(); });
+    MCWarnings warnings;
+    std::string message;
+    whole([&](MCSettings& s) { s.SetAll({{"pEnter", 2.0}, {text, true}}, &warnings, &message); });
 }
 
 TEST(MCSettings, AddRefusesNamesDefaultsAndRulesThatCannotBe)

@@ -5,13 +5,17 @@
 #include <gtest/gtest.h>
 
 #include <new>
+#include <string>
 #include <utility>
 
-/// While it lives, this thread gets `allowed` more allocations; every later one throws std::bad_alloc.
+/// While it lives, this thread gets `allowed` more allocations; the next, or every later one, throws std::bad_alloc.
 class MemoryLimit {
 public:
-    explicit MemoryLimit(long allowed);
+    enum Shortage { ForEver, Once };
+    explicit MemoryLimit(long allowed, Shortage shortage = ForEver);
     ~MemoryLimit();
+    /// Whether an allocation failed in this thread since the last limit began.
+    static bool WasReached();
     MemoryLimit(const MemoryLimit&) = delete;
     MemoryLimit& operator=(const MemoryLimit&) = delete;
 };
@@ -53,30 +57,47 @@ void ExpectEmptyAfterMove(const T& filled, const T& empty, Look look, Use use)
 }
 
 /// Calls change(T&) on copies of filled, with memory running out at its first allocation, at its second, and so on (past
-/// a hundred in longer steps) until it gets through. Whenever it does not, the object shows what it showed before, or what
-/// empty shows. Returns how often memory ran out.
+/// a hundred in longer steps) until it needs no more; for ever, and for that one time. Whenever it throws, the object
+/// shows what it showed before, or what empty shows; and where it does without, that or what the change gives. The change
+/// is then made once more: it gives the same as on an object that never was short of memory. Returns how often memory ran
+/// out.
 template <class T, class Change, class Look>
 long ExpectWholeWhenMemoryRunsOut(const T& filled, const T& empty, Change change, Look look)
 {
     const auto all = look(filled), nothing = look(empty);
+    T whole(filled);
+    change(whole);
+    const auto changed = look(whole);
     long times = 0;
-    for (long allowed = 0, refused = 1; refused != 0; ++allowed) {
-        T object(filled);
-        refused = 0;
-        try {
-            const MemoryLimit limit(allowed);
-            change(object);
-        } catch (const std::bad_alloc&) {
-            refused = 1;
+    for (const MemoryLimit::Shortage shortage : {MemoryLimit::ForEver, MemoryLimit::Once}) {
+        bool reached = true;
+        for (long allowed = 0; reached; ++allowed) {
+            T object(filled);
+            bool thrown = false;
+            try {
+                const MemoryLimit limit(allowed, shortage);
+                change(object);
+            } catch (const std::bad_alloc&) {
+                thrown = true;
+            }
+            reached = MemoryLimit::WasReached();
+            times += reached;
+            const auto seen = look(object);
+            if (seen == all) {
+                if (reached) {
+                    change(object);
+                    EXPECT_EQ(look(object), changed) << "made again after " << allowed << " allocations";
+                }
+            } else if (thrown) {
+                EXPECT_EQ(seen, nothing) << "after " << allowed << " allocations";
+                change(object);
+            } else if (!reached || !(seen == nothing)) {
+                EXPECT_EQ(seen, changed) << "after " << allowed << " allocations";
+            }
+            EXPECT_LT(allowed, 100000) << "never gets through";
+            if (allowed >= 100000 || ::testing::Test::HasFailure()) return times;
+            if (allowed >= 100) allowed += allowed / 4; // there may be thousands
         }
-        const auto seen = look(object);
-        if (refused != 0 && !(seen == nothing)) {
-            EXPECT_EQ(seen, all) << "after " << allowed << " allocations";
-        }
-        times += refused;
-        EXPECT_LT(allowed, 100000) << "never gets through";
-        if (allowed >= 100000) break;
-        if (allowed >= 100) allowed += allowed / 4; // there may be thousands
     }
     return times;
 }
@@ -87,4 +108,13 @@ void ExpectAssignmentIsWhole(const T& filled, const T& other, Look look)
 {
     ExpectWholeWhenMemoryRunsOut(
         filled, filled, [&other](T& object) { object = other; }, look);
+}
+
+/// Calls write(), which returns a text, with memory running out in the same ways: it throws, returns nothing or the whole.
+template <class Write>
+void ExpectWholeTextOrNone(Write write)
+{
+    ExpectWholeWhenMemoryRunsOut(
+        std::string(), std::string(), [&write](std::string& text) { text = write(); },
+        [](const std::string& text) { return text; });
 }

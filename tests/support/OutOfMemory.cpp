@@ -10,11 +10,13 @@ namespace {
 
 constexpr long kNoLimit = std::numeric_limits<long>::max();
 thread_local long allocationsLeft = kNoLimit;
+thread_local bool failsOnce = false, wasReached = false;
 
 void* Allocate(std::size_t size, std::size_t alignment)
 {
     if (allocationsLeft != kNoLimit && allocationsLeft-- <= 0) {
-        allocationsLeft = 0;
+        allocationsLeft = failsOnce ? kNoLimit : 0;
+        wasReached = true;
         throw std::bad_alloc();
     }
     // aligned_alloc wants a multiple of the alignment, which may overflow for sizes that no machine has.
@@ -28,14 +30,21 @@ void* Allocate(std::size_t size, std::size_t alignment)
 
 } // namespace
 
-MemoryLimit::MemoryLimit(long allowed)
+MemoryLimit::MemoryLimit(long allowed, Shortage shortage)
 {
     allocationsLeft = allowed;
+    failsOnce = shortage == Once;
+    wasReached = false;
 }
 
 MemoryLimit::~MemoryLimit()
 {
     allocationsLeft = kNoLimit;
+}
+
+bool MemoryLimit::WasReached()
+{
+    return wasReached;
 }
 
 void* operator new(std::size_t size)

@@ -1,5 +1,6 @@
 // What all encoders hold to, and the encoders of numbers that need no bins.
 #include "VariablesTesting.h"
+#include "support/MovedFrom.h"
 
 #include <cfenv>
 
@@ -146,6 +147,54 @@ TEST(Encoders, MergeInAnyOrderSaveAndGoOnAlike)
     }
 }
 
+TEST(Encoders, AssignmentWithoutMemoryLeavesThemAsTheyWere)
+{
+    const auto test = []<class Encoder>(Encoder first) {
+        Encoder second("a field whose name is longer than a small string");
+        second.SetMissingRule(second.MissingOwnCategory, 2.5);
+        for (const double x : {1.5, 2.5, 3.5}) first.Learn(x), second.Learn(-x);
+        first.Finish();
+        ExpectAssignmentIsWhole(first, second, [](const Encoder& e) { return Saved(e); });
+        ExpectAssignmentIsWhole(second, first, [](const Encoder& e) { return Saved(e); });
+    };
+    test(MCContinuousEncoder("f")), test(MCRoundingEncoder("f")), test(MCBinningEncoder("f"));
+    test(MCCategoricalEncoder("f")), test(MCCategoricalNumericEncoder("f")), test(MCStringEncoder("f"));
+}
+
+// Each in the middle of learning, with other cases to merge, to read back and to learn.
+TEST(Encoders, WithoutMemoryTheyAreAsTheyWere)
+{
+    struct Held {
+        std::unique_ptr<MCEncoderBase> encoder;
+        explicit Held(std::unique_ptr<MCEncoderBase> made) : encoder(std::move(made)) {}
+        Held(const Held& other) : encoder(static_cast<MCEncoderBase*>(other.encoder->Clone().release())) {}
+    };
+    const Data data = Random(60);
+    for (const Make& make : AllEncoders()) {
+        const Held filled(make()), other(make());
+        data.Learn(*filled.encoder, 0, 40);
+        data.Learn(*other.encoder, 30, 60);
+        const SavedFile file(Saved(*other.encoder));
+        const JsonObject json = other.encoder->ToJson();
+        const auto whole = [&filled](auto change) {
+            ExpectWholeWhenMemoryRunsOut(
+                filled, filled, [&](Held& held) { change(*held.encoder); },
+                [](const Held& held) { return Saved(*held.encoder); });
+        };
+        whole([](auto& e) { e.LearnWithTarget(77.25, 2.0, 1.0); });
+        whole([](auto& e) { e.LearnWithTarget("a category with more text than a small string", 7.0, 1.0); });
+        whole([](auto& e) { e.SetMissingRule(e.MissingReplaced, "a text that is longer than a small string"); });
+        whole([&](auto& e) { e.Merge(*other.encoder); });
+        whole([&](auto& e) { e.FromJson(json); });
+        whole([&](auto& e) { Restore(e, file); });
+        whole([](auto& e) { e.Finish(); });
+        ExpectWholeTextOrNone([&] {
+            std::ostringstream text;
+            return filled.encoder->WriteObjectXML(text, 1) > 0 ? text.str() : std::string();
+        });
+    }
+}
+
 TEST(Encoders, RefuseBadCasesAndOtherSettings)
 {
     MCContinuousEncoder encoder("f"), scaled("f"), field("g");
@@ -163,6 +212,12 @@ TEST(Encoders, RefuseBadCasesAndOtherSettings)
     std::vector<double> row(1, 7.0);
     EXPECT_EQ(encoder.Encode(1.0, row), IMCEncoder::Refused);
     EXPECT_EQ(encoder.EncodeBlock(two, row, 1), -1);
+    // A state that gives a field twice, first as a number and then as a list.
+    std::string twice = before;
+    ASSERT_NE(twice.find("\"stats\""), std::string::npos);
+    twice.replace(twice.find("\"stats\""), 7, "\"columns\"");
+    EXPECT_EQ(Restore(encoder, twice), 0);
+    EXPECT_EQ(Saved(encoder), before);
     EXPECT_EQ(MCEncoderBase::Create("MCOtherEncoder"), nullptr);
     EXPECT_EQ(MCEncoderBase::CreateFromJson(JsonObject::NewObject()), nullptr);
     MCCategoricalEncoder named("f");

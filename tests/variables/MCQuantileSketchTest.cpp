@@ -1,4 +1,5 @@
 #include "VariablesTesting.h"
+#include "support/MovedFrom.h"
 
 using MCMath_930::MCQuantileSketch;
 
@@ -115,4 +116,22 @@ TEST(MCQuantileSketch, HoldsAnyRangeOfDoubles)
     const DisplayCapture capture;
     sketch.Display();
     EXPECT_NE(capture.Text().find("Bits of the fraction: -"), std::string::npos) << capture.Text();
+}
+
+TEST(MCQuantileSketch, WithoutMemoryItIsAsItWas)
+{
+    const std::vector<double> x = Normals(100);
+    const MCQuantileSketch few = Of(std::span(x).first(16), 64), many = Of(x, 64);
+    const SavedFile file(Saved(many));
+    const auto whole = [&few](auto change) {
+        ExpectWholeWhenMemoryRunsOut(few, MCQuantileSketch(64), change, [](const auto& each) { return Saved(each); });
+    };
+    whole([](MCQuantileSketch& s) { s.Update(7.0); });
+    whole([&](MCQuantileSketch& s) { s.UpdateBlock(x); });
+    whole([&](MCQuantileSketch& s) { s.Merge(many); });
+    whole([&](MCQuantileSketch& s) { s.Merge(s); });
+    whole([&](MCQuantileSketch& s) { s = many; });
+    whole([&](MCQuantileSketch& s) { s.Coarsen(3); });
+    whole([&](MCQuantileSketch& s) { s.Restore(64, many.GetFractionBits(), many.GetBuckets()); });
+    whole([&](MCQuantileSketch& s) { Restore(s, file); });
 }

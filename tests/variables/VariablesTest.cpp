@@ -1,5 +1,6 @@
 // Descriptions of variables and their list.
 #include "VariablesTesting.h"
+#include "support/MovedFrom.h"
 
 namespace {
 
@@ -156,4 +157,27 @@ TEST(MCVariableList, ComesBackFromStreamAndJson)
         EXPECT_FALSE(list.FromJson(json)) << to;
         EXPECT_EQ(list.Size(), 5);
     }
+}
+
+TEST(MCVariableList, WithoutMemoryItIsAsItWas)
+{
+    const MCVariableList list = Example();
+    MCVariableList other;
+    other.Add(MCWeightVariable("a weight with more text than a small string holds"));
+    const SavedFile file(Saved(other));
+    const JsonObject json = other.ToJson();
+    const std::string text = "a text that is longer than a small string";
+    const auto whole = [](const auto& object, auto change) {
+        ExpectWholeWhenMemoryRunsOut(object, object, change, [](const auto& each) { return Saved(each); });
+    };
+    whole(list, [&](MCVariableList& l) { l = other; });
+    whole(list, [&](MCVariableList& l) { l.Add(*other.Get(0)); });
+    whole(list, [&](MCVariableList& l) { l.FromJson(json); });
+    whole(list, [&](MCVariableList& l) { Restore(l, file); });
+    const auto* const cut = dynamic_cast<const MCCategoricalVariable*>(list.Get("cut"));
+    whole(*cut, [&](MCCategoricalVariable& v) { v.AddCategory(text, text + "'s label"); });
+    whole(*cut, [&](MCCategoricalVariable& v) { v.AddMissingCode(text); });
+    whole(*cut, [](MCCategoricalVariable& v) { v.SortCategories(); });
+    whole(*cut,
+          [](MCCategoricalVariable& v) { v = MCCategoricalVariable("a name that is longer than a small string"); });
 }

@@ -6,6 +6,7 @@
 #include "modelcore/xml/XMLUtil.h"
 #include "modelcore/xml/XMLWrite.h"
 #include "support/Growth.h"
+#include "support/MovedFrom.h"
 #include "support/Testing.h"
 
 #include <thread>
@@ -237,4 +238,35 @@ TEST(XMLElement, PiecesOfAnySizePassTheBuffer)
     }
     expected += "</r>";
     EXPECT_TRUE(TextOf(*root, Layout(false, false)) == expected);
+}
+
+TEST(XMLElement, WithoutMemoryTheTreeIsAsItWas)
+{
+    struct Held {
+        Tree tree;
+        Held() : tree(SmallTree()) {}
+        Held(const Held& other) : tree(other.tree->Clone()) {}
+    };
+    const Held filled;
+    const auto whole = [&filled](auto change) {
+        ExpectWholeWhenMemoryRunsOut(
+            filled, filled, [&](Held& held) { change(held.tree); },
+            [](const Held& held) { return TextOf(*held.tree); });
+    };
+    const std::string text = "a text that is longer & longer than a small string";
+    whole([&](Tree& t) { t->AddAttribute("x", text); });
+    whole([&](Tree& t) { t->AddElement(XMLString::Create(text)); });
+    whole([&](Tree& t) { t->AddElement(XMLElement::Create(text)); });
+    whole([&](Tree& t) { t->AddElement(t->Clone()); });
+    whole([&](Tree& t) { t.reset(t->Clone()); });
+    ExpectWholeTextOrNone([&] {
+        ExportFormat layout;
+        std::string out;
+        filled.tree->ToString(out, layout);
+        return out;
+    });
+    ExpectWholeTextOrNone([&] {
+        std::ostringstream out;
+        return WriteTreeUTF8(out, nullptr, filled.tree.get(), true) == 0 && out ? out.str() : std::string();
+    });
 }

@@ -122,7 +122,7 @@ bool ReadNode(MCMath_930::internal::StateReader& reader, Value& node, int depth)
         node.AssertMap();
         reader.Read(size);
         for (int i = 0; i < size && reader.Ok(); ++i)
-            if (reader.Read(text)) ReadNode(reader, node[text], depth + 1);
+            if (reader.Read(text) && reader.Require(!node.Contains(text))) ReadNode(reader, node[text], depth + 1);
         break;
     default: reader.Require(false);
     }
