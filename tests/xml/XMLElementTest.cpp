@@ -1,5 +1,6 @@
 #include "modelcore/xml/XMLElement.h"
 #include "modelcore/xml/ExportFormat.h"
+#include "modelcore/xml/JsonObject.h"
 #include "modelcore/xml/XMLAttribute.h"
 #include "modelcore/xml/XMLDocType.h"
 #include "modelcore/xml/XMLString.h"
@@ -10,6 +11,9 @@
 #include "support/Testing.h"
 
 #include <thread>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 using namespace MCXML_930;
 
@@ -239,6 +243,37 @@ TEST(XMLElement, PiecesOfAnySizePassTheBuffer)
     expected += "</r>";
     EXPECT_TRUE(TextOf(*root, Layout(false, false)) == expected);
 }
+
+#ifdef __GLIBC__
+// Of many nodes in one block a single one that is forgotten keeps the block.
+TEST(XMLElement, TreesAndJsonLeaveNothingBehind)
+{
+    const auto grow = [] {
+        const Tree root(XMLElement::Create("r"));
+        XMLElement* inner = root.get();
+        JsonObject json = 1.5;
+        for (int depth = 0; depth < 100; ++depth) {
+            for (int i = 0; i < 3; ++i) {
+                XMLElement* const child = XMLElement::Create("e");
+                child->AddAttribute("a", "a text that is longer than a small string");
+                inner->AddElement(child);
+                inner = i == 1 ? child : inner;
+            }
+            JsonObject outer;
+            outer.Set("before", "a text that is longer than a small string");
+            outer.Set("inner", std::move(json));
+            json = JsonObject::NewArray();
+            json.Append(depth);
+            json.Append(std::move(outer));
+        }
+    };
+    grow();
+    const std::size_t before = mallinfo2().uordblks;
+    for (int i = 0; i < 50; ++i) grow();
+    EXPECT_LT(mallinfo2().uordblks, before + 100000);
+}
+
+#endif
 
 TEST(XMLElement, WithoutMemoryTheTreeIsAsItWas)
 {
