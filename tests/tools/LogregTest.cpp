@@ -133,6 +133,10 @@ TEST(Logreg, BadInputIsOneClearLine)
         {"y,x\n1,1\n0,2\n",
          {"--model", "y ~ x^2:x"},
          "model 'y ~ x^2:x', character 10: two powers of 'x' in one product"},
+        {"y,x\n1,1\n0,2\n",
+         {"--model", "y ~ " + std::string(100000, '(')},
+         "model 'y ~ ((((((((((((((((((((((((((((((((((((...', character 106: more than 100 parentheses are "
+         "within each other"},
         {"y,f\n1,a\n0,b\n", {"--model", "y ~ f^2"}, "the model has a power of 'f', which is a factor"},
         {"y,x\n1,1\n0,2\n",
          {"--model", "y ~ x", "--target", "y"},

@@ -16,6 +16,7 @@ using AllOthers = std::function<std::vector<std::string>(const std::string&)>;
 
 constexpr int kMaxPower = 20;
 constexpr std::size_t kMaxTerms = 5000;
+constexpr int kMaxDepth = 100; // each level takes a piece of the stack
 
 class Parser {
 public:
@@ -164,7 +165,10 @@ private:
     {
         Skip();
         if (Take('(')) {
+            if (++fDepth > kMaxDepth)
+                Refuse("more than " + std::to_string(kMaxDepth) + " parentheses are within each other");
             Terms terms = Sum();
+            --fDepth;
             std::erase_if(terms, [](const FormulaTerm& term) { return term.empty(); });
             if (!Take(')')) Refuse("a ')' is missing");
             if (!Take('^')) return terms;
@@ -192,6 +196,7 @@ private:
     const std::string& fText;
     const AllOthers& fAllOthers;
     std::size_t fAt = 0;
+    int fDepth = 0; // parentheses that are open
     Formula fFormula;
 };
 
