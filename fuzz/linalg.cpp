@@ -155,6 +155,7 @@ void Orthogonal(Input& input, int n)
     Linpack::Dqrdc(f.data(), n, n, p, qraux.data(), pivots.data(), work.data(), input.Int(0, 1));
     Array y(static_cast<std::size_t>(n)), qy(y), qty(y), rsd(y), xb(y), b(qraux);
     for (double& each : y) each = input.Small();
+    if (n == 0 || p == 0) return; // Dqrsl wants a column
     Linpack::Dqrsl(f.data(), n, n, std::min(n, p), qraux.data(), y.data(), qy.data(), qty.data(), b.data(), rsd.data(),
                    xb.data(), 11111);
     if (x.IsSmall())

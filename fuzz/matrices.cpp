@@ -334,8 +334,9 @@ void Dense(Input& input)
         case 7: {
             MCBitSet kept;
             MCRectMatrix out, q;
-            const int rank = r.FindRedundancies(1e-8, kept, input.Bool());
-            REQUIRE(rank >= 0 && rank <= std::min(rows, cols));
+            const bool byRows = input.Bool();
+            const int redundant = r.FindRedundancies(1e-8, kept, byRows);
+            REQUIRE(redundant >= 0 && kept.Count() == (byRows ? rows : cols) - redundant);
             r.ExtractFullRank(1e-8, input.Bool(), out);
             r.QRDecompositionH(q, out);
             Row x;
