@@ -1,5 +1,6 @@
 // What all classes of this folder owe as objects: after moves, without memory, saved, merged and shown.
 #include "accumulators/AccumulatorsTesting.h"
+#include "support/FailingOutput.h"
 #include "support/MovedFrom.h"
 
 #include <cstdio>
@@ -211,6 +212,9 @@ TEST(Objects, SavedTheyComeBackWithEveryBit)
             // A disk that is full says so only when the lines leave the stream's buffer.
             std::ofstream full(std::filesystem::exists("/dev/full") ? "/dev/full" : "/nonexistent/file");
             EXPECT_EQ(filled.WriteObjectXML(full, 0), 0);
+            const std::string kept = Saved(filled);
+            ExpectFailureIsTold([&](std::ostream& stream) { return filled.WriteObjectXML(stream, 0) > 0; });
+            EXPECT_EQ(Saved(filled), kept);
         }
     });
 }

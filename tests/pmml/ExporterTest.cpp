@@ -2,6 +2,7 @@
 #include "Document.h"
 
 #include "support/DisplayCapture.h"
+#include "support/FailingOutput.h"
 #include "support/MovedFrom.h"
 
 #include <gmock/gmock.h>
@@ -334,6 +335,10 @@ TEST(MCPMMLExporter, WithoutMemoryItIsAsItWas)
     const auto whole = [&exporter](auto change) {
         ExpectWholeWhenMemoryRunsOut(exporter, exporter, change, [](const MCPMMLExporter& e) { return TextOf(e); });
     };
+    const std::unique_ptr<XMLElement> document(exporter.Create());
+    for (const bool format : {false, true})
+        ExpectFailureIsTold(
+            [&](std::ostream& stream) { return WriteTreeUTF8(stream, nullptr, document.get(), format) == 0; });
     const std::string text = "a text that is longer than a small string";
     whole([&](MCPMMLExporter& e) { e.SetHeader(text, text, text, text); });
     whole([&](MCPMMLExporter& e) { e.SetEncoder("k", levels); });

@@ -1,6 +1,7 @@
 // MCSetting, MCSettings: what is taken and refused, messages, all or nothing, JSON, schema, saved state.
 #include "modelcore/settings/MCSettings.h"
 #include "modelcore/xml/XMLValueStream.h"
+#include "support/FailingOutput.h"
 #include "support/MovedFrom.h"
 #include "support/Program.h"
 #include "support/Saved.h"
@@ -169,6 +170,8 @@ TEST(MCSettings, WithoutMemoryTheyAreAsTheyWere)
     ASSERT_TRUE(other.SetAll(values).IsOK());
     const SavedFile file(Saved(other));
     const JsonObject json = other.ToJson();
+    ExpectFailureIsTold([&](std::ostream& stream) { return other.WriteObjectXML(stream, 0) > 0; });
+    ExpectFailureIsTold([&](std::ostream& stream) { return json.Write(stream, true) == 0; });
     const auto whole = [](auto change) {
         const auto look = [](const MCSettings& settings) {
             const DisplayCapture capture;

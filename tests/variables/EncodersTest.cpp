@@ -1,5 +1,6 @@
 // What all encoders hold to, and the encoders of numbers that need no bins.
 #include "VariablesTesting.h"
+#include "support/FailingOutput.h"
 #include "support/MovedFrom.h"
 
 #include <cfenv>
@@ -181,6 +182,7 @@ TEST(Encoders, WithoutMemoryTheyAreAsTheyWere)
                 filled, filled, [&](Held& held) { change(*held.encoder); },
                 [](const Held& held) { return Saved(*held.encoder); });
         };
+        ExpectFailureIsTold([&](std::ostream& stream) { return filled.encoder->WriteObjectXML(stream, 0) > 0; });
         whole([](auto& e) { e.LearnWithTarget(77.25, 2.0, 1.0); });
         whole([](auto& e) { e.LearnWithTarget("a category with more text than a small string", 7.0, 1.0); });
         whole([](auto& e) { e.SetMissingRule(e.MissingReplaced, "a text that is longer than a small string"); });

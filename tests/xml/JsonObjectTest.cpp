@@ -534,7 +534,7 @@ TEST(JsonObjectMemory, RunningOutLeavesTheValueAsItWas)
     // Larger than the slabs that small blocks come from, so that requests are made.
     const JsonObject part = JsonObject::FromReals(std::vector<double>(600, 1.5));
     JsonObject object;
-    for (int i = 0; i < 600; ++i) object.Set("a name of more than fourteen bytes " + std::to_string(i), part);
+    for (int i = 0; i < 60; ++i) object.Set("a name of more than fourteen bytes " + std::to_string(i), part);
     const std::string text = Text(object);
     JsonObject array = JsonObject::FromReals(std::vector<double>(512, 2.0));
     const JsonObject added(std::string(5000, 'z'));

@@ -6,6 +6,7 @@
 #include "modelcore/xml/XMLString.h"
 #include "modelcore/xml/XMLUtil.h"
 #include "modelcore/xml/XMLWrite.h"
+#include "support/FailingOutput.h"
 #include "support/Growth.h"
 #include "support/MovedFrom.h"
 #include "support/Testing.h"
@@ -288,6 +289,12 @@ TEST(XMLElement, WithoutMemoryTheTreeIsAsItWas)
             filled, filled, [&](Held& held) { change(held.tree); },
             [](const Held& held) { return TextOf(*held.tree); });
     };
+    const Tree large(XMLElement::Create("large")); // passes the writer's buffer
+    for (int i = 0; i < 2000; ++i) large->AddElement(SmallTree().release());
+    for (const XMLElement* const root : {filled.tree.get(), large.get()}) {
+        ExpectFailureIsTold([&](std::ostream& stream) { return WriteTree(stream, nullptr, root, true) == 0; });
+        ExpectFailureIsTold([&](std::ostream& stream) { return WriteTreeUTF8(stream, nullptr, root, false) == 0; });
+    }
     const std::string text = "a text that is longer & longer than a small string";
     whole([&](Tree& t) { t->AddAttribute("x", text); });
     whole([&](Tree& t) { t->AddElement(XMLString::Create(text)); });
