@@ -1,0 +1,50 @@
+// The scenario gives the same bits here as everywhere, with every kernel set.
+#include "tests/machines/Scenario.h"
+
+#include "support/AllKernels.h"
+
+#include <gtest/gtest.h>
+
+#include <cinttypes>
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <string>
+
+namespace {
+
+std::string Line(const ScenarioHash& part)
+{
+    char digits[17];
+    std::snprintf(digits, sizeof digits, "%016" PRIx64, part.hash);
+    return std::string(digits) + "  " + part.name;
+}
+
+TEST(Scenario, HasTheHashesOfEveryMachine)
+{
+    std::string expected;
+    std::ifstream in(MODELCORE_TEST_DATA "/reproducibility-hash.txt");
+    for (std::string line; std::getline(in, line);)
+        if (!line.starts_with('#')) expected += line + "\n";
+    std::map<std::string, std::uint64_t> ofThisMachine; // what depends on the C library is the same on one machine
+    ForEachKernelSet([&] {
+        std::string found;
+        for (const ScenarioHash& part : RunScenario()) {
+            if (!part.NeedsSameCLibrary())
+                found += Line(part) + "\n";
+            else
+                EXPECT_EQ(ofThisMachine.try_emplace(part.name, part.hash).first->second, part.hash) << part.name;
+        }
+        EXPECT_EQ(found, expected);
+    });
+}
+
+TEST(Scenario, SavedStatesGoOnAsTheOriginals)
+{
+    std::map<std::string, std::string> states = SaveStates();
+    EXPECT_EQ(CheckStates(states), "");
+    states["MCExactXProducts"] = states["MCMeansXProducts"];
+    EXPECT_NE(CheckStates(states), "");
+}
+
+} // namespace
