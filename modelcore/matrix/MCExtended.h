@@ -22,10 +22,25 @@ inline MCExtended ExactSum(double a, double b)
     return {sum, (a - (sum - part)) + (b - part)};
 }
 
+/// a * b, rounded before anything is added to it. Compilers fuse a product and a sum by default where the processor can,
+/// and a caller's code is not compiled with the flags of the library: this keeps the bits the same in both. Only clang
+/// with -ffp-contract=fast takes the liberty all the same.
+inline double RoundedProduct(double a, double b)
+{
+#if defined(__clang__)
+#pragma clang fp contract(off)
+    return a * b;
+#elif defined(__FP_FAST_FMA)
+    return std::fma(a, b, -0.0); // which the compiler leaves as it is
+#else
+    return a * b;
+#endif
+}
+
 /// a * b exactly, unless it underflows.
 inline MCExtended ExactProduct(double a, double b)
 {
-    const double product = a * b;
+    const double product = RoundedProduct(a, b);
     return {product, std::fma(a, b, -product)};
 }
 
@@ -50,13 +65,13 @@ inline MCExtended operator-(MCExtended a, MCExtended b)
 inline MCExtended operator*(MCExtended a, MCExtended b)
 {
     const MCExtended product = ExactProduct(a.high, b.high);
-    return ExactSum(product.high, product.low + (a.high * b.low + a.low * b.high));
+    return ExactSum(product.high, product.low + (RoundedProduct(a.high, b.low) + RoundedProduct(a.low, b.high)));
 }
 
 inline MCExtended operator*(MCExtended a, double b)
 {
     const MCExtended product = ExactProduct(a.high, b);
-    return ExactSum(product.high, product.low + a.low * b);
+    return ExactSum(product.high, product.low + RoundedProduct(a.low, b));
 }
 
 inline MCExtended& operator+=(MCExtended& a, MCExtended b)

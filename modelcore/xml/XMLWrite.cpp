@@ -28,7 +28,9 @@ int WriteDocument(std::ostream& os, const XMLDocType* doctype, const XMLElement*
     if (doctype != nullptr) {
         doctype->ToStream(os, fmt, utf8);
     } else {
-        WriteString(os, std::string(XMLUtil::FIRST_LINE) + XMLUtil::ROWSEP, utf8);
+        std::string line(XMLUtil::FIRST_LINE);
+        line += XMLUtil::ROWSEP; // + has g++ 12 warn of bytes that nobody copies
+        WriteString(os, line, utf8);
     }
     return root != nullptr ? root->ToStream(os, fmt, utf8) : 0;
 }

@@ -1,10 +1,14 @@
 // The scenario gives the same bits here as everywhere, with every kernel set.
 #include "tests/machines/Scenario.h"
 
+#include "modelcore/matrix/MCExtended.h"
 #include "support/AllKernels.h"
+#include "tests/machines/Digest.h"
+#include "tests/machines/UsersFlags.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cinttypes>
 #include <cstdio>
 #include <fstream>
@@ -45,6 +49,24 @@ TEST(Scenario, SavedStatesGoOnAsTheOriginals)
     EXPECT_EQ(CheckStates(states), "");
     states["MCExactXProducts"] = states["MCMeansXProducts"];
     EXPECT_NE(CheckStates(states), "");
+}
+
+TEST(PublicHeaders, ArithmeticKeepsItsBitsUnderAUsersFlags)
+{
+#if defined(__x86_64__) && defined(__GNUC__)
+    if (!__builtin_cpu_supports("fma")) GTEST_SKIP() << "the processor fuses nothing";
+#endif
+    using namespace MCMath_930;
+    Numbers numbers(33);
+    for (int i = 0; i < 2000; ++i) {
+        const double aHigh = numbers.Unit() + 0.5, aLow = numbers.Signed() * 0x1p-54;
+        const double bHigh = numbers.Unit() + 0.5, bLow = numbers.Signed() * 0x1p-54;
+        const MCExtended a{aHigh, aLow}, b{bHigh, bLow};
+        const MCExtended product = a * b, scaled = a * b.high, quotient = a / b, root = Sqrt(a);
+        const std::array here{product.high,  product.low,  scaled.high, scaled.low,
+                              quotient.high, quotient.low, root.high,   root.low};
+        ASSERT_EQ(ExtendedWithUsersFlags(aHigh, aLow, bHigh, bLow), here) << i;
+    }
 }
 
 } // namespace
