@@ -37,11 +37,32 @@ inline double RoundedProduct(double a, double b)
 #endif
 }
 
+namespace internal {
+
+/// a * b - product, the product being the rounded one.
+inline double ProductRest(double a, double b, double product)
+{
+#if defined(__MINGW32__) && !defined(__FP_FAST_FMA)
+    // The fma of mingw-w64 goes through long double and rounds twice: one rest in sixteen is wrong. This is Dekker's
+    // product by Veltkamp's halves, of the fractions, so that nothing overflows.
+    int exponentA = 0, exponentB = 0;
+    const double x = std::frexp(a, &exponentA), y = std::frexp(b, &exponentB), rounded = x * y;
+    const double bigX = 134217729.0 * x, highX = bigX - (bigX - x), lowX = x - highX;
+    const double bigY = 134217729.0 * y, highY = bigY - (bigY - y), lowY = y - highY;
+    const double rest = ((highX * highY - rounded) + highX * lowY + lowX * highY) + lowX * lowY;
+    return std::ldexp((rounded - std::ldexp(product, -exponentA - exponentB)) + rest, exponentA + exponentB);
+#else
+    return std::fma(a, b, -product);
+#endif
+}
+
+} // namespace internal
+
 /// a * b exactly, unless it underflows.
 inline MCExtended ExactProduct(double a, double b)
 {
     const double product = RoundedProduct(a, b);
-    return {product, std::fma(a, b, -product)};
+    return {product, internal::ProductRest(a, b, product)};
 }
 
 inline MCExtended operator+(MCExtended a, MCExtended b)

@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cinttypes>
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <map>
@@ -67,6 +68,28 @@ TEST(PublicHeaders, ArithmeticKeepsItsBitsUnderAUsersFlags)
                               quotient.high, quotient.low, root.high,   root.low};
         ASSERT_EQ(ExtendedWithUsersFlags(aHigh, aLow, bHigh, bLow), here) << i;
     }
+}
+
+// Some C libraries have an fma that rounds twice. In whole numbers the rest is known.
+TEST(ExactProduct, HasTheWholeRest)
+{
+    using MCMath_930::ExactProduct;
+    Numbers numbers(34);
+    for (int i = 0; i < 5000; ++i) {
+        const std::uint64_t a = numbers.Bits() >> 11, b = numbers.Bits() >> 11;
+        const auto [high, low] = ExactProduct(static_cast<double>(a), static_cast<double>(b));
+        // high + low = a * b modulo 2^64, and low is the smaller part: nothing else has both.
+        const auto modulo = [](double x) { // a whole number below 2^106
+            const double upper = std::floor(std::ldexp(x, -53));
+            return (static_cast<std::uint64_t>(upper) << 53) + static_cast<std::uint64_t>(x - std::ldexp(upper, 53));
+        };
+        const std::uint64_t rest = low < 0.0 ? 0 - modulo(-low) : modulo(low);
+        ASSERT_EQ(modulo(high) + rest, a * b);
+        ASSERT_EQ(high + low, high);
+    }
+    const auto [high, low] = ExactProduct(0x1.fffffffffffffp1000, -0x1.fffffffffffffp-900);
+    EXPECT_EQ(high, -0x1.ffffffffffffep101);
+    EXPECT_EQ(low, -0x1p-4);
 }
 
 } // namespace
