@@ -23,6 +23,8 @@ namespace {
 
 using Part = void (*)(Digest&);
 
+// Numbers are drawn one in a statement, or in braces: the arguments of a call are evaluated in any order.
+
 const double kInfinity = std::numeric_limits<double>::infinity();
 
 MCSymMatrix PositiveDefinite(int n, std::uint64_t seed)
@@ -148,7 +150,8 @@ void Xml(Digest& out)
         reals.Append(x);
         out.Add(ReplaceSep(x));
         // More digits than a double has, some of them halfway between two.
-        const std::string digits = std::to_string(numbers.Bits()) + std::to_string(numbers.Bits());
+        std::string digits = std::to_string(numbers.Bits());
+        digits += std::to_string(numbers.Bits());
         const std::string text =
             digits.substr(0, 20) + "." + digits.substr(20) + "e" + std::to_string(numbers.Below(600) - 340);
         JsonObject parsed;
@@ -267,7 +270,8 @@ void DistributionsWithLibm(Digest& out)
         double power = 0.0;
         out.Add(static_cast<int>(MCPower::Power(numbers.Signed() * 10.0, i % 2 == 0 ? x : i - 100.0, power)));
         out.Add(power);
-        out.Add(MCPower::Multiply(numbers.Any(), numbers.Any()));
+        const double a = numbers.Any(), b = numbers.Any();
+        out.Add(MCPower::Multiply(a, b));
     }
 }
 
@@ -671,7 +675,10 @@ MCQuantileSketch Sketch()
 {
     MCQuantileSketch sketch(64);
     Numbers numbers(23);
-    for (int i = 0; i < 1000; ++i) sketch.Update(i % 3 == 0 ? numbers.Any() : numbers.Signed(), 1.0 + numbers.Below(4));
+    for (int i = 0; i < 1000; ++i) {
+        const double x = i % 3 == 0 ? numbers.Any() : numbers.Signed();
+        sketch.Update(x, 1.0 + numbers.Below(4));
+    }
     return sketch;
 }
 
@@ -679,7 +686,10 @@ MCHistogramData Histogram()
 {
     MCHistogramData histogram(-1.0, 1.0, 17);
     Numbers numbers(24);
-    for (int i = 0; i < 300; ++i) histogram.UpdateData(1.0 + numbers.Below(2), numbers.Unit(), numbers.Signed() * 1.2);
+    for (int i = 0; i < 300; ++i) {
+        const double weight = numbers.Unit(), x = numbers.Signed() * 1.2;
+        histogram.UpdateData(1.0 + numbers.Below(2), weight, x);
+    }
     return histogram;
 }
 
@@ -734,7 +744,8 @@ void Accumulators(Digest& out)
         statistics.Update(x[0], w, score);
         categories.Update(numbers.Below(9) * (i % 50 == 0 ? 1000.0 : 1.0), w);
         bars.UpdateData(w, score, numbers.Below(3));
-        table.UpdateData(w, numbers.Below(3), numbers.Below(3));
+        const int row = numbers.Below(3), column = numbers.Below(3);
+        table.UpdateData(w, row, column);
         cells.UpdateData(w, score, x[0], x[1]);
         if (i < 30) points.UpdateData(w, score, x[0], x[1]);
         scored.push_back({score, x[1], w});
