@@ -422,8 +422,7 @@ TEST(MCExactXProducts, PairsOfColumnsInAnyOrder)
     MCExactXProducts ahead(3, true, false, false), behind(ahead);
     TestRandom random(12);
     for (int r = 0; r < 20; ++r) {
-        const double high = random.Uniform(-1.0, 1.0), low = 1e-3 * random.Uniform(-1.0, 1.0),
-                     y = random.Uniform(0, 1);
+        const double high = random.Uniform(-1.0, 1.0), low = 1e-3 * random.Uniform(-1.0, 1.0), y = random.Uniform(0, 1);
         ASSERT_TRUE(ahead.AddCase({low, high, y}, 1.0) && behind.AddCase({high, y, low}, 1.0));
     }
     std::vector<MCExtended> here, there;
