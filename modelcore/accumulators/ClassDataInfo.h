@@ -6,6 +6,7 @@
 
 namespace MCMath_930 {
 
+/// A scored case of a classification model, as it is seen from one target category.
 struct MODELCORE_EXPORT ClassDataInfo {
     double fdProbability = MCCommon_930::MCMV::gMissingValue; ///< predicted for this category
     bool fbHit = false;                                       ///< whether this category was observed

@@ -35,6 +35,7 @@ protected:
     GainsChart(const GainsChart&) = default;
     GainsChart& operator=(const GainsChart&) = default;
 
+    /// The requested number of segments.
     std::int32_t fnSegments = 10;
 };
 

@@ -8,6 +8,7 @@
 
 namespace MCMath_930 {
 
+/// A segment of a gains table; GainsChart says how segments are made.
 struct MODELCORE_EXPORT LiftInfo {
     /// The number of cases in this segment and all before it, each case counting its frequency weight without the
     /// fraction. Stays at the largest 32-bit integer when there are more.

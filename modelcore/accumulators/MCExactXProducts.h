@@ -25,8 +25,8 @@ struct WeighedRows;
 
 /// The columns of a variable: that of its values, and that of what is missing in those, or -1.
 struct MCColumnPair {
-    int high = 0;
-    int low = -1;
+    int high = 0; ///< the column of the values
+    int low = -1; ///< the column of what is missing in those; -1: none
 };
 
 /// The weighted number of cases W, the sums and the sums of products of p variables, kept exactly until they are read.

@@ -84,8 +84,10 @@ private:
 
 } // namespace MCMath_930
 
+/// Hashes a key by MCHashKey::Hash, for unordered containers.
 template <>
 struct std::hash<MCMath_930::MCHashKey> {
+    /// The hash of the key.
     std::size_t operator()(const MCMath_930::MCHashKey& key) const noexcept
     {
         return static_cast<std::size_t>(key.Hash());

@@ -142,6 +142,7 @@ protected:
 
     /// What WriteObjectXML and ReadObjectXML of a class without further data do, with the element of that name.
     int WriteState(std::ostream& stream, int indent, const char* name) const;
+    /// The reading half; see ReadObjectXML of the classes.
     int ReadState(std::ifstream& stream, const char* name);
 
     /// Writes the fields of this class to an element that has begun.
@@ -149,9 +150,13 @@ protected:
     /// Reads into this object, which a caller throws away when it fails.
     bool ReadFields(internal::StateReader& reader);
 
+    /// The number of variables.
     internal::EmptiedOnMove<int> fnVars = 0;
+    /// Whether products are about the means.
     bool fbIntercept = true;
+    /// The sum of weights.
     internal::EmptiedOnMove<double> fdNCases = 0.0;
+    /// The mean of each variable.
     std::vector<double> fvMeans;
 
 private:

@@ -34,14 +34,17 @@ namespace MCMath_930 {
 /// An update is one hash, about 10 ns.
 class MODELCORE_EXPORT MCQuantileSketch {
 public:
+    /// The limit of buckets when none is given.
     static constexpr int kDefaultLimit = 32768;
+    /// The least limit of buckets.
     static constexpr int kMinLimit = 16;
+    /// The largest limit of buckets.
     static constexpr int kMaxLimit = 1 << 24;
 
     /// The values from min to max, both of which occurred.
     struct Bucket {
-        double min = 0.0;
-        double max = 0.0;
+        double min = 0.0;       ///< the smallest value
+        double max = 0.0;       ///< the largest value
         double weight = 0.0;    ///< of all
         double minWeight = 0.0; ///< of the values equal to min
         double maxWeight = 0.0; ///< of those equal to max; the same as minWeight where min is max
@@ -51,9 +54,9 @@ public:
 
     /// A weight at one value, where min is max, or spread between the two, both excluded.
     struct Piece {
-        double min = 0.0;
-        double max = 0.0;
-        double weight = 0.0;
+        double min = 0.0;    ///< the smallest value
+        double max = 0.0;    ///< the largest value
+        double weight = 0.0; ///< that lies there
     };
 
     /// @param limit  how many buckets there may be; brought to between kMinLimit and kMaxLimit
@@ -85,7 +88,9 @@ public:
     /// @return  false, and nothing changed, when its limit is another one
     bool Merge(const MCQuantileSketch& other);
 
+    /// How many buckets there may be.
     int GetLimit() const { return fnLimit; }
+    /// How many buckets there are.
     int GetNBuckets() const { return static_cast<int>(fvBuckets.size()); }
     /// How many bits of the fraction the buckets are told apart by: 52 while every value has its own; below 0 when
     /// exponents fall together too.
@@ -99,6 +104,7 @@ public:
     double GetTotalWeight() const;
     /// System-missing when there are no values.
     double GetMin() const;
+    /// The largest value; system-missing when there are none.
     double GetMax() const;
 
     /// The smallest value whose weight, together with that of all smaller ones, reaches p of the total; where

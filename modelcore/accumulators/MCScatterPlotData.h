@@ -58,7 +58,9 @@ public:
 
     /// The raw points and their frequencies; none with cells.
     const std::vector<double>& GetXCoordinates() const { return PointValues(0); }
+    /// The y coordinates of the raw points; none with cells.
     const std::vector<double>& GetYCoordinates() const { return PointValues(1); }
+    /// The frequencies of the raw points; none with cells.
     const std::vector<double>& GetFrequencies() const { return PointValues(2); }
 
     /// The raw points as chart data: the variables "x", "y" and "frequency". An object that was moved from has no
@@ -67,8 +69,11 @@ public:
 
     /// Of each cell; 0 where there is no weight.
     const std::vector<double>& GetCellMeansX() const { return fvMeansX; }
+    /// The mean y of each cell; 0 where there is no weight.
     const std::vector<double>& GetCellMeansY() const { return fvMeansY; }
+    /// The sum of frequency weights of each cell.
     const std::vector<double>& GetCellFrequencies() const { return fvFrequencies; }
+    /// The sum of weights of each cell.
     const std::vector<double>& GetCellWeights() const { return fvWeights; }
 
     /// The mean points of the cells whose weight is above 0, with their frequency counts, as chart data like that of

@@ -6,6 +6,7 @@
 
 namespace MCMath_930 {
 
+/// A scored case of a regression model.
 struct MODELCORE_EXPORT RegDataInfo {
     double fdPredicted = MCCommon_930::MCMV::gMissingValue; ///< what the model says
     double fdObserved = MCCommon_930::MCMV::gMissingValue;  ///< what happened

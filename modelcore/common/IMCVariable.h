@@ -49,11 +49,15 @@ public:
 
     virtual ~IMCVariable();
 
+    /// The name by which the variable is found.
     virtual const std::string& GetName() const = 0;
     /// Text for people; may be empty.
     virtual const std::string& GetLabel() const = 0;
+    /// The level on which it was measured.
     virtual MeasureLevel GetMeasureLevel() const = 0;
+    /// What a model does with it.
     virtual VariableRole GetRole() const = 0;
+    /// How its values are stored.
     virtual VariableStorage GetStorage() const = 0;
     /// The values that stand for a missing one, besides null, the system-missing real and NaN.
     virtual const std::vector<MCCommon_930::Value>& GetMissingCodes() const = 0;

@@ -27,6 +27,7 @@ MODELCORE_EXPORT void DisplayLine(std::string_view text);
 
 /// The lines "<className> display start" and "<className> display end" around the dump of an object.
 MODELCORE_EXPORT void DisplayStart(std::string_view className);
+/// The closing line "<className> display end".
 MODELCORE_EXPORT void DisplayEnd(std::string_view className);
 
 /// One line "label: value". A label that ends with a colon gets no second one. A bool is "true" or "false"; a real has

@@ -70,7 +70,7 @@ public:
 
     /// @name Prototypes: a value of each plain type in its initial state
     /// @{
-    static const Value NULL_VALUE;
+    static const Value NULL_VALUE;    ///< null
     static const Value BOOL_VALUE;    ///< false
     static const Value INTEGER_VALUE; ///< 0
     static const Value REAL_VALUE;    ///< system-missing
@@ -81,7 +81,9 @@ public:
     /// The constructors convert silently, so that assignment takes the same types: value = 2.5; value["name"] = "x".
     /// A null const char* gives an empty string. An unsigned integer above the largest long long throws 13.
     /// @{
+    /// Null.
     constexpr Value() noexcept {}
+    /// The value that is given, with its type.
     constexpr Value(bool value) noexcept : fType(TypeBool), fData(value) {}
     constexpr Value(int value) noexcept : fType(TypeInteger), fData(static_cast<long long>(value)) {}
     constexpr Value(long long value) noexcept : fType(TypeInteger), fData(value) {}
@@ -145,6 +147,7 @@ public:
         std::swap(fType, other.fType);
         std::swap(fData, other.fData);
     }
+    /// Exchanges the contents of two values.
     friend void swap(Value& a, Value& b) noexcept { a.Swap(b); }
 
     /// Frees the content and makes the value null.
@@ -326,6 +329,7 @@ public:
     bool operator<=(const Value& other) const { return *this < other || *this == other; }
     bool operator>=(const Value& other) const { return other < *this || *this == other; }
 
+    /// The comparisons with a plain value on one side: it is made a Value first.
     template <PlainValue T>
     bool operator==(const T& other) const
     {
@@ -351,6 +355,7 @@ public:
     {
         return *this >= Value(other);
     }
+    /// The comparisons with the plain value on the left.
     template <PlainValue T>
     friend bool operator<(const T& a, const Value& b)
     {
@@ -394,6 +399,7 @@ public:
 
     /// Writes GetString, or "null" for null.
     void Display(std::ostream& stream) const;
+    /// Writes what Display writes.
     friend std::ostream& operator<<(std::ostream& stream, const Value& value)
     {
         value.Display(stream);

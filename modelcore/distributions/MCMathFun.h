@@ -17,6 +17,7 @@ public:
     /// Sizes between which work arrays of the statistical code stay: the smallest that is worth a heap allocation, and
     /// the most doubles that one array may hold (just below 2^31 bytes).
     static constexpr int kSmallestArrayLimit = 16;
+    /// The most doubles that one work array may hold.
     static constexpr int kBigArrayLimit = 268435455;
 
     // Special functions

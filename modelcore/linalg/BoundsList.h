@@ -38,10 +38,12 @@ public:
 
     /// The bounds of dimension i, 0 <= i < GetNDim(); not checked.
     double GetLower(int i) const { return fvBounds[static_cast<std::size_t>(i)].lower; }
+    /// The upper bound of dimension i; i is not checked.
     double GetUpper(int i) const { return fvBounds[static_cast<std::size_t>(i)].upper; }
 
     /// The same for the centre and the scale.
     double GetCentre(int i) const { return fvBounds[static_cast<std::size_t>(i)].centre; }
+    /// The scale of dimension i; i is not checked.
     double GetScale(int i) const { return fvBounds[static_cast<std::size_t>(i)].scale; }
 
     /// Whether both bounds of every dimension are finite.

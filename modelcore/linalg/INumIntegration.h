@@ -13,6 +13,7 @@ class MCCancelInfo;
 /// order of the virtual functions is part of the binary interface.
 class MODELCORE_EXPORT INumIntegration {
 public:
+    /// How an integration ended.
     enum IntegrationStatus {
         Success = 0,
         ToleranceNotReached = 1, ///< rounding or a singularity keeps the error estimate above the tolerance

@@ -40,7 +40,9 @@ public:
     void SetCancelInfo(MCCancelInfo* cancel) override { fpCancel = cancel; }
     long GetNEvaluations() const override { return fnEvaluations; }
 
+    /// The absolute tolerance.
     double GetAbsTolerance() const { return fAbsTolerance; }
+    /// The relative tolerance.
     double GetRelTolerance() const { return fRelTolerance; }
     long GetMaxEvaluations() const { return fnMaxEvaluations; }
 

@@ -70,6 +70,7 @@ public:
     /// Moves every row down by the given number of rows (up when it is negative), every column to the right. What
     /// leaves the matrix is lost, what is vacated becomes 0; the shape stays. True, unless the storage has no place.
     virtual bool ShiftRows(int by) = 0;
+    /// ShiftRows for columns: to the right, to the left when by is negative.
     virtual bool ShiftColumns(int by) = 0;
 
     /// Spreads a square matrix out to order kept.Size(): its rows and columns go in order to the set bits, all other
@@ -85,6 +86,7 @@ public:
 
     /// Row `row` := row or column of source. False when the lengths differ or the storage has no place for an element.
     virtual bool CopyRowToRow(const IMCRectMatrix& source, int sourceRow, int row) = 0;
+    /// Row `row` := column sourceCol of source, refused as CopyRowToRow is.
     virtual bool CopyColToRow(const IMCRectMatrix& source, int sourceCol, int row) = 0;
 
     /// Rows first to first+count-1 := the rows of source from firstSource on.
@@ -92,6 +94,7 @@ public:
 
     /// The given rows or columns, in the order given; a number may come twice. out is dense, or of this matrix's type.
     virtual bool ExtractRows(const std::vector<int>& rows, IMCRectMatrix& out) const = 0;
+    /// The given columns in the order given; out as for ExtractRows.
     virtual bool ExtractColumns(const std::vector<int>& cols, IMCRectMatrix& out) const = 0;
 
     // ---------------------------------------------------------------------------------------------------------------
@@ -113,6 +116,7 @@ public:
 
     /// The square root of the sum of squares of column j or row i. Missing when there is none such.
     virtual double ColNorm(int j) const = 0;
+    /// The square root of the sum of squares of row i. Missing when there is none such.
     virtual double RowNorm(int i) const = 0;
 
     /// Whether every element of row i is 0.
@@ -138,7 +142,9 @@ protected:
     IMCRectMatrix& operator=(const IMCRectMatrix&) = default;
     IMCRectMatrix& operator=(IMCRectMatrix&&) = default;
 
+    /// Whether there is a row i.
     bool IsRow(int i) const { return i >= 0 && i < GetNRows(); }
+    /// Whether there is a column j.
     bool IsCol(int j) const { return j >= 0 && j < GetNCols(); }
 
     /// The shape of blocks along a diagonal. False when one is null or the shape is beyond an int.

@@ -179,6 +179,7 @@ public:
 
     /// R*S*R' and R'*S*R. Memory: that of R twice.
     virtual bool ComputeRSRTrans(const IMCRectMatrix& R, IMCSymMatrix& out) const;
+    /// R'*S*R. Memory: that of R twice.
     virtual bool ComputeRTransSR(const IMCRectMatrix& R, IMCSymMatrix& out) const;
 
     /// R'*S*v
@@ -196,11 +197,13 @@ public:
 
     /// G*M*G and G*M*G*N*G, where G is this matrix; M and N square. Memory: the result twice.
     virtual bool ComputeGMG(const IMCRectMatrix& M, MCRectMatrix& out) const;
+    /// G*M*G*N*G, where G is this matrix; M and N square. Memory: the result twice.
     virtual bool ComputeGMGNG(const IMCRectMatrix& M, const IMCRectMatrix& N, MCRectMatrix& out) const;
 
     /// L*S*L' and L'*S*L. Memory: 2*n*n values. With both diagonal, or both block-diagonal with blocks of the same
     /// sizes, the memory is that of the result, which goes into a matrix of that kind as well.
     virtual bool ComputeLSLTrans(const IMCSymMatrix& L, IMCSymMatrix& out) const;
+    /// L'*S*L; memory and kinds as for ComputeLSLTrans.
     virtual bool ComputeLTransSL(const IMCSymMatrix& L, IMCSymMatrix& out) const;
 
     /// S times another symmetric matrix, in this order.
@@ -227,6 +230,7 @@ public:
 
     /// out = v'*L with v confined to the part; n values.
     virtual bool ComputeVecPartByL(const std::vector<double>& v, int first, int count, std::vector<double>& out) const;
+    /// out = v'*L with v, whose element i is v[i*incr], confined to the part; n values.
     virtual bool ComputeVecIIncrPartByL(const double* v, int incr, int first, int count,
                                         std::vector<double>& out) const;
 
@@ -320,28 +324,38 @@ protected:
     IMCSymMatrix& operator=(const IMCSymMatrix&) = default;
     IMCSymMatrix& operator=(IMCSymMatrix&&) = default;
 
-    // What the products are made of: A*S, A*L and A*L' for a block A of rows of n values, row by row. out has the
-    // same size and does not overlap A. Each element is summed from 0 in index order over what is stored.
+    /// What the products are made of: A*S, A*L and A*L' for a block A of rows of n values, row by row. out has the
+    /// same size and does not overlap A. Each element is summed from 0 in index order over what is stored.
     virtual void MultiplyByS(const double* a, std::size_t rows, double* out) const = 0;
+    /// A*L, as MultiplyByS.
     virtual void MultiplyByL(const double* a, std::size_t rows, double* out) const = 0;
+    /// A*L', as MultiplyByS.
     virtual void MultiplyByLTrans(const double* a, std::size_t rows, double* out) const = 0;
 
-    /// The same with another matrix, for kinds that are made of others.
+    /// Which of the three products MultiplyBy forms.
     enum class Factor { kS, kL, kLTrans };
+    /// The product of that kind with another matrix, for kinds of matrices that are made of others.
     static void MultiplyBy(Factor factor, const IMCSymMatrix& matrix, const double* a, std::size_t rows, double* out);
 
     /// The order as a size: 0 as well for the order -1 that a failed CholInverse leaves.
     std::size_t Order() const { return static_cast<std::size_t>(GetNRows() > 0 ? GetNRows() : 0); }
+    /// Whether there is a row i.
     bool IsRow(int i) const { return i >= 0 && i < GetNRows(); }
+    /// Whether the rows [first, first+count) all exist.
     bool IsPart(int first, int count) const { return first >= 0 && count >= 0 && count <= GetNRows() - first; }
+    /// Whether v has a value for each row, or more.
     bool Fits(const std::vector<double>& v) const { return v.size() >= static_cast<std::size_t>(GetNRows()); }
+    /// Both triangles, row by row.
     MCRectMatrix SquareRows() const;
 
     /// The largest order whose packed indexes are ints.
     static constexpr int kMaxPackedRows = 65535;
 
+    /// Whether a packed matrix can have that order.
     static constexpr bool IsPackedOrder(int n) { return n >= 0 && n <= kMaxPackedRows; }
+    /// Whether the matrix is an MCSymMatrix.
     static bool IsPacked(const IMCSymMatrix& matrix) { return matrix.GetMatrixKind() == kPackedMatrix; }
+    /// The number of elements of a packed matrix of order n.
     static constexpr std::size_t PackedSize(int n)
     {
         return static_cast<std::size_t>(n) * (static_cast<std::size_t>(n) + 1) / 2;
@@ -355,6 +369,7 @@ protected:
     /// product that is symmetric, as StorePacked does.
     static bool StoreOuterProducts(int order, const double* left, const double* right, std::size_t count,
                                    IMCSymMatrix& out);
+    /// Stores the lower triangle of a product that is symmetric, as StorePacked does.
     static bool StoreLowerTriangle(const MCRectMatrix& square, IMCSymMatrix& out);
 
     /// Writes the lower triangle, zeros that are not stored included. False when n is no packed order.

@@ -10,8 +10,8 @@ namespace MCMath_930 {
 /// sums are in error by at most 2^-104 of the result, products and quotients by 2^-102, while nothing overflows and no
 /// product of high parts comes below 1e-291, where its rest underflows. Infinities and NaN make a NaN.
 struct MCExtended {
-    double high = 0.0;
-    double low = 0.0;
+    double high = 0.0; ///< the number rounded to a double
+    double low = 0.0;  ///< what the rounding left
 };
 
 /// a + b exactly.

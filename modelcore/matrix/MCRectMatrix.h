@@ -59,6 +59,7 @@ public:
     /// The elements row by row; valid until the shape changes.
     double* GetPtr() { return fvElem.data(); }
     const double* GetPtr() const { return fvElem.data(); }
+    /// The elements row by row as a span; valid until the shape changes.
     std::span<double> AsSpan() { return fvElem; }
     std::span<const double> AsSpan() const { return fvElem; }
 
@@ -78,12 +79,16 @@ public:
     /// Replaces row i by the first GetNCols() values of row, column j by the first GetNRows() values of col. False, and
     /// nothing changed, when there is no such row or column or the vector is too short.
     bool SetRow(int i, const std::vector<double>& row);
+    /// Replaces column j by the first GetNRows() values of col; refused as SetRow is.
     bool SetCol(int j, const std::vector<double>& col);
 
     /// Shape and elements from an array stored row by row or column by column, and to one of rows*columns elements.
     bool CopyFromRowMajor(const double* elements, int rows, int cols);
+    /// Shape and elements from an array stored column by column.
     bool CopyFromColMajor(const double* elements, int rows, int cols);
+    /// Writes the elements row by row to an array of rows*columns elements.
     void CopyToRowMajor(double* elements) const;
+    /// Writes the elements column by column to an array of rows*columns elements.
     void CopyToColMajor(double* elements) const;
 
     /// Whether the shape and the storage agree. They always do, unless memory was written that is not the program's.
@@ -107,10 +112,12 @@ public:
     /// @return  the new number of rows or columns; -1 when the length of the vector is not right
     int AddRow();
     int AddRow(const std::vector<double>& row);
+    /// Appends a column; see AddRow.
     int AddColumn(const std::vector<double>& col);
 
     /// Removes row i or column j. False, and nothing changed, when there is none such.
     bool DeleteOneRow(int i);
+    /// Removes column j. False, and nothing changed, when there is none such.
     bool DeleteOneCol(int j);
 
     /// Spreads the matrix out: row i goes to row rowPositions[i], column j to column colPositions[j] of a rows x cols
@@ -202,6 +209,7 @@ public:
 
     /// Adds x to every element of column j (false when there is none such), to every element (i, i).
     bool AddToColumn(int j, double x);
+    /// Adds x to every element (i, i).
     void AddToDiagonal(double x);
 
     /// Sets column j to 0. False when there is none such.

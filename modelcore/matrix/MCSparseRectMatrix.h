@@ -55,6 +55,7 @@ public:
 
     /// The values and the column indices of all slots, capacity*K of them; valid until the next change of the shape.
     const std::vector<double>& NZElemsAsVector() const { return fvValues; }
+    /// The column indices of all slots, capacity*K of them; valid until the next change of the shape.
     const std::vector<int>& NZColIndicesAsVector() const { return fvIndices; }
 
     /// Whether 0 <= rows <= capacity, capacity >= 1, columns >= 1, 1 <= K <= columns, and the arrays have the size that

@@ -79,6 +79,7 @@ public:
 
     /// The number of blocks, and the order of each.
     int GetNBlocks() const { return static_cast<int>(fvSizes.size()); }
+    /// The order of each block.
     const std::vector<int>& GetBlockSizes() const { return fvSizes; }
 
     /// The first row of each block.
@@ -95,6 +96,7 @@ public:
 
     /// The number of dense and of diagonal blocks.
     int GetNDenseBlocks() const { return static_cast<int>(fvDense.size()); }
+    /// The number of diagonal blocks.
     int GetNDiagBlocks() const { return static_cast<int>(fvDiag.size()); }
 
     /// Dense block number k, counted among the dense ones in block order; null for k outside [0, GetNDenseBlocks()).

@@ -79,6 +79,7 @@ public:
     /// The packed elements, n(n+1)/2 of them, front to back; valid until the order changes.
     double* GetPtr() { return fvElem.data(); }
     const double* GetPtr() const { return fvElem.data(); }
+    /// The packed elements as a span; valid until the order changes.
     std::span<double> AsSpan() { return fvElem; }
     std::span<const double> AsSpan() const { return fvElem; }
 
@@ -182,6 +183,7 @@ public:
 
     /// Expand(kept) into another matrix, packed or with both triangles.
     bool ExpandSym(const MCBitSet& kept, MCSymMatrix& out) const;
+    /// Expand(kept) into a rectangular matrix, with both triangles.
     bool ExpandSymToRect(const MCBitSet& kept, MCRectMatrix& out) const;
 
     /// Removes row and column k. False, and nothing changed, for k outside [0, n).
@@ -346,6 +348,7 @@ public:
 
     /// v'*B*v and v'*B*w, where B is diagonal block number block (see SetNBlocks); v and w hold GetBlockSize() values.
     double ComputeBlockVSV(int block, const std::vector<double>& v) const;
+    /// v'*B*w, where B is diagonal block number block; v and w hold GetBlockSize() values.
     double ComputeBlockVSW(int block, const std::vector<double>& v, const std::vector<double>& w) const;
 
     /// v'*SSub*w; v and w hold one value for each of the rows.
@@ -370,6 +373,7 @@ public:
 
     /// Row i times row j of S, and row i times v, over the columns [first, first+count).
     double ComputeDotProduct2RowsPart(int i, int j, int first, int count) const;
+    /// Row i times v over the columns [first, first+count).
     double ComputeDotProductRowPart(int i, const std::vector<double>& v, int first, int count) const;
 
     /// Row i times row j of L, thus over the columns up to the smaller of i and j.

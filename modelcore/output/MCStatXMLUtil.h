@@ -94,7 +94,9 @@ public:
 
     /// An element for the data of a chart of one, two or more variables, without the data.
     static XMLElement* CreateElemUnivarData(const std::string& description);
+    /// An element for the data of a chart of two variables, without the data.
     static XMLElement* CreateElemBivarData(const std::string& description);
+    /// An element for the data of a chart of more variables, without the data.
     static XMLElement* CreateElemMultivariateData(const std::string& description);
     /// The whole data of a chart: "UnivariateData" for no or one variable, "BivariateData" for two, "MultivariateData"
     /// for more.

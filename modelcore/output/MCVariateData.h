@@ -21,7 +21,9 @@ struct MODELCORE_EXPORT MCVariateData {
     /// element for each statistic, with the value "__MISSING__" for one that is not finite. The number of variables is
     /// not looked at; MCStatXMLUtil::CreateElemVarData does.
     XMLElement* GetUnivariateDataElem() const;
+    /// The same as a "BivariateData" element.
     XMLElement* GetBivariateDataElem() const;
+    /// The same as a "MultivariateData" element.
     XMLElement* GetMultiVariateDataElem() const;
 
     /// Appends to element the "Coordinates" elements of count coordinates from number first on; of a range that goes

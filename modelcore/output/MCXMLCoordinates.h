@@ -17,8 +17,8 @@ struct MODELCORE_EXPORT MCXMLCoordinates {
     std::string fStatistic; ///< the statistic they are; may be empty
     /// One value a point; system-missing where there is none.
     std::vector<double> fValues;
-    std::vector<std::string> fTexts = {}; // names of the values, as of categories; when there are any, the element has
-                                          // them in place of the numbers
+    /// Names of the values, as of categories; when there are any, the element has them in place of the numbers.
+    std::vector<std::string> fTexts = {};
 
     /// A new "Coordinates" element, owned by the caller.
     XMLElement* GetCoordinates() const;

@@ -45,6 +45,7 @@ public:
         Inconsistent = 7    ///< sizes or settings that contradict each other
     };
 
+    /// A document about these variables, of which it keeps a copy.
     explicit MCPMMLExporter(const MCVariableList& variables);
     MCPMMLExporter(const MCPMMLExporter&);
     MCPMMLExporter(MCPMMLExporter&&) noexcept;
@@ -66,8 +67,11 @@ public:
 
     /// @name The model; a later one takes the place of an earlier one
     /// @{
+    /// An equation, or one for each category.
     void AddRegression(const MCPMMLRegression& model) { fModel = MCPMMLRegression(model); }
+    /// Parameters with their predictors, link and covariance.
     void AddGeneralRegression(const MCPMMLGeneralRegression& model) { fModel = MCPMMLGeneralRegression(model); }
+    /// Clusters by their centers.
     void AddClustering(const MCPMMLClustering& model) { fModel = MCPMMLClustering(model); }
     /// @}
 

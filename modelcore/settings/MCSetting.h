@@ -19,16 +19,22 @@ namespace MCXML_930 {
 /// The reals that are legal for a setting: an interval with open or closed ends. An infinite end is open whatever is
 /// said, since a setting is a finite number.
 struct MODELCORE_EXPORT MCRealRange {
-    double lower = -std::numeric_limits<double>::infinity();
-    double upper = std::numeric_limits<double>::infinity();
-    bool lowerOpen = false;
-    bool upperOpen = false;
+    double lower = -std::numeric_limits<double>::infinity(); ///< the lower end
+    double upper = std::numeric_limits<double>::infinity();  ///< the upper end
+    bool lowerOpen = false;                                  ///< whether the lower end itself is not legal
+    bool upperOpen = false;                                  ///< whether the upper end itself is not legal
 
+    /// [lower, upper]
     static MCRealRange Closed(double lower, double upper) { return {lower, upper, false, false}; }
+    /// (lower, upper)
     static MCRealRange Open(double lower, double upper) { return {lower, upper, true, true}; }
+    /// (lower, upper]
     static MCRealRange OpenClosed(double lower, double upper) { return {lower, upper, true, false}; }
+    /// [lower, upper)
     static MCRealRange ClosedOpen(double lower, double upper) { return {lower, upper, false, true}; }
+    /// [lower, inf)
     static MCRealRange AtLeast(double lower) { return {lower, std::numeric_limits<double>::infinity(), false, false}; }
+    /// (lower, inf)
     static MCRealRange Above(double lower) { return {lower, std::numeric_limits<double>::infinity(), true, false}; }
 
     /// False for a NaN, an infinity and the system-missing value.
@@ -44,6 +50,7 @@ struct MODELCORE_EXPORT MCRealRange {
 /// MCSettings gives out constant settings, since a change may break a rule over several; a copy may be changed.
 class MODELCORE_EXPORT MCSetting {
 public:
+    /// What a setting's value is.
     enum Type : std::int32_t { TypeBool, TypeInteger, TypeReal, TypeString, TypeChoice, TypeRealList, TypeStringList };
 
     /// Error codes of the statuses that settings return.
@@ -62,19 +69,25 @@ public:
     MCSetting& operator=(MCSetting&& other) noexcept = default;
     ~MCSetting() = default;
 
+    /// The name by which it is found.
     const std::string& GetName() const { return fName; }
     /// Settings of one group are shown together; "" for none.
     const std::string& GetGroup() const { return fGroup; }
+    /// What it does, for people.
     const std::string& GetDescription() const { return fDescription; }
+    /// What its value is.
     Type GetType() const { return fType; }
 
+    /// The value.
     const MCCommon_930::Value& Get() const { return fValue; }
+    /// The value before any change.
     const MCCommon_930::Value& GetDefault() const { return fDefault; }
     /// Whether the value is the default, to the last bit.
     bool IsDefault() const { return Same(fValue, fDefault); }
 
     /// The elements of a list; none for any other type.
     std::vector<double> GetReals() const;
+    /// The elements of a list of strings; none for any other type.
     std::vector<std::string> GetStrings() const;
 
     /// The names that are legal for a choice or for each element of a list of strings; empty when any is.

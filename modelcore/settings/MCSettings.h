@@ -32,18 +32,24 @@ public:
     /// Each returns the setting, or null, and nothing changed, when the name is taken or not a letter followed by
     /// letters, digits, '_', '-' and '.', when nothing is legal, or when the default is not.
     /// @{
+    /// A setting that is true or false.
     const MCSetting* AddBool(std::string name, bool value, std::string description, std::string group = {});
+    /// A whole number from minimum to maximum.
     const MCSetting* AddInteger(std::string name, long long value, long long minimum, long long maximum,
                                 std::string description, std::string group = {});
+    /// A finite number of the range.
     const MCSetting* AddReal(std::string name, double value, const MCRealRange& range, std::string description,
                              std::string group = {});
+    /// Any text.
     const MCSetting* AddString(std::string name, std::string value, std::string description, std::string group = {});
+    /// One of the given names.
     const MCSetting* AddChoice(std::string name, std::string value, std::vector<std::string> choices,
                                std::string description, std::string group = {});
     /// Lists of at least minCount and at most maxCount elements, each in the range or of the choices (any text when there
     /// are none).
     const MCSetting* AddRealList(std::string name, const std::vector<double>& values, const MCRealRange& range,
                                  int minCount, int maxCount, std::string description, std::string group = {});
+    /// A list of texts; see AddRealList.
     const MCSetting* AddStringList(std::string name, const std::vector<std::string>& values,
                                    std::vector<std::string> choices, int minCount, int maxCount,
                                    std::string description, std::string group = {});
@@ -57,6 +63,7 @@ public:
 
     /// @name Looking up
     /// @{
+    /// The number of settings.
     std::size_t Size() const { return fvSettings.size(); }
     /// The setting added as number i, i < Size() (not checked).
     const MCSetting& At(std::size_t i) const { return *fvSettings[i]; }
@@ -68,6 +75,7 @@ public:
     /// else one that begins so; else the one that the fewest such steps lead to, at most a third of the letters (2 in
     /// short names). Upper and lower case are the same. "" when there is none.
     std::string Nearest(std::string_view name) const;
+    /// Whether every setting has its default.
     bool IsDefault() const;
     /// @}
 

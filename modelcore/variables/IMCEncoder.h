@@ -104,6 +104,7 @@ public:
 
     /// Ends learning and decides how values are encoded. See FinishCode; of several warnings, that of the lowest code.
     virtual MCCommon_930::MCStatus Finish() = 0;
+    /// Whether Finish has succeeded.
     virtual bool IsFinished() const = 0;
 
     /// The number of columns; 0 before Finish.

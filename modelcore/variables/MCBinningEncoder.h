@@ -44,6 +44,7 @@ namespace MCXML_930 {
 /// or, where one is open, the extreme learned there.
 class MODELCORE_EXPORT MCBinningEncoder : public MCEncoderBase {
 public:
+    /// Where the cuts are made.
     enum Method : std::int32_t {
         MethodGivenCuts,
         MethodEqualWidth,
@@ -51,7 +52,9 @@ public:
         MethodDeviations,
         MethodMDLP
     };
-    enum Closed : std::int32_t { ClosedUpper, ClosedLower }; ///< (lo, hi] or [lo, hi)
+    /// Which of a bin's two edges belongs to it: (lo, hi] or [lo, hi).
+    enum Closed : std::int32_t { ClosedUpper, ClosedLower };
+    /// What a row is: the bin's number, or an indicator for each bin.
     enum Output : std::int32_t { OutputIndex, OutputIndicator };
 
     /// Equal frequency into 10 bins at first.
@@ -75,6 +78,7 @@ public:
     bool SetEqualFrequency(int bins);
     /// MethodDeviations: 1 to 100 deviations to each side, with a cut at the mean or without.
     bool SetDeviations(int count, bool cutAtMean = true);
+    /// MethodMDLP, which needs a class as target.
     bool SetMDLP();
     Method GetMethod() const { return fMethod; }
     /// The bins asked for; of MethodDeviations the deviations.
@@ -88,7 +92,9 @@ public:
     /// learned from; as missing, they count as such. Given cuts must lie within the limits.
     bool SetEndsClosed(double lowest, double highest, OutlierRule rule = OutlierAsMissing);
     bool AreEndsClosed() const { return fbEndsClosed; }
+    /// What becomes of a number beyond closed ends.
     OutlierRule GetOutlierRule() const { return fOutlierRule; }
+    /// OutputIndex at first.
     bool SetOutput(Output output);
     Output GetOutput() const { return fOutput; }
     /// The limit of distinct values that are kept exactly; see MCQuantileSketch.
@@ -101,6 +107,7 @@ public:
     const std::vector<double>& GetCuts() const { return fvCuts; }
     /// The outer edges: the limits of closed ends, else the extremes of what was learned (missing when that is nothing).
     double GetLowest() const { return fdLowest; }
+    /// The outer edge above; see GetLowest.
     double GetHighest() const { return fdHighest; }
     /// The weight learned in each bin, approximate when the cuts are.
     const std::vector<double>& GetBinWeights() const { return fvWeights; }

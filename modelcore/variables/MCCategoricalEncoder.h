@@ -37,11 +37,13 @@ namespace MCXML_930 {
 /// category is given.
 class MODELCORE_EXPORT MCCategoricalEncoder : public MCCategoryEncoder {
 public:
+    /// The codings of the table above.
     enum Coding : std::int32_t { Indicator, Dummy, Deviation, Helmert, Difference, Repeated, Polynomial };
 
     /// Polynomials of more levels than this are refused by Finish with the error FinishManyCategories.
     static constexpr int kMaxPolynomialLevels = 256;
 
+    /// Indicator coding of the field's levels.
     explicit MCCategoricalEncoder(std::string field = {});
 
     /// Copies are deep. An assignment that runs out of memory leaves the encoder as it was.

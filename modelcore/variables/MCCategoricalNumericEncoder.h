@@ -33,8 +33,10 @@ namespace MCXML_930 {
 /// number it is, to the bit, where no other has the same.
 class MODELCORE_EXPORT MCCategoricalNumericEncoder : public MCCategoryEncoder {
 public:
+    /// What a level's number is.
     enum Method : std::int32_t { MethodRank, MethodScores, MethodTargetMean };
 
+    /// MethodRank for the field.
     explicit MCCategoricalNumericEncoder(std::string field = {});
 
     /// Copies are deep. An assignment that runs out of memory leaves the encoder as it was.

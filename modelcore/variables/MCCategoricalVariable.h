@@ -19,11 +19,12 @@ class MODELCORE_EXPORT MCCategoricalVariable : public MCVariable {
 public:
     /// One value and what it is.
     struct Category {
-        MCCommon_930::Value value;
-        std::string label; ///< for people; may be empty
-        ValueKind kind = ValueValid;
+        MCCommon_930::Value value;   ///< a bool, number or string
+        std::string label;           ///< for people; may be empty
+        ValueKind kind = ValueValid; ///< what it is to a model
     };
 
+    /// A nominal variable without categories.
     explicit MCCategoricalVariable(std::string name = {}, VariableStorage storage = StorageString,
                                    VariableRole role = RoleInput);
 
@@ -38,6 +39,7 @@ public:
     ~MCCategoricalVariable() override = default;
 
     MeasureLevel GetMeasureLevel() const override { return fbOrdered ? LevelOrdinal : LevelNominal; }
+    /// Whether the order of the categories says something; not so at first.
     void SetOrdered(bool ordered) { fbOrdered = ordered; }
     bool IsOrdered() const { return fbOrdered; }
 
@@ -45,7 +47,9 @@ public:
     /// @return  its place; -1, and nothing changed, when there is a category of that value (numbers compared as
     ///          numbers), or the value is missing, or no bool, number or string
     int AddCategory(const MCCommon_930::Value& value, const std::string& label = {}, ValueKind kind = ValueValid);
+    /// The number of categories.
     int GetNCategories() const { return static_cast<int>(fvCategories.size()); }
+    /// The categories in their order.
     const std::vector<Category>& GetCategories() const { return fvCategories; }
     /// The place of a category; -1 when it is not listed. Takes time in the logarithm of their number.
     int FindCategory(const MCCommon_930::Value& value) const;

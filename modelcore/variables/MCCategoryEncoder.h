@@ -21,6 +21,7 @@ namespace MCXML_930 {
 /// hash.
 class MODELCORE_EXPORT MCCategoryEncoder : public MCEncoderBase {
 public:
+    /// How the reference level is found.
     enum Reference : std::int32_t { ReferenceFirst, ReferenceLast, ReferenceMostFrequent, ReferenceNamed };
 
     ~MCCategoryEncoder() override;
@@ -28,6 +29,7 @@ public:
     /// The categories and their order are these; others that are learned are counted as unseen.
     /// @return  false also when one is missing, comes twice, or is no bool, number or string
     bool SetCategories(const std::vector<MCCommon_930::Value>& categories);
+    /// Whether SetCategories gave them.
     bool AreCategoriesGiven() const { return fbGiven; }
     /// The categories known so far, in the order of the list or of their arrival; sorted after Finish.
     const std::vector<MCCommon_930::Value>& GetCategories() const { return fIndex.GetValues(); }
@@ -50,6 +52,7 @@ public:
     bool SetOtherName(const std::string& name);
     const std::string& GetOtherName() const { return fOtherName; }
 
+    /// What becomes of a category that was not learned.
     bool SetUnseenRule(UnseenRule rule);
     UnseenRule GetUnseenRule() const { return fUnseenRule; }
 
@@ -59,6 +62,7 @@ public:
 
     /// The levels of a finished encoder. The value of the others is their name, that of the missing null.
     int GetNLevels() const { return static_cast<int>(fvLevels.size()); }
+    /// The values of the levels.
     const std::vector<MCCommon_930::Value>& GetLevels() const { return fvLevels; }
     /// The weights learned of each level, the rare ones' in that of the others.
     const std::vector<double>& GetLevelWeights() const { return fvLevelWeights; }
@@ -67,7 +71,9 @@ public:
     std::string GetLevelText(int level) const;
     /// Places of special levels; -1 when there is none.
     int GetReferenceLevel() const { return fnReference; }
+    /// The place of the level of the others; -1 when there is none.
     int GetOtherLevel() const { return fnOther; }
+    /// The place of the level of the missing; -1 when there is none.
     int GetMissingLevel() const { return fnMissing; }
     /// The weight of categories that were not in the given list.
     double GetUnseenWeight() const { return fdUnseenWeight; }
@@ -80,6 +86,7 @@ public:
     int FindLevels(std::span<const double> x, std::span<int> levels) const;
 
 protected:
+    /// An encoder of the field with the settings that are named as first ones.
     explicit MCCategoryEncoder(std::string field);
     MCCategoryEncoder(const MCCategoryEncoder&);
     MCCategoryEncoder(MCCategoryEncoder&&) noexcept;

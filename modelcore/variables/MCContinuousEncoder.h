@@ -27,8 +27,10 @@ namespace MCXML_930 {
 /// the mean. Decode inverts the formula up to its rounding.
 class MODELCORE_EXPORT MCContinuousEncoder : public MCEncoderBase {
 public:
+    /// The formulas of the table above.
     enum Scaling : std::int32_t { ScaleNone, ScaleZScore, ScaleUnit, ScaleSymmetric };
 
+    /// An encoder of the field without limits.
     explicit MCContinuousEncoder(std::string field = {});
 
     /// Copies are deep. An assignment that runs out of memory leaves the encoder as it was.
@@ -41,6 +43,7 @@ public:
     MCContinuousEncoder& operator=(MCContinuousEncoder&& other) noexcept = default;
     ~MCContinuousEncoder() override = default;
 
+    /// The formula.
     bool SetScaling(Scaling scaling);
     Scaling GetScaling() const { return fScaling; }
 
@@ -49,9 +52,12 @@ public:
     bool SetLimits(double lowest, double highest, OutlierRule rule = OutlierClipped);
     /// The extremes of what is learned become the limits, known after Finish.
     bool SetLimitsLearned(OutlierRule rule = OutlierClipped);
+    /// The lower limit; system-missing for an open end.
     double GetLowest() const { return fdLowest; }
+    /// The upper limit; system-missing for an open end.
     double GetHighest() const { return fdHighest; }
     bool AreLimitsLearned() const { return fbLimitsLearned; }
+    /// What becomes of a number beyond the limits.
     OutlierRule GetOutlierRule() const { return fOutlierRule; }
 
     /// What was learned: of the numbers that were not missing, after the rule for outliers.
@@ -59,7 +65,9 @@ public:
     /// c and d of the formula, and the number that replaces a missing one; system-missing when there is none. Of a
     /// finished encoder.
     double GetCenter() const { return fdCenter; }
+    /// d of the formula, of a finished encoder.
     double GetDivisor() const { return fdDivisor; }
+    /// The number that replaces a missing one, of a finished encoder; system-missing when there is none.
     double GetReplacement() const { return fdReplacement; }
 
     std::string GetColumnName(int column) const override;

@@ -33,9 +33,12 @@ public:
     /// Values outside [lowest, highest] are invalid. System-missing leaves an end open, which both are at first.
     /// @return  false, and nothing changed, when an end is a NaN or lowest is above highest
     bool SetInterval(double lowest, double highest);
+    /// The lower end; system-missing when it is open.
     double GetLowest() const { return fdLowest; }
+    /// The upper end; system-missing when it is open.
     double GetHighest() const { return fdHighest; }
 
+    /// The unit of the values, for people.
     void SetUnit(const std::string& unit) { fUnit = unit; }
     const std::string& GetUnit() const { return fUnit; }
 

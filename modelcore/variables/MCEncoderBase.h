@@ -24,10 +24,12 @@ public:
     /// MissingOwnCategory too); null leaves the choice to the encoder. At first MissingStays.
     bool SetMissingRule(MissingRule rule, const MCCommon_930::Value& replacement = {});
     MissingRule GetMissingRule() const { return fMissingRule; }
+    /// The replacement that SetMissingRule was given.
     const MCCommon_930::Value& GetMissingReplacement() const { return fReplacement; }
 
     /// The sum of weights of the cases learned that were not missing, and of those that were.
     double GetValidWeight() const { return fdValidWeight; }
+    /// The sum of weights of the cases learned that were missing.
     double GetMissingWeight() const { return fdMissingWeight; }
 
     bool Learn(const MCCommon_930::Value& value, double frequencyWeight = 1.0) override;
@@ -67,6 +69,7 @@ protected:
     /// What learning makes of a value.
     enum class Learned : std::uint8_t { Valid, Missing, Refused };
 
+    /// An encoder of the field that has learned nothing.
     explicit MCEncoderBase(std::string field);
     MCEncoderBase(const MCEncoderBase&);
     MCEncoderBase(MCEncoderBase&&) noexcept;
@@ -78,6 +81,7 @@ protected:
     /// A scalar that is not missing, or null for no replacement.
     bool IsReplacementLegal(const MCCommon_930::Value& value) const;
 
+    /// The name that stands in the saved state.
     virtual const char* ClassName() const = 0;
     /// Adds a value that is not missing. Missing: it is to be counted as such.
     virtual Learned LearnValid(const MCCommon_930::Value& value, const MCCommon_930::Value* target, double weight) = 0;
@@ -94,16 +98,22 @@ protected:
     virtual MCCommon_930::MCStatus FinishLearned(int& columns) = 0;
     /// Encodes one value; the encoder is finished and there is room.
     virtual Outcome EncodeOne(const MCCommon_930::Value& value, double* columns) const = 0;
+    /// The value whose row this is. False, and the value as it was, when there is none.
     virtual bool DecodeRow(const double* columns, MCCommon_930::Value& value) const = 0;
     /// Encodes a block of numbers; all spans are long enough. Only a class with a faster way overrides it.
     virtual int EncodeRows(std::span<const double> x, double* rows, std::size_t stride, Outcome* outcomes) const;
 
+    /// Writes the settings to entries of a map.
     virtual void SaveSettings(MCCommon_930::Value& map) const;
+    /// Reads what SaveSettings wrote, into an object that is thrown away when it fails.
     virtual bool LoadSettings(const MCCommon_930::Value& map);
+    /// Writes what was learned to entries of a map.
     virtual void SaveLearned(MCCommon_930::Value& map) const;
+    /// Reads what SaveLearned wrote, as LoadSettings does.
     virtual bool LoadLearned(const MCCommon_930::Value& map);
     /// An encoder of the same class with the state of the tree, put in the place of this one.
     virtual bool Replace(const MCCommon_930::Value& tree) = 0;
+    /// What Replace of a class does, for which it is called with the object itself.
     template <class Encoder>
     static bool ReplaceBy(Encoder& encoder, const MCCommon_930::Value& tree)
     {
@@ -112,6 +122,7 @@ protected:
         encoder = std::move(loaded);
         return true;
     }
+    /// Writes what was learned to the diagnostic text stream.
     virtual void DisplayLearned() const = 0;
 
     /// Fills a row with system-missing.

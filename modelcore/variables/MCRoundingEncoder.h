@@ -28,8 +28,10 @@ namespace MCXML_930 {
 /// Decode returns the rounded number.
 class MODELCORE_EXPORT MCRoundingEncoder : public MCEncoderBase {
 public:
+    /// Where a number between two multiples goes.
     enum Direction : std::int32_t { RoundHalfEven, RoundUp, RoundDown };
 
+    /// Rounds the field to whole numbers.
     explicit MCRoundingEncoder(std::string field = {});
 
     /// Copies are deep. An assignment that runs out of memory leaves the encoder as it was.
@@ -46,12 +48,15 @@ public:
     bool SetUnit(double unit);
     /// Rounds to so many digits after the point, before it when negative; -15 to 15.
     bool SetDigits(int digits);
+    /// RoundHalfEven at first.
     bool SetDirection(Direction direction);
     Direction GetDirection() const { return fDirection; }
+    /// Whether SetDigits was the last to say what is rounded to.
     bool IsByDigits() const { return fbByDigits; }
     int GetDigits() const { return fnDigits; }
     /// The unit, and what the formula divides or multiplies by first: the unit or the power of ten.
     double GetUnit() const { return fdUnit; }
+    /// What the formula divides or multiplies by first: the unit or the power of ten.
     double GetFactor() const { return fdFactor; }
     /// Whether the formula is x * factor, rounded, / factor; else x / factor, rounded, * factor.
     bool IsFactorMultiplied() const { return fbByDigits && fnDigits >= 0; }

@@ -24,8 +24,10 @@ class MODELCORE_EXPORT MCStringEncoder : public MCCategoricalEncoder {
 public:
     /// Which ends blanks, tabs and line ends are taken off from.
     enum Trim : std::int32_t { TrimNone, TrimLeft, TrimRight, TrimBoth };
+    /// What becomes of upper and lower case letters.
     enum Case : std::int32_t { CaseKept, CaseLower, CaseUpper };
 
+    /// An encoder of the field's texts.
     explicit MCStringEncoder(std::string field = {});
 
     /// Copies are deep. An assignment that runs out of memory leaves the encoder as it was.
@@ -52,6 +54,7 @@ public:
     const std::map<std::string, std::string, std::less<>>& GetMapping() const { return fMapping; }
     /// Whether an empty text is a missing value, which it is not at first.
     bool SetEmptyIsMissing(bool missing);
+    /// Whether an empty text is a missing value.
     bool IsEmptyMissing() const { return fbEmptyIsMissing; }
 
     /// The text tidied.

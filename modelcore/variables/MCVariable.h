@@ -24,6 +24,7 @@ public:
     VariableStorage GetStorage() const override { return fStorage; }
     const std::vector<MCCommon_930::Value>& GetMissingCodes() const override { return fvMissingCodes; }
 
+    /// Text for people.
     void SetLabel(const std::string& label) { fLabel = label; }
 
     /// @return  false, and nothing changed, when the variable cannot have the role: one of a weight belongs to
@@ -67,12 +68,14 @@ public:
     static std::unique_ptr<MCVariable> Create(const std::string& className);
 
 protected:
+    /// A variable without a label and missing codes.
     MCVariable(std::string name, VariableStorage storage, VariableRole role);
     MCVariable(const MCVariable&);
     MCVariable(MCVariable&&) noexcept;
     MCVariable& operator=(const MCVariable&);
     MCVariable& operator=(MCVariable&&) noexcept;
 
+    /// The name that stands in the description.
     virtual const char* ClassName() const = 0;
     /// What a value of the right type that is not missing is.
     virtual ValueKind ClassifyStored(const MCCommon_930::Value& value) const = 0;
@@ -80,6 +83,7 @@ protected:
     virtual std::string RangeText(int width) const = 0;
     /// The parts of the description as fields of a map, and back.
     virtual void Save(MCCommon_930::Value& map) const;
+    /// Reads what Save wrote, into an object that is thrown away when it fails.
     virtual bool Load(const MCCommon_930::Value& map);
     /// A variable of the same class with those parts, or null.
     virtual std::unique_ptr<MCVariable> Loaded(const MCCommon_930::Value& map) const = 0;

@@ -29,6 +29,7 @@ public:
     /// @return  its position; -1, and nothing changed, when its name is empty or taken
     int Add(const MCVariable& variable);
 
+    /// The number of variables.
     int Size() const { return static_cast<int>(fvVariables.size()); }
     /// The variable at a position; null when there is none.
     const MCVariable* Get(int position) const;

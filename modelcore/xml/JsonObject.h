@@ -34,6 +34,7 @@ namespace MCXML_930 {
 /// but not written as JSON numbers; NonFinite says what becomes of them.
 class MODELCORE_EXPORT JsonObject {
 public:
+    /// What a value is.
     enum Type : std::uint16_t { TypeNull, TypeBool, TypeInteger, TypeReal, TypeString, TypeArray, TypeObject };
 
     /// Why a text was refused.
@@ -50,7 +51,7 @@ public:
 
     /// The first fault of a text and where it is.
     struct MODELCORE_EXPORT Problem {
-        Code code = ParseOk;
+        Code code = ParseOk; ///< what is wrong
         /// In bytes: of the byte that cannot stand there, the start of the bad sequence of bytes, of the number that is
         /// too large, of the name that is there a second time, or the length of the text.
         std::size_t offset = 0;
@@ -61,6 +62,7 @@ public:
         std::string GetText() const;
     };
 
+    /// What a reader allows.
     struct Limits {
         int maxDepth = 1024;            ///< arrays and objects within each other; 0 allows scalars only
         bool keepLastDuplicate = false; ///< true: a name that comes again replaces the value of the first, in its place
@@ -80,8 +82,10 @@ public:
     /// @name Construction, copy, assignment
     /// The constructors convert silently, so that Set("mean", 2.5) and Append("text") are enough.
     /// @{
+    /// Null.
     JsonObject() noexcept = default;
     JsonObject(std::nullptr_t) noexcept {}
+    /// The value that is given, with its type.
     JsonObject(bool value) noexcept : fType(TypeBool), fData(value ? 1 : 0) {}
     JsonObject(int value) noexcept : JsonObject(static_cast<long long>(value)) {}
     JsonObject(long value) noexcept : JsonObject(static_cast<long long>(value)) {}
@@ -129,25 +133,36 @@ public:
         Swap(taken);
         return *this;
     }
+    /// Exchanges the contents; copies nothing.
     void Swap(JsonObject& other) noexcept;
+    /// Exchanges the contents of two values.
     friend void swap(JsonObject& a, JsonObject& b) noexcept { a.Swap(b); }
 
     /// An empty array and an empty object.
     static JsonObject NewArray();
+    /// An empty object.
     static JsonObject NewObject();
     /// Arrays of reals (system-missing ones as null), integers and strings.
     static JsonObject FromReals(std::span<const double> values);
+    /// An array of integers.
     static JsonObject FromIntegers(std::span<const int> values);
+    /// An array of strings.
     static JsonObject FromStrings(std::span<const std::string> utf8);
     /// @}
 
     /// @name Type and plain readers
     /// @{
+    /// What it is.
     Type GetType() const { return static_cast<Type>(fType); }
+    /// Whether it is null.
     bool IsNull() const { return fType == TypeNull; }
+    /// Whether it is an array.
     bool IsArray() const { return fType == TypeArray; }
+    /// Whether it is an object.
     bool IsObject() const { return fType == TypeObject; }
+    /// Whether it is a string.
     bool IsString() const { return fType == TypeString; }
+    /// Whether it is an integer or a real.
     bool IsNumber() const { return fType == TypeInteger || fType == TypeReal; }
 
     /// Each returns false and leaves the result as it was when the value is not what is asked for.
@@ -205,6 +220,7 @@ public:
     /// For loops: for (const JsonObject& element : array.Elements()), for (const auto& member : object.Members()).
     /// Empty for any other type; valid until the value changes.
     std::span<const JsonObject> Elements() const;
+    /// The members of an object; empty for any other type.
     std::span<const Member> Members() const;
 
     /// Gives the member that value: in its place when there is one of that name, else as the last. A null value first
@@ -353,7 +369,9 @@ private:
 /// A name and a value in an object.
 class MODELCORE_EXPORT JsonObject::Member {
 public:
+    /// The name.
     std::string_view Name() const { return fName.GetText(); }
+    /// The value.
     const JsonObject& Value() const { return fValue; }
 
 private:

@@ -91,10 +91,12 @@ public:
     /// alone: text that is written past XMLObj is lost.
     class MODELCORE_EXPORT Writer {
     public:
+        /// A writer of nothing yet.
         Writer();
         ~Writer();
         Writer(const Writer&) = delete;
         Writer& operator=(const Writer&) = delete;
+        /// The stream to write elements to.
         std::ostream& Stream() { return *fpStream; }
         /// The bytes; their kind is the name of the first element.
         std::string Finish();
@@ -107,13 +109,16 @@ public:
     /// A stream from which ParseStartObj, ParseValue and ParseEndObj read bytes, which must stay.
     class MODELCORE_EXPORT Reader {
     public:
+        /// A reader of these bytes.
         explicit Reader(std::string_view bytes);
         ~Reader();
         Reader(const Reader&) = delete;
         Reader& operator=(const Reader&) = delete;
         /// What is wrong with the envelope; then there is nothing to read.
         Fault GetFault() const { return fFault; }
+        /// The kind that the envelope names.
         std::string_view GetKind() const { return fKind; }
+        /// The stream to read elements from.
         std::ifstream& Stream() { return fStream; }
         /// What to say after reading: Ok when it went well and all was read; OtherKind when the first element that was
         /// looked for is not that of the kind; else Contradictory.
