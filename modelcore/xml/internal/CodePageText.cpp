@@ -7,7 +7,6 @@
 #include <limits>
 
 #ifdef _WIN32
-#define NOMINMAX
 #include <windows.h>
 #else
 #include <cerrno>
