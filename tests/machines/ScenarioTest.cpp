@@ -1,9 +1,9 @@
 // The scenario gives the same bits here as everywhere, with every kernel set.
-#include "tests/machines/Scenario.h"
+#include "reference/machines/Scenario.h"
 
 #include "modelcore/matrix/MCExtended.h"
+#include "reference/machines/Digest.h"
 #include "support/AllKernels.h"
-#include "tests/machines/Digest.h"
 #include "tests/machines/UsersFlags.h"
 
 #include <gtest/gtest.h>

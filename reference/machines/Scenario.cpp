@@ -1,8 +1,8 @@
-#include "tests/machines/Scenario.h"
+#include "reference/machines/Scenario.h"
 
 #include "modelcore/modelcore.h"
+#include "reference/machines/Digest.h"
 #include "tests/distributions/ExactTable.h"
-#include "tests/machines/Digest.h"
 
 #include <algorithm>
 #include <array>

@@ -4,7 +4,7 @@
 //     reproducibility-hash --reals         all reals behind them, to see which ones differ
 //     reproducibility-hash --write FOLDER  a file for each saved state
 //     reproducibility-hash --check FOLDER  reads them; status 1 and what is wrong when they do not fit
-#include "tests/machines/Scenario.h"
+#include "reference/machines/Scenario.h"
 
 #include <cinttypes>
 #include <cstdio>
