@@ -368,8 +368,7 @@ void Output(Digest& out)
 {
     Numbers numbers(8);
     const std::unique_ptr<XMLElement> root(MCStatXMLUtil::BuildRoot());
-    XMLElement* const model = MCStatXMLUtil::CreateElemStructuredData("M\xc3\xb6"
-                                                                      "del");
+    XMLElement* const model = MCStatXMLUtil::CreateElemStructuredData("Model");
     root->AddElement(model);
     model->AddElement(MCStatXMLUtil::CreateElemCounts(numbers.Any(), 1, 0, 5));
     std::vector<double> values;
