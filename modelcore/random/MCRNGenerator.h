@@ -15,7 +15,8 @@ public:
     /// Generators are destroyed by way of this interface too.
     virtual ~MCRNGenerator();
 
-    /// Starts the sequence that belongs to s. The same s gives the same numbers on every platform.
+    /// Starts the sequence that belongs to s. The same s gives the same uniform numbers on every platform; variates
+    /// that call exp, log and the like are the same on one C library and class of processor (docs/reproducibility.md).
     virtual void SetSeed(double s) = 0;
 
     /// The next number.
