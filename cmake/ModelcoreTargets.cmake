@@ -23,7 +23,7 @@ function(modelcore_check_platform)
     int main() {}" MODELCORE_DOUBLES_ARE_DOUBLES)
   if(NOT MODELCORE_DOUBLES_ARE_DOUBLES)
     message(FATAL_ERROR "modelcore needs IEEE doubles that are evaluated as doubles: its results are defined to the "
-      "last bit. Leave out -mfpmath=387, -ffast-math and what else changes arithmetic (CMAKE_CXX_FLAGS is "
+      "last bit. Leave out -mfpmath=387, fast-math and what else changes arithmetic (CMAKE_CXX_FLAGS is "
       "'${CMAKE_CXX_FLAGS}'); x87 and other extended-precision targets are not supported.")
   endif()
 endfunction()

@@ -24,7 +24,7 @@ inline MCExtended ExactSum(double a, double b)
 
 /// a * b, rounded before anything is added to it. Compilers fuse a product and a sum by default where the processor can,
 /// and a caller's code is not compiled with the flags of the library: this keeps the bits the same in both. Only clang
-/// with -ffp-contract=fast takes the liberty all the same.
+/// with contraction set to fast takes the liberty all the same.
 inline double RoundedProduct(double a, double b)
 {
 #if defined(__clang__)
