@@ -322,7 +322,7 @@ TEST(JsonObjectMembers, FollowAPlainListThroughRandomChanges)
         }
         ASSERT_EQ(object.Size(), model.size());
         for (int i = 0; i < 10000; ++i) { // a name that is gone leaves nothing behind
-            const std::string passing = "y" + std::to_string(i);
+            const std::string passing = std::to_string(i) + "y";
             ASSERT_TRUE(object.Set(passing, i) && object.Remove(passing) && object[passing].IsNull());
         }
         for (std::size_t i = 0; i < model.size(); ++i) {
