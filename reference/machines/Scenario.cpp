@@ -113,7 +113,7 @@ void Common(Digest& out)
         default: value[std::string(1, static_cast<char>(128 + i % 128))] = i % 2 == 0;
         }
         out.Add(value.GetString());
-        record.Add("name " + std::to_string(numbers.Below(1000)), value);
+        record.Add(std::string("name ").append(std::to_string(numbers.Below(1000))), value);
         all[i] = std::move(value);
     }
     for (int i = 0; i < 300; ++i) {
@@ -182,7 +182,7 @@ void Xml(Digest& out)
 
     std::unique_ptr<XMLElement> root(XMLElement::Create("Root"));
     for (int i = 0; i < 50; ++i) {
-        XMLElement* const child = XMLElement::Create("e" + std::to_string(i));
+        XMLElement* const child = XMLElement::Create(std::string("e").append(std::to_string(i)));
         child->AddAttribute("real", numbers.Any());
         child->AddAttribute("text", "a < b & \"c\"\n\t ");
         child->AddElement(XMLString::Create(std::to_string(numbers.Bits())));
