@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <fstream>
 #include <new>
+#include <random>
 #include <sstream>
 #include <string>
 
@@ -18,12 +19,15 @@ std::string Saved(const T& object, int indentation = 1)
     return text.str();
 }
 
-/// A file with that text, which is gone with the object.
+/// A file with that text, which is gone with the object. No other has its name: tests of one name run side by side, in
+/// other suites and other builds.
 class SavedFile {
 public:
     explicit SavedFile(const std::string& text)
-        : fPath(::testing::TempDir() + ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".xml")
     {
+        static const std::string process = std::to_string(std::random_device()()) + "-";
+        static int count = 0;
+        fPath = ::testing::TempDir() + "modelcore-" + process + std::to_string(++count) + ".xml";
         std::ofstream(fPath, std::ios::binary) << text;
     }
     ~SavedFile() { std::remove(fPath.c_str()); }
