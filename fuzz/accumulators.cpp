@@ -198,6 +198,10 @@ void Charts(Input& input)
         cells.UpdateData(weight, 1.0, x, input.Real());
         points.UpdateData(weight, 1.0, x, x);
     }
+    if (std::isnan(minimum) || std::isnan(maximum)) { // limits that are no numbers are equal to none
+        REQUIRE(!histogram.Merge(half));
+        return;
+    }
     REQUIRE(histogram.Merge(half));
     double sum = 0.0;
     for (const double f : histogram.GetBinFrequencies()) sum += f;
