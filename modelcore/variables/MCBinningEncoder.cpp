@@ -340,10 +340,11 @@ int MCBinningEncoder::EncodeRows(std::span<const double> x, double* rows, std::s
 {
     constexpr std::size_t kPiece = 256;
     std::array<std::size_t, kPiece> bins; // filled as far as it is read
-    const bool closed = fbEndsClosed && !MCMV::IsMissing(fdLowest) && !MCMV::IsMissing(fdHighest);
-    // Above the missing value, which is the lowest double; minus infinity goes the long way too.
-    const double lowest = closed ? fdLowest : std::nextafter(MCMV::Missing(), 0.0);
-    const double highest = closed ? fdHighest : std::numeric_limits<double>::infinity();
+    // Above the missing value, which is the lowest double; minus infinity goes the long way too. An end may be open alone.
+    const double unlimited = std::nextafter(MCMV::Missing(), 0.0);
+    const double lowest = fbEndsClosed ? std::max(fdLowest, unlimited) : unlimited;
+    const double highest =
+        fbEndsClosed && !MCMV::IsMissing(fdHighest) ? fdHighest : std::numeric_limits<double>::infinity();
     int encoded = 0;
     for (std::size_t from = 0; from < x.size(); from += kPiece) {
         const std::span<const double> piece = x.subspan(from, std::min(kPiece, x.size() - from));
@@ -514,6 +515,7 @@ bool MCBinningEncoder::LoadLearned(const Value& map)
         fields.Read("rankError", fdRankError);
         const int bins = GetNBins() + (GetMissingRule() == MissingOwnCategory ? 1 : 0);
         return fields.Require(AreAscending(fvCuts) && fvWeights.size() == fvCuts.size() + 1 &&
+                              internal::AreLimitsLegal(fdLowest, fdHighest) && !std::isnan(fdReplacement) &&
                               GetNColumns() == (fOutput == OutputIndex ? 1 : bins));
     }
     std::vector<Value> classes;

@@ -162,7 +162,8 @@ int MCContinuousEncoder::EncodeRows(std::span<const double> x, double* rows, std
     const bool limited = fOutlierRule != OutlierStays;
     const bool simple = stride == 1 && !MCMV::IsMissing(fdCenter);
     // The missing value is the lowest double, below any open end.
-    const double lowest = limited && !MCMV::IsMissing(fdLowest) ? fdLowest : std::nextafter(MCMV::Missing(), 0.0);
+    const double unlimited = std::nextafter(MCMV::Missing(), 0.0);
+    const double lowest = limited ? std::max(fdLowest, unlimited) : unlimited;
     const double highest = limited && !MCMV::IsMissing(fdHighest) ? fdHighest : infinity;
     int encoded = 0;
     for (std::size_t from = 0; from < x.size(); from += kPiece) {

@@ -141,6 +141,41 @@ TEST(MCBinningEncoder, EveryOutcomeAndRule)
     EXPECT_EQ(Row(encoder, "text")[0], kRefused);
 }
 
+// One end alone is closed when nothing was learned; and a saved state is no way around what the setters refuse.
+TEST(MCBinningEncoder, OneClosedEndAndStatesOfImpossibleLimits)
+{
+    const std::vector<double> x{-kInf, -1.0, 0.0, 5.0, 10.0, 11.0, kInf, kMissing, kNan, 1e308, -1e308};
+    for (const auto& [lowest, highest] : {std::pair(0.0, kMissing), {kMissing, 10.0}, {0.0, 10.0}}) {
+        for (const auto rule : {E::OutlierStays, E::OutlierClipped, E::OutlierAsMissing, E::OutlierRefused}) {
+            E encoder("f");
+            encoder.SetCuts({5.0});
+            encoder.SetEndsClosed(lowest, highest, rule);
+            encoder.SetMissingRule(E::MissingOwnCategory);
+            encoder.Finish();
+            ExpectBlockLikeRows(encoder, x);
+        }
+    }
+    E encoder("f");
+    encoder.SetCuts({5.0});
+    encoder.SetOutput(E::OutputIndicator);
+    encoder.SetMissingRule(E::MissingReplaced, 1.0);
+    encoder.Finish();
+    std::string saved;
+    encoder.ToJson().ToText(saved);
+    for (const auto& [from, to] : {std::pair(R"("replacement":1.0)", R"("replacement":"NaN")"),
+                                   {R"("lowest":null)", R"("lowest":"NaN")"},
+                                   {R"("lowest":null,)", R"("lowest":7,)"}}) {
+        std::string altered = saved;
+        const std::size_t at = altered.find(from);
+        ASSERT_NE(at, std::string::npos) << saved;
+        altered.replace(at, std::string(from).size(), to);
+        JsonObject json;
+        ASSERT_TRUE(JsonObject::Parse(altered, json));
+        E other("g");
+        EXPECT_EQ(other.FromJson(json), std::string(to).find("NaN") == std::string::npos) << to;
+    }
+}
+
 // With many cuts bins are searched, with few they are counted; and beyond the sketch's limit the error is stated.
 TEST(MCBinningEncoder, QuantilesOfManyValues)
 {

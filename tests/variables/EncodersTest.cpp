@@ -271,6 +271,7 @@ TEST(MCContinuousEncoder, EveryOutcomeAndRule)
         {"limit itself", limits(E::OutlierClipped), 6.0, {encoded, 6}},
         {"as missing", limits(E::OutlierAsMissing), 6.5, {outlier, kMissing}},
         {"refused", limits(E::OutlierRefused), 6.5, {kRefused, -1}},
+        {"no lowest limit", [](E& e) { e.SetLimits(-kInf, 6.0); }, kMissing, {missing, kMissing}},
         {"learned limits", [](E& e) { e.SetLimitsLearned(); }, 100, {outlier, 7}},
         {"missing stays", [](E&) {}, Value(), {missing, kMissing}},
         {"NaN is missing", [](E&) {}, kNan, {missing, kMissing}},

@@ -70,8 +70,17 @@ inline void ExpectBlockLikeRows(const IMCEncoder& encoder, const std::vector<dou
         }
         EXPECT_EQ(encoder.EncodeBlock(x, rows, static_cast<int>(stride), outcomes), encoded);
         EXPECT_TRUE(SameBits(rows, expected));
-        for (std::size_t i = 0; i < x.size(); ++i)
+        for (std::size_t i = 0; i < x.size(); ++i) {
             EXPECT_EQ(static_cast<double>(outcomes[i]), Row(encoder, x[i])[0]) << x[i];
+            // Alone: a value beside a special one goes the special one's road.
+            std::vector<double> row(columns);
+            std::vector<IMCEncoder::Outcome> alone(1);
+            encoder.EncodeBlock(std::span(x).subspan(i, 1), row, static_cast<int>(columns), alone);
+            EXPECT_EQ(alone[0], outcomes[i]) << x[i];
+            EXPECT_TRUE(SameBits(row, {expected.begin() + static_cast<std::ptrdiff_t>(i * stride),
+                                       expected.begin() + static_cast<std::ptrdiff_t>(i * stride + columns)}))
+                << x[i];
+        }
         if (columns == 0) continue;
         EXPECT_EQ(encoder.EncodeBlock(x, std::span(rows).first(columns - 1), 9999), -1);
     }
