@@ -64,3 +64,21 @@ build() {
     exit 1
   fi
 }
+
+# What figures depend on, a line each: machine FOLDER-OF-THE-BUILD.
+machine() {
+  local compiler
+  compiler=$(sed -n 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' "$1/CMakeCache.txt")
+  echo "measured on $(date -u +%Y-%m-%d), modelcore $(sed -n -E 's/^ *VERSION ([0-9.]+)$/\1/p' CMakeLists.txt)"
+  echo "$(uname -m), $(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1), $(getconf _NPROCESSORS_ONLN) processors"
+  echo "$("$compiler" --version | head -n 1), $(getconf GNU_LIBC_VERSION 2>/dev/null || uname -s)"
+}
+
+# The peers that are installed, as Debian names and numbers them.
+peers() {
+  local packages
+  packages=$(sed -n -E 's/^ *\[bench\]="(.*)"$/\1/p' scripts/setup)
+  # shellcheck disable=SC2086 # a list of words
+  dpkg-query -W -f='${db:Status-Status} ${Package} ${Version}\n' $packages 2>/dev/null |
+    sed -n -E 's/^installed (lib)?(.*)$/\2/p' | sed 's/-dev / /' | paste -sd, | sed 's/,/, /g; s/^/peers installed: /'
+}

@@ -1,9 +1,12 @@
 #include "support/PeerTable.h"
 
+#include "support/Peak.h"
+
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <ctime>
 #include <map>
@@ -78,7 +81,13 @@ public:
 
     void Finalize() override
     {
-        std::printf("| operation | contender | median time | rate | modelcore is |\n|---|---|---|---|---|\n");
+        const bool hasShares = std::any_of(fOrder.begin(), fOrder.end(), [&](const std::string& operation) {
+            const std::vector<Line>& lines = fLines[operation];
+            return std::any_of(lines.begin(), lines.end(), IsArithmetic);
+        });
+        if (hasShares) PrintPeaks();
+        std::printf("| operation | contender | median time | rate | %smodelcore is |\n|---|---|---|---|%s---|\n",
+                    hasShares ? "of peak | " : "", hasShares ? "---|" : "");
         for (const std::string& operation : fOrder) {
             const std::vector<Line>& lines = fLines[operation];
             const auto ours = std::find_if(lines.begin(), lines.end(),
@@ -86,21 +95,63 @@ public:
             for (const Line& line : lines) {
                 if (line.seconds == 0.0 && line.refused.empty()) continue; // left out by --benchmark_filter
                 if (!line.refused.empty()) {
-                    std::printf("| %s | %s | refused: %s | | |\n", operation.c_str(), line.contender.c_str(),
-                                line.refused.c_str());
+                    std::printf("| %s | %s | refused: %s | | |%s\n", operation.c_str(), line.contender.c_str(),
+                                line.refused.c_str(), hasShares ? " |" : "");
                     continue;
                 }
                 char ratio[32] = "";
                 if (ours != lines.end() && &*ours != &line && ours->seconds > 0.0)
                     std::snprintf(ratio, sizeof ratio, "%.2f x", line.seconds / ours->seconds);
-                std::printf("| %s | %s | %s | %.4g %s/s | %s |\n", operation.c_str(), line.contender.c_str(),
-                            Readable(line.seconds).c_str(), line.rate, line.unit.c_str(), ratio);
+                char share[32] = "";
+                if (IsArithmetic(line))
+                    std::snprintf(share, sizeof share, "%.2f | ", line.rate / peers::UnfusedPeak());
+                else if (hasShares)
+                    std::snprintf(share, sizeof share, " | ");
+                std::printf("| %s | %s | %s | %.4g %s/s | %s%s |\n", operation.c_str(), line.contender.c_str(),
+                            Readable(line.seconds).c_str(), line.rate, line.unit.c_str(), share, ratio);
             }
         }
+        PrintMean();
         std::fflush(stdout);
     }
 
 private:
+    static bool IsArithmetic(const Line& line) { return line.unit == "GFLOP" && line.rate > 0.0; }
+
+    static void PrintPeaks()
+    {
+        std::string text = "peaks of one core in GFLOP/s, rounded products added / fused:";
+        for (const peers::Peak& peak : peers::MeasurePeaks()) {
+            char each[60];
+            std::snprintf(each, sizeof each, "%s %d bits %.1f / %.1f", text.back() == ':' ? "" : ",", peak.bits,
+                          peak.unfused, peak.fused);
+            text += each;
+        }
+        std::printf("%s; shares are of the highest of rounded products\n\n", text.c_str());
+    }
+
+    /// Over the operations that modelcore and a peer were measured in; names that begin with modelcore are no peers.
+    void PrintMean()
+    {
+        double logs = 0.0;
+        int count = 0;
+        for (const auto& [operation, lines] : fLines) {
+            double ours = 0.0, fastest = 0.0;
+            for (const Line& line : lines) {
+                if (line.contender == "modelcore")
+                    ours = line.seconds;
+                else if (line.contender.rfind("modelcore", 0) != 0 && line.seconds > 0.0)
+                    fastest = fastest == 0.0 ? line.seconds : std::min(fastest, line.seconds);
+            }
+            if (ours == 0.0 || fastest == 0.0) continue;
+            logs += std::log(fastest / ours);
+            ++count;
+        }
+        if (count > 0)
+            std::printf("\ngeometric mean of %d operations beside the fastest peer of each: %.2f\n", count,
+                        std::exp(logs / count));
+    }
+
     Line& LineOf(const std::string& name)
     {
         const std::size_t cut = name.find(kSeparator);
@@ -177,6 +228,7 @@ int main(int argc, char** argv)
     int count = static_cast<int>(arguments.size());
     benchmark::Initialize(&count, arguments.data());
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 2;
+    peers::MeasurePeaks(); // before anything warms the core or slows its clock
     RegisterContenders();
     TableReporter table;
     for (const std::string& name : registered) table.Expect(name);
