@@ -17,8 +17,10 @@ namespace MCMath_930::internal {
 /// it is false and the caller takes its plain loop.
 class TileWorkspace {
 public:
-    static constexpr int kDepth = 256; // terms of one pass: six lines of them and eight columns stay in the innermost cache
-    static constexpr int kWidth = 256; // elements of each line in one pass: with all its terms they take half a second cache of 1 MB
+    static constexpr int kDepth =
+        256; // terms of one pass: six lines of them and eight columns stay in the innermost cache
+    static constexpr int kWidth =
+        256; // elements of each line in one pass: with all its terms they take half a second cache of 1 MB
 
     explicit TileWorkspace(int width)
         : fWidth((std::min(width, kWidth) + kTileWidth - 1) / kTileWidth * kTileWidth),

@@ -24,10 +24,20 @@ bool PassesTests(int k, int n, double tol, const double* origDiag, const MCBitSe
 {
     const double pivot = row(k);
     if (tol * origDiag[k] >= pivot) return false;
-    for (int j = swept.Next(0); j >= 0 && j < n; j = swept.Next(j + 1)) {
+    // S(j,j) of a swept row is minus the inverse of its pivot: below -1/(tol*origDiag[j]) that pivot is too small. Rows that
+    // are not swept hardly ever fail the test that is not theirs, so all around a swept one are tested and failures looked at.
+    const auto passes = [&](int j) {
         const double old = row(j);
-        // S(j,j) of a swept row is minus the inverse of its pivot: below -1/(tol*origDiag[j]) that pivot is too small.
-        if (!((diag(j) - old * old / pivot) * tol * origDiag[j] > -1.0)) return false;
+        return (diag(j) - old * old / pivot) * tol * origDiag[j] > -1.0;
+    };
+    constexpr int kTogether = 64;
+    for (int first = swept.Next(0); first >= 0 && first < n; first = swept.Next(first + kTogether)) {
+        const int last = std::min(n, first + kTogether);
+        int failures = 0;
+        for (int j = first; j < last; ++j) failures += passes(j) ? 0 : 1;
+        if (failures == 0) continue;
+        for (int j = first; j >= 0 && j < last; j = swept.Next(j + 1))
+            if (!passes(j)) return false;
     }
     return true;
 }
