@@ -179,7 +179,7 @@ void RegisterSweeps(const std::shared_ptr<const Problem>& p)
     };
     one.Add<MCSymMatrix>("modelcore", p->s, sweepMiddle, Packed);
     one.Add<MCSymMatrix>(
-        "the rule as it is written", p->s,
+        "plain loop", p->s,
         [p](MCSymMatrix& s) {
             MCBitSet swept(p->n);
             s.SweepOrig(p->n / 2, 1e-12, p->diagonal, swept, true);

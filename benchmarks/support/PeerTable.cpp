@@ -130,7 +130,7 @@ private:
         std::printf("%s; shares are of the highest of rounded products\n\n", text.c_str());
     }
 
-    /// Over the operations that modelcore and a peer were measured in; names that begin with modelcore are no peers.
+    /// Over the operations that modelcore and a peer were measured in; other roads of modelcore and plain loops are no peers.
     void PrintMean()
     {
         double logs = 0.0;
@@ -140,7 +140,8 @@ private:
             for (const Line& line : lines) {
                 if (line.contender == "modelcore")
                     ours = line.seconds;
-                else if (line.contender.rfind("modelcore", 0) != 0 && line.seconds > 0.0)
+                else if (line.contender.rfind("modelcore", 0) != 0 && line.contender.rfind("plain", 0) != 0 &&
+                         line.seconds > 0.0)
                     fastest = fastest == 0.0 ? line.seconds : std::min(fastest, line.seconds);
             }
             if (ours == 0.0 || fastest == 0.0) continue;
