@@ -30,7 +30,7 @@ public:
 
 private:
     static constexpr int kNarrow = 8;
-    static constexpr int kDepth = TileWorkspace::kDepth;
+    static constexpr int kDepth = 96; // of the square that is filled up with zeros: more would be work for nothing
     static constexpr int kColumns = 192;
 
     /// Finishes columns first..last-1, whose sums hold the terms of all columns before them.

@@ -17,22 +17,24 @@ namespace MCMath_930::internal {
 /// it is false and the caller takes its plain loop.
 class TileWorkspace {
 public:
-    static constexpr int kDepth =
-        256; // terms of one pass: six lines of them and eight columns stay in the innermost cache
-    static constexpr int kWidth =
-        256; // elements of each line in one pass: with all its terms they take half a second cache of 1 MB
+    /// Terms of one pass: six lines of them and eight columns stay in the innermost cache.
+    static constexpr int kDepth = 256;
 
     explicit TileWorkspace(int width)
-        : fWidth((std::min(width, kWidth) + kTileWidth - 1) / kTileWidth * kTileWidth),
-          fLeft(MakeAlignedDoubles(static_cast<std::size_t>((kTileLines + fWidth) * kDepth)))
+        : fWidth((std::min(width, kMostWidth) + kTileWidth - 1) / kTileWidth * kTileWidth),
+          fLeft(MakeAlignedDoubles(static_cast<std::size_t>(kTileLines * kDepth + std::min(fWidth * kDepth, kPanel))))
     {}
 
     explicit operator bool() const { return fLeft != nullptr; }
-    int Width() const { return fWidth; }
+    /// Elements of each line in one pass of so many terms.
+    int Width(int terms) const { return std::min(fWidth, kPanel / terms / kTileWidth * kTileWidth); }
     double* Left() const { return fLeft.get(); }
     double* Right() const { return fLeft.get() + kTileLines * kDepth; }
 
 private:
+    static constexpr int kPanel = 64 * 1024; // packed elements of the right operand: half a second cache of 1 MB
+    static constexpr int kMostWidth = 1024;
+
     int fWidth;
     AlignedDoubles fLeft;
 };
@@ -176,8 +178,9 @@ void AddProduct(const TileWorkspace& work, int lines, int depth, Line line, Leng
     const int width = length(lines - 1);
     for (int k0 = 0; k0 < depth; k0 += TileWorkspace::kDepth) {
         const int terms = std::min(TileWorkspace::kDepth, depth - k0);
-        for (int w0 = 0; w0 < width; w0 += work.Width()) {
-            const int count = std::min(work.Width(), width - w0);
+        const int pass = work.Width(terms);
+        for (int w0 = 0; w0 < width; w0 += pass) {
+            const int count = std::min(pass, width - w0);
             PackRight(work.Right(), right, w0, count, k0, terms);
             for (int r0 = 0; r0 < lines; r0 += kTileLines) {
                 const int used = std::min(kTileLines, lines - r0);
