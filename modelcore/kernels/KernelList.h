@@ -71,6 +71,12 @@ KERNEL(void, AddProductTile, (double* const* lines, const double* left, const do
 /// AddProductTile with both operands in panels: element k of line r is left[k*kPanelLines + r], and so for the right.
 KERNEL(void, AddPanelTile, (double* const* lines, const double* left, const double* right, std::size_t depth))
 
+/// out += left * right for rows x depth and depth x cols elements, all where they stand: lines of the left operand leftStep
+/// apart, all others one after the other. Each element receives its terms in index order, each product rounded before it is
+/// added. For operands that stay in the innermost cache; out must not overlap them.
+KERNEL(void, AddSmallProduct, (double* out, const double* left, std::ptrdiff_t leftStep, std::size_t rows,
+                               std::size_t depth, const double* right, std::size_t cols))
+
 /// Packs rows[k*rowStep + w] - origin[w] for w < width and k < count as a right operand of AddProductTile: strips of
 /// kTileWidth columns, in each the rows one after the other. What stands beside the last columns of the last strip is
 /// left as it is. One rounding per element.

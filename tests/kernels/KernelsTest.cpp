@@ -10,9 +10,10 @@ using namespace MCMath_930::internal;
 TEST(Kernels, OuterProductsAddTheirTermsInOrder)
 {
     TestRandom random(8);
-    for (const std::size_t order : {0u, 1u, 2u, 5u, 19u, 33u, 67u, 521u}) // the last is wider than one pass
-        for (const std::size_t count : {0u, 1u, 7u, 8u, 9u, 27u, 100u}) {
-            if (order > 100 && count != 27) continue;
+    // One pass is at most 1024 wide and 256 deep; of 256 terms only 256 wide.
+    for (const std::size_t order : {0u, 1u, 2u, 5u, 19u, 33u, 67u, 300u, 1033u})
+        for (const std::size_t count : {0u, 1u, 7u, 8u, 9u, 27u, 100u, 300u}) {
+            if (order > 100 && count != (order == 300 ? 300u : 27u)) continue;
             const std::vector<double> left = random.Vector(order * count, -2.0, 2.0);
             const std::vector<double> right = random.Vector(order * count, -2.0, 2.0);
             const std::vector<double> start = random.Vector(order * (order + 1) / 2, -1e3, 1e-3);
@@ -29,6 +30,32 @@ TEST(Kernels, OuterProductsAddTheirTermsInOrder)
                 EXPECT_TRUE(SameBits(packed, expected)) << "order " << order << ", count " << count;
             });
         }
+}
+
+TEST(Kernels, SmallProductsAddTheirTermsInOrder)
+{
+    TestRandom random(10);
+    for (const std::size_t rows : {1u, 2u, 5u, 6u, 7u, 13u})
+        for (const std::size_t depth : {0u, 1u, 3u, 64u, 65u, 130u})
+            for (const std::size_t cols : {1u, 3u, 4u, 7u, 8u, 9u, 16u, 21u}) {
+                const std::size_t step = depth + 2;
+                const std::vector<double> left = random.Vector(rows * step, -2.0, 2.0);
+                const std::vector<double> right = random.Vector(depth * cols, -2.0, 2.0);
+                const std::vector<double> start = random.Vector(rows * cols + 1, -1e3, 1e-3);
+                std::vector<double> expected = start;
+                for (std::size_t i = 0; i < rows; ++i)
+                    for (std::size_t j = 0; j < cols; ++j)
+                        for (std::size_t k = 0; k < depth; ++k) {
+                            volatile double product = left[i * step + k] * right[k * cols + j];
+                            expected[i * cols + j] += product;
+                        }
+                ForEachKernelSet([&] {
+                    std::vector<double> out = start;
+                    AddSmallProduct(out.data(), left.data(), static_cast<std::ptrdiff_t>(step), rows, depth,
+                                    right.data(), cols);
+                    EXPECT_TRUE(SameBits(out, expected)) << rows << " x " << depth << " x " << cols;
+                });
+            }
 }
 
 // In order, leaving out factors of zero: the loops of LinpackBits do not reach this one.

@@ -62,6 +62,73 @@ void AddPanelTile(double* const* lines, const double* left, const double* right,
     AddTile<kPanelLines, kPanelLines>(lines, left, right, depth);
 }
 
+/// A part of a small product whose operands stand where they are: lines, left lines and right rows are steps apart.
+template <int kLines>
+void AddSmallPart(double* lines, std::ptrdiff_t lineStep, const double* left, std::ptrdiff_t leftStep,
+                  const double* right, std::ptrdiff_t rightStep, std::size_t depth)
+{
+    Vector sum[std::size_t{kLines}][kPartVectors];
+#pragma GCC unroll 6
+    for (int r = 0; r < kLines; ++r)
+#pragma GCC unroll 2
+        for (int v = 0; v < kPartVectors; ++v) sum[r][v] = VectorAt(lines + r * lineStep + v * kVectorWidth);
+    for (std::size_t k = 0; k < depth; ++k, right += rightStep) {
+        Vector factor[kPartVectors];
+#pragma GCC unroll 2
+        for (int v = 0; v < kPartVectors; ++v) factor[v] = VectorAt(right + v * kVectorWidth);
+        const double* of = left + k;
+#pragma GCC unroll 6
+        for (int r = 0; r < kLines; ++r, of += leftStep)
+#pragma GCC unroll 2
+            for (int v = 0; v < kPartVectors; ++v) sum[r][v] += *of * factor[v];
+    }
+#pragma GCC unroll 6
+    for (int r = 0; r < kLines; ++r)
+#pragma GCC unroll 2
+        for (int v = 0; v < kPartVectors; ++v) Store(lines + r * lineStep + v * kVectorWidth, sum[r][v]);
+}
+
+/// Up to kLines lines of a small product; the columns beside the last whole part are a part of their own, filled up.
+template <int kLines>
+void AddSmallLines(std::size_t lines, double* out, const double* left, std::ptrdiff_t leftStep, std::size_t depth,
+                   const double* right, std::size_t cols, const double* rest)
+{
+    if constexpr (kLines > 1) {
+        if (lines < kLines) return AddSmallLines<kLines - 1>(lines, out, left, leftStep, depth, right, cols, rest);
+    }
+    const auto step = static_cast<std::ptrdiff_t>(cols);
+    std::ptrdiff_t w = 0;
+    for (; w + kPartWidth <= step; w += kPartWidth)
+        AddSmallPart<kLines>(out + w, step, left, leftStep, right + w, step, depth);
+    if (w == step) return;
+    double edge[std::size_t{kLines} * kPartWidth] = {};
+    for (int r = 0; r < kLines; ++r)
+        for (std::ptrdiff_t i = w; i < step; ++i) edge[r * kPartWidth + i - w] = out[r * step + i];
+    AddSmallPart<kLines>(edge, kPartWidth, left, leftStep, rest, kPartWidth, depth);
+    for (int r = 0; r < kLines; ++r)
+        for (std::ptrdiff_t i = w; i < step; ++i) out[r * step + i] = edge[r * kPartWidth + i - w];
+}
+
+void AddSmallProduct(double* out, const double* left, std::ptrdiff_t leftStep, std::size_t rows, std::size_t depth,
+                     const double* right, std::size_t cols)
+{
+    constexpr std::size_t kTerms = 64;
+    constexpr auto kWidth = static_cast<std::size_t>(kPartWidth);
+    constexpr auto kLines = static_cast<std::size_t>(kPartLines);
+    double rest[kTerms * kWidth];
+    const std::size_t whole = cols / kWidth * kWidth;
+    for (std::size_t k0 = 0; k0 < depth; k0 += kTerms, left += kTerms, right += kTerms * cols) {
+        const std::size_t terms = depth - k0 < kTerms ? depth - k0 : kTerms;
+        if (whole < cols)
+            for (std::size_t k = 0; k < terms; ++k)
+                for (std::size_t i = 0; i < kWidth; ++i)
+                    rest[k * kWidth + i] = whole + i < cols ? right[k * cols + whole + i] : 0.0;
+        for (std::size_t r = 0; r < rows; r += kLines)
+            AddSmallLines<kPartLines>(rows - r, out + r * cols, left + static_cast<std::ptrdiff_t>(r) * leftStep,
+                                      leftStep, terms, right, cols, rest);
+    }
+}
+
 // The rest of a row is of a width known to the compiler, which then needs no loop for it.
 template <int kRest>
 void PackDifferencesAndRest(double* __restrict packed, const double* __restrict rows, std::size_t rowStep,

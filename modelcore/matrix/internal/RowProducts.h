@@ -5,6 +5,7 @@
 #include "modelcore/kernels/TileProduct.h"
 #include "modelcore/matrix/MCRectMatrix.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 
@@ -23,11 +24,14 @@ inline double DotInOrder(const double* a, const double* b, std::size_t count, st
 inline void AddRowsTimesRows(double* out, const double* a, std::size_t aStride, std::size_t rows, std::size_t inner,
                              const double* b, std::size_t cols)
 {
-    // The tile wants its operands packed: for few rows, or when all of b stays in the innermost cache, that takes
-    // longer than it saves.
+    // A small right operand is used where it stands; for a large one the tile wants packed operands, which does not pay for
+    // few rows.
     constexpr std::size_t kFewRows = 3;
-    constexpr std::size_t kSmallOperand = 40 * 40;
-    if (rows > kFewRows && inner * cols > kSmallOperand) {
+    constexpr std::size_t kSmallOperand = 64 * 64;
+    const auto step = static_cast<std::ptrdiff_t>(cols);
+    if (rows > 1 && inner * cols <= kSmallOperand)
+        return AddSmallProduct(out, a, static_cast<std::ptrdiff_t>(aStride), rows, inner, b, cols);
+    if (rows > kFewRows) {
         const auto at = [](auto i) { return static_cast<std::size_t>(i); };
         if (const TileWorkspace work(static_cast<int>(cols)); work)
             return AddProduct<ZeroFactor::Multiplies>(
@@ -35,8 +39,7 @@ inline void AddRowsTimesRows(double* out, const double* a, std::size_t aStride, 
                 [&](int) { return static_cast<int>(cols); }, [&](int i, int k) { return a[at(i) * aStride + at(k)]; },
                 RowsOperand{[&](int k) { return b + at(k) * cols; }});
     }
-    for (std::size_t i = 0; i < rows; ++i)
-        AddRows(out + i * cols, b, static_cast<std::ptrdiff_t>(cols), inner, a + i * aStride, 1, cols);
+    for (std::size_t i = 0; i < rows; ++i) AddRows(out + i * cols, b, step, inner, a + i * aStride, 1, cols);
 }
 
 /// Stores the product a*b of rows x inner and inner x cols elements. False, and out as it was, when there can be no
@@ -44,6 +47,13 @@ inline void AddRowsTimesRows(double* out, const double* a, std::size_t aStride, 
 inline bool StoreProduct(const double* a, std::size_t rows, std::size_t inner, const double* b, std::size_t cols,
                          MCRectMatrix& out)
 {
+    const bool fits =
+        static_cast<std::size_t>(out.GetNRows()) == rows && static_cast<std::size_t>(out.GetNCols()) == cols;
+    if (fits && out.GetPtr() != a && out.GetPtr() != b) {
+        std::fill_n(out.GetPtr(), rows * cols, 0.0);
+        AddRowsTimesRows(out.GetPtr(), a, inner, rows, inner, b, cols);
+        return true;
+    }
     MCRectMatrix result;
     if (!result.SetNRowsCols(static_cast<int>(rows), static_cast<int>(cols))) return false;
     AddRowsTimesRows(result.GetPtr(), a, inner, rows, inner, b, cols);
