@@ -62,6 +62,19 @@ void Join(MCQuantileSketch::Bucket& bucket, const MCQuantileSketch::Bucket& othe
     bucket.weight += other.weight;
 }
 
+/// Half of the largest double, so that rounding brings no sum to infinity.
+constexpr double kMostWeight = 0x1p1023;
+/// Nobody lives to see so many weights up to this one that their sum comes near to the largest.
+constexpr double kHeavyWeight = 0x1p900;
+
+/// In any order: for the comparison with the largest sum.
+double SumOfWeights(const std::vector<MCQuantileSketch::Bucket>& buckets)
+{
+    double sum = 0.0;
+    for (const MCQuantileSketch::Bucket& bucket : buckets) sum += bucket.weight;
+    return sum;
+}
+
 // They are in order but for those that came since bits were dropped last.
 void Sort(std::vector<MCQuantileSketch::Bucket>& buckets)
 {
@@ -149,6 +162,7 @@ void MCQuantileSketch::DropTo(int dropped, std::vector<Bucket> sorted)
 bool MCQuantileSketch::Update(double x, double weight)
 {
     if (!IsValue(x) || !(weight > 0.0) || !std::isfinite(weight)) return false;
+    if (weight > kHeavyWeight && SumOfWeights(fvBuckets) + weight > kMostWeight) return false;
     const double value = x + 0.0; // turns -0.0 into 0.0
     Add({value, value, weight, weight, weight});
     return true;
@@ -198,7 +212,7 @@ int MCQuantileSketch::UpdateBlock(std::span<const double> x, std::span<const dou
 
 bool MCQuantileSketch::Merge(const MCQuantileSketch& other)
 {
-    if (other.fnLimit != fnLimit) return false;
+    if (other.fnLimit != fnLimit || SumOfWeights(fvBuckets) + SumOfWeights(other.fvBuckets) > kMostWeight) return false;
     MCQuantileSketch merged(*this);
     if (other.fnDropped > fnDropped) merged.DropTo(other.fnDropped, merged.fvBuckets);
     const std::vector<Bucket> added(other.fvBuckets); // other may be this sketch
@@ -315,7 +329,7 @@ bool MCQuantileSketch::Restore(int limit, int fractionBits, const std::vector<Bu
 {
     MCQuantileSketch restored(limit);
     if (restored.fnLimit != limit || fractionBits > 52 || fractionBits < -11 ||
-        buckets.size() > static_cast<std::size_t>(limit))
+        buckets.size() > static_cast<std::size_t>(limit) || !(SumOfWeights(buckets) <= kMostWeight))
         return false;
     restored.fnDropped = 52 - fractionBits;
     for (const Bucket& bucket : buckets) {

@@ -75,8 +75,8 @@ public:
     ~MCQuantileSketch() = default;
 
     /// Adds a value; -0.0 is 0.0.
-    /// @return  false, and nothing changed, when the value is missing, a NaN or infinite or the weight is not finite
-    ///          and above 0
+    /// @return  false, and nothing changed, when the value is missing, a NaN or infinite, the weight is not finite and
+    ///          above 0, or the weights would sum up to more than 2^1023
     bool Update(double x, double weight = 1.0);
 
     /// Adds a value for each x, with weight 1 when weights is empty. When memory runs out after the first of them, the
@@ -85,7 +85,8 @@ public:
     int UpdateBlock(std::span<const double> x, std::span<const double> weights = {});
 
     /// Adds the values of other.
-    /// @return  false, and nothing changed, when its limit is another one
+    /// @return  false, and nothing changed, when its limit is another one or the weights of both sum up to more than
+    ///          2^1023
     bool Merge(const MCQuantileSketch& other);
 
     /// How many buckets there may be.

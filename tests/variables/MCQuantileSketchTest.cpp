@@ -118,6 +118,33 @@ TEST(MCQuantileSketch, HoldsAnyRangeOfDoubles)
     EXPECT_NE(capture.Text().find("Bits of the fraction: -"), std::string::npos) << capture.Text();
 }
 
+// Weights whose sum would be infinite are refused before they are in: every state can be read again.
+TEST(MCQuantileSketch, RefusesWeightsThatWouldSumUpToInfinity)
+{
+    MCQuantileSketch sketch(16), part(16);
+    for (int i = 0; i < 40; ++i) {
+        const std::string before = Saved(sketch);
+        if (!sketch.Update(i % 20, 4e306)) {
+            EXPECT_EQ(Saved(sketch), before);
+        }
+    }
+    EXPECT_NEAR(sketch.GetTotalWeight() / 4e306, 22, 0.01); // 2^1023 is 8.99e307
+    EXPECT_FALSE(sketch.Update(3.0, 1e308));
+    EXPECT_TRUE(sketch.Update(3.0, 1e305));
+    EXPECT_TRUE(sketch.Update(3.0));
+    EXPECT_TRUE(part.Update(0.5, 8e307));
+    const std::string before = Saved(sketch);
+    EXPECT_FALSE(sketch.Merge(part));
+    EXPECT_FALSE(sketch.Merge(sketch));
+    EXPECT_EQ(Saved(sketch), before);
+    EXPECT_GT(Restore(part, before), 0);
+    EXPECT_TRUE(part == sketch);
+    EXPECT_TRUE(std::isfinite(sketch.GetQuantile(0.5)));
+    std::vector<MCQuantileSketch::Bucket> buckets = sketch.GetBuckets();
+    buckets.back().weight = buckets.back().minWeight = buckets.back().maxWeight = 1e308;
+    EXPECT_FALSE(part.Restore(16, sketch.GetFractionBits(), buckets));
+}
+
 TEST(MCQuantileSketch, WithoutMemoryItIsAsItWas)
 {
     const std::vector<double> x = Normals(100);
