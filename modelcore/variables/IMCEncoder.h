@@ -78,11 +78,14 @@ public:
 
     /// Adds a case. Missing values are counted too, and so are the weights of what is unseen.
     ///
-    /// @return  false, and nothing changed, when the weight is not finite and above 0, the value is of a type that the
-    ///          encoder does not take or is refused by a rule, a target is needed, or the encoder is finished
+    /// @return  false, and nothing changed, when the weight is not finite and above 0 or brings the sum of all above
+    ///          2^1023, the value is of a type that the encoder does not take or is refused by a rule, a target is
+    ///          needed, or the encoder is finished
     virtual bool Learn(const MCCommon_930::Value& value, double frequencyWeight = 1.0) = 0;
 
-    /// Adds a case for each x, with weight 1 when weights is empty.
+    /// Adds a case for each x, with weight 1 when weights is empty. When memory runs out after the first of them, all
+    /// that was learned is forgotten, from earlier calls too: half a block must not stay, since nobody could say which
+    /// half. The settings stay.
     /// @return  how many were added; -1, and nothing changed, when there are weights but not as many as values
     virtual int LearnBlock(std::span<const double> x, std::span<const double> weights = {}) = 0;
 
@@ -93,13 +96,14 @@ public:
     /// @return  as Learn; also false when a target is needed and this one is missing or of a type that is not taken
     virtual bool LearnWithTarget(const MCCommon_930::Value& value, const MCCommon_930::Value& target,
                                  double frequencyWeight = 1.0) = 0;
+    /// The same with targets; when memory runs out too.
     /// @return  as LearnBlock; -1 also when there are not as many targets as values
     virtual int LearnBlockWithTarget(std::span<const double> x, std::span<const double> targets,
                                      std::span<const double> weights = {}) = 0;
 
     /// Adds what another encoder has learned.
     /// @return  false, and nothing changed, when it is of another class, of another field or has other settings, is this
-    ///          one, or one of the two is finished
+    ///          one, one of the two is finished, or the weights of both sum up to more than 2^1023
     virtual bool Merge(const IMCEncoder& other) = 0;
 
     /// Ends learning and decides how values are encoded. See FinishCode; of several warnings, that of the lowest code.

@@ -157,9 +157,19 @@ MCEncoderBase::Learned MCBinningEncoder::LearnValid(const Value& value, const Va
     if (!internal::ToNumber(value, x)) return Learned::Refused;
     if (IsBeyondLimits(x)) return fOutlierRule == OutlierAsMissing ? Learned::Missing : Learned::Refused;
     if (!std::isfinite(x)) return Learned::Refused;
-    const int place = target == nullptr ? 0 : fClasses.Insert(*target);
-    if (static_cast<std::size_t>(place) >= fvValues.size()) fvValues.emplace_back(fnSketchLimit);
-    fvValues[static_cast<std::size_t>(place)].Update(x, weight);
+    const int known = target != nullptr ? fClasses.Find(*target) : fvValues.empty() ? -1 : 0;
+    if (known >= 0) {
+        if (!fvValues[static_cast<std::size_t>(known)].Update(x, weight)) return Learned::Refused;
+        // Of one number as a real and as an integer, the integer is the name of the class.
+        if (target != nullptr && target->GetType() == Value::TypeInteger) fClasses.Insert(*target);
+    } else {
+        // A class whose values there is no memory for must not be left behind: it comes in last.
+        MCQuantileSketch first(fnSketchLimit);
+        if (!first.Update(x, weight)) return Learned::Refused;
+        if (fvValues.size() == fvValues.capacity()) fvValues.reserve(2 * fvValues.size() + 1);
+        if (target != nullptr) fClasses.Insert(*target);
+        fvValues.push_back(std::move(first));
+    }
     if (fMethod == MethodDeviations) fStats.Update(x, weight, 1.0);
     return Learned::Valid;
 }
@@ -190,6 +200,13 @@ void MCBinningEncoder::MergeLearned(const MCEncoderBase& base)
     fClasses = std::move(classes);
     fvValues.swap(values);
     fStats.Pool(other.fStats);
+}
+
+void MCBinningEncoder::ForgetLearned() noexcept
+{
+    fClasses = {};
+    fvValues.clear();
+    fStats = {};
 }
 
 MCQuantileSketch MCBinningEncoder::AllValues() const

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <utility>
 
 namespace MCXML_930 {
@@ -29,8 +30,13 @@ bool MCCategoricalNumericEncoder::SetMethod(Method method)
     if (!IsFresh() || (method != MethodRank && method != MethodTargetMean)) return false;
     const Method before = std::exchange(fMethod, method);
     if (AreCategoriesGiven() && before != method) {
-        const std::vector<Value> categories(GetCategories());
-        SetCategories(categories);
+        try {
+            const std::vector<Value> categories(GetCategories());
+            SetCategories(categories);
+        } catch (const std::bad_alloc&) {
+            fMethod = before;
+            throw;
+        }
     }
     fvScored.clear();
     fvScores.clear();

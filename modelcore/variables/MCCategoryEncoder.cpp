@@ -75,8 +75,9 @@ bool MCCategoryEncoder::SetCategories(const std::vector<Value>& categories)
         const int before = index.Size();
         if (index.Insert(Normalized(category, work)) != before) return false;
     }
-    fvWeights.assign(categories.size(), 0.0);
-    fvTargets.assign(NeedsTarget() ? categories.size() : 0, 0.0);
+    std::vector<double> weights(categories.size()), targets(NeedsTarget() ? categories.size() : 0);
+    fvWeights.swap(weights);
+    fvTargets.swap(targets);
     fIndex = std::move(index);
     fbGiven = true;
     return true;
@@ -166,6 +167,18 @@ void MCCategoryEncoder::LearnMissing(const Value* target, double weight)
 {
     double y = 0.0;
     if (target != nullptr && internal::ToNumber(*target, y)) fdMissingTarget += weight * y;
+}
+
+void MCCategoryEncoder::ForgetLearned() noexcept
+{
+    if (!fbGiven) {
+        fIndex = {};
+        fvWeights.clear();
+        fvTargets.clear();
+    }
+    std::fill(fvWeights.begin(), fvWeights.end(), 0.0);
+    std::fill(fvTargets.begin(), fvTargets.end(), 0.0);
+    fdUnseenWeight = fdUnseenTarget = fdMissingTarget = 0.0;
 }
 
 void MCCategoryEncoder::MergeLearned(const MCEncoderBase& base)

@@ -124,6 +124,7 @@ protected:
     void SaveLearned(MCCommon_930::Value& map) const override;
     bool LoadLearned(const MCCommon_930::Value& map) override;
     void DisplayLearned() const override;
+    void ForgetLearned() noexcept override;
 
     /// Sums of weight times target: of each level.
     const std::vector<double>& GetTargetSums() const { return fvLevelTargets; }

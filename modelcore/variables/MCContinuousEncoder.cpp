@@ -77,6 +77,11 @@ void MCContinuousEncoder::MergeLearned(const MCEncoderBase& other)
     fStats.Pool(static_cast<const MCContinuousEncoder&>(other).fStats);
 }
 
+void MCContinuousEncoder::ForgetLearned() noexcept
+{
+    fStats = {};
+}
+
 MCStatus MCContinuousEncoder::FinishLearned(int& columns)
 {
     const auto [lowest, highest] = fStats.GetExtrema();

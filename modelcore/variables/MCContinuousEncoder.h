@@ -87,6 +87,7 @@ protected:
     bool LoadLearned(const MCCommon_930::Value& map) override;
     bool Replace(const MCCommon_930::Value& tree) override;
     void DisplayLearned() const override;
+    void ForgetLearned() noexcept override;
 
 private:
     friend class MCEncoderBase;

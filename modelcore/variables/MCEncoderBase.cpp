@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <new>
 #include <utility>
 
 namespace MCXML_930 {
@@ -26,6 +27,8 @@ using MCCommon_930::Value;
 namespace {
 
 constexpr std::initializer_list<const char*> kMissingRules{"stays", "replaced", "own category", "refused"};
+/// Half of the largest double: no sum of weights, in whatever order it is rounded, is infinite.
+constexpr double kMostWeight = 0x1p1023;
 
 } // namespace
 
@@ -53,7 +56,7 @@ bool MCEncoderBase::SetMissingRule(MissingRule rule, const Value& replacement)
 
 bool MCEncoderBase::LearnOne(const Value& value, const Value* target, double weight)
 {
-    if (fbFinished || !(weight > 0.0) || !std::isfinite(weight)) return false;
+    if (fbFinished || !(weight > 0.0) || !(weight + fdValidWeight + fdMissingWeight <= kMostWeight)) return false;
     if (!NeedsTarget())
         target = nullptr;
     else if (target == nullptr || internal::IsUnknown(*target) || !IsTargetLegal(*target))
@@ -78,35 +81,56 @@ bool MCEncoderBase::LearnWithTarget(const Value& value, const Value& target, dou
     return LearnOne(value, &target, frequencyWeight);
 }
 
+/// Calls learnCases(learned), which counts the cases that are in. A copy to go back to would cost more than small blocks
+/// do, so what is learned is all of a block or, when memory runs out, nothing of any.
+template <class LearnCases>
+int MCEncoderBase::LearnWholeBlock(LearnCases learnCases)
+{
+    int learned = 0;
+    try {
+        learnCases(learned);
+    } catch (const std::bad_alloc&) {
+        if (learned > 0) {
+            ForgetLearned();
+            fdValidWeight = fdMissingWeight = 0.0;
+        }
+        throw;
+    }
+    return learned;
+}
+
 int MCEncoderBase::LearnBlock(std::span<const double> x, std::span<const double> weights)
 {
     if (!weights.empty() && weights.size() != x.size()) return -1;
     constexpr std::size_t kPiece = 512;
     const bool plain = weights.empty() && !fbFinished && !NeedsTarget();
-    int learned = 0;
-    for (std::size_t from = 0; from < x.size(); from += kPiece) {
-        const std::span<const double> piece = x.subspan(from, std::min(kPiece, x.size() - from));
-        if (plain && LearnPlain(piece)) {
-            learned += static_cast<int>(piece.size());
-            fdValidWeight += static_cast<double>(piece.size());
-            continue;
+    return LearnWholeBlock([&](int& learned) {
+        for (std::size_t from = 0; from < x.size(); from += kPiece) {
+            const std::span<const double> piece = x.subspan(from, std::min(kPiece, x.size() - from));
+            if (plain) {
+                learned += static_cast<int>(piece.size()); // some may be in when it throws
+                if (LearnPlain(piece)) {
+                    fdValidWeight += static_cast<double>(piece.size());
+                    continue;
+                }
+                learned -= static_cast<int>(piece.size());
+            }
+            for (std::size_t i = 0; i < piece.size(); ++i)
+                if (LearnOne(Value(piece[i]), nullptr, weights.empty() ? 1.0 : weights[from + i])) ++learned;
         }
-        for (std::size_t i = 0; i < piece.size(); ++i)
-            if (LearnOne(Value(piece[i]), nullptr, weights.empty() ? 1.0 : weights[from + i])) ++learned;
-    }
-    return learned;
+    });
 }
 
 int MCEncoderBase::LearnBlockWithTarget(std::span<const double> x, std::span<const double> targets,
                                         std::span<const double> weights)
 {
     if (targets.size() != x.size() || (!weights.empty() && weights.size() != x.size())) return -1;
-    int learned = 0;
-    for (std::size_t i = 0; i < x.size(); ++i) {
-        const Value target(targets[i]);
-        if (LearnOne(Value(x[i]), &target, weights.empty() ? 1.0 : weights[i])) ++learned;
-    }
-    return learned;
+    return LearnWholeBlock([&](int& learned) {
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            const Value target(targets[i]);
+            if (LearnOne(Value(x[i]), &target, weights.empty() ? 1.0 : weights[i])) ++learned;
+        }
+    });
 }
 
 bool MCEncoderBase::Merge(const IMCEncoder& other)
@@ -117,6 +141,7 @@ bool MCEncoderBase::Merge(const IMCEncoder& other)
     SaveSettings(mine);
     same->SaveSettings(others);
     if (std::string(ClassName()) != same->ClassName() || mine.GetString() != others.GetString()) return false;
+    if (fdValidWeight + fdMissingWeight + same->fdValidWeight + same->fdMissingWeight > kMostWeight) return false;
     MergeLearned(*same);
     fdValidWeight += same->fdValidWeight;
     fdMissingWeight += same->fdMissingWeight;

@@ -85,7 +85,8 @@ protected:
     virtual const char* ClassName() const = 0;
     /// Adds a value that is not missing. Missing: it is to be counted as such.
     virtual Learned LearnValid(const MCCommon_930::Value& value, const MCCommon_930::Value* target, double weight) = 0;
-    /// Adds numbers of weight 1 in one go, if all are valid and the class has a faster way for them.
+    /// Adds numbers of weight 1 in one go, if all are valid and the class has a faster way for them. May lose what was
+    /// learned when memory runs out.
     /// @return  false, and nothing changed, when they are to be learned one by one
     virtual bool LearnPlain(std::span<const double>) { return false; }
     /// Whether the target can be learned from.
@@ -124,6 +125,8 @@ protected:
     }
     /// Writes what was learned to the diagnostic text stream.
     virtual void DisplayLearned() const = 0;
+    /// Takes back all that was learned, beside the counts; the encoder is not finished.
+    virtual void ForgetLearned() noexcept = 0;
 
     /// Fills a row with system-missing.
     void FillMissing(double* columns) const;
@@ -131,6 +134,8 @@ protected:
     int Settle(Outcome outcome, double* columns, std::size_t i, Outcome* outcomes) const;
 
 private:
+    template <class LearnCases>
+    int LearnWholeBlock(LearnCases learnCases);
     bool LearnOne(const MCCommon_930::Value& value, const MCCommon_930::Value* target, double weight);
     bool HasRoom(std::size_t count, std::size_t rows, int stride, std::size_t outcomes) const;
     MCCommon_930::Value Save() const;

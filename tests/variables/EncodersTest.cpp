@@ -171,19 +171,34 @@ TEST(Encoders, WithoutMemoryTheyAreAsTheyWere)
         Held(const Held& other) : encoder(static_cast<MCEncoderBase*>(other.encoder->Clone().release())) {}
     };
     const Data data = Random(60);
+    // More values than a piece of a block has, with new ones in the second, all valid for the fast way; and targets that
+    // were not seen before.
+    std::vector<double> more(552), weights(more.size()), targets(more.size());
+    for (std::size_t i = 0; i < more.size(); ++i) {
+        more[i] = 1.0 + 0.25 * static_cast<double>(i < 512 ? i % 40 : i);
+        weights[i] = 1.0 + static_cast<double>(i % 3);
+        targets[i] = static_cast<double>(20 + i % 4);
+    }
     for (const Make& make : AllEncoders()) {
         const Held filled(make()), other(make());
         data.Learn(*filled.encoder, 0, 40);
         data.Learn(*other.encoder, 30, 60);
         const SavedFile file(Saved(*other.encoder));
         const JsonObject json = other.encoder->ToJson();
-        const auto whole = [&filled](auto change) {
+        const auto wholeOr = [&filled](const Held& empty, auto change) {
             ExpectWholeWhenMemoryRunsOut(
-                filled, filled, [&](Held& held) { change(*held.encoder); },
+                filled, empty, [&](Held& held) { change(*held.encoder); },
                 [](const Held& held) { return Saved(*held.encoder); });
         };
+        const auto whole = [&](auto change) { wholeOr(filled, change); };
         ExpectFailureIsTold([&](std::ostream& stream) { return filled.encoder->WriteObjectXML(stream, 0) > 0; });
         whole([](auto& e) { e.LearnWithTarget(77.25, 2.0, 1.0); });
+        whole([](auto& e) { e.LearnWithTarget(77.25, "a target with more text than a small string", 1.0); });
+        // Of a block that memory ran out for nothing is left, nor of what was learned before it.
+        const Held empty(make());
+        wholeOr(empty, [&](auto& e) { e.LearnBlock(more); });
+        wholeOr(empty, [&](auto& e) { e.LearnBlock(more, weights); });
+        wholeOr(empty, [&](auto& e) { e.LearnBlockWithTarget(more, targets, weights); });
         whole([](auto& e) { e.LearnWithTarget("a category with more text than a small string", 7.0, 1.0); });
         whole([](auto& e) { e.SetMissingRule(e.MissingReplaced, "a text that is longer than a small string"); });
         whole([&](auto& e) { e.Merge(*other.encoder); });
@@ -194,6 +209,42 @@ TEST(Encoders, WithoutMemoryTheyAreAsTheyWere)
             std::ostringstream text;
             return filled.encoder->WriteObjectXML(text, 1) > 0 ? text.str() : std::string();
         });
+    }
+}
+
+TEST(Encoders, SettingsWithoutMemoryAreAsTheyWere)
+{
+    MCCategoricalNumericEncoder given("f");
+    given.SetCategories({"a category with more text than a small string", 1.0});
+    const auto whole = [&given](auto set) {
+        ExpectWholeWhenMemoryRunsOut(given, given, set, [](const auto& e) {
+            MCCategoricalNumericEncoder next(e);
+            next.LearnWithTarget(1.0, 2.0);
+            return Saved(e) + Saved(next);
+        });
+    };
+    whole([](auto& e) { e.SetMethod(e.MethodTargetMean); });
+    whole([](auto& e) { e.SetCategories({1.0, 2.0, "another category with more text than a small string"}); });
+    whole([](auto& e) { e.SetScores({{1.0, 0.5}, {"a category with more text than a small string", 2.0}}); });
+    whole([](auto& e) { e.SetReference("a category with more text than a small string"); });
+    whole([](auto& e) { e.SetOtherName("a name with more text than a small string"); });
+}
+
+TEST(Encoders, RefuseWeightsThatWouldSumUpToInfinity)
+{
+    for (const Make& make : AllEncoders()) {
+        const auto encoder = make(), other = make();
+        for (const double x : {0.5, 2.5, 1.0}) {
+            const bool taken = encoder->LearnWithTarget(x, 2.0, 1e307);
+            EXPECT_EQ(other->LearnWithTarget(x, 2.0, 2e307), taken);
+        }
+        for (const double x : {0.5, kMissing}) EXPECT_EQ(encoder->LearnWithTarget(x, 2.0, 8e307), false);
+        const std::string before = Saved(*encoder);
+        EXPECT_EQ(encoder->Merge(*other), false);
+        EXPECT_EQ(Saved(*encoder), before);
+        const auto restored = make();
+        EXPECT_GT(Restore(*restored, before), 0) << before;
+        EXPECT_EQ(Saved(*restored), before);
     }
 }
 
