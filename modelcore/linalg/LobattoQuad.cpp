@@ -383,8 +383,10 @@ Estimate Integration::Integrate(int dimension, const Tolerance& tolerance)
 INumIntegration::IntegrationStatus LobattoQuad::Integrate(IIntegrand& f, const BoundsList& bounds, double& value,
                                                           double& error)
 {
-    fnEvaluations = 0;
-    if (bounds.GetNDim() < 1) return InvalidBounds;
+    if (bounds.GetNDim() < 1) {
+        fnEvaluations = 0;
+        return InvalidBounds;
+    }
     Integration integration(f, bounds, fpCancel, fnMaxEvaluations);
     const Tolerance tolerance{fAbsTolerance, fRelTolerance};
     const Estimate estimate = integration.Integrate(0, tolerance);

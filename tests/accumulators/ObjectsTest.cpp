@@ -216,6 +216,8 @@ TEST(Objects, SavedTheyComeBackWithEveryBit)
             ExpectFailureIsTold([&](std::ostream& stream) { return filled.WriteObjectXML(stream, 0) > 0; });
             EXPECT_EQ(Saved(filled), kept);
         }
+        if constexpr (requires { filled.Display(); })
+            ExpectFailureIsTold([&](std::ostream& out) { return DisplayTo(out, [&] { filled.Display(); }); });
     });
 }
 

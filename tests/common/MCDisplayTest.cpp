@@ -1,11 +1,29 @@
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/modelcore.h"
+#include "support/FailingOutput.h"
 #include "support/Testing.h"
 
 #include <iomanip>
 #include <iostream>
 
 using namespace MCDisplay_930;
+
+TEST(MCDisplay, AFullDiskIsToldByTheStream)
+{
+    ExpectFailureIsTold([](std::ostream& stream) {
+        return DisplayTo(stream, [] {
+            const std::vector<double> values(20, 1.0 / 3.0);
+            const std::vector<int> columns{0, 4, -1, 12};
+            DisplayStart("Class");
+            Display("Text", "value");
+            Display("Numbers", values);
+            DisplaySymMatrix(values.data(), 5);
+            DisplayRectMatrix(values.data(), 2, 10);
+            DisplaySparseMatrix(values.data(), columns.data(), 2, 2);
+            DisplayEnd("Class");
+        });
+    });
+}
 
 TEST(MCDisplay, ScalarsAreOneLabelledLineEachAndTablesAreAligned)
 {

@@ -2,6 +2,7 @@
 #include "modelcore/common/MCCancelInfo.h"
 #include "modelcore/linalg/BoundsList.h"
 #include "modelcore/linalg/IIntegrand.h"
+#include "support/MovedFrom.h"
 #include "support/Testing.h"
 
 #include <numbers>
@@ -249,4 +250,35 @@ TEST(BoundsList, RefusesWhatIsNoInterval)
     bounds.Display();
     LobattoQuad().Display();
     EXPECT_NE(capture.Text().find("BoundsList display end\nLobattoQuad display start\n"), std::string::npos);
+}
+
+// Two dimensions, one without ends, and a singularity, so that panels are split in both.
+TEST(LobattoQuad, WithoutMemoryItAndItsResultsAreAsTheyWere)
+{
+    struct Held {
+        LobattoQuad quad;
+        double value = 7.0, error = 8.0;
+    } held;
+    Function f([](const Point& p) { return p[1] == 0.0 ? kInf : std::exp(-p[0] * p[0]) / std::sqrt(p[1]); });
+    BoundsList bounds(-kInf, kInf), three(bounds);
+    ASSERT_TRUE(bounds.Add(0.0, 4.0));
+    EXPECT_EQ(held.quad.Integrate(f, BoundsList(1.0, 1.0), held.value, held.error), INumIntegration::Success);
+    held.quad.SetTolerance(1e-3, 1e-3);
+    const auto look = [](const Held& h) { return std::tuple(Shown(h.quad), h.value, h.error); };
+    const long times = ExpectWholeWhenMemoryRunsOut(
+        held, held, [&](Held& h) { h.quad.Integrate(f, bounds, h.value, h.error); }, look);
+    EXPECT_GT(times, 100);
+    held.quad.Integrate(f, bounds, held.value, held.error);
+    EXPECT_NEAR(held.value, 4.0 * std::sqrt(kPi), 1e-2);
+
+    const auto shown = [](const BoundsList& list) { return Shown(list); };
+    for (int i = 0; i < 3; ++i) {
+        ExpectWholeWhenMemoryRunsOut(
+            three, three, [](BoundsList& list) { list.Add(-1.0, kInf); }, shown);
+        ExpectAssignmentIsWhole(bounds, three, shown);
+        ExpectAssignmentIsWhole(three, bounds, shown);
+        ASSERT_TRUE(three.Add(i, i + 1));
+    }
+    ExpectEmptyAfterMove(three, BoundsList(), shown,
+                         [](BoundsList& list) { EXPECT_TRUE(list.Add(0.0, 1.0) && list.IsFinite()); });
 }

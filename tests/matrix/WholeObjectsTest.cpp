@@ -145,6 +145,21 @@ TEST(WholeObjects, SolutionsWithoutMemoryLeaveTheRightSide)
     whole([&](std::vector<double>& x) { r.ResidOfOrthProjection(x, x, 1e-8); });
     whole([&](std::vector<double>& x) { s.SolveIndefiniteGI(x, x, 1e-8); });
 
+    // A sparse vector owns nothing; what it fills is as it was.
+    const std::vector<int> indices{0, 1};
+    const std::vector<double> values{3, 1};
+    const MCSparseVector sparse(indices, values);
+    whole([&](std::vector<double>& x) { sparse.ConvertToRegularVector(x); });
+    using Probabilities = std::pair<std::vector<double>, double>;
+    const Probabilities before{{}, 9.0};
+    ExpectWholeWhenMemoryRunsOut(
+        before, before, [&](Probabilities& p) { EXPECT_TRUE(sparse.ComputeProbabilities(b, 2, 3, p.first, p.second)); },
+        [](const Probabilities& p) { return p; });
+    ExpectWholeWhenMemoryRunsOut(
+        MCSymMatrix(), MCSymMatrix(), [&](MCSymMatrix& m) { sparse.QuadraticOuterProduct(m); }, kShow);
+    ExpectWholeWhenMemoryRunsOut(
+        Sparse(2), MCSparseRectMatrix(), [&](MCSparseRectMatrix& m) { m.AddRow(sparse); }, kShow);
+
     // The order -1 says that there was no memory for the copy. Nothing may take it for a size.
     MCSymMatrix out = Packed(2);
     {

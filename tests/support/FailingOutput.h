@@ -1,6 +1,8 @@
 // Streams whose disk is full after so many bytes.
 #pragma once
 
+#include "modelcore/common/MCDisplay.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -31,6 +33,17 @@ protected:
 private:
     std::size_t fRoom;
 };
+
+/// Redirects the diagnostic text for the time of one call: what display() writes goes to the stream, whose state says
+/// whether all of it could be written.
+template <class Show>
+bool DisplayTo(std::ostream& stream, Show display)
+{
+    std::ostream* const before = MCDisplay_930::SetDisplayStream(&stream);
+    display();
+    MCDisplay_930::SetDisplayStream(before);
+    return !stream.fail();
+}
 
 /// Calls write(stream), which says whether it could write all, on streams that fail after every number of bytes (past a
 /// thousand in longer steps): it says no, or the stream does; and yes where there is room.

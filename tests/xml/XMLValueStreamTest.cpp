@@ -1,5 +1,6 @@
 #include "modelcore/xml/XMLValueStream.h"
 #include "modelcore/xml/XMLObj.h"
+#include "support/FailingOutput.h"
 #include "support/MovedFrom.h"
 #include "support/Program.h"
 #include "support/Testing.h"
@@ -49,15 +50,21 @@ struct Sample {
 
     auto All() { return std::tie(i, u, l, ul, ll, ull, b, d, s); }
     auto All() const { return std::tie(i, u, l, ul, ll, ull, b, d, s); }
-    std::string Write() const
+    /// Whether all could be written: a fault stays in the state of the stream.
+    bool Write(std::ostream& os) const
     {
-        std::ostringstream os;
         const XMLObj object("Object", 1);
         StartRoot(os, "we & \"us\"");
         object.StartObj(os);
         std::apply([&](const auto&... value) { (object.WriteSubElement(os, value), ...); }, All());
         object.EndObj(os);
         EndRoot(os);
+        return !os.fail();
+    }
+    std::string Write() const
+    {
+        std::ostringstream os;
+        Write(os);
         return os.str();
     }
     bool Read(std::ifstream& is)
@@ -97,6 +104,7 @@ TEST(XMLValueStream, WritesAndReadsAnObject)
         ASSERT_TRUE(read.Read(file.Stream())) << text;
         EXPECT_EQ(read.Write(), kSampleText);
     }
+    ExpectFailureIsTold([&](std::ostream& stream) { return written.Write(stream); });
     std::ostringstream os, other;
     WriteHeader(os, "x");
     EndHeader(os);
