@@ -58,6 +58,13 @@ bool MCEigenValues::SetMaxIter(int m)
     return true;
 }
 
+bool MCEigenValues::SetMethod(Method method)
+{
+    if (method != MethodQL && method != MethodDivideAndConquer) return false;
+    fMethod = method;
+    return true;
+}
+
 void MCEigenValues::SetHMatrix(const MCSymMatrix& H)
 {
     MCSymMatrix matrix(H);
@@ -113,11 +120,15 @@ void MCEigenValues::DropResults() noexcept
 void MCEigenValues::ComputeResults()
 {
     TriDiag();
-    const int result = EigenValuesTQLI();
-    fnComputed = result == 0 ? int{fnRows} : result - 1;
+    if (fMethod == MethodDivideAndConquer && fComputeVectors && DivideAndConquer()) {
+        fnComputed = int{fnRows};
+    } else {
+        const int result = EigenValuesTQLI();
+        fnComputed = result == 0 ? int{fnRows} : result - 1;
+        if (fComputeVectors && fnComputed > 0) BackTransVectors();
+    }
     UnscaleValues();
     if (fnComputed < 1) return;
-    if (fComputeVectors) BackTransVectors();
     std::vector<double> found(fvDiag3.begin(), fvDiag3.begin() + fnComputed);
     found.resize(fvDiag3.size());
     fvEigenVal = std::move(found);
@@ -206,6 +217,7 @@ bool MCEigenValues::GetPDHMatrix(double eps, MCSymMatrix& out, bool& changed) co
     std::vector<double> values;
     MCRectMatrix vectors;
     MCEigenValues ordinary(fmH, fTolerance, fnMaxIter);
+    ordinary.fMethod = fMethod;
     if (fnRows < 1 || ordinary.Compute(values, vectors) < fnRows) return false;
     const bool below = *std::min_element(values.begin(), values.end()) < smallest;
     if (!below) {
@@ -240,6 +252,7 @@ void MCEigenValues::Display() const
     Display("Number of rows", fnRows);
     Display("Tolerance", fTolerance);
     Display("Maximum number of iterations", fnMaxIter);
+    if (fMethod == MethodDivideAndConquer) MCDisplay_930::DisplayLine("Method: divide and conquer");
     Display("Compute eigenvectors indicator", fComputeVectors);
     DisplayMatrix("Matrix H:", fmH);
     if (IsValidEMatrix()) {

@@ -22,13 +22,17 @@ namespace MCMath_930 {
 /// magnitudes of its two neighbours on the diagonal. Every number is the one that the plain loops give, on every
 /// processor.
 ///
+/// For vectors of larger matrices there is a faster road, SetMethod(MethodDivideAndConquer): the same reduction, divide and
+/// conquer in place of the iteration, and the vectors transformed back by blocks of reflections, with nearly all of the
+/// work in matrix products. Its results are as accurate, and also the same on every processor; they are other bits.
+///
 /// The generalised problem is solved as the ordinary one for G*H*G', where G is the inverse of the Cholesky factor L of
 /// E, L*L' = E. When E is singular, G is the generalised inverse whose rows and columns of redundant variables are 0:
 /// each of them adds an eigenvalue 0.
 ///
 /// The object owns copies of H and E. Results are kept until the next Compute, SetHMatrix or accepted SetEMatrix; a
-/// change of tolerance or iteration limit takes effect at the next Compute. Memory: for eigenvalues two packed matrices
-/// of the order of H, for vectors two square ones more.
+/// change of tolerance, iteration limit or method takes effect at the next Compute. Memory: for eigenvalues two packed
+/// matrices of the order of H, for vectors two square ones more, five with divide and conquer.
 ///
 /// Members that return an int return the number of eigenvalues that were found: n on success, fewer when one of them
 /// did not converge within the iteration limit (those found are the leading ones, and nothing says that they are the
@@ -40,6 +44,12 @@ namespace MCMath_930 {
 /// is rounded as any double there. When memory runs out in a computation, the results are empty and the problem stays.
 class MODELCORE_EXPORT MCEigenValues {
 public:
+    /// How the tridiagonal matrix is decomposed when vectors are wanted.
+    enum Method : int {
+        MethodQL,              ///< the implicit QL iteration
+        MethodDivideAndConquer ///< divide and conquer
+    };
+
     /// An empty problem, of order 0.
     MCEigenValues() = default;
 
@@ -75,6 +85,17 @@ public:
     /// The limit, as set or 30.
     int GetMaxIter() const { return fnMaxIter; }
 
+    /// The method, MethodQL unless set. Divide and conquer (Cuppen, Num. Math. 36, 1981; Gu and Eisenstat, SIAM J. Matrix
+    /// Anal. Appl. 16, 1995) delivers in ascending order, always all n values, and to working precision whatever the
+    /// tolerance: residual and loss of orthogonality below 10 n eps of the largest eigenvalue in all tests, also for
+    /// clustered and graded spectra. Without vectors, and for a matrix with an element that is not finite, the QL
+    /// iteration runs with either method.
+    /// @return  false, and nothing changed, for a method that there is not
+    bool SetMethod(Method method);
+
+    /// The method, as set or MethodQL.
+    Method GetMethod() const { return fMethod; }
+
     /// Copies H and starts over with the ordinary problem: results and an E set before are dropped.
     void SetHMatrix(const MCSymMatrix& H);
 
@@ -86,7 +107,7 @@ public:
     /// Whether an E has been accepted.
     bool IsValidEMatrix() const { return fnRankE > 0; }
 
-    /// Eigenvalues in the order in which they were found.
+    /// Eigenvalues in the order in which they were found, by the QL iteration.
     /// @param values  set to n values when at least one was found: those found, then zeros; else as it was
     int Compute(std::vector<double>& values);
 
@@ -133,6 +154,7 @@ private:
     void UnscaleValues();
     void Tred3();
     int EigenValuesTQLI();
+    bool DivideAndConquer();
     void BackTransVectors();
     int FindSplit(int l) const;
     template <class Vectors>
@@ -143,6 +165,7 @@ private:
     internal::EmptiedOnMove<int> fnRows;
     double fTolerance = 1e-12;
     int fnMaxIter = 30;
+    Method fMethod = MethodQL;
     internal::EmptiedOnMove<bool> fComputeVectors;
     MCSymMatrix fmH;
     MCSymMatrix fmE;

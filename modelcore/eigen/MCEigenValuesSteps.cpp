@@ -1,6 +1,8 @@
 // MCEigenValues: reduction to tridiagonal form, implicit QL iteration, transformation of the vectors back.
 #include "modelcore/eigen/MCEigenValues.h"
 
+#include "modelcore/eigen/internal/DivideAndConquer.h"
+#include "modelcore/eigen/internal/RowReflections.h"
 #include "modelcore/kernels/AlignedDoubles.h"
 #include "modelcore/kernels/Kernels.h"
 #include "modelcore/kernels/RotationSweeps.h"
@@ -340,6 +342,45 @@ int MCEigenValues::EigenValuesTQLI()
     fmEigenVectors.ResizeNRowsCols(fnRows, fnRows);
     vectors.Finish(fmEigenVectors.GetPtr());
     return result;
+}
+
+/// The eigenvalues, ascending, replace the diagonal; the vectors are those of the matrix before its reduction.
+/// @return  false, and nothing changed, for order 0 and for a matrix with elements that are not finite
+bool MCEigenValues::DivideAndConquer()
+{
+    const int n = fnRows;
+    double largest = 0.0;
+    for (const std::vector<double>* const numbers : {&fvDiag3, &fvSubdiag3})
+        for (const double number : *numbers) {
+            if (!std::isfinite(number)) return false;
+            largest = std::max(largest, std::fabs(number));
+        }
+    if (n < 1) return false;
+    MCRectMatrix vectors(n, n);
+    std::vector<double> d(fvDiag3), e(fvSubdiag3.begin() + 1, fvSubdiag3.end());
+    const int scaledBy = largest > 0.0 ? -std::ilogb(largest) : 0;
+    for (std::vector<double>* const numbers : {&d, &e})
+        for (double& number : *numbers) number = std::scalbn(number, scaledBy);
+    internal::DecomposeTridiagonal(n, d.data(), e.data(), vectors.GetPtr());
+    for (double& value : d) value = std::scalbn(value, -scaledBy);
+
+    // The reflections as Tred3 left them, from the first row on, each of length sqrt(2) times its last number.
+    internal::RowReflections reflections(n, n);
+    for (int i = 1; i < n;) {
+        const int first = i;
+        const int last = std::min(n, first + internal::RowReflections::kBlock);
+        for (; i < last; ++i) {
+            const double* const row = fmOrthInfo.GetRowPtr(i);
+            double* const v = reflections.Vector(i - first);
+            for (int k = 0; k < i; ++k) v[k] = row[i] != 0.0 ? row[k] / row[i] : 0.0;
+            std::fill(v + i, v + last - 1, 0.0);
+        }
+        reflections.Apply(vectors.GetPtr(), n, n, 0, last - 1, last - first);
+    }
+    vectors.Transpose();
+    fvDiag3 = std::move(d);
+    fmEigenVectors = std::move(vectors);
+    return true;
 }
 
 // trbak3. It takes the reflections from the first row on: the reflection made last is applied first.

@@ -12,7 +12,8 @@ constexpr double kEps = 2.220446049250313e-16;
 constexpr int kSweeps = 300; // what the smallest eigenvalue of a graded matrix takes, which is found first
 
 /// Residual and loss of orthogonality, in units of the largest value, are of the size that good routines have.
-void ExpectGoodVectors(const MCSymMatrix& matrix, const std::vector<double>& values, const MCRectMatrix& vectors)
+void ExpectGoodVectors(const MCSymMatrix& matrix, const std::vector<double>& values, const MCRectMatrix& vectors,
+                       double factor = 30.0)
 {
     const Naive S = ToNaive(matrix), Z = ToNaive(vectors);
     double largest = 0.0;
@@ -20,7 +21,7 @@ void ExpectGoodVectors(const MCSymMatrix& matrix, const std::vector<double>& val
     Naive unit = Identity(S.rows);
     if (largest > 0.0)
         for (long double& x : unit.elements) x /= largest;
-    const double tolerance = 30.0 * S.rows * kEps; // below the least double the values have no digits
+    const double tolerance = factor * S.rows * kEps; // below the least double the values have no digits
     const double noDigits = largest > 0.0 ? 0x1p-1074 / largest : 0.0;
     EXPECT_TRUE(Near(S * Z * unit, Z * DiagonalOf(values) * unit, tolerance + noDigits));
     EXPECT_TRUE(Near(Z.T() * Z, Identity(S.rows), tolerance));
@@ -87,6 +88,64 @@ TEST(MCEigenValues, EqualsThePublishedLoopsBitForBit)
         }
 }
 
+// Beside the iteration, on spectra that are hard for divide and conquer: much deflation, none, values that nearly agree.
+TEST(MCEigenValues, DivideAndConquerIsAsGoodAndTheSameUnderEveryKernelSet)
+{
+    using Element = std::function<double(TestRandom&, int n, int i, int j)>;
+    const auto tridiagonal = [](auto diagonal, auto beside) -> Element {
+        return [=](TestRandom&, int n, int i, int j) { return i == j ? diagonal(n, i) : i == j + 1 ? beside(i) : 0.0; };
+    };
+    std::vector<Family> families(std::begin(kFamilies), std::end(kFamilies));
+    families.push_back({"identity plus rank one", [](TestRandom&, int, int i, int j) { return (i == j) + 0.5; }});
+    families.push_back({"Wilkinson's, glued", tridiagonal([](int, int i) { return std::fabs(i % 21 - 10.0); },
+                                                          [](int i) { return i % 21 == 0 ? 1e-9 : 1.0; })});
+    families.push_back({"1, 2, 1", tridiagonal([](int, int) { return 2.0; }, [](int) { return 1.0; })});
+    families.push_back({"-1, 0, -1", tridiagonal([](int, int) { return 0.0; }, [](int) { return -1.0; })});
+    families.push_back({"diagonal", tridiagonal([](int, int i) { return i % 4 - 1.0; }, [](int) { return 0.0; })});
+    families.push_back({"300 decades", [](TestRandom& random, int n, int i, int j) {
+                            return std::pow(10.0, 150.0 * (i + j) / n - 150.0) * random.Uniform(-1.0, 1.0);
+                        }});
+    TestRandom random(49);
+    for (const Family& family : families)
+        for (const int n : {1, 2, 3, 4, 5, 7, 8, 16, 20, 49, 100, 300}) {
+            if (n == 300 && family.name[0] != 'r' && family.name[0] != 'W') continue;
+            SCOPED_TRACE(std::string(family.name) + " " + std::to_string(n));
+            const MCSymMatrix matrix = family.Make(random, n);
+            MCEigenValues eigen(matrix, 1e-3, 1); // neither of which matters
+            EXPECT_TRUE(eigen.SetMethod(MCEigenValues::MethodDivideAndConquer));
+            std::vector<double> values, expected, smaller;
+            MCRectMatrix vectors, sorted;
+            ASSERT_EQ(eigen.Compute(values, vectors), n);
+            ExpectGoodVectors(matrix, values, vectors, 10.0);
+            EXPECT_TRUE(std::is_sorted(values.begin(), values.end()));
+            MCEigenValues(matrix, 2.2e-16, 1000).GetSorted(expected, false);
+            const double tolerance = 10.0 * n * kEps * std::max(std::fabs(values.front()), std::fabs(values.back()));
+            for (std::size_t i = 0; i < values.size(); ++i) {
+                EXPECT_LE(std::fabs(values[i] - expected[i]), tolerance);
+                const double known = 2.0 - 2.0 * std::cos(M_PI * double(i + 1) / (n + 1));
+                EXPECT_TRUE(family.name[0] != '1' || std::fabs(values[i] - known) <= tolerance);
+            }
+            if (n > 1 && n <= 100) { // the values of the matrix without its last row lie between
+                MCSymMatrix leading(matrix);
+                leading.DeleteOneRow(n - 1);
+                MCEigenValues part(leading, 1e-3, 1);
+                part.SetMethod(MCEigenValues::MethodDivideAndConquer);
+                ASSERT_EQ(part.GetSorted(smaller, sorted, false), n - 1);
+                for (std::size_t i = 0; i < smaller.size(); ++i)
+                    EXPECT_TRUE(values[i] <= smaller[i] + tolerance && smaller[i] <= values[i + 1] + tolerance);
+                eigen.GetSorted(smaller, sorted, false);
+                EXPECT_TRUE(SameBits(smaller, values));
+                ExpectGoodVectors(matrix, smaller, sorted, 10.0);
+            }
+            ForEachKernelSet([&] {
+                std::vector<double> again;
+                MCRectMatrix same;
+                EXPECT_EQ(eigen.Compute(again, same), n);
+                EXPECT_TRUE(SameBits(again, values) && SameMatrix(same, vectors));
+            });
+        }
+}
+
 // The 20-digit eigenvalues of a small matrix, and spectra that are known exactly.
 TEST(MCEigenValues, SortsKnownSpectraWithTheirVectors)
 {
@@ -115,6 +174,7 @@ TEST(MCEigenValues, SortsKnownSpectraWithTheirVectors)
     for (const auto& c : cases)
         for (const bool descending : {false, true}) {
             MCEigenValues eigen(c.matrix, 2.2e-16, 30);
+            if (descending) eigen.SetMethod(MCEigenValues::MethodDivideAndConquer);
             std::vector<double> expected = c.ascending, values, alone;
             if (descending) std::reverse(expected.begin(), expected.end());
             MCRectMatrix vectors;
@@ -230,6 +290,7 @@ TEST(MCEigenValues, TestsAndRepairsPositiveDefiniteness)
         for (const bool generalised : {false, true}) { // an E does not matter
             MCEigenValues eigen(H, 1e-12, 30);
             ASSERT_TRUE(!generalised || eigen.SetEMatrix(E));
+            if (generalised) eigen.SetMethod(MCEigenValues::MethodDivideAndConquer);
             bool isPD = !c.isPD, changed = c.isPD;
             MCSymMatrix repaired;
             EXPECT_TRUE(eigen.IsPDHMatrix(c.eps, isPD));
@@ -249,6 +310,8 @@ TEST(MCEigenValues, RefusesBadSettingsAndSurvivesBadMatrices)
     for (const double t : {0.0, -1.0, kNan}) EXPECT_FALSE(eigen.SetTolerance(t));
     EXPECT_TRUE(!eigen.SetMaxIter(0) && eigen.SetMaxIter(30));
     EXPECT_EQ(eigen.GetTolerance(), 1e-12);
+    EXPECT_FALSE(eigen.SetMethod(MCEigenValues::Method(3)));
+    EXPECT_EQ(eigen.GetMethod(), MCEigenValues::MethodQL);
 
     // Order 0, NaN and infinities end, and are no success unless the values are.
     TestRandom random(48);
@@ -259,9 +322,13 @@ TEST(MCEigenValues, RefusesBadSettingsAndSurvivesBadMatrices)
         MCSymMatrix matrix = RandomSym(random, n);
         for (const double bad : {kNan, HUGE_VAL}) {
             matrix.SetElem(n - 1, 0, bad);
-            eigen.SetHMatrix(matrix);
-            const int count = eigen.GetSorted(values, vectors, true);
-            EXPECT_TRUE(count < n || (n == 1 && values[0] == bad)) << n;
+            for (const MCEigenValues::Method method :
+                 {MCEigenValues::MethodDivideAndConquer, MCEigenValues::MethodQL}) {
+                eigen.SetMethod(method);
+                eigen.SetHMatrix(matrix);
+                const int count = eigen.GetSorted(values, vectors, true);
+                EXPECT_TRUE(count < n || (n == 1 && values[0] == bad)) << n;
+            }
         }
     }
 }
@@ -284,8 +351,11 @@ TEST(MCEigenValues, WholeAfterMovesAndWithoutMemory)
             throw;
         }
     };
-    ExpectWholeWhenMemoryRunsOut(
-        filled, filled, [&](MCEigenValues& eigen) { eigen.Compute(values, vectors); }, Shown<MCEigenValues>);
+    MCEigenValues divided(filled);
+    divided.SetMethod(MCEigenValues::MethodDivideAndConquer);
+    for (const MCEigenValues& empty : {filled, divided})
+        ExpectWholeWhenMemoryRunsOut(
+            empty, empty, [&](MCEigenValues& eigen) { eigen.Compute(values, vectors); }, Shown<MCEigenValues>);
     compute(filled);
     EXPECT_EQ(values.size(), 3u);
     ExpectEmptyAfterMove(filled, MCEigenValues(1e-14, 40), Shown<MCEigenValues>, [&](MCEigenValues& eigen) {
