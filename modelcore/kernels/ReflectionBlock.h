@@ -11,6 +11,34 @@
 
 namespace MCMath_930::internal {
 
+/// One pass over a strip of kStripWidth columns whose first row is `firstRow` of `rows`: applies reflection v, if there is
+/// one, from its start row on, and finds the factors of the reflection after it, if there is one. Every column sees the
+/// operations of the loop that takes one reflection and one column at a time.
+inline void ReflectOnce(double* strip, int firstRow, int rows, const double* v, int start, const double* factors,
+                        const double* next, int nextStart, double* nextFactors)
+{
+    const auto row = [=](int i) { return strip + static_cast<std::ptrdiff_t>(i - firstRow) * kStripWidth; };
+    const auto count = [](int from, int to) { return static_cast<std::size_t>(std::max(0, to - from)); };
+    if (v != nullptr && std::find(factors, factors + kStripWidth, 0.0) != factors + kStripWidth) {
+        // A factor of 0 leaves its column alone; adding zeros could change the sign of a zero.
+        for (int j = 0; j < kStripWidth; ++j)
+            for (int i = start; factors[j] != 0.0 && i < rows; ++i) row(i)[j] += factors[j] * v[i];
+        v = nullptr;
+    }
+    if (v == nullptr) start = rows;
+    double dots[kStripWidth] = {};
+    const int both = std::max(start, nextStart);
+    if (v != nullptr && start < both)
+        ReflectStrip(row(start), v + start, factors, nullptr, nullptr, count(start, both));
+    if (next != nullptr && nextStart < both)
+        ReflectStrip(row(nextStart), nullptr, nullptr, next + nextStart, dots, count(nextStart, both));
+    if (both < rows)
+        ReflectStrip(row(both), v != nullptr ? v + both : nullptr, factors, next != nullptr ? next + both : nullptr,
+                     dots, count(both, rows));
+    if (next != nullptr)
+        for (int j = 0; j < kStripWidth; ++j) nextFactors[j] = -dots[j] / next[nextStart];
+}
+
 /// A strip of columns that stays in cache, row by row, while reflections go over it: each pass over it applies one
 /// reflection and forms the dot products of the next, whose vector runs across the columns. Every column sees the
 /// operations of the loop that takes one reflection and one column at a time.
@@ -41,12 +69,14 @@ public:
             int previous = -1;
             for (int q = 0; q < count; ++q) {
                 if (start(q) < 0) continue;
-                Step(previous < 0 ? nullptr : vector(previous), previous < 0 ? fRows : start(previous), now, vector(q),
-                     start(q), then, firstRow);
+                ReflectOnce(fStrip.get(), firstRow, fRows, previous < 0 ? nullptr : vector(previous),
+                            previous < 0 ? fRows : start(previous), now, vector(q), start(q), then);
                 std::swap(now, then);
                 previous = q;
             }
-            if (previous >= 0) Step(vector(previous), start(previous), now, nullptr, fRows, then, firstRow);
+            if (previous >= 0)
+                ReflectOnce(fStrip.get(), firstRow, fRows, vector(previous), start(previous), now, nullptr, fRows,
+                            then);
             Store(x, c, width, firstRow);
         }
     }
@@ -55,32 +85,6 @@ private:
     double* Row(int i, int firstRow) const
     {
         return fStrip.get() + static_cast<std::ptrdiff_t>(i - firstRow) * kStripWidth;
-    }
-
-    static std::size_t Count(int from, int to) { return static_cast<std::size_t>(std::max(0, to - from)); }
-
-    /// Applies reflection v from its start row on, and finds the factors of the reflection after it.
-    void Step(const double* v, int start, const double* factors, const double* next, int nextStart, double* nextFactors,
-              int firstRow)
-    {
-        if (v != nullptr && std::find(factors, factors + kStripWidth, 0.0) != factors + kStripWidth) {
-            // A factor of 0 leaves its column alone; adding zeros could change the sign of a zero.
-            for (int j = 0; j < kStripWidth; ++j)
-                for (int i = start; factors[j] != 0.0 && i < fRows; ++i) Row(i, firstRow)[j] += factors[j] * v[i];
-            v = nullptr;
-        }
-        if (v == nullptr) start = fRows;
-        double dots[kStripWidth] = {};
-        const int both = std::max(start, nextStart);
-        if (v != nullptr && start < both)
-            ReflectStrip(Row(start, firstRow), v + start, factors, nullptr, nullptr, Count(start, both));
-        if (next != nullptr && nextStart < both)
-            ReflectStrip(Row(nextStart, firstRow), nullptr, nullptr, next + nextStart, dots, Count(nextStart, both));
-        if (both < fRows)
-            ReflectStrip(Row(both, firstRow), v != nullptr ? v + both : nullptr, factors,
-                         next != nullptr ? next + both : nullptr, dots, Count(both, fRows));
-        if (next != nullptr)
-            for (int j = 0; j < kStripWidth; ++j) nextFactors[j] = -dots[j] / next[nextStart];
     }
 
     void Load(const DenseColumns<double>& x, int c, int width, int firstRow)

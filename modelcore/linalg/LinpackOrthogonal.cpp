@@ -56,18 +56,39 @@ struct ColumnNorms {
         current[j] = computed[j] = Blas1::DNrm2(rows, column, 1);
     }
 
-    /// Row l of column j left the remaining part: takes its share from the norm, and computes the norm anew when too
-    /// much of it has cancelled.
-    void RemoveRow(int j, int l, int n, const double* column) const
+    /// Row l of column j, where `element` stands, left the remaining part: takes its share from the norm, or calls
+    /// computeAnew(j) when too much of it has cancelled.
+    template <class ComputeAnew>
+    void RemoveRow(int j, double element, ComputeAnew computeAnew) const
     {
         if (current[j] == 0.0) return;
-        const double share = std::fabs(column[l]) / current[j];
+        const double share = std::fabs(element) / current[j];
         const double left = std::max(1.0 - share * share, 0.0);
         const double ratio = current[j] / computed[j];
         if (1.0 + 0.05 * left * (ratio * ratio) != 1.0)
             current[j] *= std::sqrt(left);
         else
-            Compute(j, n - 1 - l, column + l + 1);
+            computeAnew(j);
+    }
+
+    /// The first of the columns [first, last) with the largest norm; first when none is above 0.
+    int FindLargest(int first, int last) const
+    {
+        int largest = first;
+        double norm = 0.0;
+        for (int j = first; j < last; ++j)
+            if (current[j] > norm) {
+                norm = current[j];
+                largest = j;
+            }
+        return largest;
+    }
+
+    /// Column l went to the front, and the one that was there to its place.
+    void Exchange(int front, int l) const
+    {
+        current[l] = current[front];
+        computed[l] = computed[front];
     }
 };
 
@@ -134,6 +155,124 @@ private:
     double fNorms[kBlock] = {};
 };
 
+/// Decomposition with pivots, one pass over the matrix a step. The columns stand in strips, row by row; a reflection waits
+/// until the next one is known, and is then applied in the same pass that forms the next one's dot products. The pivot
+/// only needs the norms, these only row l, and the pivot column is brought up to date by itself.
+class PivotedReflections {
+public:
+    /// With fewer columns the loop by columns is faster.
+    static constexpr int kFewestColumns = 160;
+
+    PivotedReflections(double* x, int ldx, int n, int p, int* jpvt, ColumnNorms norms, FreeRange free)
+        : fx{x, ldx}, fn(n), fp(p), fPivots(jpvt), fNorms(norms), fFree(free),
+          fMemory(MakeAlignedDoubles(static_cast<std::size_t>(n + 2) * Padded() + 2 * static_cast<std::size_t>(n)))
+    {
+        if (fMemory == nullptr) return;
+        fFactors = fMemory.get() + static_cast<std::size_t>(n) * Padded();
+        std::fill_n(fFactors, 2 * Padded(), 0.0);
+        fNextFactors = fFactors + Padded();
+        fVector = fNextFactors + Padded();
+        fNextVector = fVector + n;
+    }
+
+    bool HasWorkspace() const { return fMemory != nullptr; }
+
+    void Decompose()
+    {
+        for (int j = 0; j < static_cast<int>(Padded()); ++j)
+            for (int i = 0; i < fn; ++i) *At(i, j) = j < fp ? fx(j)[i] : 0.0;
+        int l = 0;
+        for (; l < std::min(fn, fp); ++l) {
+            if (l >= fFree.first && l + 1 < fFree.last) BringToFront(fNorms.FindLargest(l, fFree.last), l);
+            fNorms.current[l] = 0.0;
+            if (l == fn - 1) break;
+            double* const column = TakeOut(l);
+            const double norm = MakeReflection(column + l, fn - l);
+            if (norm == 0.0) continue;
+            std::copy(column + l, column + fn, fNextVector + l);
+            Pass(l + 1, l);
+            for (int j = std::max(fFree.first, l + 1); j < fFree.last; ++j)
+                fNorms.RemoveRow(j, *At(l, j) + Term(j, l), [=, this](int k) { ComputeNorm(k, l + 1); });
+            fNorms.current[l] = column[l];
+            column[l] = -norm;
+        }
+        for (; l < fp; ++l) TakeOut(l);
+    }
+
+private:
+    std::size_t Padded() const { return static_cast<std::size_t>((fp + kStripWidth - 1) / kStripWidth * kStripWidth); }
+
+    double* At(int i, int j) const
+    {
+        return fMemory.get() + (static_cast<std::ptrdiff_t>(j / kStripWidth) * fn + i) * kStripWidth + j % kStripWidth;
+    }
+
+    /// What the waiting reflection adds to element (i, j): -0 changes nothing.
+    double Term(int j, int i) const { return fStart <= i && fFactors[j] != 0.0 ? fFactors[j] * fVector[i] : -0.0; }
+
+    /// Applies the waiting reflection to column j alone.
+    void BringUpToDate(int j)
+    {
+        if (fFactors[j] == 0.0) return;
+        for (int i = fStart; i < fn; ++i) *At(i, j) += fFactors[j] * fVector[i];
+        fFactors[j] = 0.0;
+    }
+
+    /// The finished column l, in its place in x.
+    double* TakeOut(int l)
+    {
+        BringUpToDate(l);
+        double* const column = fx(l);
+        for (int i = 0; i < fn; ++i) column[i] = *At(i, l);
+        return column;
+    }
+
+    void BringToFront(int largest, int l)
+    {
+        if (largest == l) return;
+        for (int i = 0; i < fn; ++i) std::swap(*At(i, l), *At(i, largest));
+        std::swap(fFactors[l], fFactors[largest]);
+        fNorms.Exchange(l, largest);
+        std::swap(fPivots[largest], fPivots[l]);
+    }
+
+    /// The waiting reflection is applied to the columns from `from` on, and the next, which starts in row l, waits.
+    void Pass(int from, int l)
+    {
+        for (int j = from / kStripWidth * kStripWidth; j < fp; j += kStripWidth) {
+            ReflectOnce(At(0, j), 0, fn, fStart < fn ? fVector : nullptr, fStart, fFactors + j, fNextVector, l,
+                        fNextFactors + j);
+            // Columns that are out, and beyond the last: any factor but 0, which would have the others go one by one.
+            for (int k = j; k < from; ++k) fNextFactors[k] = 1.0;
+            for (int k = std::max(j, fp); k < j + kStripWidth; ++k) fNextFactors[k] = 1.0;
+        }
+        std::swap(fFactors, fNextFactors);
+        std::swap(fVector, fNextVector);
+        fStart = l;
+    }
+
+    void ComputeNorm(int j, int from)
+    {
+        BringUpToDate(j);
+        double* const column = fx(j); // of which nothing is read any more
+        for (int i = from; i < fn; ++i) column[i] = *At(i, j);
+        fNorms.Compute(j, fn - from, column + from);
+    }
+
+    DenseColumns<double> fx;
+    int fn;
+    int fp;
+    int* fPivots;
+    ColumnNorms fNorms;
+    FreeRange fFree;
+    AlignedDoubles fMemory;
+    double* fFactors = nullptr; // of the waiting reflection, which is fVector from row fStart on; none from fn on
+    double* fNextFactors = nullptr;
+    double* fVector = nullptr;
+    double* fNextVector = nullptr;
+    int fStart = fn;
+};
+
 } // namespace
 
 void Linpack::Dqrdc(double* x, int ldx, int n, int p, double* qraux, int* jpvt, double* work, int job)
@@ -146,20 +285,17 @@ void Linpack::Dqrdc(double* x, int ldx, int n, int p, double* qraux, int* jpvt, 
     const FreeRange free = job != 0 ? ArrangeInitialAndFinal(columns, n, p, jpvt) : FreeRange{0, 0};
     const ColumnNorms norms{qraux, work};
     for (int j = free.first; j < free.last; ++j) norms.Compute(j, n, columns(j));
+    if (job != 0 && std::min(n, p) >= PivotedReflections::kFewestColumns) {
+        PivotedReflections pivoted(x, ldx, n, p, jpvt, norms, free);
+        if (pivoted.HasWorkspace()) return pivoted.Decompose();
+    }
 
     for (int l = 0; l < std::min(n, p); ++l) {
         if (l >= free.first && l + 1 < free.last) {
-            int largest = l;
-            double norm = 0.0;
-            for (int j = l; j < free.last; ++j)
-                if (qraux[j] > norm) {
-                    norm = qraux[j];
-                    largest = j;
-                }
+            const int largest = norms.FindLargest(l, free.last);
             if (largest != l) {
                 Blas1::DSwap(n, columns(l), 1, columns(largest), 1);
-                qraux[largest] = qraux[l];
-                work[largest] = work[l];
+                norms.Exchange(l, largest);
                 std::swap(jpvt[largest], jpvt[l]);
             }
         }
@@ -170,7 +306,8 @@ void Linpack::Dqrdc(double* x, int ldx, int n, int p, double* qraux, int* jpvt, 
         const double norm = MakeReflection(column + l, n - l);
         if (norm == 0.0) continue;
         if (l + 1 < p) ReflectColumns(column + l, n - l, columns(l + 1) + l, ldx, p - l - 1);
-        for (int j = std::max(free.first, l + 1); j < free.last; ++j) norms.RemoveRow(j, l, n, columns(j));
+        for (int j = std::max(free.first, l + 1); j < free.last; ++j)
+            norms.RemoveRow(j, columns(j)[l], [&](int k) { norms.Compute(k, n - 1 - l, columns(k) + l + 1); });
         qraux[l] = column[l];
         column[l] = -norm;
     }
