@@ -32,7 +32,7 @@ Pivot ChoosePivot(const Columns& a, int k)
     const double diagonal = std::fabs(a(k)[k]);
     const int imax = Blas1::IDAMax(k, a(k), 1) - 1;
     const double columnMax = std::fabs(a(k)[imax]);
-    const bool zero = Blas1::D_Max(diagonal, columnMax) == 0.0;
+    const bool zero = diagonal == 0.0 && columnMax == 0.0; // a NaN is no zero, on whichever side of it
     if (diagonal >= alpha * columnMax) return {1, imax, false, zero};
 
     double rowMax = 0.0;
