@@ -255,11 +255,12 @@ TEST(LinpackSolve, NaNAndInfinityEndEveryLoop)
             Linpack::Dsico(copy.data(), m, m, pivots.data(), z.data());
             Linpack::Dpofa(copy.data(), m, m);
         }
-    // One NaN in an upper triangle of zeros: whichever side of a comparison it comes to, every step has a pivot.
+    // One NaN beside zeros: whichever side of a comparison it comes to, every step has a pivot.
     for (int j = 0; j < 5; ++j)
         for (int i = 0; i <= j; ++i) {
             Doubles a(25), z(5);
             Integers pivots(5);
+            a[At(0, 1, 5)] = 1.0;
             a[At(i, j, 5)] = kNan;
             Linpack::Dsico(a.data(), 5, 5, pivots.data(), z.data());
             EXPECT_EQ(std::count(pivots.begin(), pivots.end(), 0), 0) << i << ", " << j;
