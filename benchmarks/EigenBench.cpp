@@ -1,4 +1,5 @@
-// Eigenvalues and eigenvectors of dense symmetric matrices beside LAPACK's packed and full routines and Eigen.
+// Eigenvalues and eigenvectors of dense symmetric matrices beside LAPACK's packed and full routines and Eigen; singular
+// values and vectors beside LAPACK's divide and conquer and Linpack's iteration.
 #include "modelcore/modelcore.h"
 #include "support/Inputs.h"
 #include "support/PeerTable.h"
@@ -9,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 extern "C" {
@@ -20,12 +22,16 @@ void dsyev_(const char* job, const char* uplo, const int* n, double* a, const in
             const int* lwork, int* info);
 void dsyevd_(const char* job, const char* uplo, const int* n, double* a, const int* lda, double* w, double* work,
              const int* lwork, int* iwork, const int* liwork, int* info);
+void dgesdd_(const char* job, const int* m, const int* n, double* a, const int* lda, double* s, double* u,
+             const int* ldu, double* vt, const int* ldvt, double* work, const int* lwork, int* iwork, int* info);
 }
 
 namespace {
 
+using MCMath_930::Linpack;
 using MCMath_930::MCEigenValues;
 using MCMath_930::MCRectMatrix;
+using MCMath_930::MCSingularValues;
 using MCMath_930::MCSymMatrix;
 
 /// A random symmetric matrix, packed and full, and room for what the contenders need.
@@ -67,8 +73,17 @@ struct Contender {
 };
 
 const Contender kContenders[] = {
+    {"modelcore, divide and conquer",
+     [](Problem& p, const char* job) {
+         MCEigenValues eigen(p.matrix, 2.2e-16, 30);
+         eigen.SetMethod(MCEigenValues::MethodDivideAndConquer);
+         if (*job == 'V')
+             eigen.Compute(p.w, p.vectors);
+         else
+             eigen.Compute(p.w);
+     }},
     // As accurate as the peers; the default tolerance takes fewer sweeps.
-    {"modelcore",
+    {"modelcore, QL",
      [](Problem& p, const char* job) {
          MCEigenValues eigen(p.matrix, 2.2e-16, 30);
          if (*job == 'V')
@@ -102,6 +117,78 @@ const Contender kContenders[] = {
      }},
 };
 
+/// A random matrix by rows and by columns, and room for what the contenders need.
+struct RectProblem {
+    RectProblem(int rows, int cols)
+        : m(rows), n(cols), r(std::min(m, n)),
+          matrix(m, n, peers::Uniforms(std::size_t(m) * std::size_t(n), -1.0, 1.0, std::uint64_t(m + n))),
+          columns(matrix.AsSpan().size()), copy(columns.size()), s(std::size_t(std::max(m, n) + 1)), e(s),
+          u(columns.size()), v(std::size_t(n) * std::size_t(n)), work(1000 + 200 * s.size() + 10 * v.size()),
+          iwork(8 * s.size()), lwork(int(work.size()))
+    {
+        matrix.CopyToColMajor(columns.data());
+    }
+
+    int m, n, r;
+    MCRectMatrix matrix, U, V;
+    std::vector<double> columns, copy, s, e, u, v, work;
+    std::vector<int> iwork;
+    int lwork;
+    int info = 0;
+};
+
+struct RectContender {
+    const char* name;
+    std::function<void(RectProblem&, bool withVectors)> run; // the values, descending, into s
+};
+
+const RectContender kRectContenders[] = {
+    {"modelcore MCSingularValues",
+     [](RectProblem& p, bool withVectors) {
+         const MCSingularValues problem(p.matrix);
+         if (withVectors)
+             problem.Compute(p.s, p.U, p.V);
+         else
+             problem.Compute(p.s);
+     }},
+    {"modelcore Dsvdc",
+     [](RectProblem& p, bool withVectors) {
+         p.copy = p.columns;
+         p.info = Linpack::Dsvdc(p.copy.data(), p.m, p.m, p.n, p.s.data(), p.e.data(), p.u.data(), p.m, p.v.data(), p.n,
+                                 p.work.data(), withVectors ? 21 : 0);
+     }},
+    {"OpenBLAS dgesdd",
+     [](RectProblem& p, bool withVectors) {
+         p.copy = p.columns;
+         dgesdd_(withVectors ? "S" : "N", &p.m, &p.n, p.copy.data(), &p.m, p.s.data(), p.u.data(), &p.m, p.v.data(),
+                 &p.r, p.work.data(), &p.lwork, p.iwork.data(), &p.info);
+     }},
+};
+
+void RegisterRect(int m, int n, bool withVectors)
+{
+    const auto problem = std::make_shared<RectProblem>(m, n);
+    const std::string operation = std::string(withVectors ? "singular values and vectors/" : "singular values/") +
+                                  std::to_string(m) + "x" + std::to_string(n);
+    std::vector<double> expected;
+    for (const RectContender& contender : kRectContenders) {
+        contender.run(*problem, withVectors);
+        problem->s.resize(std::size_t(problem->r));
+        if (expected.empty()) expected = problem->s;
+        double worst = 0.0;
+        for (std::size_t i = 0; i < expected.size(); ++i)
+            worst = std::max(worst, std::fabs(expected[i] - problem->s[i]));
+        problem->s.resize(problem->e.size());
+        if (problem->info != 0 || !(worst <= 1e-12 * expected.front()))
+            peers::Refuse(operation, contender.name, "results disagree");
+        else
+            peers::Add(operation, contender.name, {1.0, "matrix", 1.0}, [problem, withVectors, run = contender.run] {
+                problem->s.resize(problem->e.size());
+                run(*problem, withVectors);
+            });
+    }
+}
+
 void Register(int n, bool withVectors)
 {
     const auto problem = std::make_shared<Problem>(n);
@@ -130,4 +217,6 @@ void RegisterContenders()
 {
     for (const int n : {50, 200, 500, 1000})
         for (const bool withVectors : {false, true}) Register(n, withVectors);
+    for (const auto& [m, n] : {std::pair{50, 50}, {200, 200}, {500, 500}, {1000, 1000}, {2000, 200}})
+        for (const bool withVectors : {false, true}) RegisterRect(m, n, withVectors);
 }

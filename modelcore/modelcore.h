@@ -50,6 +50,7 @@
 #include "modelcore/distributions/MCMathFun.h"
 #include "modelcore/distributions/MCPower.h"
 #include "modelcore/eigen/MCEigenValues.h"
+#include "modelcore/eigen/MCSingularValues.h"
 #include "modelcore/linalg/Blas1.h"
 #include "modelcore/linalg/BoundsList.h"
 #include "modelcore/linalg/IIntegrand.h"

@@ -120,7 +120,7 @@ void MCEigenValues::DropResults() noexcept
 void MCEigenValues::ComputeResults()
 {
     TriDiag();
-    if (fMethod == MethodDivideAndConquer && fComputeVectors && DivideAndConquer()) {
+    if (fMethod == MethodDivideAndConquer && DivideAndConquer()) {
         fnComputed = int{fnRows};
     } else {
         const int result = EigenValuesTQLI();

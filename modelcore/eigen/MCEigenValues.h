@@ -22,9 +22,9 @@ namespace MCMath_930 {
 /// magnitudes of its two neighbours on the diagonal. Every number is the one that the plain loops give, on every
 /// processor.
 ///
-/// For vectors of larger matrices there is a faster road, SetMethod(MethodDivideAndConquer): the same reduction, divide and
-/// conquer in place of the iteration, and the vectors transformed back by blocks of reflections, with nearly all of the
-/// work in matrix products. Its results are as accurate, and also the same on every processor; they are other bits.
+/// For larger matrices there is a faster road, SetMethod(MethodDivideAndConquer): the same reduction, divide and conquer
+/// in place of the iteration, and the vectors transformed back by blocks of reflections, with nearly all of the work on
+/// them in matrix products. Its results are as accurate, and also the same on every processor; they are other bits.
 ///
 /// The generalised problem is solved as the ordinary one for G*H*G', where G is the inverse of the Cholesky factor L of
 /// E, L*L' = E. When E is singular, G is the generalised inverse whose rows and columns of redundant variables are 0:
@@ -44,7 +44,7 @@ namespace MCMath_930 {
 /// is rounded as any double there. When memory runs out in a computation, the results are empty and the problem stays.
 class MODELCORE_EXPORT MCEigenValues {
 public:
-    /// How the tridiagonal matrix is decomposed when vectors are wanted.
+    /// How the tridiagonal matrix is decomposed.
     enum Method : int {
         MethodQL,              ///< the implicit QL iteration
         MethodDivideAndConquer ///< divide and conquer
@@ -88,8 +88,8 @@ public:
     /// The method, MethodQL unless set. Divide and conquer (Cuppen, Num. Math. 36, 1981; Gu and Eisenstat, SIAM J. Matrix
     /// Anal. Appl. 16, 1995) delivers in ascending order, always all n values, and to working precision whatever the
     /// tolerance: residual and loss of orthogonality below 10 n eps of the largest eigenvalue in all tests, also for
-    /// clustered and graded spectra. Without vectors, and for a matrix with an element that is not finite, the QL
-    /// iteration runs with either method.
+    /// clustered and graded spectra. Values have the same bits alone and with vectors. For a matrix with an element that
+    /// is not finite the QL iteration runs.
     /// @return  false, and nothing changed, for a method that there is not
     bool SetMethod(Method method);
 

@@ -344,7 +344,7 @@ int MCEigenValues::EigenValuesTQLI()
     return result;
 }
 
-/// The eigenvalues, ascending, replace the diagonal; the vectors are those of the matrix before its reduction.
+/// The eigenvalues, ascending, replace the diagonal; the vectors, if wanted, are those of the matrix before its reduction.
 /// @return  false, and nothing changed, for order 0 and for a matrix with elements that are not finite
 bool MCEigenValues::DivideAndConquer()
 {
@@ -356,13 +356,16 @@ bool MCEigenValues::DivideAndConquer()
             largest = std::max(largest, std::fabs(number));
         }
     if (n < 1) return false;
-    MCRectMatrix vectors(n, n);
+    MCRectMatrix vectors;
+    if (fComputeVectors) vectors = MCRectMatrix(n, n);
     std::vector<double> d(fvDiag3), e(fvSubdiag3.begin() + 1, fvSubdiag3.end());
     const int scaledBy = largest > 0.0 ? -std::ilogb(largest) : 0;
     for (std::vector<double>* const numbers : {&d, &e})
         for (double& number : *numbers) number = std::scalbn(number, scaledBy);
-    internal::DecomposeTridiagonal(n, d.data(), e.data(), vectors.GetPtr());
+    internal::DecomposeTridiagonal(n, d.data(), e.data(), fComputeVectors ? vectors.GetPtr() : nullptr);
     for (double& value : d) value = std::scalbn(value, -scaledBy);
+    fvDiag3 = std::move(d);
+    if (!fComputeVectors) return true;
 
     // The reflections as Tred3 left them, from the first row on, each of length sqrt(2) times its last number.
     internal::RowReflections reflections(n, n);
@@ -378,7 +381,6 @@ bool MCEigenValues::DivideAndConquer()
         reflections.Apply(vectors.GetPtr(), n, n, 0, last - 1, last - first);
     }
     vectors.Transpose();
-    fvDiag3 = std::move(d);
     fmEigenVectors = std::move(vectors);
     return true;
 }

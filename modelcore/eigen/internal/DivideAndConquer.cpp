@@ -56,24 +56,36 @@ struct Element {
     Reach reach;
 };
 
-/// Vectors as rows of an array: those of one merger begin at row and column `first`.
+/// The vectors of one merger as rows of an array: all their elements, or only the two that further mergers ask for, the
+/// first and the last. Each element is formed in the same way, so that both give the same values.
 struct RowBlock {
-    double* elements;
+    double* elements; // of row 0
     int stride;
-    int first;     // row and column
     int leftWidth; // columns of the left half
     int width;
+    bool endsOnly;
 
-    double* Row(int i) const { return elements + Size(first + i) * Size(stride) + first; }
+    double* Row(int i) const { return elements + Size(i) * Size(stride); }
+    /// Of a vector of the left half the last element, of one of the right half the first: where they meet.
+    double Meeting(int i, bool isLeft) const
+    {
+        return Row(i)[endsOnly ? static_cast<int>(isLeft) : isLeft ? leftWidth - 1 : leftWidth];
+    }
+    /// What was the end of a half is no end of the whole.
+    void Join(int i, bool isLeft) const
+    {
+        if (endsOnly) Row(i)[static_cast<int>(isLeft)] = 0.0;
+    }
 };
 
 /// The mergers, and their scratch memory.
 class Mergers {
 public:
-    explicit Mergers(int n)
-        : fElements(Size(n)), fKept(Size(n)), fDeflated(Size(n)), fPoles(Size(n)), fWeights(Size(n)), fZ(Size(n)),
-          fFactors(Size(n)), fPlace(Size(n)), fTarget(Size(n)), fOrder(Size(n)), fDifferences(MakeRoom(n)),
-          fCombinations(MakeRoom(n)), fGathered(MakeRoom(n)), fTiles(n)
+    Mergers(int n, bool endsOnly)
+        : fn(n), fEndsOnly(endsOnly), fElements(Size(n)), fKept(Size(n)), fDeflated(Size(n)), fPoles(Size(n)),
+          fWeights(Size(n)), fZ(Size(n)), fFactors(Size(n)), fPlace(Size(n)), fTarget(Size(n)), fOrder(Size(n)),
+          fDifferences(MakeRoom(n, n)), fCombinations(MakeRoom(n, n)), fGathered(MakeRoom(n, endsOnly ? 2 : n)),
+          fTiles(n)
     {
         if (!fTiles) throw std::bad_alloc();
     }
@@ -90,6 +102,15 @@ protected:
     template <class Factor>
     void CombineRows(const RowBlock& block, Factor factor);
 
+    /// The rows from `first` on of an array of all vectors, or of ends, and the columns that they reach.
+    RowBlock BlockOf(double* vectors, int first, int leftWidth, int width) const
+    {
+        if (fEndsOnly) return {vectors + 2 * Size(first), 2, 1, 2, true};
+        return {vectors + Size(first) * Size(fn) + Size(first), fn, leftWidth, width, false};
+    }
+
+    int fn;
+    bool fEndsOnly;
     std::vector<Element> fElements;
     std::vector<Element> fKept;
     std::vector<Element> fDeflated;
@@ -99,9 +120,9 @@ protected:
     std::vector<double> fZ; // of Gu and Eisenstat
 
 private:
-    static AlignedDoubles MakeRoom(int n)
+    static AlignedDoubles MakeRoom(int rows, int columns)
     {
-        AlignedDoubles memory = MakeAlignedDoubles(Size(n) * Size(n));
+        AlignedDoubles memory = MakeAlignedDoubles(Size(rows) * Size(columns));
         if (memory == nullptr) throw std::bad_alloc();
         return memory;
     }
@@ -277,14 +298,15 @@ void Mergers::CombineRows(const RowBlock& block, Factor factor)
 
 class Tridiagonal : private Mergers {
 public:
-    Tridiagonal(int n, double* d, const double* e, double* vectors)
-        : Mergers(n), fn(n), fDiagonal(d), fBeside(e), fVectors(vectors)
+    Tridiagonal(int n, double* d, const double* e, double* vectors, bool endsOnly)
+        : Mergers(n, endsOnly), fDiagonal(d), fBeside(e), fVectors(vectors)
     {}
 
     void Decompose(int first, int n)
     {
         if (n == 1) {
-            fVectors[Size(first) * Size(fn) + Size(first)] = 1.0;
+            double* const row = BlockOf(fVectors, first, 1, 1).Row(0);
+            std::fill_n(row, fEndsOnly ? 2 : 1, 1.0);
             return;
         }
         const int nLeft = n / 2;
@@ -302,25 +324,25 @@ private:
     void Merge(int first, int nLeft, int n, double joining)
     {
         double* const d = fDiagonal + first;
-        const RowBlock block{fVectors, fn, first, nLeft, n};
+        const RowBlock block = BlockOf(fVectors, first, nLeft, n);
         double largest = std::fabs(joining);
         for (int j = 0; j < n; ++j) {
             const bool isLeft = j < nLeft;
-            const double end = block.Row(j)[isLeft ? nLeft - 1 : nLeft];
+            const double end = block.Meeting(j, isLeft);
+            block.Join(j, isLeft);
             fElements[Size(j)] = {d[j], isLeft || joining > 0.0 ? end : -end, j, isLeft ? Reach::Left : Reach::Right};
             largest = std::max(largest, std::fabs(d[j]));
         }
         SortElements(nLeft, n);
         fnKept = fnDeflated = 0;
         Deflate(0, n, std::fabs(joining), NegligibleBeside(largest), [&](int kept, int deflated, double c, double s) {
-            Rotate(block.Row(kept), block.Row(deflated), c, s, Size(n));
+            Rotate(block.Row(kept), block.Row(deflated), c, s, Size(block.width));
         });
         Solve(SecularEquation::Poles::AsGiven, std::fabs(joining));
         PlaceResults(d);
         CombineRows(block, [this](int j, double difference) { return fZ[Size(j)] / difference; });
     }
 
-    int fn;
     double* fDiagonal;
     const double* fBeside;
     double* fVectors;
@@ -328,8 +350,8 @@ private:
 
 class Bidiagonal : private Mergers {
 public:
-    Bidiagonal(int n, double* d, const double* e, double* left, double* right)
-        : Mergers(n), fn(n), fDiagonal(d), fAbove(e), fLeft(left), fRight(right)
+    Bidiagonal(int n, double* d, const double* e, double* left, double* right, bool endsOnly)
+        : Mergers(n, endsOnly), fDiagonal(d), fAbove(e), fLeft(left), fRight(right)
     {}
 
     /// Rows first .. first + n - 1, which have one column more than rows when they are wide: a further right vector, the
@@ -352,21 +374,21 @@ public:
 private:
     void DecomposeRow(int first, int n, bool wide)
     {
-        double* const v = fRight + Size(first) * Size(fn) + first;
+        const RowBlock v = BlockOf(fRight, first, 1, 1);
+        const int last = fEndsOnly ? 1 : static_cast<int>(wide); // column of the last element
         if (n == 0) {
-            if (wide) v[0] = 1.0;
+            if (wide) v.Row(0)[0] = v.Row(0)[fEndsOnly ? 1 : 0] = 1.0;
             return;
         }
         double& value = fDiagonal[first];
-        const double beside = wide ? fAbove[first] : 0.0;
-        const Direction direction(value, beside);
-        v[0] = direction.c;
+        const Direction direction(value, wide ? fAbove[first] : 0.0);
+        v.Row(0)[0] = direction.c;
+        v.Row(0)[last] = wide ? direction.s : direction.c;
         if (wide) {
-            v[1] = direction.s;
-            v[fn] = -direction.s;
-            v[fn + 1] = direction.c;
+            v.Row(1)[0] = -direction.s;
+            v.Row(1)[last] = direction.c;
         }
-        fLeft[Size(first) * Size(fn) + Size(first)] = 1.0;
+        if (!fEndsOnly) *BlockOf(fLeft, first, 1, 1).Row(0) = 1.0;
         value = direction.length;
     }
 
@@ -376,18 +398,24 @@ private:
     {
         double* const d = fDiagonal + first;
         const int nColumns = n + static_cast<int>(wide);
-        const RowBlock u{fLeft, fn, first, nLeft + 1, n};
-        const RowBlock v{fRight, fn, first, nLeft + 1, nColumns};
-        u.Row(nLeft)[nLeft] = 1.0;
-        Direction joining(own * v.Row(nLeft)[nLeft], wide ? beside * v.Row(n)[nLeft + 1] : 0.0);
-        if (wide) Rotate(v.Row(nLeft), v.Row(n), joining.c, joining.s, Size(nColumns));
-        const double z = wide ? joining.length : own * v.Row(nLeft)[nLeft];
+        const RowBlock u = BlockOf(fLeft, first, nLeft + 1, n);
+        const RowBlock v = BlockOf(fRight, first, nLeft + 1, nColumns);
+        if (!fEndsOnly) u.Row(nLeft)[nLeft] = 1.0;
+        double z = own * v.Meeting(nLeft, true);
+        v.Join(nLeft, true);
+        if (wide) {
+            const Direction joining(z, beside * v.Meeting(n, false));
+            v.Join(n, false);
+            Rotate(v.Row(nLeft), v.Row(n), joining.c, joining.s, Size(v.width));
+            z = joining.length;
+        }
 
         double largest = std::max(std::fabs(own), std::fabs(beside));
         for (int k = 0; k < n - 1; ++k) {
             const bool isLeft = k < nLeft;
             const int j = isLeft ? k : k + 1;
-            const double end = isLeft ? own * v.Row(j)[nLeft] : beside * v.Row(j)[nLeft + 1];
+            const double end = (isLeft ? own : beside) * v.Meeting(j, isLeft);
+            v.Join(j, isLeft);
             fElements[Size(k)] = {d[j], end, j, isLeft ? Reach::Left : Reach::Right};
             largest = std::max(largest, d[j]);
         }
@@ -396,8 +424,8 @@ private:
         fnKept = fnDeflated = 0;
         Keep({0.0, z, nLeft, wide ? Reach::Both : Reach::Left});
         Deflate(0, n - 1, 1.0, negligible, [&](int kept, int deflated, double c, double s) {
-            Rotate(u.Row(kept), u.Row(deflated), c, s, Size(n));
-            Rotate(v.Row(kept), v.Row(deflated), c, s, Size(nColumns));
+            if (!fEndsOnly) Rotate(u.Row(kept), u.Row(deflated), c, s, Size(n));
+            Rotate(v.Row(kept), v.Row(deflated), c, s, Size(v.width));
         });
         if (fnKept == 1) {
             SolveSingle();
@@ -409,12 +437,12 @@ private:
         }
         PlaceResults(d);
         CombineRows(v, [this](int j, double difference) { return fZ[Size(j)] / difference; });
+        if (fEndsOnly) return;
         CombineRows(u, [this](int j, double difference) {
             return j == 0 ? -1.0 : fPoles[Size(j)] * (fZ[Size(j)] / difference);
         });
     }
 
-    int fn;
     double* fDiagonal;
     const double* fAbove;
     double* fLeft;
@@ -425,12 +453,14 @@ private:
 
 void DecomposeTridiagonal(int n, double* d, const double* e, double* vectors)
 {
-    Tridiagonal(n, d, e, vectors).Decompose(0, n);
+    std::vector<double> ends(vectors == nullptr ? 2 * Size(n) : 0);
+    Tridiagonal(n, d, e, vectors == nullptr ? ends.data() : vectors, vectors == nullptr).Decompose(0, n);
 }
 
 void DecomposeBidiagonal(int n, double* d, const double* e, double* left, double* right)
 {
-    Bidiagonal(n, d, e, left, right).Decompose(0, n, false);
+    std::vector<double> ends(right == nullptr ? 2 * Size(n) : 0);
+    Bidiagonal(n, d, e, left, right == nullptr ? ends.data() : right, right == nullptr).Decompose(0, n, false);
 }
 
 } // namespace MCMath_930::internal

@@ -16,13 +16,13 @@ namespace MCMath_930::internal {
 /// The eigenvalues, ascending, and eigenvectors of the symmetric tridiagonal matrix of order n > 0 with diagonal d and
 /// the n - 1 elements e beside it, all of them finite, the largest magnitude in [1, 2).
 /// @param d        the diagonal; receives the eigenvalues
-/// @param vectors  n x n zeros; row j receives the eigenvector of d[j]
+/// @param vectors  n x n zeros, of which row j receives the eigenvector of d[j]; or null, which gives the same values
 /// Throws std::bad_alloc before anything is changed.
 void DecomposeTridiagonal(int n, double* d, const double* e, double* vectors);
 
 /// The singular values, ascending, and vectors of the upper bidiagonal matrix of order n > 0 with diagonal d and the
 /// n - 1 elements e above it, with the same conditions.
-/// @param left, right  n x n zeros; row j receives the left and the right vector of d[j]
+/// @param left, right  n x n zeros, of which row j receives the left and the right vector of d[j]; or both null
 void DecomposeBidiagonal(int n, double* d, const double* e, double* left, double* right);
 
 } // namespace MCMath_930::internal
