@@ -20,4 +20,9 @@ int main()
     bool changed = false;
     eigen.GetPDHMatrix(1e-3, repaired, changed); // the negative eigenvalue is raised to 1e-3
     std::printf("%.4f %.4f %.4f%s\n", values[0], values[1], values[2], changed ? ", repaired" : "");
+
+    const MCRectMatrix table(3, 2, std::vector<double>{3, 0, 4, 5, 0, 0});
+    MCRectMatrix U, V;
+    if (MCSingularValues(table).Compute(values, U, V) < 2) return 1; // table = U * diag(values) * V'
+    std::printf("%.4f %.4f\n", values[0], values[1]);
 }
