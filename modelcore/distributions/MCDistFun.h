@@ -3,6 +3,7 @@
 
 #include "modelcore/modelcore_export.h"
 
+#include <cstddef>
 #include <vector>
 
 namespace MCMath_930 {
@@ -198,6 +199,16 @@ public:
     /// The noncentrality nc with NonCentralCdfT(t, df, nc, e) = p, searched over |nc| <= 16384, of either sign, by the
     /// smaller tail. Missing when it lies beyond.
     static double FindNCParamT(double t, double df, double p, double e, double tolerance);
+
+    // Functions of arrays: element i of the result is what the function of a number gives for element i of the first
+    // argument and the same parameters, to the last bit and with the same missing values. What depends on the parameters
+    // alone is done once, and several elements side by side. Input and output may be the same array, and must not
+    // overlap otherwise; n may be 0.
+
+    static void CdfNorm(const double* x, double* p, std::size_t n, double mean = 0.0, double sd = 1.0);
+    static void IdfNorm(const double* p, double* x, std::size_t n, double mean = 0.0, double sd = 1.0);
+    static void CdfChi(const double* x, double* p, std::size_t n, double df);
+    static void SigChi(const double* x, double* p, std::size_t n, double df);
 
     // Weighted percentiles
 

@@ -5,6 +5,7 @@
 #include "modelcore/distributions/internal/AccurateLog.h"
 #include "modelcore/distributions/internal/Domain.h"
 #include "modelcore/distributions/internal/GammaPieces.h"
+#include "modelcore/distributions/internal/GammaSums.h"
 #include "modelcore/distributions/internal/IncompleteGamma.h"
 #include "modelcore/distributions/internal/RootSearch.h"
 
@@ -74,10 +75,10 @@ double MCDistFun::gammad(const DoubleDouble& x, double a, bool lowerTail, long& 
     if (std::isnan(x.head)) return x.head;
     if (x.head <= 0.0 || std::isinf(x.head)) return (x.head <= 0.0) == lowerTail ? 0.0 : 1.0;
     if (a == 1.0) {
-        const double tail = x.head > 708.0 ? 0.0 : std::exp(-x.head) * (1.0 - x.tail);
-        return lowerTail ? -std::expm1(-x.head) + x.tail * tail : tail;
+        const internal::ExpValues<double> values = internal::ExpBoth(-x.head, -x.tail);
+        return lowerTail ? values.complement : x.head > 708.0 ? 0.0 : values.value;
     }
-    const GammaTails tails = internal::IncompleteGamma(x, a);
+    const GammaTails tails = internal::IncompleteGamma(x, internal::GammaShape::Of(a), false);
     if (!tails.reached) return gamnrm(x.head, a, lowerTail);
     return lowerTail ? tails.lower : tails.upper;
 }
@@ -139,8 +140,9 @@ double MCDistFun::idfchb(double p, double df, double start, long& fault)
     const double a = 0.5 * df;
     const bool isLower = p < 0.5;
     const double target = isLower ? p : 1.0 - p;
+    const internal::GammaShape shape = internal::GammaShape::Of(a);
     const auto evaluate = [&](double x) {
-        const GammaTails tails = internal::IncompleteGamma({x}, a);
+        const GammaTails tails = internal::IncompleteGamma({x}, shape, true);
         const double tail = !tails.reached ? gamnrm(x, a, isLower) : isLower ? tails.lower : tails.upper;
         return internal::ProbeTail(x, {tail, tails.weight, a - x, isLower}, target, internal::kFullTolerance);
     };
@@ -206,9 +208,10 @@ double MCDistFun::tavoidfchi(double p, double df, long& fault)
 
     constexpr int kMaxIterations = 20;
     const double start = chi;
+    const internal::GammaShape shape = internal::GammaShape::Of(half);
     for (int iteration = 0; iteration < kMaxIterations; ++iteration) {
         const double old = chi;
-        const GammaTails tails = internal::IncompleteGamma({0.5 * chi}, half);
+        const GammaTails tails = internal::IncompleteGamma({0.5 * chi}, shape, true);
         const double missing = p < 0.5 ? p - tails.lower : tails.upper - (1.0 - p); // p - P without cancellation
         const double t = missing / tails.weight * chi;                              // over the density at chi
         const double b = t / chi;

@@ -5,25 +5,12 @@
 #include "modelcore/distributions/internal/Domain.h"
 #include "modelcore/distributions/internal/Normal.h"
 
-#include <array>
 #include <cmath>
 #include <cstddef>
 
 namespace MCMath_930 {
 
 using MCCommon_930::MCMV;
-
-namespace {
-
-/// Horner's rule for a row of AS 241, which holds the constant term first.
-double Ascending(const std::array<double, 8>& row, double r)
-{
-    double value = row[7];
-    for (std::size_t i = 7; i-- > 0;) value = value * r + row[i];
-    return value;
-}
-
-} // namespace
 
 double MCDistFun::derf(double x)
 {
@@ -59,6 +46,7 @@ double MCDistFun::prbnrm(double x)
     static const double rootOfTwo = std::sqrt(2.0);
     if (x > 0.0) return (1.0 + derf(x / rootOfTwo)) / 2.0;
     if (x == 0.0) return 0.5;
+    if (std::isnan(x)) return x;
     // erfc(-x/sqrt(2))/2, with the exponent taken from x itself: the rounding of x/sqrt(2) would be multiplied by x^2.
     return internal::ScaledErfc(-x / rootOfTwo) * internal::ExpMinusSquare(-x, 0.5) / 2.0;
 }
@@ -68,15 +56,9 @@ double MCDistFun::probit(double p)
     if (!internal::IsInsideProbability(p)) return MCMV::Missing();
     const double q = p - 0.5;
     if (q == 0.0) return 0.0;
-    if (std::fabs(q) <= 0.425) {
-        const double r = 0.180625 - q * q;
-        return q * Ascending(internal::kProbit[0], r) / Ascending(internal::kProbit[1], r);
-    }
-    const double root = std::sqrt(-std::log(q < 0.0 ? p : 1.0 - p));
-    const bool near = root <= 5.0;
-    const double r = near ? root - 1.6 : root - 5.0;
-    const double z = near ? Ascending(internal::kProbit[2], r) / Ascending(internal::kProbit[3], r)
-                          : Ascending(internal::kProbit[4], r) / Ascending(internal::kProbit[5], r);
+    if (std::fabs(q) <= internal::kCentral) return internal::CentralQuantile(q);
+    const double root = internal::TailRoot(q < 0.0 ? p : 1.0 - p);
+    const double z = root <= internal::kFarRoot ? internal::NearTailQuantile(root) : internal::FarTailQuantile(root);
     return q < 0.0 ? -z : z;
 }
 

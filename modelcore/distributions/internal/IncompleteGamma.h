@@ -18,6 +18,10 @@ double GammaDensityTimesX(const DoubleDouble& x, double a);
 /// Both tails for finite x > 0 and a > 0. x may carry more digits than a double, as a product of two does.
 GammaTails IncompleteGamma(const DoubleDouble& x, double a);
 
+/// The same where what the shape gives is known. The weight is set only when asked for, or needed.
+struct GammaShape;
+GammaTails IncompleteGamma(const DoubleDouble& x, const GammaShape& shape, bool wantWeight);
+
 /// Both tails at a point that is known by its logarithm and so near 0 that exp(-x) is 1.
 GammaTails IncompleteGammaNearZero(const DoubleDouble& logX, double a);
 

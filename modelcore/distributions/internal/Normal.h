@@ -1,7 +1,7 @@
 // Pieces of the error functions that several sources share.
 #pragma once
 
-#include "modelcore/common/internal/DoubleDouble.h"
+#include "modelcore/distributions/internal/Elementary.h"
 #include "modelcore/distributions/internal/NormalTables.h"
 
 #include <array>
@@ -19,32 +19,83 @@ inline double Polynomial(const std::array<double, Count>& coefficients, double t
     return value;
 }
 
+/// Horner's rule for a row of AS 241, which holds the constant term first.
+template <class V>
+inline V Ascending(const double* row, V r)
+{
+    V value = row[7];
+#pragma GCC unroll 8
+    for (std::size_t i = 1; i < 8; ++i) value = value * r + row[7 - i];
+    return value;
+}
+
 /// exp(w*w) * erfc(w) for w >= 0: the slowly varying factor of erfc, within 7 units in the last place.
-inline double ScaledErfc(double w)
+template <class V>
+inline V ScaledErfc(V w)
 {
     // Horner's rule for the even and the odd coefficients side by side: a chain of 23 would wait for itself.
-    const double t = kErfcShift / (w + kErfcShift);
-    const double u = t - 0.5;
-    const double square = u * u;
-    double even = kErfc[0];
-    double odd = kErfc[1];
-    for (std::size_t i = 2; i + 1 < kErfc.size(); i += 2) {
-        even = even * square + kErfc[i];
-        odd = odd * square + kErfc[i + 1];
+    constexpr const double* row = kErfc.data();
+    constexpr std::size_t last = kErfc.size() - 1;
+    const V t = kErfcShift / (w + kErfcShift);
+    const V u = t - 0.5;
+    const V square = u * u;
+    V even = row[0];
+    V odd = row[1];
+#pragma GCC unroll 16
+    for (std::size_t i = 2; i < last; i += 2) {
+        even = even * square + row[i];
+        odd = odd * square + row[i + 1];
     }
-    even = even * square + kErfc.back();
+    even = even * square + row[last];
     return (odd * u + even) * t;
 }
 
 /// exp(-c*w*w) for c = 1 or 0.5, w >= 0. The square is split in two doubles: its rounding, as an exponent, would cost
 /// w*w units in the last place.
-inline double ExpMinusSquare(double w, double c)
+template <class V>
+inline V ExpMinusSquare(V w, double c)
 {
-    if (w > 64.0) return 0.0;
-    const DoubleDouble square = ExactProduct(w, w);
-    return std::exp(-c * square.head) * (1.0 - c * square.tail);
+    constexpr double kFar = 64.0;
+    const V bounded = Choose(w > kFar, V(kFar), w); // whose result is 0 already
+    const PairOf<V> square = ExactProduct(bounded, bounded);
+    return Exp(-c * square.head, -c * square.tail);
 }
 
 inline constexpr double kInverseSqrtTwoPi = 0.3989422804014327;
+
+/// The normal quantile of p = 0.5 + q, |q| <= 0.425: Algorithm AS 241.
+inline constexpr double kCentral = 0.425;
+template <class V>
+inline V CentralQuantile(V q)
+{
+    const V r = 0.180625 - q * q;
+    return q * Ascending(kProbit[0].data(), r) / Ascending(kProbit[1].data(), r);
+}
+
+/// The same for a tail p > 0 by root = sqrt(-ln p) >= 1.3; positive.
+inline constexpr double kFarRoot = 5.0;
+template <class V>
+inline V NearTailQuantile(V root)
+{
+    const V r = root - 1.6;
+    return Ascending(kProbit[2].data(), r) / Ascending(kProbit[3].data(), r);
+}
+template <class V>
+inline V FarTailQuantile(V root)
+{
+    const V r = root - kFarRoot;
+    return Ascending(kProbit[4].data(), r) / Ascending(kProbit[5].data(), r);
+}
+
+/// sqrt(-ln p) for 0 < p < 1
+template <class V>
+inline V TailRoot(V p)
+{
+    constexpr double kLeastNormal = 0x1p-1022;
+    constexpr double kScale = 0x1p54;
+    const auto subnormal = p < kLeastNormal;
+    const V log = Log(Choose(subnormal, p * kScale, p)) - Choose(subnormal, V(54.0 * 0.6931471805599453), V(0.0));
+    return SquareRoot(-log);
+}
 
 } // namespace MCMath_930::internal

@@ -7,6 +7,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#ifndef __GNUC__
+#include <math.h>
+#endif
 
 #if defined(__GNUC__) && !defined(MODELCORE_WITHOUT_VECTORS)
 #if defined(__AVX512F__)
@@ -21,9 +24,11 @@
 #ifdef __GNUC__
 #define MODELCORE_PREFETCH(address) __builtin_prefetch(address)
 #define MODELCORE_ABS(x) __builtin_fabs(x)
+#define MODELCORE_SQRT(x) __builtin_sqrt(x)
 #else
 #define MODELCORE_PREFETCH(address) static_cast<void>(address)
 #define MODELCORE_ABS(x) ((x) < 0.0 ? -(x) : (x))
+#define MODELCORE_SQRT(x) ::sqrt(x)
 #endif
 
 #ifdef _MSC_VER
@@ -69,7 +74,7 @@ inline Quad QuadAt(const double* x)
 }
 
 /// Element i of vector j becomes element j of vector i.
-void Transpose(Quad* v)
+inline void Transpose(Quad* v)
 {
     const Quad a = __builtin_shufflevector(v[0], v[1], 0, 4, 2, 6);
     const Quad b = __builtin_shufflevector(v[0], v[1], 1, 5, 3, 7);
