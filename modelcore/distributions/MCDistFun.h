@@ -209,6 +209,10 @@ public:
     static void IdfNorm(const double* p, double* x, std::size_t n, double mean = 0.0, double sd = 1.0);
     static void CdfChi(const double* x, double* p, std::size_t n, double df);
     static void SigChi(const double* x, double* p, std::size_t n, double df);
+    static void CdfT(const double* t, double* p, std::size_t n, double df);
+    static void SigT(const double* t, double* p, std::size_t n, double df);
+    static void CdfF(const double* x, double* p, std::size_t n, double df1, double df2);
+    static void SigF(const double* x, double* p, std::size_t n, double df1, double df2);
 
     // Weighted percentiles
 

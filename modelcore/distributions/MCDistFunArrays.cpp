@@ -3,6 +3,7 @@
 
 #include "modelcore/common/MCMV.h"
 #include "modelcore/distributions/internal/ArrayLoops.h"
+#include "modelcore/distributions/internal/BetaSums.h"
 #include "modelcore/distributions/internal/Domain.h"
 #include "modelcore/distributions/internal/GammaSums.h"
 #include "modelcore/distributions/internal/Normal.h"
@@ -47,6 +48,7 @@ const ArrayLoops& Loops()
 
 } // namespace internal
 
+using internal::BetaTask;
 using internal::Loops;
 
 namespace {
@@ -147,6 +149,109 @@ void HalvedGammaTails(const double* x, double* p, std::size_t n, double a, bool 
     });
 }
 
+/// Where the points of a block go: the series or the fraction, each for the tail at 0 or at 1. The choice is made on a
+/// coordinate of a double's digits, so that what lies too near a border is left to the function of a number.
+class BetaGroups {
+public:
+    BetaGroups(const BetaTask& task, double a, double b) : fTask(task), fShapes{a, b}
+    {
+        fShapes.Weight();
+        if (a <= 1.0) fShapes.SeriesScale(false);
+        if (b <= 1.0) fShapes.SeriesScale(true);
+        if (fShapes.Spread2() >= internal::kLeastExpansionSpread) fShapes.PrepareExpansion();
+    }
+
+    /// A point x : y of the unit interval, x + y = 1, a finite number in task's own terms being `value`.
+    void Add(double value, double x, double y, std::size_t from, int isServed)
+    {
+        const double a = fShapes.a;
+        const double b = fShapes.b;
+        const int below = AsInt(a * y > b * x);
+        const int series = AsInt(a <= 1.0) & AsInt(x <= 0.3) & AsInt(b * x <= 1.5);
+        const int oppositeSeries = (1 - series) & AsInt(b <= 1.0) & AsInt(y <= 0.3) & AsInt(a * y <= 1.5);
+        const int clear = Clear(a * y, b * x) & (AsInt(a > 1.0) | (Clear(x, 0.3) & Clear(b * x, 1.5))) &
+                          (AsInt(b > 1.0) | (Clear(y, 0.3) & Clear(a * y, 1.5)));
+        const int served = isServed & clear;
+        const int fraction = served & (1 - series) & (1 - oppositeSeries);
+        fSeries[0].Add(value, from, served & series);
+        fSeries[1].Add(value, from, served & oppositeSeries);
+        fFraction[0].Add(value, from, fraction & below);
+        fFraction[1].Add(value, from, fraction & (1 - below));
+        fOthers.Add(value, from, 1 - served);
+    }
+
+    template <class Scalar>
+    void Run(double* out, const double* in, Scalar scalar)
+    {
+        for (const bool opposite : {false, true}) {
+            fTask.opposite = opposite;
+            const auto with = [&](auto loop) {
+                return [this, loop](double* values, std::size_t count) { loop(values, count, fShapes, fTask); };
+            };
+            fSeries[opposite ? 1 : 0].Run(out, in, with(Loops().betaBySeries), scalar);
+            fFraction[opposite ? 1 : 0].Run(out, in, with(Loops().betaByFraction), scalar);
+        }
+        fOthers.Run(out, in, scalar);
+    }
+
+private:
+    /// Whether two numbers differ by more than what their rounding could hide.
+    static int Clear(double a, double b) { return AsInt(std::fabs(a - b) > 1e-12 * (a + b)); }
+
+    BetaTask fTask;
+    internal::BetaShapes fShapes;
+    Group fSeries[2], fFraction[2], fOthers;
+};
+
+constexpr double kLeastBetaPoint = 1e-70;
+constexpr double kLeastBetaShape = 1e-100;
+constexpr double kMostBetaShape = 1e15;
+
+bool IsServedBetaShape(double a)
+{
+    return a >= kLeastBetaShape && a <= kMostBetaShape;
+}
+
+template <class Scalar>
+void FisherTails(const double* x, double* p, std::size_t n, double df1, double df2, bool lowerTail, Scalar scalar)
+{
+    if (!IsServedBetaShape(df1) || !IsServedBetaShape(df2)) {
+        std::transform(x, x + n, p, scalar);
+        return;
+    }
+    BetaGroups groups({BetaTask::Kind::fisher, df1, df2, false, lowerTail}, 0.5 * df1, 0.5 * df2);
+    ForEachBlock(p, x, n, [&](double* out, const double* in, std::size_t size) {
+        for (std::size_t i = 0; i < size; ++i) {
+            const double part = in[i] * df1;
+            const double whole = part + df2;
+            groups.Add(in[i], part / whole, df2 / whole, i,
+                       AsInt(in[i] > kLeastBetaPoint) & AsInt(in[i] < 1.0 / kLeastBetaPoint));
+        }
+        groups.Run(out, in, scalar);
+    });
+}
+
+/// P(T <= sign * t)
+template <class Scalar>
+void StudentTails(const double* t, double* p, std::size_t n, double df, double sign, Scalar scalar)
+{
+    if (!IsServedBetaShape(df) || df == 1.0) {
+        std::transform(t, t + n, p, scalar);
+        return;
+    }
+    BetaGroups groups({BetaTask::Kind::student, df, 0.0, false, true}, 0.5 * df, 0.5);
+    ForEachBlock(p, t, n, [&](double* out, const double* in, std::size_t size) {
+        for (std::size_t i = 0; i < size; ++i) {
+            const double w = std::fabs(in[i]);
+            const double part = w * w;
+            const double whole = df + part;
+            groups.Add(sign * in[i], df / whole, part / whole, i,
+                       AsInt(w > kLeastBetaPoint) & AsInt(w < 1.0 / kLeastBetaPoint));
+        }
+        groups.Run(out, in, scalar);
+    });
+}
+
 } // namespace
 
 void MCDistFun::CdfNorm(const double* x, double* p, std::size_t n, double mean, double sd)
@@ -204,6 +309,26 @@ void MCDistFun::CdfChi(const double* x, double* p, std::size_t n, double df)
 void MCDistFun::SigChi(const double* x, double* p, std::size_t n, double df)
 {
     HalvedGammaTails(x, p, n, 0.5 * df, false, [df](double at) { return SigChi(at, df); });
+}
+
+void MCDistFun::CdfT(const double* t, double* p, std::size_t n, double df)
+{
+    StudentTails(t, p, n, df, 1.0, [df](double at) { return CdfT(at, df); });
+}
+
+void MCDistFun::SigT(const double* t, double* p, std::size_t n, double df)
+{
+    StudentTails(t, p, n, df, -1.0, [df](double at) { return SigT(at, df); });
+}
+
+void MCDistFun::CdfF(const double* x, double* p, std::size_t n, double df1, double df2)
+{
+    FisherTails(x, p, n, df1, df2, true, [=](double at) { return CdfF(at, df1, df2); });
+}
+
+void MCDistFun::SigF(const double* x, double* p, std::size_t n, double df1, double df2)
+{
+    FisherTails(x, p, n, df1, df2, false, [=](double at) { return SigF(at, df1, df2); });
 }
 
 } // namespace MCMath_930

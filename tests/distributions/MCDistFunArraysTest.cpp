@@ -19,7 +19,7 @@ struct Subject {
     bool isQuantile;
     Scalar (*scalar)(double a, double b);
     Array (*array)(double a, double b);
-    double (*typical)(double a, double b, double u, TestRandom& random); ///< a point that belongs to u in (0, 1)
+    double (*typical)(double a, double b, double p); ///< the quantile of p
 };
 
 /// Special values, points of the body and of the tails, and points of any size.
@@ -31,29 +31,53 @@ std::vector<double> Points(const Subject& subject, double a, double b, TestRando
     while (points.size() < count) {
         const double u = random.Uniform(0.0, 1.0);
         const double p = random.Below(5) == 0 ? std::exp(-700.0 * u) : u;
-        const double x = subject.isQuantile ? p : subject.typical(a, b, p, random);
+        const double x = subject.isQuantile ? p : subject.typical(a, b, p);
         points.push_back(random.Below(20) == 0 ? std::exp(random.Uniform(-300.0, 300.0)) : x);
     }
     points.resize(count);
     return points;
 }
 
-// clang-format off
+using OneParameter = double (*)(double, double);
+using OneParameterArray = void (*)(const double*, double*, std::size_t, double);
+using TwoParameters = double (*)(double, double, double);
+using TwoParametersArray = void (*)(const double*, double*, std::size_t, double, double);
+
+template <OneParameter kScalar, OneParameterArray kArray, OneParameter kTypical>
+constexpr Subject Of(const char* name, bool isQuantile = false)
+{
+    return {name, isQuantile, [](double a, double) -> Scalar { return [=](double x) { return kScalar(x, a); }; },
+            [](double a, double) -> Array {
+                return [=](const double* x, double* p, std::size_t n) { kArray(x, p, n, a); };
+            },
+            [](double a, double, double p) { return kTypical(p, a); }};
+}
+
+template <TwoParameters kScalar, TwoParametersArray kArray, TwoParameters kTypical>
+constexpr Subject Of(const char* name, bool isQuantile = false)
+{
+    return {name, isQuantile, [](double a, double b) -> Scalar { return [=](double x) { return kScalar(x, a, b); }; },
+            [](double a, double b) -> Array {
+                return [=](const double* x, double* p, std::size_t n) { kArray(x, p, n, a, b); };
+            },
+            [](double a, double b, double p) { return kTypical(p, a, b); }};
+}
+
+double StudentQuantile(double p, double df)
+{
+    return D::IdfT(p, df, 0.0, 0.0);
+}
+
 const Subject kSubjects[] = {
-    {"normal", false, [](double a, double b) -> Scalar { return [=](double x) { return D::CdfNorm(x, a, b); }; },
-     [](double a, double b) -> Array { return [=](const double* x, double* p, std::size_t n) { D::CdfNorm(x, p, n, a, b); }; },
-     [](double a, double b, double p, TestRandom&) { return D::IdfNorm(p, a, b); }},
-    {"normal quantile", true, [](double a, double b) -> Scalar { return [=](double p) { return D::IdfNorm(p, a, b); }; },
-     [](double a, double b) -> Array { return [=](const double* p, double* x, std::size_t n) { D::IdfNorm(p, x, n, a, b); }; },
-     nullptr},
-    {"chi-square", false, [](double a, double) -> Scalar { return [=](double x) { return D::CdfChi(x, a); }; },
-     [](double a, double) -> Array { return [=](const double* x, double* p, std::size_t n) { D::CdfChi(x, p, n, a); }; },
-     [](double a, double, double p, TestRandom&) { return D::IdfChi(p, a); }},
-    {"chi-square, upper", false, [](double a, double) -> Scalar { return [=](double x) { return D::SigChi(x, a); }; },
-     [](double a, double) -> Array { return [=](const double* x, double* p, std::size_t n) { D::SigChi(x, p, n, a); }; },
-     [](double a, double, double p, TestRandom&) { return D::IdfChi(p, a); }},
+    Of<D::CdfNorm, D::CdfNorm, D::IdfNorm>("normal"),
+    Of<D::IdfNorm, D::IdfNorm, D::IdfNorm>("normal quantile", true),
+    Of<D::CdfChi, D::CdfChi, D::IdfChi>("chi-square"),
+    Of<D::SigChi, D::SigChi, D::IdfChi>("chi-square, upper tail"),
+    Of<D::CdfT, D::CdfT, StudentQuantile>("t"),
+    Of<D::SigT, D::SigT, StudentQuantile>("t, upper tail"),
+    Of<D::CdfF, D::CdfF, D::IdfF>("F"),
+    Of<D::SigF, D::SigF, D::IdfF>("F, upper tail"),
 };
-// clang-format on
 
 class DistributionArrays : public ::testing::TestWithParam<Subject> {};
 

@@ -6,6 +6,7 @@
 #endif
 
 #include "modelcore/distributions/internal/ArrayLoops.h"
+#include "modelcore/distributions/internal/BetaSums.h"
 #include "modelcore/distributions/internal/GammaSums.h"
 #include "modelcore/distributions/internal/Normal.h"
 
@@ -27,13 +28,14 @@ void Map(double* x, std::size_t count, Function function)
 
 } // namespace MCMath_930::internal::MODELCORE_KERNEL_SET
 
+#include "modelcore/distributions/bodies/BetaLoops.h"
 #include "modelcore/distributions/bodies/GammaLoops.h"
 #include "modelcore/distributions/bodies/NormalLoops.h"
 
 namespace MCMath_930::internal::MODELCORE_KERNEL_SET {
 
 extern const ArrayLoops kArrayLoops;
-const ArrayLoops kArrayLoops = {NormalAbove, NormalBelow,  NormalCentre, NormalTails,
-                                Exponential, OfSmallShape, BySeries,     ByFraction};
+const ArrayLoops kArrayLoops = {NormalAbove,  NormalBelow, NormalCentre, NormalTails,  Exponential,
+                                OfSmallShape, BySeries,    ByFraction,   BetaBySeries, BetaByFraction};
 
 } // namespace MCMath_930::internal::MODELCORE_KERNEL_SET

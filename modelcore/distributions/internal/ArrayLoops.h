@@ -9,7 +9,17 @@
 
 namespace MCMath_930::internal {
 
+struct BetaShapes;
 struct GammaShape;
+
+/// How the incomplete beta function is asked for many points.
+struct BetaTask {
+    /// F(x; df1, df2), Student's t for any sign with df in df1, or x itself.
+    enum class Kind { fisher, student, plain } kind;
+    double df1, df2;
+    bool opposite;  ///< the sum is for the tail at 1
+    bool wantLower; ///< the tail at 0 is wanted
+};
 
 inline constexpr std::size_t kMostLanes = 16;
 
@@ -30,6 +40,12 @@ struct ArrayLoops {
     void (*gammaOfSmallShape)(double* x, std::size_t count, const GammaShape& shape, bool lowerTail);
     void (*gammaBySeries)(double* x, std::size_t count, const GammaShape& shape, bool lowerTail);
     void (*gammaByFraction)(double* x, std::size_t count, const GammaShape& shape, bool lowerTail);
+
+    /// Tails of the incomplete beta function at points whose coordinates are far from the limits of a double, for shapes
+    /// that are prepared for it: where the series serves, on the side that it serves, and otherwise for points on the side
+    /// of the mean that task.opposite says. Of Student's t P(T <= t).
+    void (*betaBySeries)(double* x, std::size_t count, const BetaShapes& shapes, const BetaTask& task);
+    void (*betaByFraction)(double* x, std::size_t count, const BetaShapes& shapes, const BetaTask& task);
 };
 
 /// The loops of the level whose kernels are in use.

@@ -98,7 +98,8 @@ struct ExpValues {
     V complement;
 };
 
-/// exp(head + tail) for head <= 700 and a tail that is small beside it, within 0.6 units in the last place; 0 far below.
+/// exp(head + tail) for a tail that is small beside the head, within 0.6 units in the last place; 0 far below, infinite far
+/// above.
 ///
 /// head + tail = k ln 2 + r, |r| <= 0.35; exp(r) - 1 - r is Taylor's series to r^13, whose rest is below 2^-57, and 1 + r is
 /// added up without error.
@@ -106,9 +107,12 @@ template <class V>
 inline ExpValues<V> ExpBoth(V head, V tail)
 {
     constexpr double kRounder = 0x1.8p52;
-    constexpr double kLeast = -750.0; // whose exp is 0
-    constexpr double kPlain = -1000.0;
-    head = Choose(head < kLeast, V(kLeast), head);
+    constexpr double kLeast = 750.0; // exp(-750) is 0
+    constexpr double kMost = 710.0;  // whose exp is infinite
+    constexpr double kPlain = 1000.0;
+    tail = Choose(Magnitude(head) <= kLeast, tail, V(0.0)); // of a head that large it may be large itself
+    head = Choose(head < -kLeast, V(-kLeast), head);
+    head = Choose(head > kMost, V(kMost), head);
     const V k = (head * 1.4426950408889634 + kRounder) - kRounder;
     const V high = head - k * kLn2Head;
     const V low = tail - k * kLn2Tail;
@@ -125,10 +129,9 @@ inline ExpValues<V> ExpBoth(V head, V tail)
     const V one = 1.0 + r;
     const V value = one + (((1.0 - one) + r) + rest);
     // 2^k in two factors, so that what is below the least normal number is rounded once.
-    const auto far = k < kPlain;
-    const V near = Choose(far, k - kPlain, k);
-    const V scale = FromBits(BitsOf(near + (kRounder + 1023.0)) << 52);
-    const V remainder = Choose(far, V(0x1p-1000), V(1.0));
+    const V other = Choose(k < -kPlain, V(-kPlain), Choose(k > kPlain, V(kPlain), V(0.0)));
+    const V scale = FromBits(BitsOf((k - other) + (kRounder + 1023.0)) << 52);
+    const V remainder = FromBits(BitsOf(other + (kRounder + 1023.0)) << 52);
     const V power = scale * remainder;
     return {value * scale * remainder, (1.0 - power) - power * (r + rest)};
 }

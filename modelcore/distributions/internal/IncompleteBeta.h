@@ -48,6 +48,10 @@ struct BetaTails {
 /// for. Relative error of both tails at most 5e-15, from 1e-300 to 1, for a, b from 1e-3 to 1e6.
 BetaTails IncompleteBeta(const UnitPoint& point, double a, double b, bool wantWeight);
 
+/// The same where what the shapes give may be known already.
+struct BetaShapes;
+BetaTails IncompleteBeta(const UnitPoint& point, BetaShapes& shapes, bool wantWeight);
+
 /// The weight alone.
 double BetaWeight(const UnitPoint& point, double a, double b);
 

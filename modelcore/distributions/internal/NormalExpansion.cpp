@@ -1,9 +1,6 @@
 // The expansion of a beta or gamma distribution with large shapes around the normal distribution.
 #include "modelcore/distributions/internal/NormalExpansion.h"
 
-#include "modelcore/distributions/internal/Normal.h"
-
-#include <algorithm>
 #include <cmath>
 #include <cstddef>
 
@@ -11,12 +8,12 @@ namespace MCMath_930::internal {
 
 namespace {
 
-constexpr std::size_t kExpansionTerms = 17;
+constexpr std::size_t kTerms = kExpansionTerms;
 
 /// d_k of the expansion as polynomials in delta: entry [k][i] is the coefficient of delta^i, 0 unless k - i is even.
 /// Plain arrays: each element access of a std::array counts against what a compiler evaluates in a constant.
 struct ExpansionTable {
-    double entry[kExpansionTerms][kExpansionTerms];
+    double entry[kTerms][kTerms];
 };
 
 constexpr void AddProduct(double* sum, const double* p, const double* q, std::size_t degree)
@@ -31,11 +28,11 @@ constexpr ExpansionTable MakeExpansionTable()
 {
     ExpansionTable table{};
     auto& d = table.entry;
-    double square[kExpansionTerms][kExpansionTerms]{}; // coefficients of v^2
+    double square[kTerms][kTerms]{}; // coefficients of v^2
     d[0][0] = 1.0;
     square[0][0] = 1.0;
-    for (std::size_t k = 1; k < kExpansionTerms; ++k) {
-        double rest[kExpansionTerms]{};
+    for (std::size_t k = 1; k < kTerms; ++k) {
+        double rest[kTerms]{};
         for (std::size_t i = 1; i < k; ++i) { // the coefficient of v^3 without its 3 d_k
             AddProduct(rest, d[i], d[k - i], k);
             AddProduct(rest, d[i], square[k - i], k);
@@ -55,32 +52,25 @@ constexpr ExpansionTable kExpansion = MakeExpansionTable();
 
 } // namespace
 
-// Every moment is formed by additions of positive numbers.
-double NormalExpansion(double delta, double spread2, double deviance)
+ExpansionCoefficients MakeExpansionCoefficients(double delta, double spread2)
 {
     const double delta2 = delta * delta;
     const double inverse = 1.0 / std::sqrt(spread2);
-    const double half = std::max(deviance, 0.0);
-    const double z = std::sqrt(2.0 * half);
-
-    double even = 0.5 * ScaledErfc(std::sqrt(half)); // moments of |zeta|^k over exp(-deviance), k even and odd
-    double odd = kInverseSqrtTwoPi;
-    double power = z * kInverseSqrtTwoPi;
+    ExpansionCoefficients made{};
     double scale = 1.0;
-    double sum = even;
-    for (std::size_t k = 1; k < kExpansionTerms; ++k) {
+    for (std::size_t k = 1; k < kTerms; ++k) {
         scale *= -inverse;
-        double& moment = k % 2 == 0 ? even : odd;
-        if (k >= 2) {
-            moment = static_cast<double>(k - 1) * moment + power;
-            power *= z;
-        }
         double coefficient = kExpansion.entry[k][k];
         for (std::size_t i = k; i >= 2; i -= 2) coefficient = coefficient * delta2 + kExpansion.entry[k][i - 2];
         if (k % 2 == 1) coefficient *= delta;
-        sum += coefficient * scale * moment;
+        made.term[k] = coefficient * scale;
     }
-    return sum;
+    return made;
+}
+
+double NormalExpansion(double delta, double spread2, double deviance)
+{
+    return ExpansionSum(MakeExpansionCoefficients(delta, spread2), deviance);
 }
 
 } // namespace MCMath_930::internal
