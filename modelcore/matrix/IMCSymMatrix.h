@@ -369,6 +369,9 @@ protected:
     /// product that is symmetric, as StorePacked does.
     static bool StoreOuterProducts(int order, const double* left, const double* right, std::size_t count,
                                    IMCSymMatrix& out);
+    /// The same of left * right, rows of `inner` and of `order` elements, which is symmetric.
+    static bool StoreSymmetricProduct(int order, const double* left, const double* right, std::size_t inner,
+                                      IMCSymMatrix& out);
     /// Stores the lower triangle of a product that is symmetric, as StorePacked does.
     static bool StoreLowerTriangle(const MCRectMatrix& square, IMCSymMatrix& out);
 

@@ -35,6 +35,29 @@ bool IMCSymMatrix::StoreOuterProducts(int order, const double* left, const doubl
     return StorePacked(order, std::move(result), out);
 }
 
+bool IMCSymMatrix::StoreSymmetricProduct(int order, const double* left, const double* right, std::size_t inner,
+                                         IMCSymMatrix& out)
+{
+    if (!IsPackedOrder(order)) return false;
+    const auto n = static_cast<std::size_t>(order);
+    std::vector<double> result(PackedSize(order));
+    const auto row = [&result](int i) { return result.data() + static_cast<std::ptrdiff_t>(i) * (i + 1) / 2; };
+    constexpr std::size_t kSmallOperand = 40 * 40; // of which the whole product is formed as fast as half of it
+    if (n * inner > kSmallOperand) {
+        if (const internal::TileWorkspace work(order); work) {
+            internal::AddProduct<internal::ZeroFactor::Multiplies>(
+                work, order, static_cast<int>(inner), row, [](int i) { return i + 1; },
+                [&](int i, int k) { return left[static_cast<std::size_t>(i) * inner + static_cast<std::size_t>(k)]; },
+                internal::RowsOperand{[&](int k) { return right + static_cast<std::size_t>(k) * n; }});
+            return StorePacked(order, std::move(result), out);
+        }
+    }
+    std::vector<double> square(n * n);
+    internal::AddRowsTimesRows(square.data(), left, inner, n, inner, right, n);
+    for (int i = 0; i < order; ++i) std::copy_n(square.data() + static_cast<std::size_t>(i) * n, i + 1, row(i));
+    return StorePacked(order, std::move(result), out);
+}
+
 // The lower triangle of the rows of a product that is symmetric.
 bool IMCSymMatrix::StoreLowerTriangle(const MCRectMatrix& square, IMCSymMatrix& out)
 {
@@ -162,9 +185,8 @@ bool IMCSymMatrix::ComputeRSRTrans(const IMCRectMatrix& R, IMCSymMatrix& out) co
     MCRectMatrix rs;
     if (!IsPacked(out) || !ComputeRS(R, rs)) return false;
     const DenseRows r(R);
-    const std::vector<double> left = Transposed(rs.GetPtr(), r.NRows(), r.NCols());
     const std::vector<double> right = Transposed(r.Ptr(), r.NRows(), r.NCols());
-    return StoreOuterProducts(R.GetNRows(), left.data(), right.data(), r.NCols(), out);
+    return StoreSymmetricProduct(R.GetNRows(), rs.GetPtr(), right.data(), r.NCols(), out);
 }
 
 bool IMCSymMatrix::ComputeRTransSR(const IMCRectMatrix& R, IMCSymMatrix& out) const
@@ -172,8 +194,7 @@ bool IMCSymMatrix::ComputeRTransSR(const IMCRectMatrix& R, IMCSymMatrix& out) co
     MCRectMatrix rs;
     if (!IsPacked(out) || !ComputeRTransS(R, rs)) return false;
     const DenseRows r(R);
-    const std::vector<double> left = Transposed(rs.GetPtr(), r.NCols(), r.NRows());
-    return StoreOuterProducts(R.GetNCols(), left.data(), r.Ptr(), r.NRows(), out);
+    return StoreSymmetricProduct(R.GetNCols(), rs.GetPtr(), r.Ptr(), r.NRows(), out);
 }
 
 bool IMCSymMatrix::ComputeRTransSV(const IMCRectMatrix& R, const std::vector<double>& v, std::vector<double>& out) const

@@ -22,7 +22,7 @@ using MCCommon_930::MCMV;
 namespace {
 
 /// Rows of the full matrix that are spelled out at a time; with fewer rows to multiply it does not pay.
-constexpr int kRowsAtOnce = 64;
+constexpr int kRowsAtOnce = 256;
 constexpr std::size_t kFewRows = 4;
 
 /// Rows of so many elements, one after the other.
