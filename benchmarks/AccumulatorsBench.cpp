@@ -8,6 +8,7 @@
 #include <gsl/gsl_histogram.h>
 #define ARMA_DONT_USE_WRAPPER
 #include <armadillo>
+#include <boost/sort/pdqsort/pdqsort.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -272,7 +273,7 @@ void RegisterGains(std::size_t count, bool ties)
         "ClassGainsChart/cases:" + std::to_string(count) + (ties ? "/200 scores" : "/distinct scores");
     const peers::Work work{double(count), "Mcase", 1e6};
     const auto prepare = [=](int) { sorted->front() = *cases; };
-    peers::Add(operation, "modelcore: sort and table", work, 1, prepare, [=](int) {
+    peers::Add(operation, "modelcore", work, 1, prepare, [=](int) {
         MCMath_930::ClassGainsChart chart;
         peers::Keep(chart.CalculateGains(*sorted).data());
     });
@@ -281,6 +282,8 @@ void RegisterGains(std::size_t count, bool ties)
                [=](int) { std::sort(sorted->front().begin(), sorted->front().end(), first); });
     peers::Add(operation, "std::stable_sort alone", work, 1, prepare,
                [=](int) { std::stable_sort(sorted->front().begin(), sorted->front().end(), first); });
+    peers::Add(operation, "Boost pdqsort_branchless alone", work, 1, prepare,
+               [=](int) { boost::sort::pdqsort_branchless(sorted->front().begin(), sorted->front().end(), first); });
 }
 
 void RegisterHistogram()

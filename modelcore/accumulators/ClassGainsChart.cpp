@@ -3,6 +3,9 @@
 #include "modelcore/accumulators/internal/GainsTables.h"
 #include "modelcore/common/MCDisplay.h"
 
+#include <bit>
+#include <cstdint>
+
 namespace MCMath_930 {
 
 ClassGainsChart::~ClassGainsChart() = default;
@@ -13,7 +16,9 @@ ClassGainsChart::CalculateGains(std::vector<std::vector<ClassDataInfo>>& categor
     return internal::SortAndTabulate(
         std::span(categories), fnSegments, [](const ClassDataInfo& c) { return c.fdProbability; },
         [](const ClassDataInfo& c) {
-            const double hits = c.fbHit ? internal::CountedWeight(c.fdFreqWeight) : 0.0;
+            // Bits are masked, since no branch could foretell the hits.
+            const auto weight = std::bit_cast<std::uint64_t>(internal::CountedWeight(c.fdFreqWeight));
+            const auto hits = std::bit_cast<double>(weight & (std::uint64_t{0} - std::uint64_t{c.fbHit}));
             return internal::ScoredCase{c.fdProbability, c.fdFreqWeight, hits};
         });
 }

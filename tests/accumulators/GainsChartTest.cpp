@@ -95,29 +95,39 @@ TEST(ClassGainsChart, CountsHitsInEachCategoryForItself)
     ExpectSegment(tables[2][0], 3, 3.0, 0.5, 0.5);
 }
 
-// Both roads of the sort, with ties, both zeros, infinities, NaNs of both signs, missing and denormal scores.
+// All roads of the sort, with ties, both zeros, infinities, NaNs of both signs, missing and denormal scores; and what
+// the table adds up is what stands where the order puts it.
 TEST(GainsChart, SortsDescendingAndKeepsTheOrderOfTies)
 {
     TestRandom random(44);
     const std::vector<double> special = {0.0,      -0.0, HUGE_VAL, -HUGE_VAL, kNan,    -kNan,
                                          kMissing, 1.0,  -1.0,     5e-324,    -5e-324, 1.7976931348623157e308};
-    for (const int count : {2, 12, 1000, 1001, 5000}) {
-        for (const bool mixed : {true, false}) {
+    const auto mixed = [&] {
+        return random.Below(3) == 0 ? special[static_cast<std::size_t>(random.Below(12))] : random.Uniform(-1.0, 1.0);
+    };
+    const auto tied = [&] { return std::floor(random.Uniform(0.0, 20.0)) / 20.0; };
+    const auto skew = [&] { return std::exp(random.Uniform(-30.0, 30.0)); };
+    const auto constant = [&] { return random.Below(1000) == 0 ? random.Uniform(-1.0, 1.0) : 0.5; };
+    for (const int count : {2, 12, 1000, 1001, 5000, 16384, 40000, 131073}) {
+        for (const std::function<double()>& score : std::vector<std::function<double()>>{mixed, tied, skew, constant}) {
             std::vector<RegDataInfo> cases;
-            for (int i = 0; i < count; ++i) {
-                const double score = random.Below(3) == 0 ? special[static_cast<std::size_t>(random.Below(12))]
-                                                          : random.Uniform(-1.0, 1.0);
-                cases.push_back({mixed ? score : std::floor(random.Uniform(0.0, 20.0)) / 20.0, double(i), 1.0});
-            }
+            for (int i = 0; i < count; ++i) cases.push_back({score(), double(i), 1.0});
             std::vector<RegDataInfo> expected(cases);
             std::stable_sort(expected.begin(), expected.end(), [](const RegDataInfo& a, const RegDataInfo& b) {
                 if (std::isnan(a.fdPredicted) || std::isnan(b.fdPredicted))
                     return !std::isnan(a.fdPredicted) && std::isnan(b.fdPredicted);
                 return a.fdPredicted > b.fdPredicted;
             });
-            RegChart(3).CalculateGains(cases);
+            const std::vector<LiftInfo> table = RegChart(3).CalculateGains(cases);
             const auto same = [](const RegDataInfo& a, const RegDataInfo& b) { return a.fdObserved == b.fdObserved; };
             EXPECT_TRUE(std::equal(cases.begin(), cases.end(), expected.begin(), same)) << count;
+            int i = 0;
+            for (const LiftInfo& segment : table) {
+                double sum = 0.0; // of whole numbers, so any order gives it
+                for (; i < segment.fnCumulativeCount; ++i) sum += expected[static_cast<std::size_t>(i)].fdObserved;
+                EXPECT_EQ(segment.fdSegmentSum, sum) << count;
+            }
+            EXPECT_EQ(i, count);
         }
     }
 }

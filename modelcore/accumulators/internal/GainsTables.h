@@ -30,13 +30,20 @@ std::vector<std::vector<LiftInfo>> SortAndTabulate(std::span<std::vector<Case>> 
     ScoreSorter<Case, Score> sorter(score, most);
 
     for (std::size_t g = 0; g < groups.size(); ++g) {
-        sorter.Sort(groups[g]);
         SegmentSums sums;
-        std::size_t i = 0;
-        for (std::size_t s = 0; s < ends[g].size(); ++s) {
-            for (; i < ends[g][s]; ++i) sums.Add(describe(groups[g][i]));
-            tables[g][s] = sums.Finish();
-        }
+        std::size_t done = 0;
+        std::size_t segment = 0;
+        const auto addUpTo = [&](std::size_t end) {
+            sums.Add(std::span<const Case>(groups[g]).subspan(done, end - done), describe);
+            done = end;
+        };
+        sorter.Sort(groups[g], [&](std::size_t sorted) {
+            for (; segment < ends[g].size() && ends[g][segment] <= sorted; ++segment) {
+                addUpTo(ends[g][segment]);
+                tables[g][segment] = sums.Finish();
+            }
+            addUpTo(sorted);
+        });
     }
     return tables;
 }

@@ -26,28 +26,6 @@ std::vector<std::size_t> SegmentEnds(std::size_t count, int requested)
     return ends;
 }
 
-double CountedWeight(double weight)
-{
-    return MCMV::IsMissing(weight) || std::isnan(weight) ? 0.0 : std::trunc(weight);
-}
-
-void SegmentSums::Add(const ScoredCase& c)
-{
-    fdCount += CountedWeight(c.weight);
-    fdMinimum = fbEmpty || c.score < fdMinimum ? c.score : fdMinimum;
-    fbEmpty = false;
-    const bool weightMissing = MCMV::IsMissing(c.weight);
-    if (MCMV::IsMissing(c.score)) fbScoreMissing = true;
-    if (weightMissing || MCMV::IsMissing(c.score))
-        fbMeanMissing = true;
-    else
-        fdScore += c.weight * c.score;
-    if (weightMissing || MCMV::IsMissing(c.gain))
-        fbGainMissing = true;
-    else
-        fdGain += c.gain;
-}
-
 LiftInfo SegmentSums::Finish()
 {
     LiftInfo info;
@@ -55,9 +33,9 @@ LiftInfo SegmentSums::Finish()
     info.fnCumulativeCount =
         static_cast<std::int32_t>(std::clamp(cumulative, static_cast<double>(std::numeric_limits<std::int32_t>::min()),
                                              static_cast<double>(std::numeric_limits<std::int32_t>::max())));
-    info.fdSegmentSum = fbGainMissing ? MCMV::Missing() : fdGain;
+    info.fdSegmentSum = fbGainMissing || fbWeightMissing ? MCMV::Missing() : fdGain;
     if (!fbEmpty && !fbScoreMissing) info.fdMinScore = fdMinimum;
-    if (!fbEmpty && !fbMeanMissing && fdCount != 0.0) info.fdMeanScore = fdScore / fdCount;
+    if (!fbEmpty && !fbScoreMissing && !fbWeightMissing && fdCount != 0.0) info.fdMeanScore = fdScore / fdCount;
     *this = SegmentSums();
     fdCumulative = cumulative;
     return info;
