@@ -165,7 +165,16 @@ void Orthogonal(Input& input, int n)
         v(Size(p, p));
     f = x.elements;
     const int info = Linpack::Dsvdc(f.data(), n, n, p, s.data(), e.data(), u.data(), n, v.data(), p, work.data(), job);
+    MCRectMatrix whole, left, right;
+    whole.CopyFromColMajor(x.elements.data(), n, p);
+    const MCSingularValues problem(whole);
+    Array alone, values;
+    if (!problem.IsValidMatrix()) return; // refused
+    REQUIRE(problem.Compute(alone) == std::min(n, p));
+    problem.Compute(values, left, right, job > 9 ? MCSingularValues::VectorsFull : MCSingularValues::VectorsThin);
+    REQUIRE(SameBits(alone, values));
     if (info != 0 || !x.IsSmall()) return;
+    for (std::size_t i = 0; i < values.size(); ++i) REQUIRE(std::fabs(values[i] - s[i]) <= 1e-13 * (1.0 + s[0]));
     double squares = 0.0, sum = 0.0;
     for (const double each : x.elements) squares += each * each;
     for (std::size_t i = 0; i < s.size(); ++i) {
@@ -185,6 +194,7 @@ void Eigen(Input& input, int n)
     for (int i = 0; i < n; ++i) trace += h.GetElem(i, i);
     for (const double x : h.AsSpan()) size += std::fabs(x);
     MCEigenValues problem(h, input.Bool() ? 2.2e-16 : 1e-12, 60);
+    if (input.Bool()) problem.SetMethod(MCEigenValues::MethodDivideAndConquer);
     Array values, sorted;
     MCRectMatrix vectors;
     const int found = problem.Compute(values, vectors);

@@ -4,6 +4,7 @@
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/eigen/internal/BidiagonalReduction.h"
 #include "modelcore/eigen/internal/DivideAndConquer.h"
+#include "modelcore/kernels/Kernels.h"
 
 #include <algorithm>
 #include <cmath>
@@ -30,12 +31,21 @@ double LargestElement(const MCRectMatrix& matrix)
     return largest;
 }
 
+void ScaleByPower(std::vector<double>& numbers, int exponent)
+{
+    const double power = std::scalbn(1.0, exponent);
+    if (power >= 0x1p-1000 && power <= 0x1p1000)
+        internal::Scale(numbers.data(), power, numbers.size());
+    else // beyond the range of a double
+        for (double& number : numbers) number = std::scalbn(number, exponent);
+}
+
 /// The elements times a power of two, column by column, or row by row when there are fewer rows than columns: what comes
 /// out is the taller of the matrix and its transpose.
 std::vector<double> ScaledColumns(const MCRectMatrix& matrix, int scaledBy)
 {
     std::vector<double> columns(matrix.AsSpan().begin(), matrix.AsSpan().end());
-    for (double& element : columns) element = std::scalbn(element, scaledBy);
+    ScaleByPower(columns, scaledBy);
     if (matrix.GetNRows() < matrix.GetNCols()) return columns;
     MCRectMatrix transposed(matrix.GetNRows(), matrix.GetNCols(), columns);
     transposed.Transpose();
@@ -99,8 +109,8 @@ int MCSingularValues::Decompose(std::vector<double>& values, MCRectMatrix* U, MC
     for (const std::vector<double>* const numbers : {&found, &above})
         for (const double number : *numbers) norm = std::max(norm, std::fabs(number));
     const int scaledAgain = norm > 0.0 ? -std::ilogb(norm) : 0;
-    for (std::vector<double>* const numbers : {&found, &above})
-        for (double& number : *numbers) number = std::scalbn(number, scaledAgain);
+    ScaleByPower(found, scaledAgain);
+    ScaleByPower(above, scaledAgain);
 
     MCRectMatrix left, right;
     if (U == nullptr) {
@@ -123,7 +133,7 @@ int MCSingularValues::Decompose(std::vector<double>& values, MCRectMatrix* U, MC
         left = ToColumns(longRows, nLeft, length, r);
     }
     std::reverse(found.begin(), found.end());
-    for (double& value : found) value = std::scalbn(value, -scaledBy - scaledAgain);
+    ScaleByPower(found, -scaledBy - scaledAgain);
 
     values = std::move(found);
     if (U != nullptr) {

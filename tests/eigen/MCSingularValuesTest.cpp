@@ -111,6 +111,38 @@ TEST(MCSingularValues, ProductsBackAndDsvdcUnderEveryKernelSet)
         }
 }
 
+// The reduction leaves them as they are, so that divide and conquer meets every pair of kinds.
+TEST(MCSingularValues, BidiagonalMatricesOfAllKinds)
+{
+    TestRandom random(73);
+    using Kind = std::function<double(int n, int i)>;
+    const Kind kinds[] = {
+        [&](int, int) { return random.Uniform(-1.0, 1.0); },
+        [&](int, int) { return std::pow(10.0, random.Uniform(-300.0, 300.0)); },
+        [&](int, int) { return std::pow(10.0, random.Uniform(-16.0, 0.0)); },
+        [&](int, int) { return random.Below(3) - 1.0; },
+        [&](int, int) { return 1.0 + kEps * random.Below(9); },
+        [&](int, int) { return random.Below(3) == 0 ? random.Uniform(-1.0, 1.0) : 0.0; },
+        [](int n, int i) { return std::exp2(-3.0 * std::abs(i - n / 2)); },
+        [](int, int i) { return std::exp2(-i); },
+        [](int n, int i) { return std::exp2(i - n); },
+        [](int, int i) { return std::fabs(i % 11 - 5.0); },
+        [](int, int) { return 0.0; },
+    };
+    for (std::size_t diagonal = 0; diagonal < std::size(kinds); ++diagonal)
+        for (std::size_t above = 0; above < std::size(kinds); ++above)
+            for (const int n : {2, 3, 5, 10, 23, 40}) {
+                SCOPED_TRACE(std::to_string(diagonal) + ", " + std::to_string(above) + ": " + std::to_string(n));
+                const MCRectMatrix A = From(n, n, [&](int i, int j) {
+                    return i == j ? kinds[diagonal](n, i) : j == i + 1 ? kinds[above](n, i) : 0.0;
+                });
+                std::vector<double> values;
+                MCRectMatrix U, V;
+                ASSERT_EQ(MCSingularValues(A).Compute(values, U, V), n);
+                ExpectDecomposition(A, values, U, V);
+            }
+}
+
 TEST(MCSingularValues, KnownValues)
 {
     const struct {

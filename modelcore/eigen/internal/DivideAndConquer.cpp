@@ -192,19 +192,22 @@ void Mergers::Solve(SecularEquation::Poles kind, double scale)
         fWeights[Size(j)] = scale * (element.z * element.z);
         fZ[Size(j)] = -1.0;
     }
+    double* const z = fZ.data();
+    const double* const poles = fPoles.data();
     const SecularEquation equation(fPoles.data(), fWeights.data(), fnKept, kind);
     for (int i = 0; i < fnKept; ++i) {
         double* const differences = fDifferences.get() + Size(i) * Size(fnKept);
         fKept[Size(i)].value = equation.FindRoot(i, differences);
-        const double pole = fPoles[Size(i)];
-        const auto share = [&](int j) {
-            const double other = fPoles[Size(j)];
-            const double gap = kind == SecularEquation::Poles::Squared ? (other - pole) * (other + pole) : other - pole;
-            fZ[Size(j)] *= differences[j] / gap;
+        const auto share = [&](int from, int to) {
+            const double pole = poles[i];
+            if (kind == SecularEquation::Poles::Squared)
+                for (int j = from; j < to; ++j) z[j] *= differences[j] / ((poles[j] - pole) * (poles[j] + pole));
+            else
+                for (int j = from; j < to; ++j) z[j] *= differences[j] / (poles[j] - pole);
         };
-        for (int j = 0; j < i; ++j) share(j);
-        fZ[Size(i)] *= differences[i];
-        for (int j = i + 1; j < fnKept; ++j) share(j);
+        share(0, i);
+        z[i] *= differences[i];
+        share(i + 1, fnKept);
     }
     for (int j = 0; j < fnKept; ++j) fZ[Size(j)] = std::copysign(std::sqrt(std::fabs(fZ[Size(j)])), fKept[Size(j)].z);
 }

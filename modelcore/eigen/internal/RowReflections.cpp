@@ -1,8 +1,6 @@
 // RowReflections: the triangle of a block, and the three products that apply it.
 #include "modelcore/eigen/internal/RowReflections.h"
 
-#include "modelcore/kernels/Kernels.h"
-
 #include <algorithm>
 #include <new>
 
@@ -20,14 +18,16 @@ RowReflections::RowReflections(int length, int rows)
 /// Column q of T is 1 on the diagonal and -T * (V'*v) above it.
 void RowReflections::FormTriangle(int length, int count)
 {
-    double dots[kBlock];
+    double dots[kBlock][kBlock] = {}; // row q: of vector q with those before it
+    AddProduct<ZeroFactor::Multiplies>(
+        fTiles, count, length, [&](int r) { return dots[r]; }, [](int r) { return r; },
+        [&](int r, int k) { return Vector(r)[k]; }, LinesOperand{[&](int w) { return Vector(w); }});
     double* const triangle = fTriangle.get();
     std::fill_n(triangle, Offset(kBlock, kBlock), 0.0);
     for (int q = 0; q < count; ++q) {
-        DotColumns(dots, Vector(0), fLength, static_cast<std::size_t>(q), Vector(q), static_cast<std::size_t>(length));
         for (int p = 0; p < q; ++p) {
             double sum = 0.0; // with the sign of -T twice
-            for (int k = p; k < q; ++k) sum += triangle[p * kBlock + k] * dots[k];
+            for (int k = p; k < q; ++k) sum += triangle[p * kBlock + k] * dots[q][k];
             triangle[p * kBlock + q] = -sum;
         }
         triangle[q * kBlock + q] = -1.0;
