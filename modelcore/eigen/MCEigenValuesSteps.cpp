@@ -146,7 +146,7 @@ private:
             if (h == 0.0) continue;
             double dots[kStripWidth] = {};
             Apply(v, rows, factors, next, dots);
-            internal::ReflectStrip(Row(rows), nullptr, nullptr, next + rows, dots, Size(i - rows));
+            internal::ReflectStrip(Row(rows), kStripWidth, nullptr, nullptr, next + rows, dots, Size(i - rows));
             for (int j = 0; j < kStripWidth; ++j) factors[j] = -(dots[j] / h / h); // h*h might underflow
             v = next;
             rows = i;
@@ -164,7 +164,8 @@ private:
                 for (int i = 0; factors[j] != 0.0 && i < rows; ++i) Row(i)[j] += factors[j] * v[i];
             v = nullptr;
         }
-        if (v != nullptr || next != nullptr) internal::ReflectStrip(Row(0), v, factors, next, dots, Size(rows));
+        if (v != nullptr || next != nullptr)
+            internal::ReflectStrip(Row(0), kStripWidth, v, factors, next, dots, Size(rows));
     }
 
     const MCSymMatrix& fReflections;

@@ -97,9 +97,10 @@ KERNEL(void, FinishCholeskyPanel, (double* panel, const double* sums, const doub
 
 // Strips
 
-/// On a strip of kStripWidth columns stored row by row: row i += v[i]*factors, then dots += next[i] * row i, for i in
-/// [0, rows) in order. Without v only the dots, without next only the first half is done. Two roundings per term.
-KERNEL(void, ReflectStrip, (double* strip, const double* v, const double* factors, const double* next, double* dots,
+/// On a strip of kReflectionWidth or kStripWidth columns stored row by row: row i += v[i]*factors, then dots += next[i] *
+/// row i, for i in [0, rows) in order. Without v only the dots, without next only the first half is done. Two roundings
+/// per term.
+KERNEL(void, ReflectStrip, (double* strip, int width, const double* v, const double* factors, const double* next, double* dots,
                             std::size_t rows))
 
 /// On kStripWidth rows of a matrix stored column by column: for k = 0 .. count-1 in this order the plane rotation

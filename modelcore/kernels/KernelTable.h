@@ -10,8 +10,9 @@ namespace MCMath_930::internal {
 inline constexpr int kTileLines = 6;
 inline constexpr int kTileWidth = 8;
 
-/// A strip of columns stored row by row.
-inline constexpr int kStripWidth = 16;
+/// A strip of rows stored column by column, for rotations and sums of columns; of columns stored row by row, for reflections.
+inline constexpr int kStripWidth = 32;
+inline constexpr int kReflectionWidth = 16;
 
 /// A panel of lines stored side by side, element by element: a whole number of tiles in either direction.
 inline constexpr int kPanelLines = 24;

@@ -11,32 +11,33 @@
 
 namespace MCMath_930::internal {
 
-/// One pass over a strip of kStripWidth columns whose first row is `firstRow` of `rows`: applies reflection v, if there is
+/// One pass over a strip of kReflectionWidth columns whose first row is `firstRow` of `rows`: applies reflection v, if there is
 /// one, from its start row on, and finds the factors of the reflection after it, if there is one. Every column sees the
 /// operations of the loop that takes one reflection and one column at a time.
 inline void ReflectOnce(double* strip, int firstRow, int rows, const double* v, int start, const double* factors,
                         const double* next, int nextStart, double* nextFactors)
 {
-    const auto row = [=](int i) { return strip + static_cast<std::ptrdiff_t>(i - firstRow) * kStripWidth; };
+    const auto row = [=](int i) { return strip + static_cast<std::ptrdiff_t>(i - firstRow) * kReflectionWidth; };
     const auto count = [](int from, int to) { return static_cast<std::size_t>(std::max(0, to - from)); };
-    if (v != nullptr && std::find(factors, factors + kStripWidth, 0.0) != factors + kStripWidth) {
+    if (v != nullptr && std::find(factors, factors + kReflectionWidth, 0.0) != factors + kReflectionWidth) {
         // A factor of 0 leaves its column alone; adding zeros could change the sign of a zero.
-        for (int j = 0; j < kStripWidth; ++j)
+        for (int j = 0; j < kReflectionWidth; ++j)
             for (int i = start; factors[j] != 0.0 && i < rows; ++i) row(i)[j] += factors[j] * v[i];
         v = nullptr;
     }
     if (v == nullptr) start = rows;
-    double dots[kStripWidth] = {};
+    double dots[kReflectionWidth] = {};
     const int both = std::max(start, nextStart);
     if (v != nullptr && start < both)
-        ReflectStrip(row(start), v + start, factors, nullptr, nullptr, count(start, both));
+        ReflectStrip(row(start), kReflectionWidth, v + start, factors, nullptr, nullptr, count(start, both));
     if (next != nullptr && nextStart < both)
-        ReflectStrip(row(nextStart), nullptr, nullptr, next + nextStart, dots, count(nextStart, both));
+        ReflectStrip(row(nextStart), kReflectionWidth, nullptr, nullptr, next + nextStart, dots,
+                     count(nextStart, both));
     if (both < rows)
-        ReflectStrip(row(both), v != nullptr ? v + both : nullptr, factors, next != nullptr ? next + both : nullptr,
-                     dots, count(both, rows));
+        ReflectStrip(row(both), kReflectionWidth, v != nullptr ? v + both : nullptr, factors,
+                     next != nullptr ? next + both : nullptr, dots, count(both, rows));
     if (next != nullptr)
-        for (int j = 0; j < kStripWidth; ++j) nextFactors[j] = -dots[j] / next[nextStart];
+        for (int j = 0; j < kReflectionWidth; ++j) nextFactors[j] = -dots[j] / next[nextStart];
 }
 
 /// A strip of columns that stays in cache, row by row, while reflections go over it: each pass over it applies one
@@ -45,12 +46,12 @@ inline void ReflectOnce(double* strip, int firstRow, int rows, const double* v, 
 class ReflectionStrip {
 public:
     explicit ReflectionStrip(int rows)
-        : fRows(rows), fStrip(MakeAlignedDoubles(static_cast<std::size_t>(rows) * kStripWidth))
+        : fRows(rows), fStrip(MakeAlignedDoubles(static_cast<std::size_t>(rows) * kReflectionWidth))
     {}
 
     explicit operator bool() const { return fStrip != nullptr; }
 
-    /// Applies reflections to columns from..to-1, kStripWidth at a time.
+    /// Applies reflections to columns from..to-1, kReflectionWidth at a time.
     ///
     /// @param firstRow    first row that any of them reaches
     /// @param count       number of reflections
@@ -60,10 +61,10 @@ public:
     void Apply(const DenseColumns<double>& x, int from, int to, int firstRow, int count, StartRow start,
                VectorOf vector)
     {
-        for (int c = from; c < to; c += kStripWidth) {
-            const int width = std::min(kStripWidth, to - c);
+        for (int c = from; c < to; c += kReflectionWidth) {
+            const int width = std::min(kReflectionWidth, to - c);
             Load(x, c, width, firstRow);
-            double factors[2][kStripWidth];
+            double factors[2][kReflectionWidth];
             double* now = factors[0];
             double* then = factors[1];
             int previous = -1;
@@ -84,14 +85,14 @@ public:
 private:
     double* Row(int i, int firstRow) const
     {
-        return fStrip.get() + static_cast<std::ptrdiff_t>(i - firstRow) * kStripWidth;
+        return fStrip.get() + static_cast<std::ptrdiff_t>(i - firstRow) * kReflectionWidth;
     }
 
     void Load(const DenseColumns<double>& x, int c, int width, int firstRow)
     {
         constexpr int kRowsAtOnce = 64;
         for (int i0 = firstRow; i0 < fRows; i0 += kRowsAtOnce)
-            for (int j = 0; j < kStripWidth; ++j) { // columns beyond the last repeat it
+            for (int j = 0; j < kReflectionWidth; ++j) { // columns beyond the last repeat it
                 const double* const column = x(c + std::min(j, width - 1));
                 for (int i = i0; i < std::min(fRows, i0 + kRowsAtOnce); ++i) Row(i, firstRow)[j] = column[i];
             }

@@ -200,11 +200,15 @@ public:
     }
 
 private:
-    std::size_t Padded() const { return static_cast<std::size_t>((fp + kStripWidth - 1) / kStripWidth * kStripWidth); }
+    std::size_t Padded() const
+    {
+        return static_cast<std::size_t>((fp + kReflectionWidth - 1) / kReflectionWidth * kReflectionWidth);
+    }
 
     double* At(int i, int j) const
     {
-        return fMemory.get() + (static_cast<std::ptrdiff_t>(j / kStripWidth) * fn + i) * kStripWidth + j % kStripWidth;
+        return fMemory.get() + (static_cast<std::ptrdiff_t>(j / kReflectionWidth) * fn + i) * kReflectionWidth +
+               j % kReflectionWidth;
     }
 
     /// What the waiting reflection adds to element (i, j): -0 changes nothing.
@@ -239,12 +243,12 @@ private:
     /// The waiting reflection is applied to the columns from `from` on, and the next, which starts in row l, waits.
     void Pass(int from, int l)
     {
-        for (int j = from / kStripWidth * kStripWidth; j < fp; j += kStripWidth) {
+        for (int j = from / kReflectionWidth * kReflectionWidth; j < fp; j += kReflectionWidth) {
             ReflectOnce(At(0, j), 0, fn, fStart < fn ? fVector : nullptr, fStart, fFactors + j, fNextVector, l,
                         fNextFactors + j);
             // Columns that are out, and beyond the last: any factor but 0, which would have the others go one by one.
             for (int k = j; k < from; ++k) fNextFactors[k] = 1.0;
-            for (int k = std::max(j, fp); k < j + kStripWidth; ++k) fNextFactors[k] = 1.0;
+            for (int k = std::max(j, fp); k < j + kReflectionWidth; ++k) fNextFactors[k] = 1.0;
         }
         std::swap(fFactors, fNextFactors);
         std::swap(fVector, fNextVector);

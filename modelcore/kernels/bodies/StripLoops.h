@@ -1,38 +1,41 @@
-// Loops over strips of kStripWidth columns that stay in cache while many steps go over them.
+// Loops over strips of columns or rows that stay in cache while many steps go over them.
 #pragma once
 
 namespace MCMath_930::internal::MODELCORE_KERNEL_SET {
 
 namespace {
 
-// As many sums side by side as keep the adders busy, in no more registers than the baseline has.
-constexpr int kStripVectors = kVectorWidth > 4 ? kStripWidth / kVectorWidth : 4;
+// As many sums side by side as keep the adders busy, in no more registers than the baseline has. Reflections load and store
+// as much as they add, so that two wide vectors will do, and a strip half as wide stays in a nearer cache.
+constexpr int kStripVectors = 4;
+constexpr int kReflectionVectors = kVectorWidth > 4 ? kReflectionWidth / kVectorWidth : 4;
 
+template <int kWidth, int kVectors>
 void ReflectStripPart(double* strip, const double* v, const double* factors, const double* next, double* dots,
                       std::size_t rows)
 {
-    Vector factor[kStripVectors] = {};
-    Vector dot[kStripVectors] = {};
+    Vector factor[std::size_t{kVectors}] = {};
+    Vector dot[std::size_t{kVectors}] = {};
 #pragma GCC unroll 4
-    for (int q = 0; q < kStripVectors; ++q) {
+    for (int q = 0; q < kVectors; ++q) {
         if (v != nullptr) factor[q] = VectorAt(factors + q * kVectorWidth);
         if (next != nullptr) dot[q] = VectorAt(dots + q * kVectorWidth);
     }
     if (v == nullptr) {
-        for (std::size_t i = 0; i < rows; ++i, strip += kStripWidth)
+        for (std::size_t i = 0; i < rows; ++i, strip += kWidth)
 #pragma GCC unroll 4
-            for (int q = 0; q < kStripVectors; ++q) dot[q] += next[i] * VectorAt(strip + q * kVectorWidth);
+            for (int q = 0; q < kVectors; ++q) dot[q] += next[i] * VectorAt(strip + q * kVectorWidth);
     } else if (next == nullptr) {
-        for (std::size_t i = 0; i < rows; ++i, strip += kStripWidth)
+        for (std::size_t i = 0; i < rows; ++i, strip += kWidth)
 #pragma GCC unroll 4
-            for (int q = 0; q < kStripVectors; ++q) {
+            for (int q = 0; q < kVectors; ++q) {
                 double* const at = strip + q * kVectorWidth;
                 Store(at, VectorAt(at) + v[i] * factor[q]);
             }
     } else {
-        for (std::size_t i = 0; i < rows; ++i, strip += kStripWidth)
+        for (std::size_t i = 0; i < rows; ++i, strip += kWidth)
 #pragma GCC unroll 4
-            for (int q = 0; q < kStripVectors; ++q) {
+            for (int q = 0; q < kVectors; ++q) {
                 double* const at = strip + q * kVectorWidth;
                 const Vector row = VectorAt(at) + v[i] * factor[q];
                 Store(at, row);
@@ -41,7 +44,7 @@ void ReflectStripPart(double* strip, const double* v, const double* factors, con
     }
     if (next != nullptr)
 #pragma GCC unroll 4
-        for (int q = 0; q < kStripVectors; ++q) Store(dots + q * kVectorWidth, dot[q]);
+        for (int q = 0; q < kVectors; ++q) Store(dots + q * kVectorWidth, dot[q]);
 }
 void RotateStripPart(double* strip, const double* c, const double* s, std::size_t count)
 {
@@ -83,13 +86,23 @@ void RotateStrip(double* strip, const double* c, const double* s, std::size_t co
     for (int j = 0; j < kStripWidth; j += kStripVectors * kVectorWidth) RotateStripPart(strip + j, c, s, count);
 }
 
-void ReflectStrip(double* strip, const double* v, const double* factors, const double* next, double* dots,
+template <int kWidth, int kVectors>
+void ReflectStripOf(double* strip, const double* v, const double* factors, const double* next, double* dots,
+                    std::size_t rows)
+{
+    constexpr int kPart = kVectors * kVectorWidth;
+    for (int j = 0; j < kWidth; j += kPart)
+        ReflectStripPart<kWidth, kVectors>(strip + j, v, v != nullptr ? factors + j : nullptr, next,
+                                           next != nullptr ? dots + j : nullptr, rows);
+}
+
+void ReflectStrip(double* strip, int width, const double* v, const double* factors, const double* next, double* dots,
                   std::size_t rows)
 {
-    constexpr int kPart = kStripVectors * kVectorWidth;
-    for (int j = 0; j < kStripWidth; j += kPart)
-        ReflectStripPart(strip + j, v, v != nullptr ? factors + j : nullptr, next, next != nullptr ? dots + j : nullptr,
-                         rows);
+    if (width == kReflectionWidth)
+        ReflectStripOf<kReflectionWidth, kReflectionVectors>(strip, v, factors, next, dots, rows);
+    else
+        ReflectStripOf<kStripWidth, kStripVectors>(strip, v, factors, next, dots, rows);
 }
 
 } // namespace
