@@ -109,6 +109,121 @@ void Register(const std::string& operation, const Points& made, const std::vecto
     }
 }
 
+/// The same function of a whole array with parameters that stay: ours over the array and, like the others, number by
+/// number.
+struct ArrayContender {
+    const char* name;
+    std::function<void(const std::vector<double>& x, std::vector<double>& out)> call;
+};
+
+template <class Call>
+ArrayContender NumberByNumber(const char* name, Call call)
+{
+    return {name, [call](const std::vector<double>& x, std::vector<double>& out) {
+                for (std::size_t i = 0; i < x.size(); ++i) out[i] = call(x[i]);
+            }};
+}
+
+void RegisterArrays(const std::string& operation, const std::vector<double>& points,
+                    const std::vector<ArrayContender>& contenders)
+{
+    const auto x = std::make_shared<const std::vector<double>>(points);
+    const auto out = std::make_shared<std::vector<double>>(points.size());
+    peers::Work work;
+    work.amount = static_cast<double>(points.size());
+    work.scale = 1e6;
+    work.unit = "Mcall";
+    std::vector<double> expected(points.size());
+    contenders.front().call(*x, expected);
+    for (const ArrayContender& contender : contenders) {
+        contender.call(*x, *out);
+        std::size_t differ = 0;
+        for (std::size_t i = 0; i < expected.size(); ++i)
+            if (!(std::fabs((*out)[i] - expected[i]) <= 1e-6 * std::fabs(expected[i]) + 1e-290)) ++differ;
+        if (differ * 100 > points.size()) {
+            peers::Refuse(operation, contender.name,
+                          std::to_string(differ) + " of " + std::to_string(points.size()) + " points differ");
+            continue;
+        }
+        peers::Add(operation, contender.name, work, [x, out, call = contender.call] {
+            call(*x, *out);
+            peers::Keep(out->front());
+        });
+    }
+}
+
+void RegisterArrayContenders()
+{
+    using D = MCDistFun;
+    std::vector<double> p = peers::Uniforms(kPoints, 1e-12, 1.0, 11);
+    for (std::size_t i = 0; i < p.size(); i += 10) p[i] = std::exp(-60.0 * p[i]);
+    const auto quantiles = [&](const auto& quantile) {
+        std::vector<double> x;
+        for (const double each : p) x.push_back(quantile(each));
+        return x;
+    };
+    const auto ours = [](const char* name, const auto& call) {
+        return ArrayContender{name, [call](const std::vector<double>& x, std::vector<double>& out) {
+                                  call(x.data(), out.data(), x.size());
+                              }};
+    };
+    using In = const double*;
+    RegisterArrays("array: normal cdf", quantiles([](double v) { return D::IdfStdNorm(v); }),
+                   {ours("modelcore", [](In x, double* out, std::size_t n) { D::CdfNorm(x, out, n); }),
+                    NumberByNumber("modelcore, each", [](double x) { return D::CdfNorm(x, 0.0, 1.0); }),
+                    NumberByNumber("R", [](double x) { return pnorm(x, 0, 1, 1, 0); }),
+                    NumberByNumber("boost", [](double x) { return cdf(BoostNormal(), x); }),
+                    NumberByNumber("gsl", [](double x) { return gsl_cdf_ugaussian_P(x); })});
+    RegisterArrays("array: normal quantile", p,
+                   {ours("modelcore", [](In x, double* out, std::size_t n) { D::IdfNorm(x, out, n); }),
+                    NumberByNumber("modelcore, each", [](double x) { return D::IdfNorm(x, 0.0, 1.0); }),
+                    NumberByNumber("R", [](double x) { return qnorm(x, 0, 1, 1, 0); }),
+                    NumberByNumber("boost", [](double x) { return quantile(BoostNormal(), x); }),
+                    NumberByNumber("gsl", [](double x) { return gsl_cdf_ugaussian_Pinv(x); })});
+    for (const double df : {1.0, 10.0, 200.0}) {
+        const std::string with = "/df:" + std::to_string(static_cast<int>(df));
+        RegisterArrays("array: chi-square cdf" + with, quantiles([df](double v) { return D::IdfChi(v, df); }),
+                       {ours("modelcore", [df](In x, double* out, std::size_t n) { D::CdfChi(x, out, n, df); }),
+                        NumberByNumber("modelcore, each", [df](double x) { return D::CdfChi(x, df); }),
+                        NumberByNumber("R", [df](double x) { return pchisq(x, df, 1, 0); }),
+                        NumberByNumber("boost", [df](double x) { return cdf(BoostChi(df), x); }),
+                        NumberByNumber("gsl", [df](double x) { return gsl_cdf_chisq_P(x, df); })});
+    }
+    for (const double df : {3.0, 30.0, 1000.0}) {
+        const std::string with = "/df:" + std::to_string(static_cast<int>(df));
+        RegisterArrays("array: t cdf" + with, quantiles([df](double v) { return D::IdfT(v, df, 0, 0); }),
+                       {ours("modelcore", [df](In x, double* out, std::size_t n) { D::CdfT(x, out, n, df); }),
+                        NumberByNumber("modelcore, each", [df](double x) { return D::CdfT(x, df); }),
+                        NumberByNumber("R", [df](double x) { return pt(x, df, 1, 0); }),
+                        NumberByNumber("boost", [df](double x) { return cdf(BoostT(df), x); }),
+                        NumberByNumber("gsl", [df](double x) { return gsl_cdf_tdist_P(x, df); })});
+    }
+    for (const double df : {3.0, 200.0}) {
+        const std::string with = "/df:" + std::to_string(static_cast<int>(df)) + ",50";
+        RegisterArrays("array: F cdf" + with, quantiles([df](double v) { return D::IdfF(v, df, 50.0); }),
+                       {ours("modelcore", [df](In x, double* out, std::size_t n) { D::CdfF(x, out, n, df, 50.0); }),
+                        NumberByNumber("modelcore, each", [df](double x) { return D::CdfF(x, df, 50.0); }),
+                        NumberByNumber("R", [df](double x) { return pf(x, df, 50.0, 1, 0); }),
+                        NumberByNumber("boost", [df](double x) { return cdf(BoostF(df, 50.0), x); }),
+                        NumberByNumber("gsl", [df](double x) { return gsl_cdf_fdist_P(x, df, 50.0); })});
+    }
+    RegisterArrays("array: chi-square quantile/df:10", p,
+                   {ours("modelcore", [](In x, double* out, std::size_t n) { D::IdfChi(x, out, n, 10.0); }),
+                    NumberByNumber("modelcore, each", [](double x) { return D::IdfChi(x, 10.0); }),
+                    NumberByNumber("R", [](double x) { return qchisq(x, 10.0, 1, 0); }),
+                    NumberByNumber("boost", [](double x) { return quantile(BoostChi(10.0), x); })});
+    RegisterArrays("array: t quantile/df:30", p,
+                   {ours("modelcore", [](In x, double* out, std::size_t n) { D::IdfT(x, out, n, 30.0, 0, 0); }),
+                    NumberByNumber("modelcore, each", [](double x) { return D::IdfT(x, 30.0, 0, 0); }),
+                    NumberByNumber("R", [](double x) { return qt(x, 30.0, 1, 0); }),
+                    NumberByNumber("boost", [](double x) { return quantile(BoostT(30.0), x); })});
+    RegisterArrays("array: F quantile/df:3,50", p,
+                   {ours("modelcore", [](In x, double* out, std::size_t n) { D::IdfF(x, out, n, 3.0, 50.0); }),
+                    NumberByNumber("modelcore, each", [](double x) { return D::IdfF(x, 3.0, 50.0); }),
+                    NumberByNumber("R", [](double x) { return qf(x, 3.0, 50.0, 1, 0); }),
+                    NumberByNumber("boost", [](double x) { return quantile(BoostF(3.0, 50.0), x); })});
+}
+
 long& Err()
 {
     static long err = 0;
@@ -224,4 +339,6 @@ void RegisterContenders()
              {{"modelcore", [](const Point& v) { return MCDistFun::NonCentralCdfT(v.x, v.a, v.c, 1e-12); }},
               {"R", [](const Point& v) { return pnt(v.x, v.a, v.c, 1, 0); }},
               {"boost", [](const Point& v) { return cdf(BoostNcT(v.a, v.c), v.x); }}});
+
+    RegisterArrayContenders();
 }

@@ -35,6 +35,9 @@ extern const ArrayLoops kArrayLoops;
 
 const ArrayLoops& Loops()
 {
+#ifdef _WIN32
+    return baseline::kArrayLoops; // g++ there does not align the wide vectors that it puts on the stack (bug 54412)
+#endif
     switch (Kernels().level) {
 #ifdef MODELCORE_KERNELS_V4
     case Level::v4: return v4::kArrayLoops;

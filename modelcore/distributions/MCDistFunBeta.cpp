@@ -3,6 +3,7 @@
 
 #include "modelcore/common/MCMV.h"
 #include "modelcore/distributions/internal/AccurateLog.h"
+#include "modelcore/distributions/internal/BetaSums.h"
 #include "modelcore/distributions/internal/Domain.h"
 #include "modelcore/distributions/internal/GammaPieces.h"
 #include "modelcore/distributions/internal/IncompleteBeta.h"
@@ -13,6 +14,7 @@
 
 namespace MCMath_930 {
 
+using internal::BetaShapes;
 using internal::BetaTails;
 using internal::DoubleDouble;
 using internal::IsPositiveFinite;
@@ -34,9 +36,11 @@ double CauchyTail(double t)
 /// Both tails of the incomplete beta function at a point inside (0, 1). Where the parameters are out of reach of the
 /// sums (below 1e-290 or above 1e290) the limit for vanishing parameters or the normal approximation 26.5.21 of
 /// Abramowitz and Stegun (1964) takes their place.
-BetaTails MCDistFun::cbtaux(const UnitPoint& point, double a, double b, bool wantWeight)
+BetaTails MCDistFun::cbtaux(const UnitPoint& point, BetaShapes& shapes, bool wantWeight)
 {
-    BetaTails tails = internal::IncompleteBeta(point, a, b, wantWeight);
+    const double a = shapes.a;
+    const double b = shapes.b;
+    BetaTails tails = internal::IncompleteBeta(point, shapes, wantWeight);
     if (tails.reached) return tails;
     tails.reached = true;
     tails.weight = 0.0;
@@ -57,13 +61,13 @@ BetaTails MCDistFun::cbtaux(const UnitPoint& point, double a, double b, bool wan
 
 /// The tails of the beta distribution at df/(df + t^2), t > 0: lower is P(|T| > t) of Student's t, weight t times the
 /// density of |T|.
-BetaTails MCDistFun::cbttails(double t, double df, bool wantWeight)
+BetaTails MCDistFun::cbttails(double t, double df, BetaShapes& shapes, bool wantWeight)
 {
-    if (t <= internal::kFarStudent) return cbtaux(internal::StudentPoint(t, df), 0.5 * df, 0.5, wantWeight);
+    if (t <= internal::kFarStudent) return cbtaux(internal::StudentPoint(t, df), shapes, wantWeight);
     if (df > 1e3) return {0.0, 1.0, 0.0, true};
     // The square would overflow, but so far out the tail is proportional to t^-df in every digit.
     constexpr double kFar = 1e100;
-    BetaTails tails = cbtaux(internal::StudentPoint(kFar, df), 0.5 * df, 0.5, wantWeight);
+    BetaTails tails = cbtaux(internal::StudentPoint(kFar, df), shapes, wantWeight);
     const double scale = std::pow(kFar / t, df);
     tails.lower *= scale;
     tails.weight *= scale;
@@ -78,7 +82,8 @@ double MCDistFun::cdfbet(double x, double a, double b, long& fault)
     if (std::isnan(x)) return x;
     if (x <= 0.0) return 0.0;
     if (x >= 1.0) return 1.0;
-    return cbtaux(UnitPoint::At(x), a, b, false).lower;
+    BetaShapes shapes{a, b};
+    return cbtaux(UnitPoint::At(x), shapes, false).lower;
 }
 
 double MCDistFun::CdfBeta(double x, double a, double b)
@@ -95,7 +100,8 @@ double MCDistFun::tavocdft(double t, double df, long& fault)
     if (std::isinf(t)) return t > 0.0 ? 1.0 : 0.0;
     if (df >= internal::kNormalDf) return prbnrm(t);
     const double w = std::fabs(t);
-    const double tail = df == 1.0 ? CauchyTail(w) : 0.5 * cbttails(w, df, false).lower;
+    BetaShapes shapes{0.5 * df, 0.5};
+    const double tail = df == 1.0 ? CauchyTail(w) : 0.5 * cbttails(w, df, shapes, false).lower;
     return t > 0.0 ? 1.0 - tail : tail;
 }
 
@@ -152,7 +158,8 @@ double MCDistFun::tavocdff(double x, double df1, double df2, long& fault)
     if (std::isnan(x)) return x;
     if (x <= 0.0) return 0.0;
     if (std::isinf(x)) return 1.0;
-    return cbtaux(internal::FisherPoint(x, df1, df2), 0.5 * df1, 0.5 * df2, false).lower;
+    BetaShapes shapes{0.5 * df1, 0.5 * df2};
+    return cbtaux(internal::FisherPoint(x, df1, df2), shapes, false).lower;
 }
 
 double MCDistFun::CdfF(double x, double df1, double df2)
@@ -166,7 +173,8 @@ double MCDistFun::SigF(double x, double df1, double df2)
     if (std::isnan(x)) return x;
     if (x <= 0.0) return 1.0;
     if (std::isinf(x)) return 0.0;
-    return cbtaux(internal::FisherPoint(x, df1, df2), 0.5 * df1, 0.5 * df2, false).upper;
+    BetaShapes shapes{0.5 * df1, 0.5 * df2};
+    return cbtaux(internal::FisherPoint(x, df1, df2), shapes, false).upper;
 }
 
 } // namespace MCMath_930

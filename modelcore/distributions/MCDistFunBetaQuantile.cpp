@@ -3,6 +3,7 @@
 
 #include "modelcore/common/MCMV.h"
 #include "modelcore/distributions/internal/AccurateLog.h"
+#include "modelcore/distributions/internal/BetaSums.h"
 #include "modelcore/distributions/internal/Domain.h"
 #include "modelcore/distributions/internal/GammaPieces.h"
 #include "modelcore/distributions/internal/IncompleteBeta.h"
@@ -14,6 +15,7 @@
 
 namespace MCMath_930 {
 
+using internal::BetaShapes;
 using internal::BetaTails;
 using internal::DoubleDouble;
 using internal::IsPositiveFinite;
@@ -80,7 +82,7 @@ double BetaStart(double p, double a, double b, double z)
 
 } // namespace
 
-double MCDistFun::tavoidft(double p, double df, double a, double b, long& fault)
+double MCDistFun::tavoidft(double p, double df, double a, double b, BetaShapes& shapes, long& fault)
 {
     constexpr double kRelativeTolerance = 1e-12;
     constexpr double kAbsoluteTolerance = 1e-20;
@@ -101,7 +103,7 @@ double MCDistFun::tavoidft(double p, double df, double a, double b, long& fault)
         const bool isLower = q >= 0.25; // of |T|
         const double target = isLower ? 2.0 * centre : 2.0 * q;
         const auto evaluate = [&](double x) {
-            const BetaTails tails = cbttails(x, df, true);
+            const BetaTails tails = cbttails(x, df, shapes, true);
             const double tail = isLower ? tails.upper : tails.lower;
             const double slope = 1.0 - (df + 1.0) / (df / x / x + 1.0);
             Probe probe = internal::ProbeTail(x, {tail, 2.0 * tails.weight, slope, isLower}, target, relative);
@@ -119,14 +121,17 @@ double MCDistFun::tavoidft(double p, double df, double a, double b, long& fault)
 
 double MCDistFun::IdfT(double p, double df, double a, double b)
 {
-    return internal::Checked([&](long& fault) { return tavoidft(p, df, a, b, fault); });
+    BetaShapes shapes{0.5 * df, 0.5};
+    return internal::Checked([&](long& fault) { return tavoidft(p, df, a, b, shapes, fault); });
 }
 
 /// The odds x/(1 - x) of the beta quantile, for 0 < p < 1, as a multiple of exp(logUnit); infinite when that exceeds
 /// every double, 0 below the least. Halley's method on the logarithm of the smaller tail as a function of the log odds:
 /// there it is concave, and straight at both ends.
-double MCDistFun::betodd(double p, double a, double b, const DoubleDouble& logUnit)
+double MCDistFun::betodd(double p, BetaShapes& shapes, const DoubleDouble& logUnit)
 {
+    const double a = shapes.a;
+    const double b = shapes.b;
     const bool isLower = p < 0.5;
     const double target = isLower ? p : 1.0 - p;
     const auto pointAt = [&](double odds) {
@@ -136,7 +141,7 @@ double MCDistFun::betodd(double p, double a, double b, const DoubleDouble& logUn
     };
     const auto evaluate = [&](double odds) {
         const UnitPoint point = pointAt(odds);
-        const BetaTails tails = cbtaux(point, a, b, true);
+        const BetaTails tails = cbtaux(point, shapes, true);
         const double slope = a * point.y.head - b * point.x.head;
         return internal::ProbeTail(odds, {isLower ? tails.lower : tails.upper, tails.weight, slope, isLower}, target,
                                    internal::kFullTolerance);
@@ -144,7 +149,7 @@ double MCDistFun::betodd(double p, double a, double b, const DoubleDouble& logUn
     const double start = BetaStart(p, a, b, probit(p)) / std::exp(logUnit.head);
     const Root root = internal::SearchRoot(start, 0.0, kLargest, evaluate);
     constexpr double kLeastDouble = std::numeric_limits<double>::denorm_min();
-    if (root.x < internal::kLeastOdds && cbtaux(pointAt(kLeastDouble), a, b, false).lower >= p) return 0.0;
+    if (root.x < internal::kLeastOdds && cbtaux(pointAt(kLeastDouble), shapes, false).lower >= p) return 0.0;
     return root.found ? root.x : HUGE_VAL;
 }
 
@@ -153,7 +158,8 @@ double MCDistFun::betinv(double p, double a, double b, long& fault)
     fault = 0;
     if (!internal::IsProbability(p) || !IsPositiveFinite(a) || !IsPositiveFinite(b)) return internal::Refuse(fault, 1L);
     if (p == 0.0 || p == 1.0) return p;
-    const double odds = betodd(p, a, b, {});
+    BetaShapes shapes{a, b};
+    const double odds = betodd(p, shapes, {});
     return odds < 1.0 ? odds / (1.0 + odds) : 1.0 / (1.0 + 1.0 / odds);
 }
 
@@ -162,22 +168,37 @@ double MCDistFun::IdfBeta(const double& p, const double& a, const double& b)
     return internal::Checked([&](long& fault) { return betinv(p, a, b, fault); });
 }
 
-double MCDistFun::tavoidff(double p, double df1, double df2, long& fault)
+double MCDistFun::tavoidff(double p, double df1, double df2, BetaShapes& shapes, long& fault)
 {
     fault = 0;
     if (!internal::IsProbabilityBelowOne(p) || !IsPositiveFinite(df1) || !IsPositiveFinite(df2))
         return internal::Refuse(fault, 1L);
     if (p == 0.0) return 0.0;
-    const double odds = betodd(p, 0.5 * df1, 0.5 * df2, {});
+    const double odds = betodd(p, shapes, {});
     double x = odds / df1 * df2;
     if (!(odds > internal::kLeastOdds && odds < kMostOdds && x > 0.0 && x < kLargest)) // the odds, but perhaps not x
-        x = betodd(p, 0.5 * df1, 0.5 * df2, internal::AccurateLog({df1}) - internal::AccurateLog({df2}));
+        x = betodd(p, shapes, internal::AccurateLog({df1}) - internal::AccurateLog({df2}));
     return std::isinf(x) ? internal::Refuse(fault, 2L) : x;
 }
 
 double MCDistFun::IdfF(double p, double df1, double df2)
 {
-    return internal::Checked([&](long& fault) { return tavoidff(p, df1, df2, fault); });
+    BetaShapes shapes{0.5 * df1, 0.5 * df2};
+    return internal::Checked([&](long& fault) { return tavoidff(p, df1, df2, shapes, fault); });
+}
+
+void MCDistFun::IdfT(const double* p, double* t, std::size_t n, double df, double a, double b)
+{
+    BetaShapes shapes{0.5 * df, 0.5};
+    for (std::size_t i = 0; i < n; ++i)
+        t[i] = internal::Checked([&](long& fault) { return tavoidft(p[i], df, a, b, shapes, fault); });
+}
+
+void MCDistFun::IdfF(const double* p, double* x, std::size_t n, double df1, double df2)
+{
+    BetaShapes shapes{0.5 * df1, 0.5 * df2};
+    for (std::size_t i = 0; i < n; ++i)
+        x[i] = internal::Checked([&](long& fault) { return tavoidff(p[i], df1, df2, shapes, fault); });
 }
 
 } // namespace MCMath_930

@@ -3,6 +3,7 @@
 
 #include "modelcore/common/MCMV.h"
 #include "modelcore/distributions/internal/AccurateLog.h"
+#include "modelcore/distributions/internal/BetaSums.h"
 #include "modelcore/distributions/internal/Domain.h"
 #include "modelcore/distributions/internal/GammaPieces.h"
 #include "modelcore/distributions/internal/IncompleteBeta.h"
@@ -125,7 +126,10 @@ double MCDistFun::CdfBin(double x, double n, double p, long& err)
     const double m = std::min(k, mode);
     const bool summed = n <= kMostSummedTrials;
     const DoubleDouble exponent = summed ? dnlbnc(n, m) + LogOfPowers(p, m, n - m) : DoubleDouble{0.0};
-    if (!summed || exponent.head < -708.0) return cbtaux(internal::UnitPoint::At(p), k + 1.0, n - k, false).upper;
+    if (!summed || exponent.head < -708.0) {
+        internal::BetaShapes shapes{k + 1.0, n - k};
+        return cbtaux(internal::UnitPoint::At(p), shapes, false).upper;
+    }
 
     const double first = ExpOrZero(exponent, -708.0);
     const double odds = p / (1.0 - p);

@@ -134,13 +134,12 @@ double MCDistFun::PdfGamma(double x, double shape, double rate)
 }
 
 /// The bracketed search: chi-square with its smaller tail equal to the smaller of p and 1 - p, from a given start.
-double MCDistFun::idfchb(double p, double df, double start, long& fault)
+double MCDistFun::idfchb(double p, const internal::GammaShape& shape, double start, long& fault)
 {
     fault = 0;
-    const double a = 0.5 * df;
+    const double a = shape.a;
     const bool isLower = p < 0.5;
     const double target = isLower ? p : 1.0 - p;
-    const internal::GammaShape shape = internal::GammaShape::Of(a);
     const auto evaluate = [&](double x) {
         const GammaTails tails = internal::IncompleteGamma({x}, shape, true);
         const double tail = !tails.reached ? gamnrm(x, a, isLower) : isLower ? tails.lower : tails.upper;
@@ -153,7 +152,7 @@ double MCDistFun::idfchb(double p, double df, double start, long& fault)
 /// Algorithm AS 91 (Best and Roberts 1975, Applied Statistics 24, 385-388) with AS R85 (Shea 1991): the start and up to
 /// 20 iterations of the seven-term Taylor series; idfchb then brings the result to full accuracy, and does the whole
 /// search for p within 2e-6 of 0 or 1 and wherever the iteration fails.
-double MCDistFun::tavoidfchi(double p, double df, long& fault)
+double MCDistFun::tavoidfchi(double p, double df, const internal::GammaShape& shape, long& fault)
 {
     // Held in single precision and widened on use, on purpose; the final search removes what that costs in the start.
     constexpr double kLn2 = 0.6931471806f;
@@ -184,7 +183,7 @@ double MCDistFun::tavoidfchi(double p, double df, long& fault)
         if (chi < kTolerance) {
             // The leading term of the series is all there is. What vanishes is the quantile as a double: 0.
             if (chi == 0.0) return 0.0;
-            return idfchb(p, df, chi, fault);
+            return idfchb(p, shape, chi, fault);
         }
     } else if (df <= kSmallDf) {
         const double a = std::log1p(-p);
@@ -204,11 +203,10 @@ double MCDistFun::tavoidfchi(double p, double df, long& fault)
         chi = df * root * root * root;
         if (chi > kUpperFactor * df + 6.0) chi = -2.0 * (std::log1p(-p) - c * std::log(0.5 * chi) + g);
     }
-    if (p < kLeastP || p > kMostP || !(chi > 0.0)) return idfchb(p, df, chi, fault);
+    if (p < kLeastP || p > kMostP || !(chi > 0.0)) return idfchb(p, shape, chi, fault);
 
     constexpr int kMaxIterations = 20;
     const double start = chi;
-    const internal::GammaShape shape = internal::GammaShape::Of(half);
     for (int iteration = 0; iteration < kMaxIterations; ++iteration) {
         const double old = chi;
         const GammaTails tails = internal::IncompleteGamma({0.5 * chi}, shape, true);
@@ -223,10 +221,10 @@ double MCDistFun::tavoidfchi(double p, double df, long& fault)
         const double s5 = (84.0 + 264.0 * a + c * (175.0 + 606.0 * a)) / 2520.0;
         const double s6 = (120.0 + c * (346.0 + 127.0 * c)) / 5040.0;
         chi += t * (1.0 + 0.5 * t * s1 - b * c * (s1 - b * (s2 - b * (s3 - b * (s4 - b * (s5 - b * s6))))));
-        if (!tails.reached || !(chi > 0.0)) return idfchb(p, df, start, fault);
+        if (!tails.reached || !(chi > 0.0)) return idfchb(p, shape, start, fault);
         if (std::fabs(old / chi - 1.0) <= kTolerance) break;
     }
-    return idfchb(p, df, chi, fault);
+    return idfchb(p, shape, chi, fault);
 }
 
 namespace {
@@ -248,8 +246,24 @@ double QuantileNearZero(double p, double shape, double rate)
 
 double MCDistFun::IdfChi(double p, double df)
 {
-    const double x = Checked([&](long& fault) { return tavoidfchi(p, df, fault); });
-    return x >= 0.0 && x < kVanishingQuantile && p > 0.0 && df > 0.0 ? QuantileNearZero(p, 0.5 * df, 0.5) : x;
+    double x = 0.0;
+    IdfChi(&p, &x, 1, df);
+    return x;
+}
+
+void MCDistFun::IdfChi(const double* p, double* x, std::size_t n, double df)
+{
+    if (!IsPositiveFinite(df) || !(0.5 * df > 0.0)) {
+        std::fill_n(x, n, MCMV::Missing());
+        return;
+    }
+    const internal::GammaShape shape = internal::GammaShape::Of(0.5 * df);
+    for (std::size_t i = 0; i < n; ++i) {
+        const double wanted = p[i];
+        const double found = Checked([&](long& fault) { return tavoidfchi(wanted, df, shape, fault); });
+        const bool vanishes = found >= 0.0 && found < kVanishingQuantile && wanted > 0.0;
+        x[i] = vanishes ? QuantileNearZero(wanted, 0.5 * df, 0.5) : found;
+    }
 }
 
 double MCDistFun::IdfGam(const double& p, const double& shape, const double& rate)

@@ -3,6 +3,7 @@
 
 #include "modelcore/common/MCMV.h"
 #include "modelcore/distributions/MCPower.h"
+#include "modelcore/distributions/internal/BetaSums.h"
 #include "modelcore/distributions/internal/Domain.h"
 #include "modelcore/distributions/internal/GammaPieces.h"
 #include "modelcore/distributions/internal/NoncentralSums.h"
@@ -152,7 +153,10 @@ double MCDistFun::NonCentralCdfChi(double x, double df, double nc)
 double MCDistFun::ncdbet(const internal::UnitPoint& point, double a, double b, double nc, double e, long& fault)
 {
     fault = 0;
-    if (nc == 0.0) return cbtaux(point, a, b, false).lower;
+    if (nc == 0.0) {
+        internal::BetaShapes shapes{a, b};
+        return cbtaux(point, shapes, false).lower;
+    }
     const SumResult sum = internal::PoissonBetaLower(0.5 * nc, 0.0, point, a, b, ToleranceOrDefault(e));
     return sum.reached ? sum.value : internal::Refuse(fault, 2L);
 }

@@ -13,16 +13,26 @@ void RegisterStats(nb::module_& m)
     const auto p = arg("p");
     const auto df = arg("df");
 
-    DefineFunction<3>(
-        m, "norm_cdf", [](double a, double mean, double sd) { return D::CdfNorm(a, mean, sd); }, doc::MCDistFun_CdfNorm,
-        x, arg("mean") = 0.0, arg("sd") = 1.0);
-    DefineFunction<3>(
-        m, "norm_sf", [](double a, double mean, double sd) { return D::CdfNorm(-a, -mean, sd); },
-        "P(X > x) of the normal distribution, sd > 0, with the digits of small tails.", x, arg("mean") = 0.0,
-        arg("sd") = 1.0);
-    DefineFunction<3>(
-        m, "norm_quantile", [](double a, double mean, double sd) { return D::IdfNorm(a, mean, sd); },
-        doc::MCDistFun_IdfNorm, p, arg("mean") = 0.0, arg("sd") = 1.0);
+    DefineFunction<3>(m, "norm_cdf",
+                      WithArrays([](double a, double mean, double sd) { return D::CdfNorm(a, mean, sd); },
+                                 [](const double* in, double* out, std::size_t count, double a, double b) {
+                                     D::CdfNorm(in, out, count, a, b);
+                                 }),
+                      doc::MCDistFun_CdfNorm, x, arg("mean") = 0.0, arg("sd") = 1.0);
+    DefineFunction<3>(m, "norm_sf",
+                      WithArrays([](double a, double mean, double sd) { return D::CdfNorm(-a, -mean, sd); },
+                                 [](const double* in, double* out, std::size_t count, double a, double b) {
+                                     for (std::size_t i = 0; i < count; ++i) out[i] = -in[i];
+                                     D::CdfNorm(out, out, count, -a, b);
+                                 }),
+                      "P(X > x) of the normal distribution, sd > 0, with the digits of small tails.", x,
+                      arg("mean") = 0.0, arg("sd") = 1.0);
+    DefineFunction<3>(m, "norm_quantile",
+                      WithArrays([](double a, double mean, double sd) { return D::IdfNorm(a, mean, sd); },
+                                 [](const double* in, double* out, std::size_t count, double a, double b) {
+                                     D::IdfNorm(in, out, count, a, b);
+                                 }),
+                      doc::MCDistFun_IdfNorm, p, arg("mean") = 0.0, arg("sd") = 1.0);
     DefineFunction<3>(
         m, "norm_pdf",
         [](double a, double mean, double sd) {
@@ -31,11 +41,20 @@ void RegisterStats(nb::module_& m)
         "The normal density, sd > 0.", x, arg("mean") = 0.0, arg("sd") = 1.0);
 
     DefineFunction<2>(
-        m, "chi2_cdf", [](double a, double n) { return D::CdfChi(a, n); }, doc::MCDistFun_CdfChi, x, df);
+        m, "chi2_cdf",
+        WithArrays([](double a, double n) { return D::CdfChi(a, n); },
+                   [](const double* in, double* out, std::size_t count, double a) { D::CdfChi(in, out, count, a); }),
+        doc::MCDistFun_CdfChi, x, df);
     DefineFunction<2>(
-        m, "chi2_sf", [](double a, double n) { return D::SigChi(a, n); }, doc::MCDistFun_SigChi, x, df);
+        m, "chi2_sf",
+        WithArrays([](double a, double n) { return D::SigChi(a, n); },
+                   [](const double* in, double* out, std::size_t count, double a) { D::SigChi(in, out, count, a); }),
+        doc::MCDistFun_SigChi, x, df);
     DefineFunction<2>(
-        m, "chi2_quantile", [](double a, double n) { return D::IdfChi(a, n); }, doc::MCDistFun_IdfChi, p, df);
+        m, "chi2_quantile",
+        WithArrays([](double a, double n) { return D::IdfChi(a, n); },
+                   [](const double* in, double* out, std::size_t count, double a) { D::IdfChi(in, out, count, a); }),
+        doc::MCDistFun_IdfChi, p, df);
 
     const auto shape = arg("shape");
     DefineFunction<3>(
@@ -56,11 +75,20 @@ void RegisterStats(nb::module_& m)
         arg("a"), arg("b"));
 
     DefineFunction<2>(
-        m, "t_cdf", [](double t, double n) { return D::CdfT(t, n); }, doc::MCDistFun_CdfT, x, df);
+        m, "t_cdf",
+        WithArrays([](double t, double n) { return D::CdfT(t, n); },
+                   [](const double* in, double* out, std::size_t count, double a) { D::CdfT(in, out, count, a); }),
+        doc::MCDistFun_CdfT, x, df);
     DefineFunction<2>(
-        m, "t_sf", [](double t, double n) { return D::SigT(t, n); }, doc::MCDistFun_SigT, x, df);
+        m, "t_sf",
+        WithArrays([](double t, double n) { return D::SigT(t, n); },
+                   [](const double* in, double* out, std::size_t count, double a) { D::SigT(in, out, count, a); }),
+        doc::MCDistFun_SigT, x, df);
     DefineFunction<2>(
-        m, "t_quantile", [](double q, double n) { return D::IdfT(q, n, 0.0, 0.0); },
+        m, "t_quantile",
+        WithArrays(
+            [](double q, double n) { return D::IdfT(q, n, 0.0, 0.0); },
+            [](const double* in, double* out, std::size_t count, double a) { D::IdfT(in, out, count, a, 0.0, 0.0); }),
         "The quantile of Student's t, 0 < p < 1, df > 0; exactly 0 at p = 0.5. NaN outside the domain and "
         "when it exceeds the range of a double. As MCDistFun::IdfT with its usual tolerances.",
         p, df);
@@ -74,13 +102,24 @@ void RegisterStats(nb::module_& m)
 
     const auto df1 = arg("df1");
     const auto df2 = arg("df2");
-    DefineFunction<3>(
-        m, "f_cdf", [](double f, double a, double b) { return D::CdfF(f, a, b); }, doc::MCDistFun_CdfF, x, df1, df2);
-    DefineFunction<3>(
-        m, "f_sf", [](double f, double a, double b) { return D::SigF(f, a, b); }, doc::MCDistFun_SigF, x, df1, df2);
-    DefineFunction<3>(
-        m, "f_quantile", [](double q, double a, double b) { return D::IdfF(q, a, b); }, doc::MCDistFun_IdfF, p, df1,
-        df2);
+    DefineFunction<3>(m, "f_cdf",
+                      WithArrays([](double f, double a, double b) { return D::CdfF(f, a, b); },
+                                 [](const double* in, double* out, std::size_t count, double a, double b) {
+                                     D::CdfF(in, out, count, a, b);
+                                 }),
+                      doc::MCDistFun_CdfF, x, df1, df2);
+    DefineFunction<3>(m, "f_sf",
+                      WithArrays([](double f, double a, double b) { return D::SigF(f, a, b); },
+                                 [](const double* in, double* out, std::size_t count, double a, double b) {
+                                     D::SigF(in, out, count, a, b);
+                                 }),
+                      doc::MCDistFun_SigF, x, df1, df2);
+    DefineFunction<3>(m, "f_quantile",
+                      WithArrays([](double q, double a, double b) { return D::IdfF(q, a, b); },
+                                 [](const double* in, double* out, std::size_t count, double a, double b) {
+                                     D::IdfF(in, out, count, a, b);
+                                 }),
+                      doc::MCDistFun_IdfF, p, df1, df2);
 
     DefineFunction<1>(
         m, "gammaln", [](double a) { return D::tavodnlgam(a); }, doc::MCDistFun_tavodnlgam, x);

@@ -18,10 +18,35 @@ struct Operand {
 /// Calls the function for count elements; results are as the function gives them, system-missing included.
 using LoopFunction = void (*)(const Operand* operands, std::size_t count, double* out);
 
+/// A function of numbers with another that does whole arrays, for when every argument after the first is one number:
+/// Array(x, out, count, further...), which gives the same bits. x and out may be the same.
+template <class Scalar, class Array>
+struct WithArrays : Scalar {
+    WithArrays() = default;
+    WithArrays(Scalar, Array) {}
+    using ArrayFunction = Array;
+};
+
 template <class Function, std::size_t... I>
 void LoopOver(const Operand* operands, std::size_t count, double* out, std::index_sequence<I...>)
 {
     const Function function;
+    if constexpr (requires { typename Function::ArrayFunction; }) {
+        const bool stays = ((I == 0 || operands[I].stride == 0) && ...);
+        if (count > 1 && stays) {
+            double x[sizeof...(I)];
+            ((std::memcpy(&x[I], operands[I].data, sizeof(double))), ...);
+            for (std::size_t k = 0; k < count; ++k) // gathered there, since the first argument may be strided
+                std::memcpy(&out[k], operands[0].data + static_cast<std::ptrdiff_t>(k) * operands[0].stride,
+                            sizeof(double));
+            [&]<std::size_t... J>(std::index_sequence<J...>)
+            {
+                typename Function::ArrayFunction{}(out, out, count, x[J + 1]...);
+            }
+            (std::make_index_sequence<sizeof...(I) - 1>{});
+            return;
+        }
+    }
     std::array<Operand, sizeof...(I)> at{operands[I]...};
     for (std::size_t k = 0; k < count; ++k) {
         double x[sizeof...(I)];

@@ -110,8 +110,10 @@ inline V BetaFraction(double a, double b, V x, V y, V distance)
         const auto stays = size <= kMost;
         const auto done =
             Both(Both(open, stays), Magnitude(cross - numeratorOld * denominator) <= 0.5 * kBetaEpsilon * size);
-        foundNumerator = Choose(done, numerator, foundNumerator);
-        foundDenominator = Choose(done, denominator, foundDenominator);
+        if (AnyOf(done)) {
+            foundNumerator = Choose(done, numerator, foundNumerator);
+            foundDenominator = Choose(done, denominator, foundDenominator);
+        }
         open = Both(Both(open, stays), Not(done));
         if (!AnyOf(open)) break;
         const auto large = denominator > kLarge;
@@ -161,18 +163,6 @@ inline V BetaExpansion(const ExpansionCoefficients& coefficients, double remaind
 inline bool BetaSeriesServes(double x, double a, double b)
 {
     return a <= 1.0 && x <= 0.3 && b * x <= 1.5;
-}
-
-/// The point that divides the unit interval as below : above: its distance from 0.
-template <class V>
-struct DividingPoint {
-    PairOf<V> x, y;
-};
-template <class V>
-inline DividingPoint<V> Dividing(const PairOf<V>& below, const PairOf<V>& above)
-{
-    const PairOf<V> whole = below + above;
-    return {below / whole, above / whole};
 }
 
 } // namespace MCMath_930::internal

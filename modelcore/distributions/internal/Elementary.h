@@ -88,6 +88,18 @@ inline Pair ChoosePair(const Condition& condition, const Pair& a, const Pair& b)
     return {Choose(condition, a.head, b.head), Choose(condition, a.tail, b.tail)};
 }
 
+/// The point that divides the unit interval as below : above, both positive, by its distances from both ends.
+template <class V>
+struct DividingPoint {
+    PairOf<V> x, y;
+};
+template <class V>
+inline DividingPoint<V> Dividing(const PairOf<V>& below, const PairOf<V>& above)
+{
+    const PairOf<V> whole = below + above;
+    return {below / whole, above / whole};
+}
+
 inline constexpr double kLn2Head = 0x1.62e42fefa0000p-1; // 41 bits: its product with an exponent is exact
 inline constexpr double kLn2Tail = 0x1.cf79abc9e3b3ap-40;
 
@@ -107,12 +119,15 @@ template <class V>
 inline ExpValues<V> ExpBoth(V head, V tail)
 {
     constexpr double kRounder = 0x1.8p52;
-    constexpr double kLeast = 750.0; // exp(-750) is 0
-    constexpr double kMost = 710.0;  // whose exp is infinite
-    constexpr double kPlain = 1000.0;
-    tail = Choose(Magnitude(head) <= kLeast, tail, V(0.0)); // of a head that large it may be large itself
-    head = Choose(head < -kLeast, V(-kLeast), head);
-    head = Choose(head > kMost, V(kMost), head);
+    constexpr double kOrdinary = 690.0; // within it the power of 2 is a normal number
+    const bool isOrdinary = !AnyOf(Not(Magnitude(head) <= kOrdinary));
+    if (!isOrdinary) {
+        constexpr double kLeast = 750.0;                        // exp(-750) is 0
+        constexpr double kMost = 710.0;                         // whose exp is infinite
+        tail = Choose(Magnitude(head) <= kLeast, tail, V(0.0)); // of a head that large it may be large itself
+        head = Choose(head < -kLeast, V(-kLeast), head);
+        head = Choose(head > kMost, V(kMost), head);
+    }
     const V k = (head * 1.4426950408889634 + kRounder) - kRounder;
     const V high = head - k * kLn2Head;
     const V low = tail - k * kLn2Tail;
@@ -128,7 +143,12 @@ inline ExpValues<V> ExpBoth(V head, V tail)
 
     const V one = 1.0 + r;
     const V value = one + (((1.0 - one) + r) + rest);
+    if (isOrdinary) {
+        const V power = FromBits(BitsOf(k + (kRounder + 1023.0)) << 52);
+        return {value * power, (1.0 - power) - power * (r + rest)};
+    }
     // 2^k in two factors, so that what is below the least normal number is rounded once.
+    constexpr double kPlain = 1000.0;
     const V other = Choose(k < -kPlain, V(-kPlain), Choose(k > kPlain, V(kPlain), V(0.0)));
     const V scale = FromBits(BitsOf((k - other) + (kRounder + 1023.0)) << 52);
     const V remainder = FromBits(BitsOf(other + (kRounder + 1023.0)) << 52);

@@ -54,9 +54,15 @@ double LogGammaRatio(double b, double a)
 {
     if (b < 1e-290) return std::log(b) + LogGamma(a + b); // Gamma(b) is 1/b, and a/b may overflow
     // Up to where Stirling's series holds: Gamma(b + a)/Gamma(b) = Gamma(c + a)/Gamma(c) / prod (1 + a/(b + j)).
-    double excess = 0.0; // the product less 1
+    // The product less 1 is above/below, all of whose parts are positive.
+    double above = 0.0;
+    double below = 1.0;
     double c = b;
-    for (; c < 8.0; c += 1.0) excess += a / c * (1.0 + excess);
+    for (; c < 8.0; c += 1.0) {
+        above = above * c + a * (below + above);
+        below *= c;
+    }
+    const double excess = above / below;
     // a/c may be too small for its digits where its product with c is a.
     const double linear = c > 1e100 ? a : (c - 0.5) * std::log1p(a / c);
     return linear + a * (std::log(c + a) - 1.0) + (StirlingRemainder(c + a) - StirlingRemainder(c)) -

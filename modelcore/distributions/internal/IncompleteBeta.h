@@ -32,8 +32,8 @@ struct UnitPoint {
     /// The point that divides the interval as below : above; both positive.
     static UnitPoint Dividing(const DoubleDouble& below, const DoubleDouble& above)
     {
-        const DoubleDouble whole = below + above;
-        return {below / whole, above / whole};
+        const DividingPoint<double> point = internal::Dividing<double>(below, above);
+        return {point.x, point.y};
     }
 };
 
