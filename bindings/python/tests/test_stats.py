@@ -81,6 +81,22 @@ def test_arrays_broadcast_as_in_numpy_with_the_bits_of_the_scalars(shapes, data)
     np.testing.assert_array_equal(np.ravel(got), expected)
 
 
+@pytest.mark.parametrize(
+    "name, parameters",
+    [("norm_cdf", (1.0, 3.0)), ("norm_sf", (1.0, 3.0)), ("norm_quantile", (1.0, 3.0)), ("chi2_cdf", (4.5,))]
+    + [("chi2_sf", (4.5,)), ("chi2_quantile", (4.5,)), ("t_cdf", (7.0,)), ("t_sf", (7.0,)), ("t_quantile", (7.0,))]
+    + [("f_cdf", (3.0, 30.0)), ("f_sf", (3.0, 30.0)), ("f_quantile", (3.0, 30.0))],
+)
+def test_one_set_of_parameters_for_a_whole_array_gives_the_bits_of_the_scalars(name, parameters):
+    function = getattr(stats, name)
+    x = np.concatenate([np.linspace(-3.0, 9.0, 61), np.geomspace(1e-300, 1e300, 41), [np.nan, np.inf, -np.inf]])
+    for points in (x, x[::-3], x[:1], x[:0]):
+        expected = np.array([function(float(each), *parameters) for each in points])
+        np.testing.assert_array_equal(function(points, *parameters), expected)
+    with pytest.raises(ValueError):
+        function(x, *parameters[:-1], -1.0, raise_errors=True)
+
+
 def test_any_container_and_any_stride():
     x = np.linspace(0, 3, 4000).reshape(40, 100)
     expected = stats.t_cdf(x.copy(), 4)
