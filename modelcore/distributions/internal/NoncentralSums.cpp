@@ -92,32 +92,23 @@ double LargestTerm(double mean, double halfShape, double meanPull, double growth
     return std::floor(std::max(0.0, std::min(mean, root)));
 }
 
-/// F(j) and the step from there: F(j) = F(j+1) + piece.
-struct Stage {
-    double value;
-    double piece;
-};
-
 /// The common loop. pieceRatio(j) is piece(j)/piece(j-1), the pieces being the steps of the recurrence
-/// F(j-1) = F(j) + piece(j-1); F falls from j-1 to j by at least the factor min(1, fall(j)). function(j) gives a Stage.
+/// F(j-1) = F(j) + piece(j-1); F falls from j-1 to j by at least the factor min(1, fall(j)).
 template <class Piece, class PieceRatio, class Fall, class Function>
 SumResult SumDownward(double mean, double shift, double largest, double tolerance, Piece piece, PieceRatio pieceRatio,
                       Fall fall, Function function)
 {
     double weight = PoissonWeight(mean, largest + shift);
+    // Where the terms are largest the step is best known: a step from farther out would lose a digit on the way.
+    double step = piece(largest);
     double j = largest;
     for (double bound = 1.0; bound > tolerance; bound *= mean / (j + shift) * std::min(1.0, fall(j))) {
         j += 1.0;
         weight *= mean / (j + shift);
+        step *= pieceRatio(j);
         if (j - largest > kMaxTerms) return {0.0, false};
     }
-    Stage stage = function(j);
-    if (!(stage.piece > kLeastTail)) { // it has lost its digits so far out, but may matter farther in
-        stage.piece = piece(largest);
-        for (double i = largest + 1.0; i <= j; i += 1.0) stage.piece *= pieceRatio(i);
-    }
-    double value = stage.value;
-    double step = stage.piece;
+    double value = function(j);
     double sum = weight * value;
     while (j > 0.0) {
         step /= pieceRatio(j);
@@ -160,10 +151,7 @@ SumResult PoissonGammaLower(double mean, double x, double shape, double toleranc
     if (largest > kSampledTerm) return SumSampled(mean, largest, lower);
     const auto ratio = [&](double j) { return point / (shape + j); };
     const auto piece = [&](double j) { return GammaDensityTimesX({point}, shape + j) / (shape + j); };
-    const SumResult sum = SumDownward(mean, 0.0, largest, tolerance, piece, ratio, ratio, [&](double j) -> Stage {
-        const GammaTails tails = IncompleteGammaOrExpansion({point}, shape + j);
-        return {tails.lower, tails.weight / (shape + j)};
-    });
+    const SumResult sum = SumDownward(mean, 0.0, largest, tolerance, piece, ratio, ratio, lower);
     return {std::min(sum.value, 1.0), sum.reached};
 }
 
@@ -189,10 +177,10 @@ SumResult PoissonBetaLower(double mean, double shift, const UnitPoint& point, do
     const SumResult sum = SumDownward(
         mean, shift, largest, tolerance, [&](double j) { return BetaWeight(point, a + j, b) / (a + j); }, ratio,
         [&](double j) { return std::max(ratio(j), x); },
-        [&](double j) -> Stage {
-            const BetaTails tails = IncompleteBeta(point, a + j, b, true);
+        [&](double j) {
+            const BetaTails tails = IncompleteBeta(point, a + j, b, false);
             reached = tails.reached;
-            return {tails.lower, tails.weight / (a + j)};
+            return tails.lower;
         });
     return {std::min(sum.value, 1.0), sum.reached && reached};
 }
