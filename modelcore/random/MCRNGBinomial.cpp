@@ -3,7 +3,7 @@
 
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/common/MCMV.h"
-#include "modelcore/random/MCRNGBeta.h"
+#include "modelcore/random/internal/BetaVariate.h"
 #include "modelcore/random/internal/UniformSource.h"
 
 #include <cmath>
@@ -25,37 +25,24 @@ Parameters Accepted(double n, double p)
 
 constexpr double kDirectTrials = 100.0;
 
-} // namespace
-
-struct MCRNGBinomial::Record {
-    internal::SharedSource<MCRNGBeta> source{MCRNGBeta()};
-    Parameters parameters;
-
-    explicit Record(const Parameters& initial) : parameters(initial) {}
-
-    double Draw(const Parameters& given);
-};
-
 // n trials are still open. Their uniforms lie in [lo, lo + width], and those up to p are successes; k counts the
 // successes among the others, all of which lie below. share is the part of the interval that p leaves below it.
-double MCRNGBinomial::Record::Draw(const Parameters& given)
+template <class Uniforms>
+double Successes(const Parameters& given, Uniforms& next)
 {
     double n = given.n;
     const double p = given.p;
-    if (n <= 0.0 || p <= 0.0) return 0.0;
-
-    MCRNGenerator& uniform = source.Get();
     double k = 0.0;
     double lo = 0.0;
     double width = 1.0;
     double share = p;
     while (n >= kDirectTrials) {
         if (n == 2.0 * std::floor(n / 2.0)) { // even
-            if (uniform.GetNext() <= share) k += 1.0;
+            if (next() <= share) k += 1.0;
             n -= 1.0;
         }
         const double a = (n + 1.0) / 2.0;
-        const double x = source.embedded.GetNext(a, a);
+        const double x = internal::BetaVariate(a, a).Draw(next);
         if (MCCommon_930::MCMV::IsMissing(x)) return x;
         const double middle = lo + x * width;
         if (p < middle) {
@@ -70,13 +57,23 @@ double MCRNGBinomial::Record::Draw(const Parameters& given)
     }
     if (share >= 1.0) return k + n;
     if (!(share > 0.0)) return k;
-    const int trials = static_cast<int>(n); // fewer than kDirectTrials
-    return k + source.Draw([trials, share](auto next) {
-        int successes = 0;
-        for (int i = 0; i < trials; ++i) successes += next() <= share ? 1 : 0;
-        return successes;
-    });
+    return k + next.CountUpTo(share, static_cast<int>(n)); // fewer than kDirectTrials
 }
+
+} // namespace
+
+struct MCRNGBinomial::Record {
+    internal::UniformSource source;
+    Parameters parameters;
+
+    explicit Record(const Parameters& initial) : parameters(initial) {}
+
+    double Draw(const Parameters& given)
+    {
+        if (given.n <= 0.0 || given.p <= 0.0) return 0.0;
+        return source.Draw([&](auto next) { return Successes(given, next); });
+    }
+};
 
 MCRNGBinomial::MCRNGBinomial() : MCRNGBinomial(0.0, 0.0) {}
 

@@ -8,6 +8,10 @@
 
 namespace MCMath_930 {
 
+namespace internal {
+class CongruentialUniforms;
+}
+
 /// Uniform numbers in (0, 1) from x <- 397204094 * x mod (2^31 - 1), the multiplier being one of those that G. S.
 /// Fishman and L. R. Moore found best (SIAM Journal on Scientific and Statistical Computing 7 (1986), 24-45).
 ///
@@ -31,6 +35,8 @@ public:
     void Display() const;
 
 private:
+    friend class internal::CongruentialUniforms;
+
     std::uint32_t fnState = 1;
 };
 

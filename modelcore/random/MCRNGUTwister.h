@@ -5,10 +5,13 @@
 #include "modelcore/random/MCRNGenerator.h"
 #include "modelcore/random/MCRandomTwister.h"
 
+#include <array>
+#include <cstddef>
+
 namespace MCMath_930 {
 
 namespace internal {
-class UniformSource;
+class TwisterUniforms;
 }
 
 /// Uniform numbers in [0, 1) with 53 random bits from the Mersenne Twister MT19937 (Matsumoto and Nishimura 1998): the
@@ -34,9 +37,21 @@ public:
     void Display() const;
 
 private:
-    friend class internal::UniformSource;
+    friend class internal::TwisterUniforms;
 
-    MCRandomTwister fTwister;
+    static constexpr std::size_t kReals = 312;
+
+    double Next()
+    {
+        if (fnNext == kReals) Refill();
+        return fvReals[fnNext++];
+    }
+    void Refill();
+
+    MCRandomTwister fTwister; // of which all words are always used up
+    // The numbers of its block, made as a whole by vector instructions: a draw reads one.
+    std::array<double, kReals> fvReals{};
+    std::size_t fnNext = kReals;
 };
 
 } // namespace MCMath_930

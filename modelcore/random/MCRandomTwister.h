@@ -8,6 +8,8 @@
 
 namespace MCMath_930 {
 
+class MCRNGUTwister;
+
 /// The Mersenne Twister MT19937 (Matsumoto and Nishimura 1998, with the authors' initialisation of 2002): 32-bit words
 /// with a period of 2^19937 - 1, equidistributed in 623 dimensions. Not for cryptography: 624 words give the rest away.
 ///
@@ -66,6 +68,8 @@ public:
     void Display() const;
 
 private:
+    friend class MCRNGUTwister;
+
     struct Block;
 
     std::uint32_t NextWord()
@@ -80,6 +84,7 @@ private:
     }
     double Res53AcrossBlocks();
     void Regenerate();
+    void TakeReals53(double* reals); // all of the next block, which must be wholly unused; no word is left afterwards
     int WordsLeft() const;
     void SetPosition(int position);
 

@@ -76,6 +76,11 @@ double MCRandomValues::Draw(Body body)
     return body([source = fpSource] { return source->GetRandom(); });
 }
 
+inline double MCRandomValues::StandardNormal()
+{
+    return Draw([](auto next) { return internal::StandardNormal(next); });
+}
+
 void MCRandomValues::SetSeed(unsigned long s)
 {
     if (fpSource != nullptr) fpSource->SetSeed(s);
@@ -132,7 +137,7 @@ double MCRandomValues::GetRandom()
 double MCRandomValues::RVUni(double a, double b)
 {
     if (!(a <= b) || fpSource == nullptr) return MCMV::Missing();
-    return a + (b - a) * fpSource->GetRandom();
+    return a + (b - a) * Draw([](auto next) { return next(); });
 }
 
 double MCRandomValues::RVAuxF(double t)
@@ -142,22 +147,22 @@ double MCRandomValues::RVAuxF(double t)
 
 double MCRandomValues::RVSNor()
 {
-    if (fpSource == nullptr) return MCMV::Missing();
-    return Draw([](auto next) { return internal::StandardNormal(next); });
+    return fpSource != nullptr ? StandardNormal() : MCMV::Missing();
 }
 
 double MCRandomValues::RVNor(double mean, double sd)
 {
     if (!(sd >= 0.0)) return MCMV::Missing();
     if (sd == 0.0) return mean;
-    const double z = RVSNor();
+    if (fpSource == nullptr) return MCMV::Missing();
+    const double z = StandardNormal();
     return MCMV::IsMissing(z) ? z : mean + sd * z;
 }
 
 double MCRandomValues::RVExp(double rate)
 {
     if (!(rate > 0.0) || fpSource == nullptr) return MCMV::Missing();
-    const double u = fpSource->GetRandom();
+    const double u = Draw([](auto next) { return next(); });
     return u < 1.0 ? -std::log(1.0 - u) / rate : MCMV::Missing();
 }
 

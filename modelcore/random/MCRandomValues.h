@@ -185,6 +185,9 @@ private:
     template <class Body>
     double Draw(Body body);
 
+    /// What RVSNor and RVNor share; there is a source.
+    double StandardNormal();
+
     MCURandom* fpSource = nullptr;
     internal::EmptiedOnMove<bool> fParametersSet = false;
     Kind fKind = kUniform;

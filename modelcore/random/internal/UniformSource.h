@@ -4,21 +4,87 @@
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/random/MCRNGUCongruential.h"
 #include "modelcore/random/MCRNGUTwister.h"
+#include "modelcore/random/internal/Congruential.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <typeinfo>
 
 namespace MCMath_930::internal {
+
+// The uniforms of a generator, drawn by a call that the compiler can put in place where it knows the class: a variate draws
+// many, and a virtual call costs more than a number. CountUpTo draws n of them and counts those that are at most limit.
+
+class TwisterUniforms {
+public:
+    explicit TwisterUniforms(MCRNGUTwister& source) : fpSource(&source) {}
+
+    double operator()() const { return fpSource->Next(); }
+
+    int CountUpTo(double limit, int n) const
+    {
+        MCRNGUTwister& source = *fpSource;
+        int count = 0;
+        for (auto left = static_cast<std::size_t>(n); left > 0;) {
+            if (source.fnNext == MCRNGUTwister::kReals) source.Refill();
+            const std::size_t here = std::min(left, MCRNGUTwister::kReals - source.fnNext);
+            const double* const u = source.fvReals.data() + source.fnNext;
+            for (std::size_t i = 0; i < here; ++i) count += u[i] <= limit ? 1 : 0;
+            source.fnNext += here;
+            left -= here;
+        }
+        return count;
+    }
+
+private:
+    MCRNGUTwister* fpSource;
+};
+
+class CongruentialUniforms {
+public:
+    explicit CongruentialUniforms(MCRNGUCongruential& source) : fpSource(&source) {}
+
+    double operator()() const { return CongruentialReal(fpSource->fnState = NextCongruential(fpSource->fnState)); }
+
+    int CountUpTo(double limit, int n) const
+    {
+        int count = 0;
+        for (int i = 0; i < n; ++i) count += (*this)() <= limit ? 1 : 0;
+        return count;
+    }
+
+private:
+    MCRNGUCongruential* fpSource;
+};
+
+class VirtualUniforms {
+public:
+    explicit VirtualUniforms(MCRNGenerator& source) : fpSource(&source) {}
+
+    double operator()() const { return fpSource->GetNext(); }
+
+    int CountUpTo(double limit, int n) const
+    {
+        int count = 0;
+        for (int i = 0; i < n; ++i) count += (*this)() <= limit ? 1 : 0;
+        return count;
+    }
+
+private:
+    MCRNGenerator* fpSource;
+};
 
 /// A generator that belongs to the caller, or one of our own: MCRNGUCongruential with state 1, made when a number is
 /// wanted and the caller has given none. A copy shares the caller's generator and has its own copy of our own.
 class UniformSource {
 public:
     UniformSource() = default;
-    UniformSource(const UniformSource& other) : fpSource(other.fpSource), fOwnsSource(other.fOwnsSource)
+    UniformSource(const UniformSource& other)
+        : fpSource(other.fpSource), fpTwister(other.fpTwister), fpCongruential(other.fpCongruential),
+          fOwnsSource(other.fOwnsSource)
     {
         // What is owned is always the one that Get made.
-        if (fOwnsSource && fpSource != nullptr)
-            fpSource = new MCRNGUCongruential(static_cast<const MCRNGUCongruential&>(*fpSource));
+        if (fOwnsSource && fpSource != nullptr) Own(new MCRNGUCongruential(*fpCongruential));
     }
     UniformSource& operator=(const UniformSource&) = delete; // records are copied whole and then exchanged
     ~UniformSource()
@@ -31,79 +97,42 @@ public:
         if (fOwnsSource) delete fpSource;
         fpSource = &source;
         fOwnsSource = false;
+        // The class is looked up once, not at every draw. A derived class may draw something else.
+        const std::type_info& type = typeid(source);
+        fpTwister = type == typeid(MCRNGUTwister) ? static_cast<MCRNGUTwister*>(&source) : nullptr;
+        fpCongruential = type == typeid(MCRNGUCongruential) ? static_cast<MCRNGUCongruential*>(&source) : nullptr;
     }
 
     MCRNGenerator& Get()
     {
-        if (fpSource == nullptr) fpSource = new MCRNGUCongruential;
+        if (fpSource == nullptr) Own(new MCRNGUCongruential);
         return *fpSource;
     }
 
-    /// Calls body with a function that draws the next uniform. That of a Twister is one the compiler can put in place:
-    /// a variate draws many, and a virtual call costs more than a word.
+    /// Calls body with one of the classes above, which draws the next uniform.
     template <class Body>
     auto Draw(Body body)
     {
+        if (fpTwister != nullptr) return body(TwisterUniforms(*fpTwister));
         MCRNGenerator& source = Get();
-        if (typeid(source) == typeid(MCRNGUTwister)) {
-            MCRandomTwister& twister = static_cast<MCRNGUTwister&>(source).fTwister;
-            return body([&twister] { return twister.GetRealRes53(); });
-        }
-        return body([&source] { return source.GetNext(); });
+        if (fpCongruential != nullptr) return body(CongruentialUniforms(*fpCongruential));
+        return body(VirtualUniforms(source));
     }
-
-    bool Exists() const { return fpSource != nullptr; }
 
     /// The lines with which the display of a generator ends.
     void Display() const
     {
-        MCDisplay_930::Display("Uniform source indicator", Exists());
+        MCDisplay_930::Display("Uniform source indicator", fpSource != nullptr);
         MCDisplay_930::Display("Owned source indicator", fOwnsSource);
     }
 
 private:
+    void Own(MCRNGUCongruential* source) { fpSource = fpCongruential = source; }
+
     MCRNGenerator* fpSource = nullptr;
+    MCRNGUTwister* fpTwister = nullptr;           // the source, if it is one
+    MCRNGUCongruential* fpCongruential = nullptr; // likewise
     bool fOwnsSource = true;
-};
-
-/// A uniform source and an embedded variate generator that draws from the same one.
-template <class Embedded>
-class SharedSource {
-public:
-    explicit SharedSource(const Embedded& initial) : embedded(initial) {}
-    SharedSource(const SharedSource& other) : embedded(other.embedded), fSource(other.fSource)
-    {
-        if (fSource.Exists()) embedded.SetURNGenerator(fSource.Get());
-    }
-    SharedSource& operator=(const SharedSource&) = delete;
-
-    void Use(MCRNGenerator& generator)
-    {
-        fSource.Use(generator);
-        embedded.SetURNGenerator(generator);
-    }
-
-    MCRNGenerator& Get()
-    {
-        const bool isNew = !fSource.Exists();
-        MCRNGenerator& uniform = fSource.Get();
-        if (isNew) embedded.SetURNGenerator(uniform);
-        return uniform;
-    }
-
-    template <class Body>
-    auto Draw(Body body)
-    {
-        Get(); // the embedded generator has to know a source that is made now
-        return fSource.Draw(body);
-    }
-
-    void Display() const { fSource.Display(); }
-
-    Embedded embedded;
-
-private:
-    UniformSource fSource;
 };
 
 } // namespace MCMath_930::internal
