@@ -40,16 +40,24 @@ void ScaleByPower(std::vector<double>& numbers, int exponent)
         for (double& number : numbers) number = std::scalbn(number, exponent);
 }
 
+constexpr int kSquare = 16; // rows and columns that stay in cache while they change places
+
 /// The elements times a power of two, column by column, or row by row when there are fewer rows than columns: what comes
 /// out is the taller of the matrix and its transpose.
 std::vector<double> ScaledColumns(const MCRectMatrix& matrix, int scaledBy)
 {
-    std::vector<double> columns(matrix.AsSpan().begin(), matrix.AsSpan().end());
+    const int m = matrix.GetNRows();
+    const int n = matrix.GetNCols();
+    std::vector<double> columns(matrix.AsSpan().size());
+    if (m < n) {
+        std::copy(matrix.AsSpan().begin(), matrix.AsSpan().end(), columns.begin());
+    } else {
+        for (int i0 = 0; i0 < m; i0 += kSquare)
+            for (int j = 0; j < n; ++j)
+                for (int i = i0; i < std::min(m, i0 + kSquare); ++i)
+                    columns[Size(j) * Size(m) + Size(i)] = matrix.GetElem(i, j);
+    }
     ScaleByPower(columns, scaledBy);
-    if (matrix.GetNRows() < matrix.GetNCols()) return columns;
-    MCRectMatrix transposed(matrix.GetNRows(), matrix.GetNCols(), columns);
-    transposed.Transpose();
-    std::copy(transposed.AsSpan().begin(), transposed.AsSpan().end(), columns.begin());
     return columns;
 }
 
@@ -58,7 +66,6 @@ std::vector<double> ScaledColumns(const MCRectMatrix& matrix, int scaledBy)
 MCRectMatrix ToColumns(const std::vector<double>& rows, int nRows, int length, int count)
 {
     MCRectMatrix columns(length, nRows);
-    constexpr int kSquare = 16; // that stay in cache
     for (int j0 = 0; j0 < nRows; j0 += kSquare)
         for (int i0 = 0; i0 < length; i0 += kSquare)
             for (int i = i0; i < std::min(length, i0 + kSquare); ++i)

@@ -50,28 +50,39 @@ BidiagonalReduction::BidiagonalReduction(std::vector<double> columns, int nRows,
     for (int first = 0; first < fnColumns; first += kPanel) ReducePanel(first, std::min(fnColumns, first + kPanel));
 }
 
-/// A = Q*R; what is reduced further is R.
+/// A = Q*R; what is reduced further is R. A block of reflections is made in parts, which one after the other go over the
+/// rest of the block, and then goes over the columns after it as a whole.
 void BidiagonalReduction::ReduceToTriangle()
 {
+    constexpr int kPart = 12;
     std::vector<double> triangle(Offset(fnColumns, fnColumns));
     RowReflections reflections(fnRows, fnColumns);
-    for (int first = 0; first < fnColumns; first += RowReflections::kBlock) {
-        const int last = std::min(fnColumns, first + RowReflections::kBlock);
+    const auto apply = [&](int first, int last, int end) { // reflections first .. last - 1 to columns last .. end - 1
+        if (last == end) return;
         for (int i = first; i < last; ++i) {
-            double* const v = Column(i) + i;
-            std::copy_n(Column(i), i, triangle.data() + Offset(i, fnColumns));
-            triangle[Offset(i, fnColumns) + Size(i)] = MakeReflection(v, fnRows - i);
             double* const stored = reflections.Vector(i - first);
             std::fill_n(stored, i - first, 0.0);
-            std::copy_n(v, fnRows - i, stored + (i - first));
-            if (i + 1 == last) continue;
-            const std::size_t others = Size(last - i - 1);
-            DotColumns(fDots.data(), Column(i + 1) + i, fnRows, others, v, Size(fnRows - i));
-            for (std::size_t j = 0; j < others; ++j) fDots[j] = -fDots[j];
-            AddOuterProduct(Column(i + 1) + i, fnRows, others, fDots.data(), 1, v, Size(fnRows - i));
+            std::copy_n(Column(i) + i, fnRows - i, stored + (i - first));
         }
-        if (last < fnColumns)
-            reflections.Apply(Column(last), fnRows, fnColumns - last, first, fnRows - first, last - first);
+        reflections.Apply(Column(last), fnRows, end - last, first, fnRows - first, last - first);
+    };
+    for (int first = 0; first < fnColumns; first += RowReflections::kBlock) {
+        const int last = std::min(fnColumns, first + RowReflections::kBlock);
+        for (int part = first; part < last; part += kPart) {
+            const int end = std::min(last, part + kPart);
+            for (int i = part; i < end; ++i) {
+                double* const v = Column(i) + i;
+                std::copy_n(Column(i), i, triangle.data() + Offset(i, fnColumns));
+                triangle[Offset(i, fnColumns) + Size(i)] = MakeReflection(v, fnRows - i);
+                if (i + 1 == end) continue;
+                const std::size_t others = Size(end - i - 1);
+                DotColumns(fDots.data(), Column(i + 1) + i, fnRows, others, v, Size(fnRows - i));
+                for (std::size_t j = 0; j < others; ++j) fDots[j] = -fDots[j];
+                AddOuterProduct(Column(i + 1) + i, fnRows, others, fDots.data(), 1, v, Size(fnRows - i));
+            }
+            apply(part, end, last);
+        }
+        apply(first, last, fnColumns);
     }
     fTriangular = std::move(fMatrix);
     fMatrix = std::move(triangle);
