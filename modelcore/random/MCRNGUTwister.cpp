@@ -34,26 +34,17 @@ void MCRNGUTwister::SetSeed(double s)
         const std::array<unsigned long, 3> key = KeyOf(s);
         fTwister.InitByArray(key.data(), key.size());
     }
-    fnNext = kReals;
 }
 
 double MCRNGUTwister::GetNext()
 {
-    return Next();
-}
-
-void MCRNGUTwister::Refill()
-{
-    fTwister.TakeReals53(fvReals.data());
-    fnNext = 0;
+    return fTwister.GetRealRes53();
 }
 
 void MCRNGUTwister::Display() const
 {
     MCDisplay_930::DisplayStart("MCRNGUTwister");
-    MCRandomTwister atPosition(fTwister);
-    atPosition.SetPosition(static_cast<int>(2 * fnNext));
-    atPosition.Display();
+    fTwister.Display();
     MCDisplay_930::DisplayEnd("MCRNGUTwister");
 }
 

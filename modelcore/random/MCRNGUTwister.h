@@ -5,9 +5,6 @@
 #include "modelcore/random/MCRNGenerator.h"
 #include "modelcore/random/MCRandomTwister.h"
 
-#include <array>
-#include <cstddef>
-
 namespace MCMath_930 {
 
 namespace internal {
@@ -39,19 +36,7 @@ public:
 private:
     friend class internal::TwisterUniforms;
 
-    static constexpr std::size_t kReals = 312;
-
-    double Next()
-    {
-        if (fnNext == kReals) Refill();
-        return fvReals[fnNext++];
-    }
-    void Refill();
-
-    MCRandomTwister fTwister; // of which all words are always used up
-    // The numbers of its block, made as a whole by vector instructions: a draw reads one.
-    std::array<double, kReals> fvReals{};
-    std::size_t fnNext = kReals;
+    MCRandomTwister fTwister;
 };
 
 } // namespace MCMath_930

@@ -38,17 +38,6 @@ void Twist(std::uint32_t* words, std::uint32_t* tempered)
     internal::baseline::Twist(words, tempered);
 }
 
-void Reals53(const std::uint32_t* tempered, double* reals)
-{
-#ifdef MODELCORE_KERNELS_V4
-    if (internal::Kernels().level == internal::Level::v4) return internal::v4::Reals53(tempered, reals);
-#endif
-#ifdef MODELCORE_KERNELS_V3
-    if (internal::Kernels().level == internal::Level::v3) return internal::v3::Reals53(tempered, reals);
-#endif
-    internal::baseline::Reals53(tempered, reals);
-}
-
 } // namespace
 
 // The words of the recurrence, and what tempering makes of them, which is what is drawn.
@@ -129,13 +118,6 @@ void MCRandomTwister::Regenerate()
     if (!fpBlock->isSeeded) Initialize(kDefaultSeed);
     Twist(fpBlock->words, fpBlock->tempered);
     SetPosition(0);
-}
-
-void MCRandomTwister::TakeReals53(double* reals)
-{
-    Regenerate();
-    Reals53(fpBlock->tempered, reals);
-    SetPosition(kUsedUp);
 }
 
 double MCRandomTwister::Res53AcrossBlocks()

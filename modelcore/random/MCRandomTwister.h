@@ -8,7 +8,9 @@
 
 namespace MCMath_930 {
 
-class MCRNGUTwister;
+namespace internal {
+class TwisterUniforms;
+}
 
 /// The Mersenne Twister MT19937 (Matsumoto and Nishimura 1998, with the authors' initialisation of 2002): 32-bit words
 /// with a period of 2^19937 - 1, equidistributed in 623 dimensions. Not for cryptography: 624 words give the rest away.
@@ -68,7 +70,7 @@ public:
     void Display() const;
 
 private:
-    friend class MCRNGUTwister;
+    friend class internal::TwisterUniforms;
 
     struct Block;
 
@@ -84,7 +86,6 @@ private:
     }
     double Res53AcrossBlocks();
     void Regenerate();
-    void TakeReals53(double* reals); // all of the next block, which must be wholly unused; no word is left afterwards
     int WordsLeft() const;
     void SetPosition(int position);
 

@@ -10,19 +10,15 @@ namespace MCMath_930::internal {
 inline constexpr std::size_t kTwisterWords = 624;
 inline constexpr std::size_t kTwisterMiddle = 397;
 
-// Twist replaces the kTwisterWords words by the next block, and tempers them. Reals53 makes the 53-bit number of each two
-// tempered words, as MCRandomTwister::GetRealRes53 does. The arrays must not overlap.
+// Each replaces the kTwisterWords words by the next block, and tempers them. The arrays must not overlap.
 namespace baseline {
 void Twist(std::uint32_t* words, std::uint32_t* tempered);
-void Reals53(const std::uint32_t* tempered, double* reals);
-} // namespace baseline
+}
 namespace v3 {
 void Twist(std::uint32_t* words, std::uint32_t* tempered);
-void Reals53(const std::uint32_t* tempered, double* reals);
-} // namespace v3
+}
 namespace v4 {
 void Twist(std::uint32_t* words, std::uint32_t* tempered);
-void Reals53(const std::uint32_t* tempered, double* reals);
-} // namespace v4
+}
 
 } // namespace MCMath_930::internal

@@ -46,14 +46,4 @@ void Twist(std::uint32_t* __restrict words, std::uint32_t* __restrict tempered)
     tempered[last] = Tempered(words[last]);
 }
 
-// 27 and 26 bits fit signed 32-bit integers, which every instruction set converts; nothing here rounds.
-void Reals53(const std::uint32_t* __restrict tempered, double* __restrict reals)
-{
-    for (std::size_t k = 0; k < kTwisterWords / 2; ++k) {
-        const auto high = static_cast<std::int32_t>(tempered[2 * k] >> 5);
-        const auto low = static_cast<std::int32_t>(tempered[2 * k + 1] >> 6);
-        reals[k] = (high * 0x1p26 + low) * 0x1p-53;
-    }
-}
-
 } // namespace MCMath_930::internal::MODELCORE_KERNEL_SET

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <typeinfo>
 
 namespace MCMath_930::internal {
@@ -17,27 +18,30 @@ namespace MCMath_930::internal {
 
 class TwisterUniforms {
 public:
-    explicit TwisterUniforms(MCRNGUTwister& source) : fpSource(&source) {}
+    explicit TwisterUniforms(MCRNGUTwister& source) : fpTwister(&source.fTwister) {}
 
-    double operator()() const { return fpSource->Next(); }
+    double operator()() const { return fpTwister->GetRealRes53(); }
 
     int CountUpTo(double limit, int n) const
     {
-        MCRNGUTwister& source = *fpSource;
         int count = 0;
-        for (auto left = static_cast<std::size_t>(n); left > 0;) {
-            if (source.fnNext == MCRNGUTwister::kReals) source.Refill();
-            const std::size_t here = std::min(left, MCRNGUTwister::kReals - source.fnNext);
-            const double* const u = source.fvReals.data() + source.fnNext;
-            for (std::size_t i = 0; i < here; ++i) count += u[i] <= limit ? 1 : 0;
-            source.fnNext += here;
+        for (std::ptrdiff_t left = n; left > 0;) {
+            // Those of a block in one loop: else each draw waits until the position of the one before is stored.
+            const std::uint32_t* const words = fpTwister->fpNext;
+            const std::ptrdiff_t here = std::min(left, (fpTwister->fpEnd - words) / 2);
+            for (std::ptrdiff_t i = 0; i < here; ++i)
+                count += MCRandomTwister::Res53(words[2 * i], words[2 * i + 1]) <= limit ? 1 : 0;
+            fpTwister->fpNext += 2 * here;
             left -= here;
+            if (left == 0) break;
+            count += (*this)() <= limit ? 1 : 0; // the one with which the next block begins
+            --left;
         }
         return count;
     }
 
 private:
-    MCRNGUTwister* fpSource;
+    MCRandomTwister* fpTwister;
 };
 
 class CongruentialUniforms {
