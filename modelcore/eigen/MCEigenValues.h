@@ -32,7 +32,7 @@ namespace MCMath_930 {
 ///
 /// The object owns copies of H and E. Results are kept until the next Compute, SetHMatrix or accepted SetEMatrix; a
 /// change of tolerance, iteration limit or method takes effect at the next Compute. Memory: for eigenvalues two packed
-/// matrices of the order of H, for vectors two square ones more, five with divide and conquer.
+/// matrices of the order of H, for vectors two square ones more, four with divide and conquer.
 ///
 /// Members that return an int return the number of eigenvalues that were found: n on success, fewer when one of them
 /// did not converge within the iteration limit (those found are the leading ones, and nothing says that they are the

@@ -27,8 +27,8 @@ namespace MCMath_930 {
 /// double there. Elements below 2^-400 of the largest one may count as zero.
 ///
 /// The object owns a copy of A and keeps no results: each Compute computes. What memory an operation needs it takes before
-/// it changes anything, so that object and arguments are as they were when there is none: for r values three matrices of r
-/// x r and a copy of A, for vectors about seven of r x r and two of m x n.
+/// it changes anything, so that object and arguments are as they were when there is none: beside a copy of A four matrices
+/// of r x r for values, seven and two of m x n for vectors.
 class MODELCORE_EXPORT MCSingularValues {
 public:
     /// How many vectors are wanted.
