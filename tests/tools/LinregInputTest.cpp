@@ -167,6 +167,44 @@ TEST(LinregOutput, ADocumentReplacesAnOlderOneAndALinkStaysALink)
     EXPECT_EQ(folder.Count(), 2u);
 }
 
+// The disk is full after so many bytes of any file: documents, pictures, predictions, models, saved states. The program says
+// so, and none of the files appears.
+TEST(EveryProgram, SaysThatTheDiskIsFullAndLeavesNothing)
+{
+    const std::string visits = EXAMPLES_DATA "/visits.csv";
+    const TemporaryFolder folder;
+    const auto out = [&folder](const char* name) { return folder.File(name); };
+    const std::vector<std::vector<std::string>> commands = {
+        {LINREG_PROGRAM, kLongley, "--target", "TOTEMP", "--charts", out("a"), "--pmml", out("a.pmml"), "--xml",
+         out("a.xml"), "--predictions", out("a.csv")},
+        {LINREG_PROGRAM, kLongley, "--target", "TOTEMP", "--save", out("b.state"), "--xml", out("b.xml")},
+        {EVALUATE_PROGRAM, visits, "--target", "frequent", "--score", "score", "--cutoff", "0.2", "--charts", out("c")},
+        {DESCRIBE_PROGRAM, kLongley, "--svg", out("d.svg"), "--xml", out("d.xml")},
+        {DESCRIBE_PROGRAM, kLongley, "--save", out("e.state")},
+    };
+    for (const std::vector<std::string>& command : commands) {
+        int refusals = 0;
+        for (int room = 2;; room += 1 + room / 4) { // of 512 bytes; the message goes to a file too
+            std::vector<std::string> limited = {
+                "sh", "-c", "trap '' XFSZ; ulimit -f " + std::to_string(room) + "; exec \"$@\"", "sh"};
+            limited.insert(limited.end(), command.begin(), command.end());
+            const ProgramResult result = RunProgram(limited);
+            if (result.status == 0) break;
+            ++refusals;
+            EXPECT_EQ(result.status, 2) << room;
+            EXPECT_NE(result.err.find("cannot be written"), std::string::npos) << room << result.err;
+            EXPECT_EQ(folder.Count(), 0u) << room << " leaves files of " << command[0];
+            if (HasFailure()) return;
+        }
+        EXPECT_GT(refusals, 3) << command[0];
+        EXPECT_GT(folder.Count(), 0u);
+        for (const auto& file : std::filesystem::directory_iterator(folder.File("."))) {
+            EXPECT_GT(file.file_size(), 0u) << file;
+            std::filesystem::remove(file);
+        }
+    }
+}
+
 TEST(LinregInterrupt, StopsAtTheNextBlockAndWritesNothing)
 {
     std::string rows = "y,x\n";

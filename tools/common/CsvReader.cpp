@@ -1,21 +1,18 @@
 #include "common/CsvReader.h"
 
 #include "common/Failure.h"
+#include "common/System.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <new>
 
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 namespace procedure {
 
 namespace {
 
+constexpr int kStandardInput = 0, kStandardError = 2;
 constexpr std::size_t kBufferSize = std::size_t{1} << 16;
 // A quote that is never closed makes one field of all that follows. This is where to stop collecting it.
 constexpr std::size_t kMaxRowBytes = std::size_t{1} << 24;
@@ -29,31 +26,27 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 InputFile::InputFile(const std::string& path, MCMath_930::MCCancelInfo& cancel)
     : fName(path == "-" ? "standard input" : path), fCancel(cancel)
 {
-    fDescriptor = path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    // Not blocking: a named pipe is then opened at once, and it is AwaitInput that waits for its writer.
+    fDescriptor = path == "-" ? kStandardInput : System::OpenToRead(path);
+    // Not waiting: a named pipe is then opened at once, and it is AwaitInput that waits for its writer.
     if (fDescriptor < 0) throw Failure(fName + ": cannot be opened: " + std::strerror(errno));
-    struct stat status {};
-    if (fstat(fDescriptor, &status) != 0) throw Failure(fName + ": cannot be read: " + std::strerror(errno));
-    fRegular = S_ISREG(status.st_mode);
-    if (!fRegular) return;
-    // Standard input may be a file that another program has read a part of.
-    fStart = std::max<std::int64_t>(lseek(fDescriptor, 0, SEEK_CUR), 0);
-    fSize = std::max<std::int64_t>(status.st_size - fStart, 0);
+    long long start = 0, size = 0;
+    if (!System::Look(fDescriptor, fRegular, start, size))
+        throw Failure(fName + ": cannot be read: " + std::strerror(errno));
+    fStart = start;
+    fSize = size;
 }
 
 InputFile::~InputFile()
 {
-    if (fDescriptor > STDERR_FILENO) close(fDescriptor);
+    if (fDescriptor > kStandardError) System::Close(fDescriptor);
 }
 
 // A signal that arrives just before a blocking read would go unnoticed until data come, so the wait is cut into pieces.
 void InputFile::AwaitInput()
 {
-    constexpr int kMilliseconds = 200;
-    pollfd wanted{fDescriptor, POLLIN, 0};
     do {
         if (fCancel.IsCancel()) throw Interrupted();
-    } while (poll(&wanted, 1, kMilliseconds) <= 0);
+    } while (!System::Await(fDescriptor, System::Reading));
 }
 
 std::size_t InputFile::Read(char* buffer, std::size_t length)
@@ -61,7 +54,7 @@ std::size_t InputFile::Read(char* buffer, std::size_t length)
     std::size_t filled = 0;
     while (filled < length) {
         if (!fRegular) AwaitInput();
-        const ssize_t got = read(fDescriptor, buffer + filled, length - filled);
+        const long long got = System::Read(fDescriptor, buffer + filled, length - filled);
         if (got < 0 && (errno == EINTR || errno == EAGAIN)) continue;
         if (got < 0) throw Failure(fName + ": cannot be read: " + std::strerror(errno));
         if (got == 0) break;
@@ -73,7 +66,7 @@ std::size_t InputFile::Read(char* buffer, std::size_t length)
 
 void InputFile::Rewind()
 {
-    if (lseek(fDescriptor, fStart, SEEK_SET) < 0) throw Failure(fName + ": cannot be read again");
+    if (!System::Seek(fDescriptor, fStart)) throw Failure(fName + ": cannot be read again");
     fBytesRead = 0;
 }
 

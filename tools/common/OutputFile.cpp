@@ -1,6 +1,7 @@
 #include "common/OutputFile.h"
 
 #include "common/Failure.h"
+#include "common/System.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -11,11 +12,6 @@
 #include <sstream>
 #include <system_error>
 #include <utility>
-
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace procedure {
 
@@ -41,9 +37,9 @@ OutputFile::OutputFile(const std::string& path) : fPath(path), fPlace(path)
     const bool readOnly =
         (status.permissions() & (fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write)) ==
         fs::perms::none;
-    if (exists && (readOnly || access(fPlace.c_str(), W_OK) != 0)) Refuse("it is read-only");
+    if (exists && (readOnly || !System::IsFileWritable(fPlace))) Refuse("it is read-only");
     const fs::path folder = fs::path(fPlace).parent_path();
-    if (access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) != 0) Refuse(std::strerror(errno));
+    if (!System::IsFolderWritable(folder.empty() ? "." : folder.string())) Refuse(std::strerror(errno));
 }
 
 OutputFile::~OutputFile()
@@ -65,16 +61,8 @@ void OutputFile::Write(const std::function<void(std::ostream&)>& write)
         return;
     }
     std::string name = fPlace + ".XXXXXX";
-    const int descriptor = mkstemp(name.data());
-    if (descriptor < 0) Refuse(std::strerror(errno));
+    if (!System::MakeTemporary(name, fPlace)) Refuse(std::strerror(errno));
     fTemporary = name;
-    // mkstemp makes a private file; the document gets the mode of the file that it replaces, or that of any new file.
-    const mode_t mask = umask(0);
-    umask(mask);
-    struct stat older {};
-    const bool replaces = stat(fPlace.c_str(), &older) == 0;
-    fchmod(descriptor, replaces ? older.st_mode & 07777 : 0666 & ~mask);
-    close(descriptor);
 
     std::ofstream file(fTemporary, std::ios::binary);
     write(file);
@@ -85,7 +73,6 @@ void OutputFile::Write(const std::function<void(std::ostream&)>& write)
 // Without blocking, so that a pipe that nobody reads can be given up.
 void OutputFile::WriteDirect(MCMath_930::MCCancelInfo& cancel) const
 {
-    constexpr int kMilliseconds = 200;
     const auto stopIfAsked = [&] {
         if (cancel.IsCancel()) throw Interrupted();
     };
@@ -93,26 +80,25 @@ void OutputFile::WriteDirect(MCMath_930::MCCancelInfo& cancel) const
         int number = -1;
         ~Descriptor()
         {
-            if (number >= 0) close(number);
+            if (number >= 0) System::Close(number);
         }
     } file;
     for (;;) {
-        file.number = open(fPlace.c_str(), O_WRONLY | O_APPEND | O_NONBLOCK | O_CLOEXEC);
+        file.number = System::OpenToAppend(fPlace);
         if (file.number >= 0) break;
         if (errno != ENXIO && errno != EINTR) Refuse(std::strerror(errno)); // ENXIO: a named pipe without a reader
         stopIfAsked();
-        poll(nullptr, 0, kMilliseconds);
+        System::Pause();
     }
     for (std::size_t written = 0; written < fDirect.size();) {
-        const ssize_t count = write(file.number, fDirect.data() + written, fDirect.size() - written);
+        const long long count = System::Write(file.number, fDirect.data() + written, fDirect.size() - written);
         if (count >= 0) {
             written += static_cast<std::size_t>(count);
             continue;
         }
         if (errno != EAGAIN && errno != EINTR) Refuse(std::strerror(errno));
         stopIfAsked();
-        pollfd wanted{file.number, POLLOUT, 0};
-        poll(&wanted, 1, kMilliseconds);
+        System::Await(file.number, System::Writing);
     }
 }
 
@@ -122,7 +108,9 @@ void OutputFile::PutInPlace(MCMath_930::MCCancelInfo& cancel)
         WriteDirect(cancel);
         return;
     }
-    if (std::rename(fTemporary.c_str(), fPlace.c_str()) != 0) Refuse(std::strerror(errno));
+    std::error_code error;
+    fs::rename(fTemporary, fPlace, error); // takes the place of an older file on Windows too
+    if (error) Refuse(error.message());
     fTemporary.clear();
 }
 

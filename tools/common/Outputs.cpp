@@ -3,6 +3,7 @@
 #include "common/CommandLine.h"
 #include "common/Failure.h"
 #include "common/Program.h"
+#include "common/System.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -10,8 +11,6 @@
 #include <filesystem>
 #include <system_error>
 #include <utility>
-
-#include <unistd.h>
 
 namespace procedure {
 
@@ -33,7 +32,7 @@ void OutputOptions::Take(const MCXML_930::MCSettings& settings)
 
 bool OutputOptions::ShowsProgress() const
 {
-    return !quiet && isatty(STDERR_FILENO) == 1;
+    return !quiet && System::IsErrorTerminal();
 }
 
 void Outputs::Add(const std::string& path, std::function<void(std::ostream&)> write)
@@ -65,7 +64,7 @@ bool IsStyled()
 {
     const char* const none = std::getenv("NO_COLOR");
     const char* const terminal = std::getenv("TERM");
-    return isatty(STDOUT_FILENO) == 1 && (none == nullptr || *none == '\0') && terminal != nullptr &&
+    return System::IsOutputTerminal() && (none == nullptr || *none == '\0') && terminal != nullptr &&
            std::strcmp(terminal, "dumb") != 0;
 }
 

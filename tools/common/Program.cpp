@@ -2,9 +2,9 @@
 
 #include "common/Failure.h"
 #include "common/Progress.h"
+#include "common/System.h"
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -27,7 +27,7 @@ void Print(const std::string& text)
 
 int RunProgram(const char* name, const std::function<void()>& run)
 {
-    std::signal(SIGPIPE, SIG_IGN); // a reader that went away is a failed write, after which the documents are removed
+    System::PrepareStreams();
     try {
         run();
         return 0;

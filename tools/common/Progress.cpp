@@ -1,8 +1,9 @@
 #include "common/Progress.h"
 
+#include "common/System.h"
+
 #include <algorithm>
 #include <atomic>
-#include <csignal>
 #include <cstdio>
 #include <string>
 
@@ -13,22 +14,9 @@ namespace {
 std::atomic<int> gSignal{0};
 static_assert(std::atomic<int>::is_always_lock_free, "a signal handler may touch nothing else");
 
-constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
-
 extern "C" void NoteSignal(int number)
 {
     gSignal = number;
-}
-
-/// Without SA_RESTART: a call that waits comes back and looks.
-void Handle(int number, void (*handler)(int))
-{
-    struct sigaction before {};
-    sigaction(number, nullptr, &before);
-    if (before.sa_handler == SIG_IGN) return; // nohup
-    struct sigaction action {};
-    action.sa_handler = handler;
-    sigaction(number, &action, nullptr);
 }
 
 } // namespace
@@ -36,12 +24,12 @@ void Handle(int number, void (*handler)(int))
 InterruptQuery::InterruptQuery()
 {
     gSignal = 0;
-    for (const int number : kSignals) Handle(number, NoteSignal);
+    System::HandleEndSignals(NoteSignal);
 }
 
 InterruptQuery::~InterruptQuery()
 {
-    for (const int number : kSignals) Handle(number, SIG_DFL);
+    System::HandleEndSignals(nullptr);
 }
 
 bool InterruptQuery::CheckCancel()
