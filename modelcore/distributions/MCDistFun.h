@@ -204,8 +204,8 @@ public:
 
     // Functions of arrays: element i of the result is what the function of a number gives for element i of the first
     // argument and the same parameters, to the last bit, missing values included. What depends on the parameters alone
-    // is done once, and except in the quantiles of chi-square, t and F elements are done side by side: with AVX-512 four
-    // times as fast as one by one and more. Input and output may be the same array, and must not overlap otherwise; n may
+    // is done once, and except in the quantiles of chi-square, t and F elements are done side by side: with AVX-512 two
+    // to five times as fast as one by one. Input and output may be the same array, and must not overlap otherwise; n may
     // be 0.
 
     /// P(X <= x) of the normal distribution, as CdfNorm of a number.
