@@ -267,6 +267,63 @@ TEST(MCPMMLExporter, WritesProductsAndTheLeastScoresOfALift)
     EXPECT_THAT(text, testing::HasSubstr("<BoundaryValues>\n<Array n=\"2\" type=\"real\">0.75 0.25</Array>"));
 }
 
+// All of a quality: what is known of the numbers, the table of labels row by row, the curve from its first point on.
+TEST(MCPMMLExporter, WritesAQualityWithTableAndCurve)
+{
+    MCPMMLQuality quality;
+    quality.dataName = "next year";
+    quality.usage = MCPMMLQuality::Test;
+    quality.auc = 0.75;
+    quality.adjustedRSquared = -0.25;
+    quality.confusionLabels = {"a \"b\"", 2};
+    quality.confusion = {1, 2, 3, 4};
+    quality.rocCategory = 2;
+    quality.roc = {{0, 0, 9}, {0.5, 1, 0.25}, {1, 1, -1}};
+    const auto text = [&quality](std::string& problem) {
+        const std::unique_ptr<XMLElement> root(MCPMMLExporter::CreateQuality("y<", quality, &problem));
+        std::ostringstream out;
+        if (root) WriteTreeUTF8(out, nullptr, root.get(), true);
+        return out.str();
+    };
+    std::string problem;
+    EXPECT_EQ(text(problem), R"(<?xml version="1.0" encoding="UTF-8" ?>
+
+<PredictiveModelQuality targetField="y&lt;" dataName="next year" dataUsage="test" adj-r-squared="-0.25" AUC="0.75">
+<ConfusionMatrix>
+<ClassLabels>
+<Array n="2" type="string">"a \"b\"" "2"</Array>
+</ClassLabels>
+<Matrix nbRows="2" nbCols="2">
+<Array n="2" type="real">1 2</Array>
+<Array n="2" type="real">3 4</Array>
+</Matrix>
+</ConfusionMatrix>
+<ROC positiveTargetFieldValue="2">
+<ROCGraph>
+<XCoordinates>
+<Array n="3" type="real">0 0.5 1</Array>
+</XCoordinates>
+<YCoordinates>
+<Array n="3" type="real">0 1 1</Array>
+</YCoordinates>
+<BoundaryValues>
+<Array n="3" type="real">9 0.25 -1</Array>
+</BoundaryValues>
+</ROCGraph>
+</ROC>
+</PredictiveModelQuality>)");
+    EXPECT_EQ(problem, "");
+    quality.usage = MCPMMLQuality::Validation;
+    EXPECT_THAT(text(problem), testing::HasSubstr("dataUsage=\"validation\""));
+    quality.confusion.pop_back();
+    EXPECT_EQ(text(problem), "");
+    EXPECT_THAT(problem, testing::HasSubstr("confusion"));
+    EXPECT_EQ(MCPMMLExporter::CreateQuality("y", quality), nullptr);
+    quality.confusion.push_back(4);
+    quality.roc.push_back({0.5, std::numeric_limits<double>::infinity(), 0});
+    EXPECT_EQ(text(problem), "") << "an infinite rate";
+}
+
 TEST(MCPMMLExporter, LeavesAliasedParametersAndTheirFieldsOutAndSaysSo)
 {
     Small s;
