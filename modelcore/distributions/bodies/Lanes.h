@@ -157,7 +157,11 @@ inline Vector Lookup(const double* table, BitVector index)
 #if defined(__AVX512F__) && !defined(MODELCORE_WITHOUT_VECTORS)
     __m512i at;
     std::memcpy(&at, &index, sizeof at);
+// Without optimisation g++ 12 has a macro here, whose conversion of the mask it would warn of.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wsign-conversion"
     return _mm512_mask_i64gather_pd(Vector{}, 0xFF, at, table, 8);
+#pragma GCC diagnostic pop
 #else
     std::uint64_t at[kVectorWidth];
     std::memcpy(at, &index, sizeof at);
