@@ -156,7 +156,7 @@ public:
     static double PdfNegBin(double x, double r, double p, long& err);
 
     /// The probability of k marked ones among n drawn from a population of N with M marked; 0 outside the support.
-    /// Missing unless N >= 1 and M and n lie in 0..N.
+    /// Missing unless 1 <= N <= 2^53 and M and n lie in 0..N.
     static double PdfHyper(long k, long N, long M, long n);
 
     /// P(X <= floor(x)) for the same; N, M, n whole, else err = 1 and missing. An exact sum from the largest term of

@@ -199,7 +199,8 @@ DoubleDouble MCDistFun::dnlhyp(double k, double population, double marked, doubl
 
 double MCDistFun::PdfHyper(long k, long N, long M, long n)
 {
-    if (N < 1 || M < 0 || M > N || n < 0 || n > N) return MCMV::Missing();
+    constexpr long long kMostWhole = 9007199254740992; // beyond, doubles are no longer the numbers that were meant
+    if (N < 1 || static_cast<long long>(N) > kMostWhole || M < 0 || M > N || n < 0 || n > N) return MCMV::Missing();
     if (k < 0 || k > M || k > n || n - k > N - M) return 0.0;
     return ExpOrZero(
         dnlhyp(static_cast<double>(k), static_cast<double>(N), static_cast<double>(M), static_cast<double>(n)),

@@ -401,7 +401,7 @@ private:
     {
         double* const d = fDiagonal + first;
         const int nColumns = n + static_cast<int>(wide);
-        const RowBlock u = BlockOf(fLeft, first, nLeft + 1, n);
+        const RowBlock u = fEndsOnly ? RowBlock{} : BlockOf(fLeft, first, nLeft + 1, n);
         const RowBlock v = BlockOf(fRight, first, nLeft + 1, nColumns);
         if (!fEndsOnly) u.Row(nLeft)[nLeft] = 1.0;
         double z = own * v.Meeting(nLeft, true);
