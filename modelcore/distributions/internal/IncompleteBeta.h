@@ -73,9 +73,10 @@ inline UnitPoint FisherPoint(double x, double df1, double df2)
 {
     constexpr double kTiny = 1e-140;
     constexpr double kHuge = 1e140;
-    if (x > kTiny && x < kHuge && df1 > kTiny && df1 < kHuge && df2 > kTiny && df2 < kHuge)
-        return UnitPoint::Dividing(ExactProduct(x, df1), {df2});
     const double odds = df2 / df1 / x;
+    if (x > kTiny && x < kHuge && df1 > kTiny && df1 < kHuge && df2 > kTiny && df2 < kHuge && odds > kLeastOdds &&
+        odds < 1.0 / kLeastOdds)
+        return UnitPoint::Dividing(ExactProduct(x, df1), {df2});
     if (odds > kLeastOdds && odds < 1.0) return UnitPoint::Dividing({1.0}, {odds});
     if (odds >= 1.0 && odds < 1.0 / kLeastOdds) return UnitPoint::Dividing({1.0 / odds}, {1.0});
     return UnitPoint::AtLogOdds(AccurateLog({x}) + AccurateLog({df1}) - AccurateLog({df2}));
