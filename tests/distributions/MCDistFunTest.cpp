@@ -108,6 +108,18 @@ TEST(MCDistFun, ArgumentsThatOnlySomeFunctionsHave)
 }
 
 // It must come back, and a distribution function must be missing, NaN for a NaN point, or a probability.
+// With few degrees of freedom below, F grows with the logarithm of x, also where the odds of the point vanish in a double.
+TEST(MCDistFun, FGrowsOverTheWholeRangeOfDoubles)
+{
+    double before = 0.0;
+    for (int i = -280; i <= 280; i += 10) {
+        const double now = MCDistFun::CdfF(std::pow(10.0, i), 1e112, 1e-128);
+        EXPECT_TRUE(now >= before && now < 5e-126) << i << ": " << now;
+        before = now;
+    }
+    EXPECT_NEAR(MCDistFun::CdfF(1e110, 1e112, 1e-128) / 2.74065591208206425e-126, 1.0, 1e-8);
+}
+
 TEST(MCDistFun, EveryCombinationOfAwkwardArgumentsComesBack)
 {
     constexpr double kMax = std::numeric_limits<double>::max(), kLeast = std::numeric_limits<double>::denorm_min();
