@@ -38,14 +38,20 @@ constexpr int kSteps = 20000;
 // The barriers are no instructions. The first keeps the compiler from multiplying once for all steps, the second from
 // fusing where its options would let it. What is fused is the instruction itself, whatever the options say.
 #if defined(__x86_64__)
+#define MODELCORE_REGISTER "v"
+#define MODELCORE_FUSED(sum) asm volatile("vfmadd231pd %1, %2, %0" : "+v"(sum) : "v"(x), "v"(y));
+#elif defined(__aarch64__)
+#define MODELCORE_REGISTER "w"
+#define MODELCORE_FUSED(sum) asm volatile("fmla %0.2d, %1.2d, %2.2d" : "+w"(sum) : "w"(x), "w"(y));
+#endif
 #define MODELCORE_UNFUSED(sum)                                                                                         \
     {                                                                                                                  \
-        asm volatile("" : "+v"(x));                                                                                    \
+        asm volatile("" : "+" MODELCORE_REGISTER(x));                                                                  \
         Vector product = x * y;                                                                                        \
-        asm volatile("" : "+v"(product));                                                                              \
+        asm volatile("" : "+" MODELCORE_REGISTER(product));                                                            \
         sum += product;                                                                                                \
     }
-#define MODELCORE_FUSED(sum) asm volatile("vfmadd231pd %1, %2, %0" : "+v"(sum) : "v"(x), "v"(y));
+#if defined(__x86_64__)
 MODELCORE_PEAK_RUN(Unfused128, , 16, MODELCORE_UNFUSED)
 MODELCORE_PEAK_RUN(Unfused256, __attribute__((target("avx2"))), 32, MODELCORE_UNFUSED)
 MODELCORE_PEAK_RUN(Unfused512, __attribute__((target("avx512f"))), 64, MODELCORE_UNFUSED)
@@ -53,14 +59,6 @@ MODELCORE_PEAK_RUN(Fused128, __attribute__((target("avx2,fma"))), 16, MODELCORE_
 MODELCORE_PEAK_RUN(Fused256, __attribute__((target("avx2,fma"))), 32, MODELCORE_FUSED)
 MODELCORE_PEAK_RUN(Fused512, __attribute__((target("avx512f"))), 64, MODELCORE_FUSED)
 #elif defined(__aarch64__)
-#define MODELCORE_UNFUSED(sum)                                                                                         \
-    {                                                                                                                  \
-        asm volatile("" : "+w"(x));                                                                                    \
-        Vector product = x * y;                                                                                        \
-        asm volatile("" : "+w"(product));                                                                              \
-        sum += product;                                                                                                \
-    }
-#define MODELCORE_FUSED(sum) asm volatile("fmla %0.2d, %1.2d, %2.2d" : "+w"(sum) : "w"(x), "w"(y));
 MODELCORE_PEAK_RUN(Unfused128, , 16, MODELCORE_UNFUSED)
 MODELCORE_PEAK_RUN(Fused128, , 16, MODELCORE_FUSED)
 #endif

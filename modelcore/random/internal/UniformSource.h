@@ -44,18 +44,22 @@ private:
     MCRandomTwister* fpTwister;
 };
 
+/// How many of the next n numbers of a source are at most the limit.
+template <class Uniforms>
+int CountOneByOne(const Uniforms& next, double limit, int n)
+{
+    int count = 0;
+    for (int i = 0; i < n; ++i) count += next() <= limit ? 1 : 0;
+    return count;
+}
+
 class CongruentialUniforms {
 public:
     explicit CongruentialUniforms(MCRNGUCongruential& source) : fpSource(&source) {}
 
     double operator()() const { return CongruentialReal(fpSource->fnState = NextCongruential(fpSource->fnState)); }
 
-    int CountUpTo(double limit, int n) const
-    {
-        int count = 0;
-        for (int i = 0; i < n; ++i) count += (*this)() <= limit ? 1 : 0;
-        return count;
-    }
+    int CountUpTo(double limit, int n) const { return CountOneByOne(*this, limit, n); }
 
 private:
     MCRNGUCongruential* fpSource;
@@ -67,12 +71,7 @@ public:
 
     double operator()() const { return fpSource->GetNext(); }
 
-    int CountUpTo(double limit, int n) const
-    {
-        int count = 0;
-        for (int i = 0; i < n; ++i) count += (*this)() <= limit ? 1 : 0;
-        return count;
-    }
+    int CountUpTo(double limit, int n) const { return CountOneByOne(*this, limit, n); }
 
 private:
     MCRNGenerator* fpSource;
