@@ -62,8 +62,6 @@ void Join(MCQuantileSketch::Bucket& bucket, const MCQuantileSketch::Bucket& othe
     bucket.weight += other.weight;
 }
 
-/// Half of the largest double, so that rounding brings no sum to infinity.
-constexpr double kMostWeight = 0x1p1023;
 /// Nobody lives to see so many weights up to this one that their sum comes near to the largest.
 constexpr double kHeavyWeight = 0x1p900;
 

@@ -40,6 +40,8 @@ public:
     static constexpr int kMinLimit = 16;
     /// The largest limit of buckets.
     static constexpr int kMaxLimit = 1 << 24;
+    /// The largest sum of weights: rounding brings none to infinity.
+    static constexpr double kMostWeight = 0x1p1023;
 
     /// The values from min to max, both of which occurred.
     struct Bucket {

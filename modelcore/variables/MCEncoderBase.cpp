@@ -27,8 +27,7 @@ using MCCommon_930::Value;
 namespace {
 
 constexpr std::initializer_list<const char*> kMissingRules{"stays", "replaced", "own category", "refused"};
-/// Half of the largest double: no sum of weights, in whatever order it is rounded, is infinite.
-constexpr double kMostWeight = 0x1p1023;
+constexpr double kMostWeight = MCMath_930::MCQuantileSketch::kMostWeight;
 
 } // namespace
 
