@@ -61,6 +61,9 @@ TEST(Describe, CountsWhatAHandCounts)
     const ProgramResult result = RunProgram({DESCRIBE_PROGRAM, "-"}, "v\n1\n2\n3\n4\n5\n6\n7\n8\n9\nn/a\n");
     EXPECT_EQ(result.err, "describe: warning: v: 1 value is text among numbers, as 'n/a'; --missing says what means a "
                           "missing value\n");
+    const ProgramResult tooMany = RunProgram({DESCRIBE_PROGRAM, "-", "--frequency", "n"}, "v,n\n1,8e307\n2,8e307\n");
+    EXPECT_EQ(tooMany.status, 2);
+    EXPECT_NE(tooMany.err.find("the frequencies add up to more than 2^1023"), std::string::npos) << tooMany.err;
 }
 
 // More different numbers than the sketch holds, more different texts than are counted, missing values, a column that

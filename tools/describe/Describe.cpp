@@ -45,6 +45,8 @@ struct Block {
     }
 };
 
+constexpr char kTooManyCases[] = "the frequencies add up to more than 2^1023";
+
 struct BlockResult {
     std::vector<ColumnState> columns;
     double cases = 0.0;
@@ -123,6 +125,8 @@ private:
             ++fUnweighted;
             return;
         }
+        fCases += frequency;
+        if (fCases > MCMath_930::MCQuantileSketch::kMostWeight) throw Failure(kTooManyCases);
         ++block.rows;
         block.frequencies.push_back(frequency);
         block.weights.push_back(weight);
@@ -155,6 +159,7 @@ private:
     std::size_t fWeight = 0;
     std::int64_t fRows = 0;
     std::int64_t fUnweighted = 0;
+    double fCases = 0.0; ///< the sum of the frequencies
     std::vector<bool> fSeen;
     std::vector<int> fNumeric;
     std::vector<double> fShifts;
@@ -329,6 +334,7 @@ void Description::Merge(const Description& other, const std::string& name)
     }
     if (hasFrequency != other.hasFrequency || hasWeight != other.hasWeight) refuse("its weights are others");
     if (exact.has_value() != other.exact.has_value()) refuse("some have exact sums and some have not");
+    if (cases + other.cases > MCMath_930::MCQuantileSketch::kMostWeight) refuse(kTooManyCases);
 
     rows += other.rows;
     unweighted += other.unweighted;

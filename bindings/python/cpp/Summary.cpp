@@ -31,10 +31,12 @@ public:
         Watch watch(std::move(progress));
         Summary copy(*this);
         copy.SetColumns(table);
+        bool added = false;
         {
             const nb::gil_scoped_release release;
-            copy.Add(table, weights, frequencies, watch);
+            added = copy.Add(table, weights, frequencies, watch);
         }
+        if (!added) Refuse("infinite values, and weights of more than 2^1023 together, have no quantiles");
         watch.Finish();
         std::swap(*this, copy);
         fbBusy = true;
@@ -72,7 +74,9 @@ public:
             Refuse("the two differ in their number of columns");
         Summary copy(*this);
         copy.fvColumns.resize(other.fvColumns.size(), Field(fnLimit));
-        for (std::size_t j = 0; j < copy.fvColumns.size(); ++j) copy.fvColumns[j].Pool(other.fvColumns[j]);
+        for (std::size_t j = 0; j < copy.fvColumns.size(); ++j)
+            if (!copy.fvColumns[j].Pool(other.fvColumns[j]))
+                Refuse("the weights of both are more than 2^1023 together");
         copy.fnRows += other.fnRows;
         if (copy.fNames.empty()) copy.fNames = other.fNames;
         std::swap(*this, copy);
@@ -165,13 +169,15 @@ public:
             return true;
         }
 
-        void Pool(const Field& other)
+        /// Whether the sketch had room for the weights of both.
+        bool Pool(const Field& other)
         {
+            if (!sketch.Merge(other.sketch)) return false;
             stats.Pool(other.stats);
-            sketch.Merge(other.sketch);
             missing += other.missing;
             knowsMinimum = knowsMinimum && other.knowsMinimum;
             knowsMaximum = knowsMaximum && other.knowsMaximum;
+            return true;
         }
 
         MCContStats stats;
@@ -229,7 +235,8 @@ private:
         if (fNames.empty()) fNames = table.Names();
     }
 
-    void Add(const Table& table, const WeightList& weights, const WeightList& frequencies, Watch& watch)
+    /// False when the sketch has refused a value.
+    bool Add(const Table& table, const WeightList& weights, const WeightList& frequencies, Watch& watch)
     {
         constexpr std::size_t kBlock = 1024;
         const std::size_t columns = table.NColumns();
@@ -249,13 +256,14 @@ private:
                     if (w == 0.0) continue;
                     const double f = frequencies[first + i];
                     field.stats.Update(x, f, w == f ? 1.0 : w / f);
-                    if (fbQuantiles) field.sketch.Update(x, w);
+                    if (fbQuantiles && !field.sketch.Update(x, w)) return false;
                 }
             }
             fnRows += static_cast<std::int64_t>(count);
             first += count;
-            if (watch.Stop(count)) return;
+            if (watch.Stop(count)) break;
         }
+        return true;
     }
 
     bool fbBusy = false;
@@ -280,7 +288,8 @@ void RegisterSummary(nb::module_& m)
         "C++: an MCContStats for each column (West 1979; Chan, Golub & LeVeque 1979), and an MCQuantileSketch.");
     type.def(nb::init<bool, int>(), nb::kw_only(), nb::arg("quantiles") = false,
              nb::arg("limit") = static_cast<int>(MCQuantileSketch::kDefaultLimit),
-             "quantiles: keep a sketch of each column.\n"
+             "quantiles: keep a sketch of each column; infinite values are then refused, and weights of more than "
+             "2^1023 together.\n"
              "limit: distinct values up to which quantiles are exact; beyond, they have small errors with certain "
              "bounds.")
         .def(

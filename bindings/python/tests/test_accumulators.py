@@ -124,6 +124,19 @@ def test_rows_taken_back():
         Summary(quantiles=True).update([1.0, 2.0]).remove([1.0])
 
 
+def test_quantiles_refuse_what_a_sketch_cannot_hold():
+    s = Summary(quantiles=True).update([1.0, 2.0], frequency=[1.0, 8e307])
+    before = s.to_bytes()
+    for refused in (
+        lambda: s.update([3.0, np.inf]),
+        lambda: s.update([3.0], frequency=[8e307]),
+        lambda: s.merge(s.copy()),
+    ):
+        with pytest.raises(ValueError, match="2\\^1023"):
+            refused()
+        assert s.to_bytes() == before
+
+
 def test_categories_count_merge_and_take_back():
     values = ["b", "a", None, 1, 2.5, True, "b", float("nan"), -0.0]
     c = Categories().update(values, frequency=[1, 2, 3, 4, 5, 6, 7, 8, 9])
