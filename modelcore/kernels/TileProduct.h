@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 
 namespace MCMath_930::internal {
 
@@ -107,27 +108,51 @@ void PackLeft(double* packed, Left left, int first, int lines, int depth)
         for (int k = 0; k < depth; ++k) packed[k * kTileLines + r] = left(first + r, k);
 }
 
+inline void FetchLine([[maybe_unused]] const double* address)
+{
+#ifdef __GNUC__
+    __builtin_prefetch(address, 1, 2);
+#endif
+}
+
 /// The tiles of up to kTileLines lines, from packed operands.
 /// @param line    line(r) is where element 0 of line r stands
 /// @param length  length(r) is how many elements line r has, not less than those of the line before it
+/// @param ahead   how many lines after these are fetched meanwhile, a tile at a time: what a line holds would not come by
+///                itself in time
 template <class Line, class Length>
-void AddProductToLines(Line line, Length length, int lines, const double* left, const double* right, int depth)
+void AddProductToLines(Line line, Length length, int lines, const double* left, const double* right, int depth,
+                       int ahead = 0)
 {
     double edge[kTileLines][kTileWidth] = {};
     double* target[kTileLines];
+    const double* next[kTileLines];
+    for (int r = 0; r < kTileLines; ++r) target[r] = r < lines ? line(r) : edge[r];
+    for (int r = 0; r < ahead; ++r) next[r] = line(lines + r);
+    const std::ptrdiff_t strip = static_cast<std::ptrdiff_t>(kTileWidth) * depth;
     const int shortest = length(0);
     const int longest = length(lines - 1);
-    for (int w = 0; w < longest; w += kTileWidth, right += static_cast<std::ptrdiff_t>(kTileWidth) * depth) {
-        const bool whole = w + kTileWidth <= shortest;
-        const auto used = [&](int r) { return std::clamp(length(r) - w, 0, kTileWidth); };
-        for (int r = 0; r < kTileLines; ++r) {
-            target[r] = whole && r < lines ? line(r) + w : edge[r];
-            if (!whole && r < lines) std::copy_n(line(r) + w, used(r), edge[r]);
-        }
+    int w = 0;
+    for (; w + kTileWidth <= shortest; w += kTileWidth, right += strip) {
+        for (int r = 0; r < ahead; ++r) FetchLine(next[r] + w);
         AddProductTile(target, left, right, static_cast<std::size_t>(depth));
-        if (!whole)
-            for (int r = 0; r < lines; ++r) std::copy_n(edge[r], used(r), line(r) + w);
+        for (int r = 0; r < lines; ++r) target[r] += kTileWidth;
     }
+    for (int r = 0; r < lines; ++r) target[r] = edge[r];
+    for (; w < longest; w += kTileWidth, right += strip) {
+        const auto used = [&](int r) { return std::clamp(length(r) - w, 0, kTileWidth); };
+        for (int r = 0; r < lines; ++r) std::copy_n(line(r) + w, used(r), edge[r]);
+        AddProductTile(target, left, right, static_cast<std::size_t>(depth));
+        for (int r = 0; r < lines; ++r) std::copy_n(edge[r], used(r), line(r) + w);
+    }
+}
+
+/// Whether one of them is 0: counted, which compilers make vectors of.
+inline bool HasZero(const double* x, int count)
+{
+    std::int64_t zeros = 0;
+    for (int i = 0; i < count; ++i) zeros += x[i] == 0.0 ? 1 : 0;
+    return zeros > 0;
 }
 
 /// What a factor left(r, k) of 0 does.
@@ -139,20 +164,19 @@ enum class ZeroFactor {
 /// AddProductToLines with the terms of zero factors left out. Multiplying by them could show: a -0.0 in the lines would
 /// become +0.0, an infinity or NaN in the right operand would become a NaN. Only then the slow loop is needed.
 template <class Line, class Length>
-void AddProductSkippingZeros(Line line, Length length, int lines, const double* left, const double* right, int depth)
+void AddProductSkippingZeros(Line line, Length length, int lines, const double* left, const double* right, int depth,
+                             int ahead)
 {
-    int zeros = 0;
-    for (int i = 0; i < kTileLines * depth; ++i) zeros += left[i] == 0.0;
     const int longest = length(lines - 1);
     bool shows = false;
-    if (zeros > 0) {
+    if (HasZero(left, kTileLines * depth)) {
         const int packed = (longest + kTileWidth - 1) / kTileWidth * kTileWidth * depth;
         for (int i = 0; i < packed; ++i) shows |= !std::isfinite(right[i]);
         for (int r = 0; r < lines; ++r)
             for (int w = 0; w < length(r); ++w) shows |= line(r)[w] == 0.0 && std::signbit(line(r)[w]);
     }
     if (!shows) {
-        AddProductToLines(line, length, lines, left, right, depth);
+        AddProductToLines(line, length, lines, left, right, depth, ahead);
         return;
     }
     for (int r = 0; r < lines; ++r)
@@ -189,10 +213,11 @@ void AddProduct(const TileWorkspace& work, int lines, int depth, Line line, Leng
                 if (partLength(used - 1) == 0) continue;
                 PackLeft(
                     work.Left(), [&](int r, int k) { return left(r, k0 + k); }, r0, used, terms);
+                const int ahead = std::min(kTileLines, lines - r0 - used);
                 if constexpr (kZeros == ZeroFactor::Skips)
-                    AddProductSkippingZeros(part, partLength, used, work.Left(), work.Right(), terms);
+                    AddProductSkippingZeros(part, partLength, used, work.Left(), work.Right(), terms, ahead);
                 else
-                    AddProductToLines(part, partLength, used, work.Left(), work.Right(), terms);
+                    AddProductToLines(part, partLength, used, work.Left(), work.Right(), terms, ahead);
             }
         }
     }

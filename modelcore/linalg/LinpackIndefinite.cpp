@@ -1,6 +1,7 @@
 // LINPACK: symmetric indefinite matrices, dense and packed. Each routine is written once for both kinds of columns.
 #include "modelcore/linalg/Linpack.h"
 
+#include "modelcore/linalg/internal/BlockedIndefinite.h"
 #include "modelcore/linalg/internal/LinpackCondition.h"
 #include "modelcore/linalg/internal/LinpackDeterminant.h"
 #include "modelcore/linalg/internal/LinpackTriangle.h"
@@ -15,32 +16,16 @@ using namespace internal;
 
 namespace {
 
-/// What one step of the factorisation eliminates: columns k, or k - 1 and k, after an exchange with row imax.
-struct Pivot {
-    int size;
-    int imax;
-    bool exchange;
-    bool zero;
-};
-
-/// The pivot of the leading matrix of order k + 1, k >= 1 (Bunch and Kaufman 1977).
+/// The pivot of the leading matrix of order k + 1, k >= 1.
 template <class Columns>
-Pivot ChoosePivot(const Columns& a, int k)
+IndefinitePivot ChoosePivot(const Columns& a, int k)
 {
-    // Bounds the growth of the elements equally for blocks of order 1 and 2.
-    const double alpha = (1.0 + std::sqrt(17.0)) / 8.0;
-    const double diagonal = std::fabs(a(k)[k]);
-    const int imax = Blas1::IDAMax(k, a(k), 1) - 1;
-    const double columnMax = std::fabs(a(k)[imax]);
-    const bool zero = diagonal == 0.0 && columnMax == 0.0; // a NaN is no zero, on whichever side of it
-    if (diagonal >= alpha * columnMax) return {1, imax, false, zero};
-
-    double rowMax = 0.0;
-    for (int j = imax + 1; j <= k; ++j) rowMax = Blas1::D_Max(rowMax, std::fabs(a(j)[imax]));
-    if (imax > 0) rowMax = Blas1::D_Max(rowMax, std::fabs(a(imax)[Blas1::IDAMax(imax, a(imax), 1) - 1]));
-    if (std::fabs(a(imax)[imax]) >= alpha * rowMax) return {1, imax, true, zero};
-    if (diagonal >= alpha * columnMax * (columnMax / rowMax)) return {1, imax, false, zero};
-    return {2, imax, imax != k - 1, zero};
+    return ChooseIndefinitePivot(a(k), k, [&a, k](int imax) {
+        double largest = 0.0;
+        for (int j = imax + 1; j <= k; ++j) largest = Blas1::D_Max(largest, std::fabs(a(j)[imax]));
+        if (imax > 0) largest = Blas1::D_Max(largest, std::fabs(a(imax)[Blas1::IDAMax(imax, a(imax), 1) - 1]));
+        return CandidateRow{largest, a(imax)[imax]};
+    });
 }
 
 /// Exchanges rows and columns `to` and `from` of a symmetric matrix, to <= from, above and on the diagonal.
@@ -69,15 +54,9 @@ void EliminateTwo(const Columns& a, int k)
 {
     double* const column = a(k);
     double* const before = a(k - 1);
-    const double offDiagonal = column[k - 1];
-    const double ak = column[k] / offDiagonal;
-    const double akm1 = before[k - 1] / offDiagonal;
-    const double denominator = 1.0 - ak * akm1;
+    const IndefiniteBlock block(before, column, k);
     for (int j = k - 2; j >= 0; --j) {
-        const double bk = column[j] / offDiagonal;
-        const double bkm1 = before[j] / offDiagonal;
-        const double multiplier = (akm1 * bk - bkm1) / denominator;
-        const double multiplierBefore = (ak * bkm1 - bk) / denominator;
+        const auto [multiplier, multiplierBefore] = block.Multipliers(column[j], before[j]);
         Blas1::Daxpy(j + 1, multiplier, column, 1, a(j), 1);
         Blas1::Daxpy(j + 1, multiplierBefore, before, 1, a(j), 1);
         column[j] = multiplier;
@@ -91,22 +70,25 @@ int FactorIndefinite(const Columns& a, int n, int* kpvt)
 {
     int info = 0;
     int k = n - 1;
+    using Blocked = BlockedIndefinite<Columns>;
+    if (n > Blocked::kSmallestOrder) {
+        Blocked blocked(a, n, kpvt);
+        if (blocked.HasWorkspace()) k = blocked.Factor(k, &info);
+    }
     while (k > 0) {
-        const Pivot pivot = ChoosePivot(a, k);
+        const IndefinitePivot pivot = ChoosePivot(a, k);
+        pivot.Note(k, kpvt);
         if (pivot.zero) {
-            kpvt[k] = k + 1;
             info = k + 1;
         } else if (pivot.size == 1) {
             if (pivot.exchange) ExchangeSymmetric(a, pivot.imax, k);
             EliminateOne(a, k);
-            kpvt[k] = pivot.exchange ? pivot.imax + 1 : k + 1;
         } else {
             if (pivot.exchange) {
                 ExchangeSymmetric(a, pivot.imax, k - 1);
                 std::swap(a(k)[k - 1], a(k)[pivot.imax]);
             }
             EliminateTwo(a, k);
-            kpvt[k] = kpvt[k - 1] = pivot.exchange ? -(pivot.imax + 1) : -k;
         }
         k -= pivot.size;
     }

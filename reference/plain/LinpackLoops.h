@@ -144,19 +144,20 @@ inline int Dsifa(Matrix& a, int n, std::vector<int>& kpvt)
         const double colmax = std::fabs(a(imax, k));
         int step = 1;
         bool swap = false;
-        if (absakk < alpha * colmax) {
+        if (!(absakk >= alpha * colmax)) {
             double rowmax = 0.0;
-            for (int j = imax + 1; j <= k; ++j) rowmax = std::max(rowmax, std::fabs(a(imax, j)));
-            if (imax > 0) rowmax = std::max(rowmax, std::fabs(a(Largest(a, 0, imax, imax), imax)));
+            const auto grow = [&rowmax](double x) { rowmax = rowmax > std::fabs(x) ? rowmax : std::fabs(x); };
+            for (int j = imax + 1; j <= k; ++j) grow(a(imax, j));
+            if (imax > 0) grow(a(Largest(a, 0, imax, imax), imax));
             if (std::fabs(a(imax, imax)) >= alpha * rowmax) {
                 swap = true;
-            } else if (absakk < alpha * colmax * (colmax / rowmax)) {
+            } else if (!(absakk >= alpha * colmax * (colmax / rowmax))) {
                 step = 2;
                 swap = imax != k - 1;
             }
         }
         int* const pivot = &kpvt[static_cast<std::size_t>(k)];
-        if (std::max(absakk, colmax) == 0.0) {
+        if (absakk == 0.0 && colmax == 0.0) {
             *pivot = info = k + 1;
             --k;
             continue;

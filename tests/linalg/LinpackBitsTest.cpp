@@ -149,6 +149,54 @@ TEST(LinpackBits, IndefiniteFactorsDenseAndPacked)
                   });
 }
 
+// Large enough for several panels, with what a panel must keep apart: exchanges, blocks of order 2, multipliers of 0 that
+// leave signed zeros and infinities alone, columns of zeros. NaN are compared as such: their signs are the processor's.
+TEST(LinpackBits, IndefinitePanels)
+{
+    enum class Panels { Symmetric, NoDiagonal, Integers, SignedZeros, ZeroColumns, Dependent, Infinities, NaN };
+    for (const Panels kind : {Panels::Symmetric, Panels::NoDiagonal, Panels::Integers, Panels::SignedZeros,
+                              Panels::ZeroColumns, Panels::Dependent, Panels::Infinities, Panels::NaN})
+        for (const int n : {129, 166, 231, 300}) {
+            SCOPED_TRACE(testing::Message() << "kind " << static_cast<int>(kind) << ", order " << n);
+            TestRandom random(static_cast<std::uint64_t>(n));
+            Plain::Matrix start = Make(Kind::Symmetric, n, n);
+            for (int j = 0; j < n; ++j)
+                for (int i = 0; i <= j; ++i) {
+                    double& x = start(i, j);
+                    switch (kind) {
+                    case Panels::Symmetric: break;
+                    case Panels::NoDiagonal: x = i == j ? 0.0 : x; break;
+                    case Panels::Integers: x = random.Below(5) - 2; break;
+                    case Panels::SignedZeros: x = random.Below(3) == 0 ? x : std::copysign(0.0, x); break;
+                    case Panels::ZeroColumns: x = i % 7 == 3 || j % 7 == 3 ? std::copysign(0.0, x) : x; break;
+                    case Panels::Dependent: x = j >= n / 2 && i < n / 2 ? start(i, j - n / 2) : x; break;
+                    case Panels::Infinities: x = random.Below(3000) == 0 ? std::copysign(HUGE_VAL, x) : x; break;
+                    case Panels::NaN:
+                        x = random.Below(5) == 0 ? 0.0 : random.Below(3000) == 0 ? std::nan("") : x;
+                        break;
+                    }
+                }
+            Plain::Matrix factors = start;
+            std::vector<int> expectedPivots(Size(n));
+            const int info = Plain::Dsifa(factors, n, expectedPivots);
+            const auto one = [](std::vector<double> values) { // a NaN of one kind
+                for (double& x : values) x = std::isnan(x) ? std::nan("") : x;
+                return values;
+            };
+            ForEachKernelSet([&] {
+                Plain::Matrix a = start;
+                std::vector<double> ap = Pack(a, n);
+                std::vector<int> pivots(Size(n)), packedPivots(Size(n));
+                EXPECT_EQ(Linpack::Dsifa(a.values.data(), a.lda, n, pivots.data()), info);
+                EXPECT_EQ(Linpack::Dspfa(ap.data(), n, packedPivots.data()), info);
+                EXPECT_EQ(pivots, expectedPivots);
+                EXPECT_EQ(packedPivots, expectedPivots);
+                EXPECT_TRUE(SameBits(one(a.values), one(factors.values)));
+                EXPECT_TRUE(SameBits(one(ap), one(Pack(factors, n))));
+            });
+        }
+}
+
 // From 160 columns on pivoting goes over the matrix once a step. A last column that is to stay last changes nothing for the
 // others, so that 159 and 160 columns must agree: with columns that others span, whose norms cancel and are computed anew,
 // with columns of zeros, and with some that are told to be first and last.
