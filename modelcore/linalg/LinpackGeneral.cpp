@@ -202,8 +202,7 @@ private:
 double Linpack::Dgeco(double* a, int lda, int n, int* ipvt, double* z)
 {
     const DenseColumns columns{a, lda};
-    double norm = 0.0;
-    for (int j = 0; j < n; ++j) norm = Blas1::D_Max(norm, Blas1::DASum(n, columns(j), 1));
+    const double norm = LargestColumnSum(columns, n);
     Dgefa(a, lda, n, ipvt);
     return EstimateCondition(
         Multipliers<DenseColumns<double>>{columns, n, n, ipvt}, [n](int) { return n - 1; }, norm, z);

@@ -62,8 +62,9 @@ double FactorAndEstimate(const Columns& r, int n, double* work, int* info, Facto
 
     NullVector z(work, n);
     double sign = 1.0;
+    GatheredRows rows(r, n);
     for (int k = 0; k < n; ++k)
-        GrowComponent(z, sign, k, r(k)[k], k + 1, lastColumn(k) + 1, [&r, k](int j) { return r(j)[k]; });
+        rows.With(k, [&](auto row) { GrowComponent(z, sign, k, r(k)[k], k + 1, lastColumn(k) + 1, row); });
     z.Normalise();
     SolveUpperScaled(z, r, n); // R*y = w
     z.Normalise();

@@ -16,6 +16,9 @@ constexpr int kPartLines = kTileLines / 2;
 #endif
 constexpr int kPartVectors = kVectorWidth < kTileWidth ? 2 : 1;
 constexpr int kPartWidth = kPartVectors * kVectorWidth;
+// How many terms ahead the right operand is fetched, which comes from the second cache: where the tile is one part, else
+// the other parts find it. Products of order 1000 take 0.95 of the time (Cascade Lake, g++ 12).
+constexpr int kTermsAhead = kVectorWidth == kTileWidth ? 8 : 0;
 
 template <int kLeftStep, int kRightStep>
 void AddProductPart(double* const* lines, int offset, const double* __restrict left, const double* __restrict right,
@@ -30,6 +33,7 @@ void AddProductPart(double* const* lines, int offset, const double* __restrict l
         if constexpr (kRightStep == kTileWidth) MODELCORE_PREFETCH(lines[r] + offset + kTileWidth);
     }
     for (std::size_t k = 0; k < depth; ++k, left += kLeftStep, right += kRightStep) {
+        if constexpr (kTermsAhead > 0 && kRightStep == kTileWidth) MODELCORE_PREFETCH(right + kTermsAhead * kTileWidth);
         Vector factor[kPartVectors];
 #pragma GCC unroll 2
         for (int v = 0; v < kPartVectors; ++v) factor[v] = VectorAt(right + v * kVectorWidth);

@@ -4,9 +4,12 @@
 // an estimate of 1/|inverse(A)|. All vectors live in z and are rescaled whenever a component would grow beyond bounds.
 #pragma once
 
+#include "modelcore/kernels/AlignedDoubles.h"
 #include "modelcore/linalg/Blas1.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 
 namespace MCMath_930::internal {
 
@@ -86,6 +89,64 @@ void GrowComponent(NullVector& z, double& sign, int k, double pivot, int begin, 
         for (int j = begin; j < end; ++j) z[j] += change * row(j);
     }
     z[k] = plus;
+}
+
+/// The rows of an upper triangle, asked for from the first to the last: several are gathered at a time, since what stands
+/// under an element shares its cache line.
+template <class Columns>
+class GatheredRows {
+public:
+    GatheredRows(const Columns& u, int n)
+        : fu(u), fn(n), fMemory(n < kSmallestOrder ? nullptr : MakeAlignedDoubles(Start(kRows)))
+    {}
+
+    /// Calls use(row): row(j) is element (k, j), for j > k.
+    template <class Use>
+    void With(int k, Use use)
+    {
+        if (fMemory == nullptr) {
+            use([this, k](int j) { return fu(j)[k]; });
+            return;
+        }
+        if (k % kRows == 0) Gather(k);
+        use([row = fMemory.get() + Start(k % kRows)](int j) { return row[j]; });
+    }
+
+private:
+    static constexpr int kSmallestOrder = 64; // a smaller one stays in cache
+    static constexpr int kRows = 8;
+
+    std::size_t Start(int row) const { return static_cast<std::size_t>(row) * static_cast<std::size_t>(fn); }
+
+    void Gather(int first)
+    {
+        for (int j = first + 1; j < fn && fu.FirstRow(j) < first + kRows; ++j)
+            for (int i = std::max(first, fu.FirstRow(j)); i < std::min(first + kRows, j); ++i)
+                fMemory[Start(i - first) + static_cast<std::size_t>(j)] = fu(j)[i];
+    }
+
+    Columns fu;
+    int fn;
+    AlignedDoubles fMemory;
+};
+
+/// The largest 1-norm of the columns of a dense matrix: their sums grow side by side, each in its order.
+template <class Columns>
+double LargestColumnSum(const Columns& a, int n)
+{
+    constexpr int kTogether = 8;
+    double norm = 0.0;
+    int j = 0;
+    for (; j + kTogether <= n; j += kTogether) {
+        double sums[kTogether] = {};
+        const double* columns[kTogether];
+        for (int q = 0; q < kTogether; ++q) columns[q] = a(j + q);
+        for (int i = 0; i < n; ++i)
+            for (int q = 0; q < kTogether; ++q) sums[q] += std::fabs(columns[q][i]);
+        for (const double sum : sums) norm = Blas1::D_Max(norm, sum);
+    }
+    for (; j < n; ++j) norm = Blas1::D_Max(norm, Blas1::DASum(n, a(j), 1));
+    return norm;
 }
 
 /// U*z = y, by columns from the last. Columns is one of the views of LinpackColumns.h.

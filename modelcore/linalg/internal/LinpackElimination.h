@@ -79,8 +79,9 @@ double EstimateCondition(const Multipliers<Columns>& l, LastColumn lastColumn, d
     NullVector z(work, n);
 
     double sign = 1.0;
+    GatheredRows rows(u, n);
     for (int k = 0; k < n; ++k)
-        GrowComponent(z, sign, k, u(k)[k], k + 1, lastColumn(k) + 1, [&u, k](int j) { return u(j)[k]; });
+        rows.With(k, [&](auto row) { GrowComponent(z, sign, k, u(k)[k], k + 1, lastColumn(k) + 1, row); });
     z.Normalise();
     for (int k = n - 1; k >= 0; --k) { // trans(L)*y = w
         if (k < n - 1) z[k] += Blas1::DDot(l.Below(k), l.Of(k), 1, z.From(k + 1), 1);

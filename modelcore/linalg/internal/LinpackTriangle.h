@@ -19,14 +19,33 @@ void SolveUpper(const Columns& u, int n, double* b)
     }
 }
 
-/// b becomes the solution of trans(U)*x = b, by dot products from the first.
+/// b becomes the solution of trans(U)*x = b, by dot products from the first: those of several columns side by side as far
+/// as all reach, each sum in its order.
 template <class Columns>
 void SolveUpperTransposed(const Columns& u, int n, double* b)
 {
-    for (int k = 0; k < n; ++k) {
-        const double* const column = u(k);
-        const int first = u.FirstRow(k);
-        b[k] = (b[k] - Blas1::DDot(k - first, column + first, 1, b + first, 1)) / column[k];
+    constexpr int kTogether = 8;
+    for (int first = 0; first < n; first += kTogether) {
+        const int last = std::min(n, first + kTogether);
+        double sums[kTogether] = {};
+        int top = 0; // from which row on all columns have elements
+        for (int k = first; k < last; ++k) top = std::max(top, u.FirstRow(k));
+        const bool together = last - first == kTogether && top < first;
+        if (together) {
+            const double* columns[kTogether];
+            for (int q = 0; q < kTogether; ++q) {
+                columns[q] = u(first + q);
+                for (int i = u.FirstRow(first + q); i < top; ++i) sums[q] += columns[q][i] * b[i];
+            }
+            for (int i = top; i < first; ++i)
+                for (int q = 0; q < kTogether; ++q) sums[q] += columns[q][i] * b[i];
+        }
+        for (int k = first; k < last; ++k) {
+            const double* const column = u(k);
+            double sum = sums[k - first];
+            for (int i = together ? first : u.FirstRow(k); i < k; ++i) sum += column[i] * b[i];
+            b[k] = (b[k] - sum) / column[k];
+        }
     }
 }
 
