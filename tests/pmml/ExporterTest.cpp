@@ -149,6 +149,47 @@ TEST(MCPMMLExporter, RefusesWithTheNameOfWhatIsWrong)
             e.AddGeneralRegression(m);
         };
     };
+    // The model as one of clusters, of the field x.
+    const auto clusters = [](const std::function<void(MCPMMLClustering&)>& change) -> Change {
+        return [=](Small&, MCPMMLExporter& e) {
+            MCPMMLClustering m;
+            m.fields = {{"x", 0}};
+            m.clusters = {{"", {1.0}}, {"2", {2.0}}};
+            change(m);
+            e.AddClustering(m);
+        };
+    };
+    // One of these types, with categories of the target.
+    using General = MCPMMLGeneralRegression;
+    const auto typed = [&](General::Type type, const Row& categories, const std::function<void(General&)>& change) {
+        return general([=](auto& m) {
+            m.type = type;
+            m.categories = categories;
+            if (type == General::OrdinalMultinomial) m.coefficients[0].category = 0;
+            if (type == General::MultinomialLogistic)
+                for (MCPMMLCoefficient& c : m.coefficients) c.category = 0;
+            change(m);
+        });
+    };
+    const auto linked = [&](const std::function<void(General&)>& change) {
+        return typed(General::GeneralizedLinear, {}, change);
+    };
+    const auto verified = [](const std::vector<double>& predictions) -> Change {
+        return [=](Small&, MCPMMLExporter& e) { e.AddVerification({{{1.0, "a", Value(), 1.0}, predictions}}); };
+    };
+    const auto target = [](const std::function<void(MCPMMLTarget&)>& change) -> Change {
+        return [=](Small&, MCPMMLExporter& e) {
+            MCPMMLTarget t;
+            change(t);
+            e.SetTarget(t);
+        };
+    };
+    const auto both = [](const Change& first, const Change& second) -> Change {
+        return [=](Small& s, MCPMMLExporter& e) {
+            first(s, e);
+            second(s, e);
+        };
+    };
     const auto estimate = [&](double value) { return model([=](auto& m) { m.coefficients[1].estimate = value; }); };
     const auto term = [&](const MCPMMLTerm& t) { return model([=](auto& m) { m.terms[2] = t; }); };
     struct Case {
@@ -166,17 +207,10 @@ TEST(MCPMMLExporter, RefusesWithTheNameOfWhatIsWrong)
         {"field", term(MCPMMLTerm("t").TimesField("q")), Code::UnknownName, "\"q\""},
         {"level", term(MCPMMLTerm("t").TimesLevel("k", "none")), Code::UnknownName, "\"none\""},
         {"column", term(MCPMMLTerm("t").TimesColumn("x", 1)), Code::UnknownName, "column 1"},
-        {"cluster column",
-         [](Small&, MCPMMLExporter& e) {
-             MCPMMLClustering clusters;
-             clusters.fields = {{"x", 1}};
-             clusters.clusters = {{"1", {1.0}}, {"2", {2.0}}};
-             e.AddClustering(clusters);
-         },
-         Code::UnknownName, "a column of \"x\""},
+        {"cluster column", clusters([](auto& m) { m.fields[0].column = 1; }), Code::UnknownName, "a column of \"x\""},
         {"precision",
          [](Small&, MCPMMLExporter& e) {
-             e.AddVerification({{{1.0, "a", Value()}, {0.5}}}, 1.0);
+             e.AddVerification({{{1.0, "a", Value(), 1.0}, {0.5}}}, 1.0);
          },
          Code::Inconsistent, "precision"},
         {"no encoder", term(MCPMMLTerm("t").TimesColumn("k")), Code::UnknownName, "encoder of \"k\""},
@@ -215,29 +249,114 @@ TEST(MCPMMLExporter, RefusesWithTheNameOfWhatIsWrong)
          Code::Inconsistent, "link"},
         {"no categories", general([](auto& m) { m.type = MCPMMLGeneralRegression::MultinomialLogistic; }),
          Code::Inconsistent, "no category"},
+        {"verified twice", verified({0.5, 0.5}), Code::Inconsistent, "case"},
         {"verification",
          [](Small&, MCPMMLExporter& e) {
              e.AddVerification({{{1.0}, {0.5}}});
          },
          Code::Inconsistent, "case"},
-        {"verified infinity",
-         [](Small&, MCPMMLExporter& e) {
-             e.AddVerification({{{1.0, "a", Value()}, {kInfinity}}});
-         },
-         Code::NotFinite, "prediction"},
+        {"verified infinity", verified({kInfinity}), Code::NotFinite, "prediction"},
         {"quality of clusters",
-         [](Small&, MCPMMLExporter& e) {
-             MCPMMLClustering clusters;
-             clusters.fields = {{"y"}};
-             clusters.clusters = {{"1", {1.0}}, {"2", {2.0}}};
-             e.AddClustering(clusters);
-             e.AddQuality({});
+         both(clusters([](auto&) {}), [](Small&, MCPMMLExporter& e) { e.AddQuality({}); }), Code::NotExpressible,
+         "clusters"},
+        // The target
+        {"encoded target", model([](auto& m) { m.target = "x"; }), Code::NotExpressible, "has an encoder"},
+        {"one category", model([](auto& m) { m.categories = {"p"}; }), Code::Inconsistent, "one category"},
+        {"no category", model([](auto& m) { m.categories = {"p", Value()}; }), Code::Inconsistent, "no bool"},
+        {"NaN category", model([](auto& m) { m.categories = {1, std::nan("")}; }), Code::Inconsistent, "no bool"},
+        {"prior probabilities", target([](auto& t) { t.priorProbabilities = {0.5, 0.5}; }), Code::Inconsistent, "settings"},
+        {"target of clusters", both(clusters([](auto&) {}), target([](auto&) {})), Code::Inconsistent, "settings"},
+        {"infinite factor", target([](auto& t) { t.rescaleFactor = kInfinity; }), Code::NotFinite, "rescaleFactor"},
+        // Terms and coefficients
+        {"large exponent", term(MCPMMLTerm("t").TimesField("w", 1001)), Code::NotExpressible, "exponent 1001"},
+        {"small exponent", term(MCPMMLTerm("t").TimesField("w", -1001)), Code::NotExpressible, "exponent -1001"},
+        {"column -1", term(MCPMMLTerm("t").TimesColumn("x", -1)), Code::UnknownName, "column -1"},
+        {"level of a number", term(MCPMMLTerm("t").TimesLevel("w", 1)), Code::UnknownName, "field \"w\""},
+        {"no level", term(MCPMMLTerm("t").TimesLevel("k", Value())), Code::UnknownName, "field \"k\""},
+        {"root of a product", term(MCPMMLTerm("t").TimesField("w", -1).TimesLevel("k", "a")), Code::NotExpressible,
+         "negative exponent"},
+        {"second intercept", term(MCPMMLTerm("t")), Code::NotExpressible, "second intercept"},
+        {"term -1", model([](auto& m) { m.coefficients[2].term = -1; }), Code::UnknownName, "term -1"},
+        {"equation of a number", model([](auto& m) { m.coefficients[1].category = 0; }), Code::UnknownName, "category"},
+        {"SimpleMax", model([](auto& m) { m.normalization = MCPMMLRegression::SimpleMax; }), Code::NotExpressible,
+         "SimpleMax"},
+        {"logit of three", model([](auto& m) {
+             m.normalization = MCPMMLRegression::Logit;
+             m.categories = {"p", "q", "r"};
+         }),
+         Code::NotExpressible, "Softmax"},
+        {"second equation", model([](auto& m) {
+             m.normalization = MCPMMLRegression::Logit;
+             m.categories = {"p", "q"};
+             m.coefficients[1].category = 1;
+         }),
+         Code::NotExpressible, "Softmax"},
+        // General models
+        {"trials", general([](auto& m) { m.trials = 2; }), Code::NotExpressible, "trials"},
+        {"category of a number", typed(General::GeneralLinear, {"p", "q"}, [](auto&) {}), Code::Inconsistent, "a number"},
+        {"three categories", typed(General::GeneralizedLinear, {"p", "q", "r"}, [](auto&) {}), Code::NotExpressible,
+         "one of two"},
+        {"unknown offset", linked([](auto& m) { m.offsetField = "q"; }), Code::UnknownName, "\"q\""},
+        {"offset of categories", linked([](auto& m) { m.offsetField = "k"; }), Code::Inconsistent, "\"k\""},
+        {"encoded trials", linked([](auto& m) { m.trialsField = "x"; }), Code::Inconsistent, "\"x\""},
+        {"target as offset", linked([](auto& m) { m.offsetField = "y"; }), Code::Inconsistent, "\"y\""},
+        {"two offsets", linked([](auto& m) { m.offsetField = "w", m.offset = 0.5; }), Code::Inconsistent, "two offsets"},
+        {"trials twice", linked([](auto& m) { m.trialsField = "w", m.trials = 2; }), Code::Inconsistent, "trials twice"},
+        {"NegBin", linked([](auto& m) { m.link = General::NegBin; }), Code::Inconsistent, "NegBin"},
+        {"Cauchit", linked([](auto& m) { m.link = General::Cauchit; }), Code::NotExpressible, "Cauchit"},
+        {"cumulative log", typed(General::OrdinalMultinomial, {1, 2}, [](auto& m) { m.link = General::Log; }),
+         Code::NotExpressible, "none of Ordinal"},
+        {"cumulative NegBin", typed(General::OrdinalMultinomial, {1, 2}, [](auto& m) { m.link = General::NegBin; }),
+         Code::NotExpressible, "none of Ordinal"},
+        {"shared intercept", typed(General::OrdinalMultinomial, {1, 2}, [](auto& m) { m.coefficients[0].category = -1; }),
+         Code::Inconsistent, "intercepts"},
+        {"intercepts alone", typed(General::OrdinalMultinomial, {1, 2}, [](auto& m) { m.coefficients.resize(1); }),
+         Code::NotExpressible, "besides the intercepts"},
+        {"reference", typed(General::OrdinalMultinomial, {1, 2}, [](auto& m) { m.reference = 0; }), Code::Inconsistent,
+         "reference"},
+        {"no reference", typed(General::MultinomialLogistic, {1, 2}, [](auto& m) { m.reference = 2; }),
+         Code::Inconsistent, "reference"},
+        {"equation of the reference", typed(General::MultinomialLogistic, {1, 2}, [](auto& m) { m.reference = 0; }),
+         Code::Inconsistent, "reference category"},
+        // Clusters
+        {"no clusters", clusters([](auto& m) { m.clusters.clear(); }), Code::Inconsistent, "fields and clusters"},
+        {"cluster field", clusters([](auto& m) { m.fields[0].field = "q"; }), Code::UnknownName, "\"q\""},
+        {"clusters of categories", clusters([](auto& m) { m.fields = {{"k"}}; }), Code::Inconsistent, "\"k\" as numbers"},
+        {"cluster field twice", clusters([](auto& m) { m.fields.push_back(m.fields[0]); }), Code::DuplicateName, "twice"},
+        {"center", clusters([](auto& m) { m.clusters[0].center = {1, 2}; }), Code::Inconsistent, "number of fields"},
+        {"center NaN", clusters([](auto& m) { m.clusters[0].center = {std::nan("")}; }), Code::NotFinite, "finite"},
+        {"weight", clusters([](auto& m) { m.fields[0].weight = -1; }), Code::Inconsistent, "weight of the field \"x\""},
+        {"cluster twice", clusters([](auto& m) { m.clusters[1].name = "1"; }), Code::DuplicateName, "named \"1\""},
+        {"half a case", clusters([](auto& m) { m.clusters[1].size = 1.5; }), Code::Inconsistent, "cluster \"2\""},
+        {"NaN cases", clusters([](auto& m) { m.clusters[1].size = std::nan(""); }), Code::Inconsistent, "no count"},
+        {"too many cases", clusters([](auto& m) { m.clusters[1].size = 2147483647.0; }), Code::Inconsistent, "no count"},
+        {"third of two clusters", both(clusters([](auto&) {}), verified({2.0, 0.5})), Code::Inconsistent, "case"},
+        {"cluster and a half", both(clusters([](auto&) {}), verified({0.5, 0.5})), Code::Inconsistent, "case"},
+        // Fields and encoders
+        {"categories alike",
+         [](Small& s, MCPMMLExporter& e) {
+             MCCategoricalVariable codes("codes");
+             codes.AddCategory(1);
+             codes.AddCategory("1");
+             s.variables.Add(codes);
+             e = s.Exporter();
          },
-         Code::NotExpressible, "clusters"},
+         Code::DuplicateName, "\"codes\" are written as \"1\""},
+        {"nothing learned",
+         [](Small&, MCPMMLExporter& e) {
+             MCContinuousEncoder encoder("x");
+             encoder.SetScaling(MCContinuousEncoder::ScaleZScore);
+             encoder.Finish();
+             e.SetEncoder("x", encoder);
+         },
+         Code::NotExpressible, "learned nothing"},
+        {"carriage return", [](Small&, MCPMMLExporter& e) { e.SetHeader("", "", "", "a\r"); }, Code::NotExpressible,
+         "carriage return"},
     };
     for (const Case& c : kCases) {
         SCOPED_TRACE(c.name);
         Small s;
+        s.variables.Add(MCContinuousVariable("w"));
         MCPMMLExporter exporter = s.Exporter();
         c.change(s, exporter);
         MCCommon_930::MCStatus status;
@@ -256,15 +375,21 @@ TEST(MCPMMLExporter, WritesProductsAndTheLeastScoresOfALift)
     s.model.terms[2] = MCPMMLTerm("x*[k=a]").TimesColumn("x", 0, 2).TimesLevel("k", "a");
     MCPMMLExporter exporter = s.Exporter();
     MCPMMLQuality quality;
-    quality.lifts.resize(1);
+    quality.lifts.resize(2);
     quality.lifts[0].segments = {{2, 1.5, 0.75, 0.8}, {5, 2.0, 0.25, 0.5}};
+    quality.lifts[1] = {"yes", {{3, 2.0, MCMV::Missing(), MCMV::Missing()}}}; // a score that nobody knows
     exporter.AddQuality(quality);
     const std::string text = TextOf(exporter);
     EXPECT_THAT(text,
                 testing::ContainsRegex("<PredictorTerm coefficient=\"1e-300\">\n<FieldRef field=\"x .encoded.\"/>\n"
                                        "<FieldRef field=\"x .encoded.\"/>\n<FieldRef field=\"[^\"]*\"/>\n</Pred"));
     EXPECT_THAT(text, testing::HasSubstr("<XCoordinates>\n<Array n=\"2\" type=\"real\">2 5</Array>"));
+    EXPECT_THAT(text, testing::HasSubstr("<YCoordinates>\n<Array n=\"2\" type=\"real\">1.5 3.5</Array>"));
     EXPECT_THAT(text, testing::HasSubstr("<BoundaryValues>\n<Array n=\"2\" type=\"real\">0.75 0.25</Array>"));
+    EXPECT_THAT(text, testing::HasSubstr("<LiftData targetFieldValue=\"yes\">\n<ModelLiftGraph>\n<LiftGraph>\n"
+                                         "<XCoordinates>\n<Array n=\"1\" type=\"real\">3</Array>\n</XCoordinates>\n"
+                                         "<YCoordinates>\n<Array n=\"1\" type=\"real\">2</Array>\n</YCoordinates>\n"
+                                         "</LiftGraph>"));
 }
 
 // All of a quality: what is known of the numbers, the table of labels row by row, the curve from its first point on.

@@ -243,9 +243,10 @@ void PMMLBuilder::PlanModel()
             PMMLField* const field = Need(name, "offset or trials of the model");
             if (field == nullptr) continue;
             field->used = true;
-            if (field->categorical || field->encoder != nullptr)
+            if (field->categorical || field->encoder != nullptr || field == fTarget)
                 fWriter.Refuse(MCPMMLExporter::Inconsistent,
-                               "offset or trials " + InQuotes(name) + " is no continuous field without encoder");
+                               "offset or trials " + InQuotes(name) +
+                                   " is the target, or no continuous field without encoder");
         }
 }
 
@@ -422,7 +423,8 @@ void PMMLBuilder::WriteVerification(XMLElement& element)
     for (const MCPMMLVerification& one : cases) {
         bool fits = one.values.size() == fFields.All().size() && one.predictions.size() == outputs;
         fits = fits && (clusters == nullptr || (one.predictions[0] >= 0.0 &&
-                                                one.predictions[0] < static_cast<double>(clusters->clusters.size())));
+                                                one.predictions[0] < static_cast<double>(clusters->clusters.size()) &&
+                                                one.predictions[0] == std::floor(one.predictions[0])));
         if (!fits) {
             fWriter.Refuse(MCPMMLExporter::Inconsistent, "a case of the verification does not fit variables and model");
             return;
