@@ -131,3 +131,12 @@ TEST(GainsChart, SortsDescendingAndKeepsTheOrderOfTies)
         }
     }
 }
+
+TEST(GainsChart, ShowsHowManySegmentsWereAskedFor)
+{
+    ClassGainsChart chart;
+    chart.SetCountOfSegment(7);
+    const std::string inner = "GainsChart display start\nRequested number of segments: 7\nGainsChart display end\n";
+    EXPECT_EQ(Shown(chart), "ClassGainsChart display start\n" + inner + "ClassGainsChart display end\n");
+    EXPECT_EQ(Shown(RegChart(7)), "RegGainsChart display start\n" + inner + "RegGainsChart display end\n");
+}

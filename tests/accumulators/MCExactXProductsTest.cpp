@@ -270,6 +270,14 @@ TEST(MCExactXProducts, ResultsAreRoundedCorrectly)
         ASSERT_TRUE(shares.GetXProds(high, low));
         EXPECT_EQ(high.GetElem(0, 0), static_cast<double>(static_cast<long long>(n) * (w - n)) / w);
     }
+    // n*h / (h + l) with h >> l: every digit of the quotient is guessed one too large. It is n - n*l/h and less.
+    for (const double n : {3.0, 7.0, 4294967295.0})
+        for (const double h : {0x1p96, 0x1p97, 0x1p127})
+            for (const double l : {1.0, 5.0, 2097151.0}) {
+                MCExactXProducts near(1, true, true, false);
+                ASSERT_TRUE(near.AddCase({n}, h) && near.AddCase({0.0}, l) && near.GetMeans(means, rests));
+                EXPECT_TRUE(means[0] == n && rests[0] == -n * l / h) << n << " " << h << " " << l << " " << rests[0];
+            }
     // What a two-pass sum loses: deviations of 1 beside a mean of 1e15, exact zeros for a constant column.
     MCExactXProducts far(2, true, true, false);
     for (int i = 0; i < 1000; ++i) ASSERT_TRUE(far.AddCase({1e15 + i % 2, 0.1}, 1.0));
@@ -350,6 +358,12 @@ TEST(MCExactXProducts, ColumnsAndLateVariables)
         ASSERT_TRUE(byColumns.UpdateColumns(columns.data(), static_cast<std::size_t>(rows + 3),
                                             static_cast<std::size_t>(rows), nullptr));
         EXPECT_TRUE(byRows.Equal(byColumns));
+        byColumns.Clear();
+        EXPECT_EQ(Saved(byColumns), Saved(MCExactXProducts(3, true, false, false)));
+        for (const MCExactXProducts& other :
+             {byColumns, late, MCExactXProducts(3, false, false, false), MCExactXProducts(3, true, true, false),
+              MCExactXProducts(3, true, false, true), MCExactXProducts()})
+            EXPECT_FALSE(byRows.Equal(other));
         MCExactXProducts first(3, true, false, false), one = first;
         ASSERT_TRUE(first.Update(X, 1) && one.AddCase({X.GetElem(0, 0), X.GetElem(0, 1), X.GetElem(0, 2)}, 1.0));
         EXPECT_TRUE(first.Equal(one));
@@ -436,6 +450,13 @@ TEST(MCExactXProducts, PairsOfColumnsInAnyOrder)
         }
     ASSERT_TRUE(behind.GetExtended({{1, -1}, {0, 2}}, there, others)); // the pair last
     EXPECT_TRUE(others.GetElem(1, 0).low == products.GetElem(1, 0).low && there[1].low == here[0].low);
+
+    // Without an intercept the products themselves: of 1 + 2^-60 and 3, twice.
+    MCExactXProducts raw(3, false, true, false);
+    ASSERT_TRUE(raw.AddCase({0x1p-60, 1.0, 3.0}, 2.0) && raw.GetExtended({{1, 0}, {2, -1}}, here, products));
+    EXPECT_TRUE(here[0].high == 1.0 && here[0].low == 0x1p-60 && here[1].high == 3.0 && here[1].low == 0.0);
+    const MCExtended square = products.GetElem(0, 0), product = products.GetElem(1, 0);
+    EXPECT_TRUE(square.high == 2.0 && square.low == 0x1p-58 && product.high == 6.0 && product.low == 0x1.8p-58);
 }
 
 TEST(MCExactXProducts, PairsOfColumnsSolveFilip)

@@ -26,6 +26,8 @@ TEST(MCHashKey, KeysAreEqualWhenTheirValuesAre)
     for (const Value& value : alone) different.push_back({value});
     const std::vector<Value> whole{-7, 1.5, true, false, std::string("abc\0", 4), ""};
     EXPECT_EQ(MCHashKey(whole).GetValues(), whole);
+    const std::vector<Value> second = MCHashKey({Value(), 2}).GetValues();
+    EXPECT_TRUE(second.size() == 2 && second[0].IsNull() && second[1] == Value(2));
     std::set<std::uint64_t> hashes;
     for (std::size_t i = 0; i < different.size(); ++i) {
         hashes.insert(MCHashKey(different[i]).Hash());

@@ -264,7 +264,11 @@ TEST(Objects, AVectorIsLookedThroughBeforeTheFirstMerge)
                 if (all)
                     for (const auto* const entry : pointers)
                         if (entry != nullptr) expected.Merge(*entry);
+                const std::vector<const decltype(make(0))*> constant(pointers.begin(), pointers.end());
+                auto again = target;
                 EXPECT_EQ(target.Merge(pointers), all) << own << ::testing::PrintToString(sizes);
+                EXPECT_EQ(again.Merge(constant), all) << own << ::testing::PrintToString(sizes);
+                EXPECT_EQ(Saved(again), Saved(target));
                 EXPECT_EQ(Saved(target), Saved(expected)) << own << ::testing::PrintToString(sizes);
             }
     };

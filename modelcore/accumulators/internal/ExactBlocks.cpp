@@ -102,12 +102,7 @@ bool ExactBlocks::Load(const ExactRows& rows, std::size_t nVars)
             std::fill(columns + j * kStep + fnRows, columns + j * kStep + fnPadded, 0.0);
         }
     }
-    if (!inPlace && rows.columnStep == 1)
-        SpreadRows(columns, kStep, rows.values, rows.rowStep, nVars, fnRows);
-    else if (!inPlace)
-        for (std::size_t j = 0; j < nVars; ++j)
-            for (std::size_t r = 0; r < fnRows; ++r)
-                columns[j * kStep + r] = rows.values[r * rows.rowStep + j * rows.columnStep];
+    if (!inPlace) SpreadRows(columns, kStep, rows.values, rows.rowStep, nVars, fnRows);
 
     for (std::size_t j = 0; j < nVars + (fbWeighted ? 1 : 0); ++j) {
         MagnitudeRange(Column(j), fnPadded, &fvLargest[j], &fvSmallest[j]);

@@ -10,7 +10,8 @@
 
 namespace MCMath_930::internal {
 
-/// Up to kSliceRows rows of nVars values, element (r, j) at values[r*rowStep + j*columnStep].
+/// Up to kSliceRows rows of nVars values, element (r, j) at values[r*rowStep + j*columnStep]. ExactBlocks takes whole rows,
+/// of a columnStep of 1, or as many rows as a block has, of a rowStep of 1.
 struct ExactRows {
     const double* values = nullptr;
     std::size_t rowStep = 0;

@@ -347,12 +347,6 @@ MCExactSums MCExactSums::Rearranged(const std::vector<std::size_t>& sources) con
     return result;
 }
 
-void MCExactSums::Clear()
-{
-    std::fill(fvWords.begin(), fvWords.end(), 0);
-    fnBound = fnLow * kWideBits;
-}
-
 // The least one.
 int MCExactSums::Bound() const
 {

@@ -85,9 +85,6 @@ public:
     /// The source of a 0.
     static constexpr auto kNowhere = static_cast<std::size_t>(-1);
 
-    /// All become 0.
-    void Clear();
-
     /// Makes room for adding to each number in all less than 2^highest in magnitude, in multiples of 2^lowest.
     void Reserve(int lowest, int highest);
 
