@@ -137,10 +137,6 @@ double MCDistFun::PdfT(double t, double df, long& err)
         exponent = exponent - (df + 1.0) * (internal::AccurateLog({w}) - 0.5 * internal::AccurateLog({df}));
     } else if (w > 1e-140) {
         const DoubleDouble half = 0.5 * internal::ExactSum(df, 1.0);
-        if (w / df * w > 1e290) {
-            exponent = exponent - half * (2.0 * internal::AccurateLog({w}) - internal::AccurateLog({df}));
-            return exponent.head < -708.0 ? 0.0 : std::exp(exponent.head) * (1.0 + exponent.tail);
-        }
         const DoubleDouble ratio = internal::ExactProduct(w, w) / DoubleDouble{df};
         const DoubleDouble log = ratio.head <= internal::kSmallDeviation
                                      ? ratio - internal::SmallDeviance(ratio)

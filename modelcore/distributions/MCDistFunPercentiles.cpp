@@ -121,11 +121,14 @@ double MCDistFun::Mednci(long n, const std::vector<double>& values, const std::v
     // The case with the given rank, 1 to cases, when each value stands for as many cases as its weight.
     const auto ranked = [&](double rank) {
         double cumulative = 0.0;
-        for (std::size_t i = 0; i < count; ++i) {
-            cumulative += std::max(weights[i], 0.0);
-            if (cumulative + slack >= rank) return values[i];
+        double value = MCMV::Missing();
+        for (std::size_t i = 0; i < count && cumulative + slack < rank; ++i) {
+            if (!(weights[i] > 0.0))
+                continue; // stands for no case: not the last one either, when the sum was rounded up
+            cumulative += weights[i];
+            value = values[i];
         }
-        return values[count - 1];
+        return value;
     };
     const double half = std::floor(0.5 * cases);
     const bool even = 2.0 * half == cases;

@@ -93,8 +93,8 @@ TEST_P(DistributionArrays, HaveTheBitsOfTheFunctionOfANumber)
 {
     const Subject& subject = GetParam();
     TestRandom random{23};
-    std::vector<std::array<double, 2>> parameters{{0.0, 1.0},  {1.0, 1.0}, {2.0, 2.0},  {1.0, 30.0}, {5.0, 3.0},
-                                                  {kNaN, 1.0}, {1.0, 0.0}, {2.0, kInf}, {kInf, 2.0}, {-1.0, kNaN}};
+    std::vector<std::array<double, 2>> parameters{{0.0, 1.0},  {1.0, 1.0}, {1.0, 0.0},  {1.0, 30.0}, {5.0, 3.0},
+                                                  {kNaN, 1.0}, {2.0, 2.0}, {2.0, kInf}, {kInf, 2.0}, {-1.0, kNaN}};
     for (int i = 0; i < 32; ++i) {
         const double most = i % 2 == 0 ? 12.0 : 2.5;
         const auto size = [&] { return std::pow(10.0, random.Uniform(-3.0, most)); };

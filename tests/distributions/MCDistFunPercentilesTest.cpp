@@ -85,6 +85,11 @@ TEST(MCDistFunMednci, OrderStatisticsAroundTheMedian)
     MCDistFun::Mednci(4, {1, 2, 3, 9}, {1, 1, 1, 1}, 95, 0, true, median, lower, upper);
     EXPECT_EQ(median, 2.5);
     EXPECT_TRUE(MCMV::IsMissing(lower) && MCMV::IsMissing(upper)); // two cases cannot bound it so surely
+    // 9.5 is rounded to ten cases; the tenth is the last that weighs anything.
+    EXPECT_NEAR(MCDistFun::Mednci(7, {-3, 1, 2, 3, 4, 5, 9}, {0, 1.9, 1.9, 1.9, 1.9, 1.9, 0}, 99, 0, true, median,
+                                  lower, upper),
+                100 * (1 - 2.0 / 1024), 1e-10);
+    EXPECT_TRUE(median == 3.5 && lower == 1 && upper == 5) << median << " " << lower << " " << upper;
     for (const double level : {0.0, 100.0, kNan})
         EXPECT_TRUE(MCMV::IsMissing(MCDistFun::Mednci(7, values, weights, level, 0, true, median, lower, upper)));
     EXPECT_TRUE(MCMV::IsMissing(MCDistFun::Mednci(8, values, weights, 95, 0, true, median, lower, upper)));

@@ -86,6 +86,9 @@ TEST(MCDistFun, FaultCodes)
 TEST(MCDistFun, ArgumentsThatOnlySomeFunctionsHave)
 {
     for (const double t : {1e-300, 0.9, 40.0}) EXPECT_EQ(MCDistFun::SigT(t, 1), 0.5 - std::atan(t) / std::acos(-1.0));
+    for (const auto& [p, t] :
+         {std::pair(0.9, 0.8 / std::sqrt(0.18)), {1e-300, -std::sqrt(0.5e300)}, {0.6, 0.2 / std::sqrt(0.48)}})
+        EXPECT_NEAR(MCDistFun::IdfT(p, 2, 0, 0) / t, 1.0, 4e-16) << p;
     EXPECT_EQ(MCDistFun::CdfT(-3.0, 1e40), MCDistFun::CdfStdNorm(-3.0));
     EXPECT_EQ(MCDistFun::CdfT(-3.0, kInf), MCDistFun::CdfStdNorm(-3.0));
     const double exact = MCDistFun::IdfT(0.9, 7.5, 0, 0), rough = MCDistFun::IdfT(0.9, 7.5, 1e-3, 1e-20);

@@ -59,6 +59,7 @@ TEST(MCMathFun, TwoLargest)
                                       {{4}, {4, m, 4, m}},
                                       {{1, 5, 3}, {5, 3, 5, 3}},
                                       {{5, 5, 1}, {5, 5, 5, 5}},
+                                      {{1, 3, 5, 4}, {5, 4, 5, 4}},
                                       {{m, -7, m}, {-7, m, -7, m}},
                                       {{m, -7, -9}, {-7, -9, -7, -9}}}) {
         Vector found(4);
@@ -96,6 +97,8 @@ TEST(MCMathFun, VectorKernelsKeepToTheirElements)
     EXPECT_EQ(M::DSum(2, x, 3), 1);
     EXPECT_EQ(M::DNrm2(2, x, 2, 1), 5);
     EXPECT_DOUBLE_EQ(M::DNrm2(2, {3e200, 4e200}, 0, 1), 5e200);
+    EXPECT_DOUBLE_EQ(M::DNrm2(4, {0, 12e-200, -4e-200, 3e-200}, 0, 1), 13e-200);
+    EXPECT_EQ(M::DNrm2(3, {1, -kInf, kNan}, 0, 1), kInf);
     EXPECT_EQ(M::DDot(2, x, 0, 1, x, 1, 2), 1 * -2 + -2 * -4);
     EXPECT_EQ(M::IIDot(2, x, 4, -1, x, 0, 0), 5 - 4);
     Vector y = x;
