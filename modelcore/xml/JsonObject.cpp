@@ -152,22 +152,17 @@ void JsonObject::Block::EnterAll()
     for (std::size_t i = 0; i < count; ++i) Enter(i);
 }
 
-// Whatever was put behind the slot because it was taken moves up, so that no search ends before it.
+// Members are entered in their order and leave from the end. So the last one was entered last, and no other stands behind
+// its slot because it was taken: nothing has to move up.
 void JsonObject::Block::LeaveLast()
 {
     if (index == nullptr) return;
     std::uint32_t* const slots = index->Slots();
     const std::size_t mask = index->mask;
-    const auto home = [this, mask](std::uint32_t i) { return Hash(Pairs()[i].fName.TextOfString()) & mask; };
     const auto last = static_cast<std::uint32_t>(count - 1);
-    std::size_t hole = home(last);
-    while (slots[hole] != last) hole = (hole + 1) & mask;
-    for (std::size_t slot = (hole + 1) & mask; slots[slot] != kFree; slot = (slot + 1) & mask)
-        if (((slot - home(slots[slot])) & mask) >= ((slot - hole) & mask)) {
-            slots[hole] = slots[slot];
-            hole = slot;
-        }
-    slots[hole] = kFree;
+    std::size_t slot = Hash(Pairs()[last].fName.TextOfString()) & mask;
+    while (slots[slot] != last) slot = (slot + 1) & mask;
+    slots[slot] = kFree;
 }
 
 // Content on the heap

@@ -34,6 +34,8 @@ TEST(MCDisplay, ScalarsAreOneLabelledLineEachAndTablesAreAligned)
     Display("Text", "a pointer is not a bool");
     Display("Large", 18446744073709551615ull);
     Display("Long", -5L);
+    Display("Longest", std::numeric_limits<long long>::min());
+    Display("Rubbed\x7F out", static_cast<const char*>(nullptr));
     Display("Third", 1.0 / 3.0);
     Display("Missing", kMissing);
     Display("Not a number", kNan);
@@ -48,11 +50,16 @@ TEST(MCDisplay, ScalarsAreOneLabelledLineEachAndTablesAreAligned)
     DisplayRectMatrix(rect, 2, 3);
     DisplaySparseMatrix(values, columns, 2, 2);
     DisplayRectMatrix(rect, 0, 3);
+    DisplayRectMatrix(rect, 2, 0);
+    DisplaySparseMatrix(values, columns, 0, 2);
+    DisplaySparseMatrix(values, columns, 2, 0);
     EXPECT_EQ(capture.Text(), R"(Label with colon: 12
 Flag: false
 Text: a pointer is not a bool
 Large: 18446744073709551615
 Long: -5
+Longest: -9223372036854775808
+Rubbed\x7f out: 
 Third: 0.3333333333333333
 Missing: missing
 Not a number: nan
@@ -68,6 +75,9 @@ v:
 [1]    4    5   60
 [0]  (0) 1.5  (4) 2
 [1]  (12) 7
+(empty)
+(empty)
+(empty)
 (empty)
 )");
 }

@@ -23,6 +23,9 @@ TEST(MCDynamicLoadedLibrary, FailuresLeaveAMessageAndTheLoadedLibrary)
     MCDynamicLoadedLibrary moved(std::move(library));
     EXPECT_FALSE(library.IsLoaded()); // NOLINT(bugprone-use-after-move): an empty loader is what is promised
     EXPECT_EQ(moved.GetFunction<double(double)>("LoadedCube"), cube);
-    EXPECT_TRUE(moved.Unload());
-    EXPECT_FALSE(moved.IsLoaded());
+    library = std::move(moved);
+    EXPECT_FALSE(moved.IsLoaded()); // NOLINT(bugprone-use-after-move): likewise
+    EXPECT_EQ(library.GetFunction<double(double)>("LoadedCube"), cube);
+    EXPECT_TRUE(library.Unload());
+    EXPECT_FALSE(library.IsLoaded());
 }

@@ -109,3 +109,14 @@ TEST(MCWarnings, MergeKeepsListsApartAndLosesNoParameter)
     EXPECT_EQ(into.GetParameters(right).size(), 2u);
     EXPECT_EQ(from.GetParameters(right).at(0).ToString(), "r"); // taken by value
 }
+
+TEST(MCWarnings, ParametersAreShownByTheirTypes)
+{
+    MCCommon_930::MCWarnings warnings;
+    const MCCommon_930::MCStatus status(7, false);
+    warnings.AddParameter(status, 12);
+    warnings.AddParameter(status, 0.5);
+    warnings.AddParameter(status, std::string("text"));
+    EXPECT_NE(Shown(warnings).find("Parameters of code: 7\nInteger: 12\nReal: 0.5\nString: text\n"), std::string::npos)
+        << Shown(warnings);
+}

@@ -57,6 +57,15 @@ TEST(RawRecord, CellsStoreTheirTypeAndResizeReplacesThem)
     EXPECT_TRUE(cell.GetStorgeType() == 5 && cell.GetTime() == 3.0);
     cell.SetTimestamp(4.0, false);
     EXPECT_TRUE(cell.GetStorgeType() == 6 && cell.GetTimestamp() == 4.0);
+    const auto shown = [&cell](const std::string& type, const std::string& value) {
+        EXPECT_EQ(Shown(cell), "RawData display start\nStorage type: " + type +
+                                   "\nNull indicator: false\nValue: " + value + "\nRawData display end\n");
+    };
+    shown("6", "4");
+    cell.SetInteger(-7, false);
+    shown("1", "-7");
+    cell.SetString(static_cast<const char*>(nullptr), false);
+    shown("3", "");
 
     EXPECT_EQ(RawRecord(-2).Size(), 0);
     RawRecord record(2);

@@ -15,6 +15,7 @@ using MCCommon_930::MCWarnings;
 using MCCommon_930::Value;
 
 constexpr long long kLargest = std::numeric_limits<long long>::max();
+constexpr int kAnyCount = std::numeric_limits<int>::max();
 
 /// Settings of every type, with a rule over two of them.
 MCSettings Example()
@@ -27,7 +28,7 @@ MCSettings Example()
     s.AddInteger("maxSteps", 0, 0, 1000, "most steps; 0 for twice the number of terms", "Steps");
     s.AddString("title", "", "title of the output");
     s.AddRealList("cuts", {0.5}, MCRealRange::Open(0.0, 1.0), 1, 3, "cut points");
-    s.AddStringList("terms", {}, {}, 0, std::numeric_limits<int>::max(), "terms that are always in");
+    s.AddStringList("terms", {}, {}, 0, kAnyCount, "terms that are always in");
     EXPECT_TRUE(s.AddRule("pEnter must be less than pRemove", [](const MCSettings& now) {
         return now.Get("pEnter").GetReal() < now.Get("pRemove").GetReal();
     }));
@@ -106,10 +107,55 @@ TEST(MCSettings, RefusalsNameTheLegalValuesAndChangeNothing)
         EXPECT_EQ(settings, before) << c.message;
     }
     MCSetting copy = *settings.Find("cuts");
+    EXPECT_TRUE(copy.Check(List({0.1, 0.2})).IsOK() && copy.Check(List({7})).IsError() && copy.IsDefault());
     const MCStatus status = copy.Set(List({0.1, 0.2, 7}));
     EXPECT_EQ(status.GetDiscreteDatum(1), 2);
     EXPECT_EQ(status.GetScaleDatum(0), 7.0);
     EXPECT_TRUE(copy.IsDefault());
+}
+
+// What is legal as text, and that two settings are equal only when everything about them is.
+TEST(MCSettings, LegalTextsAndWhatTellsSettingsApart)
+{
+    const auto only = [](auto add) {
+        MCSettings settings;
+        return MCSetting(*add(settings));
+    };
+    const auto list = [&](int least, int most, std::vector<double> values, const MCRealRange& range) {
+        return only([&](MCSettings& s) { return s.AddRealList("n", values, range, least, most, "d", "g"); });
+    };
+    const auto texts = [&](int least, int most, std::vector<std::string> values, std::vector<std::string> choices) {
+        return only([&](MCSettings& s) { return s.AddStringList("n", values, choices, least, most, "d", "g"); });
+    };
+    const auto whole = [&](const char* name, int value, int least, int most, const char* text, const char* group) {
+        return only([&](MCSettings& s) { return s.AddInteger(name, value, least, most, text, group); });
+    };
+    const std::pair<MCSetting, const char*> settings[] = {
+        {list(3, 3, {1, 2, 3}, MCRealRange::AtLeast(0)), "3 reals, each [0, inf)"},
+        {list(1, 1, {1}, MCRealRange::Above(0)), "1 real: (0, inf)"},
+        {list(1, 1, {1}, MCRealRange::AtLeast(0)), "1 real: [0, inf)"},
+        {list(1, 1, {1}, MCRealRange::ClosedOpen(0, 2)), "1 real: [0, 2)"},
+        {list(1, 1, {1}, MCRealRange::Closed(0, 2)), "1 real: [0, 2]"},
+        {list(1, 1, {1}, MCRealRange()), "1 real: any real number"},
+        {texts(1, 1, {"a"}, {"a", "b"}), "1 text: a or b"},
+        {texts(1, 1, {"a"}, {"a", "c"}), "1 text: a or c"},
+        {texts(2, kAnyCount, {"a", "a"}, {}), "at least 2 texts, each any text"},
+        {texts(1, kAnyCount, {"a", "a"}, {}), "at least 1 texts, each any text"},
+        {texts(1, kAnyCount, {"a", "b"}, {}), "at least 1 texts, each any text"},
+        {texts(1, 2, {"a", "b"}, {}), "1 to 2 texts, each any text"},
+        {whole("n", 5, 5, 5, "d", "g"), "5"},
+        {whole("n", 5, 4, 5, "d", "g"), "4 to 5"},
+        {whole("n", 5, 5, 6, "d", "g"), "5 to 6"},
+        {whole("m", 5, 5, 5, "d", "g"), "5"},
+        {whole("n", 5, 5, 5, "e", "g"), "5"},
+        {whole("n", 5, 5, 5, "d", "h"), "5"},
+        {whole("n", 6, 5, 6, "d", "g"), "5 to 6"}};
+    for (const auto& [setting, legal] : settings) {
+        EXPECT_EQ(setting.GetLegalText(), legal);
+        for (const auto& [other, text] : settings) EXPECT_EQ(setting == other, &setting == &other) << legal << text;
+    }
+    MCSetting changed = settings[13].first;
+    EXPECT_TRUE(changed.Set(4).IsOK() && !(changed == settings[13].first));
 }
 
 TEST(MCSettings, TakesWhatIsLegalInTheTypeOfTheSetting)

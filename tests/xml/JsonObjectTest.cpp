@@ -277,8 +277,14 @@ TEST(JsonObjectRead, TakesWhatFitsAndLeavesTheResultOtherwise)
         EXPECT_EQ(read, expected) << text;
         EXPECT_EQ(changed, expected) << text;
     }
+    long narrow = 77;
+    EXPECT_TRUE(Parsed("-5").Read(narrow) && !Parsed("9223372036854775808").Read(narrow) && narrow == -5);
+    const JsonObject list = Parsed("[1,2.5]");
+    EXPECT_TRUE(list.Elements().size() == 2 && list.Elements()[1] == JsonObject(2.5) &&
+                JsonObject(2.5).Elements().empty());
+    EXPECT_EQ(Shown(list), "JsonObject display start\n[1, 2.5]\nJsonObject display end\n");
     std::vector<int> whole{1};
-    EXPECT_FALSE(Parsed("[1,2.5]").Read(whole));
+    EXPECT_FALSE(list.Read(whole));
     EXPECT_EQ(whole, std::vector<int>{1});
     EXPECT_TRUE(JsonObject::FromIntegers(std::vector<int>{4, -5}).Read(whole));
     EXPECT_EQ(whole, (std::vector<int>{4, -5}));

@@ -91,6 +91,7 @@ TEST(NumberFormat, KnownTexts)
     }
     EXPECT_EQ(ReplaceSep(std::numeric_limits<double>::lowest(), nullptr).size(), 327u);
     EXPECT_EQ(Format(12L), "12");
+    EXPECT_EQ(GetDefaultNumericFormat() + GetListSeparator() + GetDecimalCharacter(), "%.15g;.");
     EXPECT_EQ(Format(-1234567890123456L), "-1.23456789012346e+15");
 }
 

@@ -1,6 +1,7 @@
 #include "modelcore/xml/XMLElement.h"
 #include "modelcore/xml/ExportFormat.h"
 #include "modelcore/xml/JsonObject.h"
+#include "modelcore/xml/NumberFormat.h"
 #include "modelcore/xml/XMLAttribute.h"
 #include "modelcore/xml/XMLDocType.h"
 #include "modelcore/xml/XMLString.h"
@@ -122,11 +123,15 @@ TEST(XMLElement, AttributesAndTextsEscapeTheirOwnCharacters)
 {
     const Tree element(XMLElement::Create("e"));
     element->AddAttribute("v", "<&>\"  \n");
+    element->AddAttribute("w", 1e20, true);
     element->AddElement(XMLString::Create("<&>\"  \n"));
+    const std::unique_ptr<XMLString> text(XMLString::Create("<&>"));
+    EXPECT_EQ(TextOf(*text), "&lt;&amp;>");
     const std::string raw("\0]]>", 4);
     element->AddElement(XMLString::Create(raw));
-    EXPECT_EQ(TextOf(*element, Layout(false, false)),
-              "<e v=\"&lt;&amp;&gt;&quot; &#32;&#10;\">&lt;&amp;>\"  \n" + raw + "</e>");
+    EXPECT_EQ(TextOf(*element, Layout(false, false)), "<e v=\"&lt;&amp;&gt;&quot; &#32;&#10;\" w=\"" +
+                                                          ReplaceSep(1e20, nullptr) + "\">&lt;&amp;>\"  \n" + raw +
+                                                          "</e>");
     for (const char* const value : {"a  b", "a=\"b", ""}) {
         const std::unique_ptr<XMLAttribute> attribute(XMLAttribute::Create("n=m", value));
         const std::unique_ptr<XMLAttribute> copy(attribute->Clone());
