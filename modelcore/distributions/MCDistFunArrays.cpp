@@ -6,6 +6,7 @@
 #include "modelcore/distributions/internal/BetaSums.h"
 #include "modelcore/distributions/internal/Domain.h"
 #include "modelcore/distributions/internal/GammaSums.h"
+#include "modelcore/distributions/internal/IncompleteBeta.h"
 #include "modelcore/distributions/internal/Normal.h"
 #include "modelcore/kernels/Kernels.h"
 
@@ -206,9 +207,9 @@ private:
     Group fSeries[2], fFraction[2], fOthers;
 };
 
-constexpr double kLeastBetaPoint = 1e-70;
-constexpr double kLeastBetaShape = 1e-100;
-constexpr double kMostBetaShape = 1e15;
+constexpr double kLeastBetaPoint = internal::kLeastStudent;
+constexpr double kLeastBetaShape = internal::kLeastStudentDf;
+constexpr double kMostBetaShape = internal::kMostStudentDf;
 
 bool IsServedBetaShape(double a)
 {

@@ -63,6 +63,8 @@ BetaTails MCDistFun::cbtaux(const UnitPoint& point, BetaShapes& shapes, bool wan
 /// density of |T|.
 BetaTails MCDistFun::cbttails(double t, double df, BetaShapes& shapes, bool wantWeight)
 {
+    BetaTails near{};
+    if (internal::StudentNearCentre(t, df, shapes, wantWeight, near)) return near;
     if (t <= internal::kFarStudent) return cbtaux(internal::StudentPoint(t, df), shapes, wantWeight);
     if (df > 1e3) return {0.0, 1.0, 0.0, true};
     // The square would overflow, but so far out the tail is proportional to t^-df in every digit.

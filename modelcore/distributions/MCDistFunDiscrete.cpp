@@ -55,11 +55,18 @@ double PowerOfComplement(double p, double n)
     return ExpOrZero(n * AccurateLog(Complement(p)), -708.0);
 }
 
-/// x ln p + y ln(1 - p) for 0 < p < 1.
-DoubleDouble LogOfPowers(double p, double x, double y)
+constexpr double kLeastProbability = 3.3075532e-308; // exp(-708): one below counts as 0
+
+/// C(x + y, x) p^x (1 - p)^y * x y/(x + y) for 0 < p < 1 and x, y > 0: the two logarithms are those of the ratios to the
+/// mean, near which they are small (Loader 2000).
+double BinomialWeight(double p, double x, double y)
 {
-    if (p == 0.5) return (x + y) * AccurateLog({0.5});
-    return x * AccurateLog({p}) + y * AccurateLog(Complement(p));
+    return internal::BetaWeight(internal::UnitPoint::At(p), x, y);
+}
+
+double OrZero(double probability)
+{
+    return probability < kLeastProbability ? 0.0 : probability;
 }
 
 } // namespace
@@ -70,13 +77,11 @@ DoubleDouble MCDistFun::dnlbnc(double n, double k)
 {
     const double rest = n - k;
     if (k <= 0.0 || rest <= 0.0) return {0.0};
-    const internal::ScaledNumber a = internal::GammaWeight(k);
-    const internal::ScaledNumber b = internal::GammaWeight(rest);
-    const internal::ScaledNumber both = internal::GammaWeight(n);
-    const double factor = a.factor / k * (b.factor / rest) / (both.factor / n);
+    const double factor =
+        internal::GammaWeight(k) / k * (internal::GammaWeight(rest) / rest) / (internal::GammaWeight(n) / n);
     const DoubleDouble entropy =
         k * AccurateLog(DoubleDouble{k} / DoubleDouble{n}) + rest * AccurateLog(DoubleDouble{rest} / DoubleDouble{n});
-    return DoubleDouble{std::log(factor) + (a.exponent + b.exponent - both.exponent)} - entropy;
+    return DoubleDouble{std::log(factor)} - entropy;
 }
 
 double MCDistFun::PdfBin(double x, double n, double p, long& err)
@@ -90,9 +95,7 @@ double MCDistFun::PdfBin(double x, double n, double p, long& err)
     if (n > kMostTrials) return internal::Refuse(err, 2L);
     if (x == n) return ExpOrZero(n * AccurateLog({p}), -708.0);
     if (x == 0.0) return PowerOfComplement(p, n);
-    const DoubleDouble exponent = dnlbnc(n, x) + LogOfPowers(p, x, n - x);
-    if (exponent.head > 709.0) return internal::Refuse(err, 2L);
-    return ExpOrZero(exponent, -708.0);
+    return OrZero(BinomialWeight(p, x, n - x) * (n / x) / (n - x));
 }
 
 double MCDistFun::PdfNegBin(double x, double r, double p, long& err)
@@ -104,9 +107,7 @@ double MCDistFun::PdfNegBin(double x, double r, double p, long& err)
     if (p == 1.0) return x == r ? 1.0 : 0.0;
     if (x > kMostTrials) return internal::Refuse(err, 2L);
     if (x == r) return ExpOrZero(r * AccurateLog({p}), -708.0);
-    const DoubleDouble exponent = dnlbnc(x - 1.0, r - 1.0) + LogOfPowers(p, r, x - r);
-    if (exponent.head > 709.0) return internal::Refuse(err, 2L);
-    return ExpOrZero(exponent, -708.0);
+    return OrZero(BinomialWeight(p, r, x - r) / (x - r));
 }
 
 double MCDistFun::CdfBin(double x, double n, double p, long& err)
@@ -124,28 +125,40 @@ double MCDistFun::CdfBin(double x, double n, double p, long& err)
 
     const double mode = std::floor(p * (n + 1.0));
     const double m = std::min(k, mode);
-    const bool summed = n <= kMostSummedTrials;
-    const DoubleDouble exponent = summed ? dnlbnc(n, m) + LogOfPowers(p, m, n - m) : DoubleDouble{0.0};
-    if (!summed || exponent.head < -708.0) {
+    double first = 0.0;
+    if (n <= kMostSummedTrials)
+        first = m > 0.0 ? OrZero(BinomialWeight(p, m, n - m) * (n / m) / (n - m)) : PowerOfComplement(p, n);
+    if (first == 0.0) {
         internal::BetaShapes shapes{k + 1.0, n - k};
         return cbtaux(internal::UnitPoint::At(p), shapes, false).upper;
     }
 
-    const double first = ExpOrZero(exponent, -708.0);
+    // Two terms share a division. What follows a term that no longer changes the sum does not either.
     const double odds = p / (1.0 - p);
+    const double against = (1.0 - p) / p;
     double sum = first;
     double term = first;
-    for (double j = m - 1.0; j >= 0.0; j -= 1.0) {
-        term *= (j + 1.0) / ((n - j) * odds);
-        if (sum + term == sum) break;
-        sum += term;
+    for (double j = m; j >= 1.0; j -= 2.0) {
+        const double next = n - j + 2.0;
+        const double share = against * j / ((n - j + 1.0) * next);
+        const double one = term * (share * next);
+        term *= share * (against * (j - 1.0));
+        const double old = sum;
+        sum += one + term;
+        if (sum == old) break;
     }
     term = first;
-    for (double j = m + 1.0; j <= k; j += 1.0) {
-        term *= (n + 1.0 - j) * odds / j;
-        if (sum + term == sum) break;
-        sum += term;
+    double j = m + 1.0;
+    for (; j < k; j += 2.0) {
+        const double next = j + 1.0;
+        const double share = odds * (n + 1.0 - j) / (j * next);
+        const double one = term * (share * next);
+        term *= share * (odds * (n - j));
+        const double old = sum;
+        sum += one + term;
+        if (sum == old) break;
     }
+    if (j == k) sum += term * ((n + 1.0 - j) * odds / j);
     return std::min(sum, 1.0);
 }
 

@@ -78,7 +78,10 @@ double MCDistFun::gammad(const DoubleDouble& x, double a, bool lowerTail, long& 
         const internal::ExpValues<double> values = internal::ExpBoth(-x.head, -x.tail);
         return lowerTail ? values.complement : x.head > 708.0 ? 0.0 : values.value;
     }
-    const GammaTails tails = internal::IncompleteGamma(x, internal::GammaShape::Of(a), false);
+    const bool isSmall = a < 1.0 && x.head <= 1.0; // one of the two pieces of a shape is enough
+    const internal::GammaShape shape{a, isSmall ? 0.0 : internal::GammaWeight(a),
+                                     isSmall ? internal::LogGammaOnePlus(a) : 0.0};
+    const GammaTails tails = internal::IncompleteGamma(x, shape, false);
     if (!tails.reached) return gamnrm(x.head, a, lowerTail);
     return lowerTail ? tails.lower : tails.upper;
 }
@@ -87,7 +90,7 @@ double MCDistFun::gammad(const DoubleDouble& x, double a, bool lowerTail, long& 
 double MCDistFun::gampoint(double x, double rate, double a, bool lowerTail, long& fault)
 {
     if (!(x > 0.0) || !(rate > 0.0) || !IsPositiveFinite(a) || x * rate >= kLeastProduct)
-        return gammad(internal::SafeProduct(x, rate), a, lowerTail, fault);
+        return gammad(rate == 0.5 ? DoubleDouble{0.5 * x} : internal::SafeProduct(x, rate), a, lowerTail, fault);
     fault = 0;
     const GammaTails tails =
         internal::IncompleteGammaNearZero(internal::AccurateLog({x}) + internal::AccurateLog({rate}), a);
@@ -206,6 +209,7 @@ double MCDistFun::tavoidfchi(double p, double df, const internal::GammaShape& sh
     if (p < kLeastP || p > kMostP || !(chi > 0.0)) return idfchb(p, shape, chi, fault);
 
     constexpr int kMaxIterations = 20;
+    constexpr double kShortStep = 0.02;
     const double start = chi;
     for (int iteration = 0; iteration < kMaxIterations; ++iteration) {
         const double old = chi;
@@ -222,7 +226,10 @@ double MCDistFun::tavoidfchi(double p, double df, const internal::GammaShape& sh
         const double s6 = (120.0 + c * (346.0 + 127.0 * c)) / 5040.0;
         chi += t * (1.0 + 0.5 * t * s1 - b * c * (s1 - b * (s2 - b * (s3 - b * (s4 - b * (s5 - b * s6))))));
         if (!tails.reached || !(chi > 0.0)) return idfchb(p, shape, start, fault);
-        if (std::fabs(old / chi - 1.0) <= kTolerance) break;
+        // The rest of the seven terms is the eighth power of the step in standard deviations: where that is below the
+        // tolerance, the search finds no more to do than after another pass.
+        const double step = old / chi - 1.0;
+        if (std::fabs(step) <= kTolerance || step * step * (1.0 + half) <= kShortStep) break;
     }
     return idfchb(p, shape, chi, fault);
 }

@@ -12,26 +12,44 @@ namespace MCMath_930 {
 
 using MCCommon_930::MCMV;
 
-double MCDistFun::derf(double x)
+namespace {
+
+/// erf of w >= 0.
+inline double Erf(double w)
 {
-    const double w = std::fabs(x);
-    double value;
     if (w < 2.2) {
         const double square = w * w;
-        const double whole = std::floor(square);
-        value = internal::Polynomial(internal::kErfNear[static_cast<std::size_t>(whole)], square - whole) * w;
-    } else if (w < 6.9) {
-        const double whole = std::floor(w);
-        double y = internal::Polynomial(internal::kErfFar[static_cast<std::size_t>(whole) - 2], w - whole);
-        y *= y;
-        y *= y;
-        y *= y;
-        y *= y;
-        value = 1.0 - y;
-    } else {
-        value = std::isnan(x) ? x : 1.0;
+        const int whole = static_cast<int>(square);
+        const auto& row = internal::kErfNear[static_cast<std::size_t>(whole)];
+        return internal::ErfPolynomial(square - whole, [&](std::size_t i) { return row[i]; }) * w;
     }
-    return std::copysign(value, x);
+    if (!(w < 6.9)) return 1.0;
+    const int whole = static_cast<int>(w);
+    const auto& row = internal::kErfFar[static_cast<std::size_t>(whole - 2)];
+    double y = internal::ErfPolynomial(w - whole, [&](std::size_t i) { return row[i]; });
+    y *= y;
+    y *= y;
+    y *= y;
+    y *= y;
+    return 1.0 - y;
+}
+
+/// P(Z <= x), with no call to another exported function: such a call goes through a table.
+inline double NormalCdf(double x)
+{
+    static const double rootOfTwo = std::sqrt(2.0);
+    if (x > 0.0) return (1.0 + Erf(x / rootOfTwo)) / 2.0;
+    if (x == 0.0) return 0.5;
+    if (std::isnan(x)) return x;
+    // erfc(-x/sqrt(2))/2, with the exponent taken from x itself: the rounding of x/sqrt(2) would be multiplied by x^2.
+    return internal::ScaledErfc(-x / rootOfTwo) * internal::ExpMinusSquare(-x, 0.5) / 2.0;
+}
+
+} // namespace
+
+double MCDistFun::derf(double x)
+{
+    return std::isnan(x) ? x : std::copysign(Erf(std::fabs(x)), x);
 }
 
 double MCDistFun::derfc(double x)
@@ -43,12 +61,7 @@ double MCDistFun::derfc(double x)
 
 double MCDistFun::prbnrm(double x)
 {
-    static const double rootOfTwo = std::sqrt(2.0);
-    if (x > 0.0) return (1.0 + derf(x / rootOfTwo)) / 2.0;
-    if (x == 0.0) return 0.5;
-    if (std::isnan(x)) return x;
-    // erfc(-x/sqrt(2))/2, with the exponent taken from x itself: the rounding of x/sqrt(2) would be multiplied by x^2.
-    return internal::ScaledErfc(-x / rootOfTwo) * internal::ExpMinusSquare(-x, 0.5) / 2.0;
+    return NormalCdf(x);
 }
 
 double MCDistFun::probit(double p)
@@ -64,7 +77,7 @@ double MCDistFun::probit(double p)
 
 double MCDistFun::CdfStdNorm(double x)
 {
-    return prbnrm(x);
+    return NormalCdf(x);
 }
 
 double MCDistFun::IdfStdNorm(double p)
@@ -74,7 +87,7 @@ double MCDistFun::IdfStdNorm(double p)
 
 double MCDistFun::CdfNorm(double x, double mean, double sd)
 {
-    return sd > 0.0 && !std::isnan(mean) ? CdfStdNorm((x - mean) / sd) : MCMV::Missing();
+    return sd > 0.0 && !std::isnan(mean) ? NormalCdf((x - mean) / sd) : MCMV::Missing();
 }
 
 double MCDistFun::IdfNorm(double p, double mean, double sd)

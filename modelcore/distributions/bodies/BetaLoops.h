@@ -28,9 +28,18 @@ void BetaBySeries(double* x, std::size_t count, const BetaShapes& shapes, const 
     const double a = task.opposite ? shapes.b : shapes.a;
     const double b = task.opposite ? shapes.a : shapes.b;
     const double scale = task.opposite ? shapes.oppositeSeriesScale : shapes.seriesScale;
+    if (task.kind == BetaTask::Kind::student && task.opposite) {
+        Map(x, count, [&](Lanes at) {
+            const ExpValues<Lanes> values = BetaHalfSeries<Lanes>(StudentCentre(at, task.df1), b, scale);
+            return BetaResult(at, task.wantLower ? values.complement : values.value, task);
+        });
+        return;
+    }
     Map(x, count, [&](Lanes at) {
         const DividingPoint<Lanes> point = BetaPoint(at, task);
-        const ExpValues<Lanes> values = BetaSeries<Lanes>(task.opposite ? point.y : point.x, a, b, scale);
+        const Twofold<Lanes> near = task.opposite ? point.y : point.x;
+        const ExpValues<Lanes> values =
+            a == 0.5 ? BetaHalfSeries<Lanes>(near.head, b, scale) : BetaSeries<Lanes>(near, a, b, scale);
         return BetaResult(at, task.opposite == task.wantLower ? values.complement : values.value, task);
     });
 }
@@ -40,6 +49,19 @@ void BetaByFraction(double* x, std::size_t count, const BetaShapes& shapes, cons
     const double a = task.opposite ? shapes.b : shapes.a;
     const double b = task.opposite ? shapes.a : shapes.b;
     const double spread2 = shapes.Spread2();
+    if (shapes.HasHalf()) {
+        Map(x, count, [&](Lanes at) {
+            const DividingPoint<Lanes> point = BetaPoint(at, task);
+            const BetaSide<Lanes> side{point.x, point.y, shapes.a, shapes.b};
+            const Lanes weight = HalfBetaWeight(side, shapes);
+            const Lanes distance = task.opposite ? -HalfBetaDistance(side) : HalfBetaDistance(side);
+            const Lanes u = task.opposite ? point.y.head : point.x.head;
+            const Lanes v = task.opposite ? point.x.head : point.y.head;
+            const Lanes near = Choose(weight > 0.0, weight * BetaFraction(a, b, u, v, distance), Lanes(0.0));
+            return BetaResult(at, task.opposite == task.wantLower ? 1.0 - near : near, task);
+        });
+        return;
+    }
     const ExpansionCoefficients& coefficients = task.opposite ? shapes.above : shapes.below;
     Map(x, count, [&](Lanes at) {
         const DividingPoint<Lanes> point = BetaPoint(at, task);

@@ -33,15 +33,15 @@ inline Lanes GammaTail(Lanes near, bool wantNear)
 void BySeries(double* x, std::size_t count, const GammaShape& shape, bool lowerTail)
 {
     Map(x, count, [&](Lanes at) {
-        const Lanes weight = GammaDensityTimesXOf<Lanes>({at, Lanes(0.0)}, shape.a, shape.scale);
-        return GammaTail(Choose(weight > 0.0, weight / shape.a * GammaSeries(at, shape.a), Lanes(0.0)), lowerTail);
+        const Lanes weight = GammaDensityTimesXOf<Lanes>({at, Lanes(0.0)}, shape.a, shape.weight);
+        return GammaTail(Choose(weight > 0.0, weight * (GammaSeries(at, shape.a) / shape.a), Lanes(0.0)), lowerTail);
     });
 }
 
 void ByFraction(double* x, std::size_t count, const GammaShape& shape, bool lowerTail)
 {
     Map(x, count, [&](Lanes at) {
-        const Lanes weight = GammaDensityTimesXOf<Lanes>({at, Lanes(0.0)}, shape.a, shape.scale);
+        const Lanes weight = GammaDensityTimesXOf<Lanes>({at, Lanes(0.0)}, shape.a, shape.weight);
         return GammaTail(Choose(weight > 0.0, weight * GammaFraction(at, shape.a), Lanes(0.0)), !lowerTail);
     });
 }

@@ -39,9 +39,8 @@ inline Lanes Erf(Lanes w)
     const Lanes whole = WholePart(Choose(near, square, bounded));
     const Lanes t = Choose(near, square, bounded) - whole;
     const Bits piece = BitsOf(Choose(near, whole, whole + 3.0) + 0x1p52) & 15u;
-    Lanes value = LookupOf16(kErfRows.row[0], piece);
-#pragma GCC unroll 12
-    for (int power = 1; power < 13; ++power) value = value * t + LookupOf16(kErfRows.row[power], piece);
+    const Lanes value =
+        ErfPolynomial<Lanes>(t, [&](std::size_t power) { return LookupOf16(kErfRows.row[power], piece); });
     Lanes rest = value * value;
     rest = rest * rest;
     rest = rest * rest;

@@ -29,20 +29,24 @@ inline PairOf<V> AccurateLogOf(const PairOf<V>& x)
 
     const V mHigh = FromBits(BitsOf(m) & std::uint64_t{0xFFFFFFFFF8000000u});
     const PairOf<V> f = ExactSumOrdered(mHigh * reciprocal - 1.0, (m - mHigh) * reciprocal);
-    const PairOf<V> square = ExactProduct(f.head, f.head);
 
     // ln(1 + f) - f + f^2/2
     const V g = f.head;
-    const V g2 = square.head;
+    const V g2 = g * g;
     const V odd = 1.0 / 3.0 + g2 * (1.0 / 5.0 + g2 * (1.0 / 7.0 + g2 * (1.0 / 9.0)));
     const V even = 1.0 / 4.0 + g2 * (1.0 / 6.0 + g2 * (1.0 / 8.0 + g2 * (1.0 / 10.0)));
     const V cubic = g2 * g * odd - g2 * g2 * even;
 
     const PairOf<V> scaled = ExactSum(exponent * kLn2Head, Lookup(table + 1, row));
     const PairOf<V> linear = ExactSum(scaled.head, g);
-    const PairOf<V> quadratic = ExactSum(linear.head, -0.5 * g2);
-    const V tail = scaled.tail + linear.tail + quadratic.tail + (exponent * kLn2Tail + Lookup(table + 2, row)) +
-                   (f.tail - (0.5 * square.tail + g * f.tail)) + cubic + x.tail / x.head;
+    // The square in two parts, the first of which is exact.
+    const V gHigh = FromBits(BitsOf(g) & std::uint64_t{0xFFFFFFFFF8000000u});
+    const V squareTail = (g - gHigh) * (g + gHigh);
+    const PairOf<V> quadratic = ExactSum(linear.head, -0.5 * (gHigh * gHigh));
+    // The late ones last.
+    const V tail = ((exponent * kLn2Tail + Lookup(table + 2, row)) + scaled.tail +
+                    ((f.tail - (0.5 * squareTail + g * f.tail)) + cubic) + x.tail / x.head) +
+                   (linear.tail + quadratic.tail);
     return ExactSumOrdered(quadratic.head, tail);
 }
 inline DoubleDouble AccurateLog(const DoubleDouble& x)
@@ -50,10 +54,12 @@ inline DoubleDouble AccurateLog(const DoubleDouble& x)
     return AccurateLogOf<double>(x);
 }
 
-/// t - ln(1 + t) for |t| <= kSmallDeviation, with a relative error below 2^-56.
 inline constexpr double kSmallDeviation = 0.0625;
+
+/// shape * (t - ln(1 + t)) for shift = shape * t and |t| <= kSmallDeviation, with a relative error below 2^-56. The tails may
+/// be as large as 2^-30 of the heads.
 template <class V>
-inline PairOf<V> SmallDevianceOf(const PairOf<V>& t)
+inline PairOf<V> SmallDevianceOf(const PairOf<V>& shift, const PairOf<V>& t)
 {
     const V u = t.head;
     const V s = u * u;
@@ -62,12 +68,30 @@ inline PairOf<V> SmallDevianceOf(const PairOf<V>& t)
         s * (1.0 / 5.0 + s * (1.0 / 7.0 + s * (1.0 / 9.0 + s * (1.0 / 11.0 + s * (1.0 / 13.0 + s * (1.0 / 15.0))))));
     const V even =
         1.0 / 4.0 + s * (1.0 / 6.0 + s * (1.0 / 8.0 + s * (1.0 / 10.0 + s * (1.0 / 12.0 + s * (1.0 / 14.0)))));
-    const PairOf<V> half = 0.5 * (t * t);
-    return ExactSumOrdered(half.head, half.tail - s * u * odd + s * s * even);
+    const PairOf<V> product = ExactProduct(shift.head, u);
+    // What both tails bring to the square and to the cube.
+    const V third = u * (2.0 / 3.0);
+    const V tail = product.tail + (shift.head * t.tail * (1.0 - 2.0 * third) + shift.tail * u * (1.0 - third));
+    return ExactSumOrdered(0.5 * product.head, 0.5 * tail + (u * even - odd) * (shift.head * s));
 }
 inline DoubleDouble SmallDeviance(const DoubleDouble& t)
 {
-    return SmallDevianceOf<double>(t);
+    return SmallDevianceOf<double>(t, t);
+}
+
+/// shape * (t - ln(1 + t)) for any shift = shape * t, where makeRatio() gives 1 + t without cancellation. The shape is at
+/// least 1e-290, and inverse its reciprocal.
+template <class V, class MakeRatio>
+inline PairOf<V> DevianceOf(const PairOf<V>& shift, double shape, double inverse, MakeRatio makeRatio)
+{
+    const auto near = Magnitude(shift.head) <= V(kSmallDeviation * shape);
+    PairOf<V> deviance = shift;
+    if (AnyOf(near)) deviance = SmallDevianceOf<V>(shift, Quotient<V>(shift, shape, inverse));
+    if (AnyOf(Not(near))) {
+        const PairOf<V> product = LooseProduct<V>(shape, AccurateLogOf<V>(makeRatio()));
+        deviance = ChoosePair(near, deviance, LooseDifference<V>(shift, product));
+    }
+    return deviance;
 }
 
 } // namespace MCMath_930::internal

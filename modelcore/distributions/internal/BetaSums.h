@@ -14,8 +14,8 @@ inline constexpr double kBetaEpsilon = std::numeric_limits<double>::epsilon();
 /// What the incomplete beta function needs of its shapes alone, computed when it is first asked for.
 struct BetaShapes {
     double a, b;
-    ScaledNumber weight{};         ///< w(a) w(b) / w(a + b), w being the GammaWeight
-    double seriesScale{};          ///< ln(Gamma(a + b) / (Gamma(b) Gamma(a + 1))), for a <= 1
+    double weight{};               ///< w(a) w(b) / w(a + b), w being the GammaWeight
+    double seriesScale{};          ///< 1/(a B(a, b)) for a = 1/2, and its logarithm for other a <= 1
     double oppositeSeriesScale{};  ///< the same with a and b exchanged, for b <= 1
     double remainder{};            ///< of Stirling's formula for a, b and a + b
     ExpansionCoefficients below{}; ///< for a point below the mean
@@ -23,7 +23,8 @@ struct BetaShapes {
     bool hasWeight = false, hasSeriesScale = false, hasOppositeSeriesScale = false, hasExpansion = false;
 
     double Spread2() const { return a / (a + b) * b; }
-    const ScaledNumber& Weight();
+    bool HasHalf() const { return a == 0.5 || b == 0.5; }
+    double Weight();
     double SeriesScale(bool opposite);
     void PrepareExpansion();
 };
@@ -43,33 +44,24 @@ struct BetaPosition {
 };
 
 template <class V>
-inline PairOf<V> BetaDeviance(const PairOf<V>& coordinate, double shape, const PairOf<V>& shift, const PairOf<V>& both)
-{
-    const PairOf<V> divisor{V(shape), V(0.0)};
-    const PairOf<V> t = shift / divisor;
-    const auto near = Magnitude(t.head) <= kSmallDeviation;
-    PairOf<V> deviance = shift;
-    if (AnyOf(near)) deviance = shape * SmallDevianceOf<V>(t);
-    if (AnyOf(Not(near)))
-        deviance = ChoosePair(near, deviance, shift - shape * AccurateLogOf<V>(both * coordinate / divisor));
-    return deviance;
-}
-
-template <class V>
 inline BetaPosition<V> LocateBeta(const BetaSide<V>& side)
 {
     const PairOf<V> both = ExactSum(V(side.a), V(side.b));
-    const PairOf<V> distance = side.a * side.y - side.b * side.x;
-    return {distance,
-            BetaDeviance<V>(side.x, side.a, -distance, both) + BetaDeviance<V>(side.y, side.b, distance, both)};
+    const PairOf<V> loose = LooseDifference<V>(LooseProduct<V>(side.a, side.y), LooseProduct<V>(side.b, side.x));
+    const PairOf<V> distance = ExactSumOrdered(loose.head, loose.tail); // near the mean the heads may cancel
+    const auto deviance = [&](const PairOf<V>& coordinate, double shape, const PairOf<V>& shift) {
+        const double inverse = 1.0 / shape;
+        return DevianceOf<V>(shift, shape, inverse,
+                             [&] { return Quotient<V>(LooseProduct<V>(both, coordinate), shape, inverse); });
+    };
+    return {distance, LooseSum<V>(deviance(side.x, side.a, -distance), deviance(side.y, side.b, distance))};
 }
 
-/// x^a y^b / B(a, b) from its factor and exponent at the mean.
+/// x^a y^b / B(a, b) from its value at the mean.
 template <class V>
-inline V BetaWeightOf(const ScaledNumber& scale, const PairOf<V>& deviance)
+inline V BetaWeightOf(double weight, const PairOf<V>& deviance)
 {
-    const PairOf<V> exponent = PairOf<V>{V(scale.exponent), V(0.0)} - deviance;
-    return scale.factor * Exp(exponent.head, exponent.tail);
+    return weight * Exp(-deviance.head, -deviance.tail);
 }
 
 /// I_x(a, b) / weight by the even part of the continued fraction 8.17.22 of the NIST Digital Library of Mathematical
@@ -91,19 +83,21 @@ inline V BetaFraction(double a, double b, V x, V y, V distance)
     V foundNumerator = std::numeric_limits<double>::quiet_NaN();
     V foundDenominator = 1.0;
     auto open = x > 0.0;
-    for (int term = 1; term <= kMaxTerms; ++term) {
-        const double n = term;
-        const double inverseOld = inverse;
-        inverse = 1.0 / (a + 2.0 * n + 1.0);
-        const V pull = (n * (b - n) * inverseOld) * x;
-        const V alpha = ((a + n - 1.0) * inverseOld * (a + b + n - 1.0)) * x * pull;
-        const V beta = (n + pull) + ((a + n) * inverse) * (start + n * step);
-        const V numeratorNew = beta * numerator + alpha * numeratorOld;
-        const V denominatorNew = beta * denominator + alpha * denominatorOld;
-        numeratorOld = numerator;
-        denominatorOld = denominator;
-        numerator = numeratorNew;
-        denominator = denominatorNew;
+    for (double term = 1.0; term <= kMaxTerms; term += 2.0) {
+        // Two steps a test.
+        for (const double n : {term, term + 1.0}) {
+            const double inverseOld = inverse;
+            inverse = 1.0 / (a + 2.0 * n + 1.0);
+            const V pull = (n * (b - n) * inverseOld) * x;
+            const V alpha = ((a + n - 1.0) * inverseOld * (a + b + n - 1.0)) * x * pull;
+            const V beta = (n + pull) + ((a + n) * inverse) * (start + n * step);
+            const V numeratorNew = beta * numerator + alpha * numeratorOld;
+            const V denominatorNew = beta * denominator + alpha * denominatorOld;
+            numeratorOld = numerator;
+            denominatorOld = denominator;
+            numerator = numeratorNew;
+            denominator = denominatorNew;
+        }
         const V cross = numerator * denominatorOld;
         const V size = Magnitude(cross);
         // Infinity is within any part of itself: it would pass for converged.
@@ -152,12 +146,85 @@ inline ExpValues<V> BetaSeries(const PairOf<V>& x, double a, double b, double lo
     return ExpBoth(exponent.head, exponent.tail);
 }
 
+/// 1/k, and 1/(k + 1/2).
+inline constexpr int kMostHalfTerms = 80;
+struct Reciprocals {
+    double whole[kMostHalfTerms + 1], half[kMostHalfTerms + 1];
+};
+constexpr Reciprocals MakeReciprocals()
+{
+    Reciprocals made{};
+    for (int k = 1; k <= kMostHalfTerms; ++k) {
+        made.whole[k] = 1.0 / k;
+        made.half[k] = 1.0 / (k + 0.5);
+    }
+    return made;
+}
+inline constexpr Reciprocals kReciprocals = MakeReciprocals();
+
+/// The same for a = 1/2, Student's t near its centre, where BetaSeriesServes: I is at most 0.92 then, and the other tail may
+/// be what it leaves. No logarithm is needed, and no power but a root. 35 terms are the most.
+template <class V>
+inline ExpValues<V> BetaHalfSeries(V x, double b, double scale)
+{
+    constexpr double kNegligible = 0.1 * kBetaEpsilon;
+    V term = 0.5;
+    V sum = 1.0;
+    for (int k = 1; k < kMostHalfTerms; k += 2) {
+        const V first = term * (((k - b) * kReciprocals.whole[k]) * x);
+        term = first * (((k + 1 - b) * kReciprocals.whole[k + 1]) * x);
+        const V added = term * kReciprocals.half[k + 1];
+        sum = sum + (first * kReciprocals.half[k] + added);
+        const auto open = Magnitude(added) > kNegligible;
+        if (!AnyOf(open)) break;
+        term = Choose(open, term, V(0.0));
+    }
+    const V value = scale * SquareRoot(x) * sum;
+    return {value, 1.0 - value};
+}
+
+/// The point t^2/(df + t^2) for the series above, with the roundings of a double.
+template <class V>
+inline V StudentCentre(V t, double df)
+{
+    const V part = t * t;
+    return part / (df + part);
+}
+
+/// a*y - b*x where a or b is 1/2: beyond the series it is not small beside both products.
+template <class V>
+inline V HalfBetaDistance(const BetaSide<V>& side)
+{
+    return side.a * side.y.head - side.b * side.x.head;
+}
+
+/// x^a y^b / B(a, b) where a or b is 1/2, and the series scale for that one is known: one logarithm is enough.
+template <class V>
+inline V HalfBetaWeight(const BetaSide<V>& side, const BetaShapes& shapes)
+{
+    const bool second = side.b == 0.5;
+    const PairOf<V> x = second ? side.x : side.y;
+    const PairOf<V> y = second ? side.y : side.x;
+    const double a = second ? side.a : side.b;
+    const double halfStep = second ? shapes.oppositeSeriesScale : shapes.seriesScale;
+    // ln x = ln(1 - y), of which the digits that are y itself are kept for any a.
+    const auto near = y.head <= kSmallDeviation;
+    PairOf<V> log = y;
+    if (AnyOf(near)) {
+        const PairOf<V> rest = SmallDevianceOf<V>(-y, -y);
+        log = -(y + rest);
+    }
+    if (AnyOf(Not(near))) log = ChoosePair(near, log, AccurateLogOf<V>(x));
+    const PairOf<V> exponent = LooseProduct<V>(a, log);
+    return 0.5 * halfStep * SquareRoot(y.head) * Exp(exponent.head, exponent.tail);
+}
+
 /// The lower tail for large a and b: the density in u = ln(t/(1-t)) has delta = (b-a)/(a+b), spread^2 = ab/(a+b).
 template <class V>
 inline V BetaExpansion(const ExpansionCoefficients& coefficients, double remainder, const PairOf<V>& deviance)
 {
     const PairOf<V> exponent = PairOf<V>{V(remainder), V(0.0)} - deviance;
-    return ExpansionSum(coefficients, deviance.head) * Exp(exponent.head, exponent.tail);
+    return ExpansionSum(coefficients, deviance.head + deviance.tail) * Exp(exponent.head, exponent.tail);
 }
 
 inline bool BetaSeriesServes(double x, double a, double b)

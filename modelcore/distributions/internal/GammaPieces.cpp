@@ -1,6 +1,8 @@
 // Log-gamma and the scaled gamma function.
 #include "modelcore/distributions/internal/GammaPieces.h"
 
+#include "modelcore/distributions/internal/GammaWeightTables.h"
+
 #include <array>
 #include <cmath>
 #include <cstddef>
@@ -9,16 +11,14 @@ namespace MCMath_930::internal {
 
 namespace {
 
-// x^x exp(-x) / Gamma(x) for x = 1/2, 1, 3/2, ..., 8; made by reference/gamma_weight_table.py. Integer degrees of
-// freedom come here, and the t distribution always does.
-constexpr std::array<double, 16> kHalfIntegerWeight{
-    0.241970724519143349798, 0.367879441171442321596, 0.462540989411307830434, 0.541341132946450767576,
-    0.61020760674693696305,  0.672125422966163230221, 0.728838423657203750353, 0.781467259252658359199,
-    0.830781640877864716546, 0.877336848839253528208, 0.921548879098338845508, 0.96373884628788015488,
-    1.00416072187153000887,  1.04301945772036519651,  1.08048327436055067034,  1.11669225560477540922,
-};
-
-constexpr double kInverseTwoPi = 0.15915494309189533577;
+/// The polynomial of a table at 1/x.
+inline double AtReciprocal(const double (*table)[13], double inverse)
+{
+    std::size_t piece = 0;
+    for (std::size_t i = 0; i + 1 < kWeightPieces; ++i) piece += inverse > kWeightEnd[i] ? 1 : 0;
+    const double* row = table[piece];
+    return ErfPolynomial(inverse - kWeightMiddle[piece], [=](std::size_t i) { return row[i]; });
+}
 
 } // namespace
 
@@ -69,17 +69,18 @@ double LogGammaRatio(double b, double a)
            std::log1p(excess);
 }
 
-ScaledNumber GammaWeight(double x)
+double GammaWeight(double x)
 {
-    if (x >= 8.0) return {std::sqrt(x * kInverseTwoPi), -StirlingRemainder(x)};
-    const double twice = x + x;
-    const auto nearest = static_cast<std::size_t>(twice);
-    if (nearest >= 1 && static_cast<double>(nearest) == twice) return {kHalfIntegerWeight[nearest - 1], 0.0};
-    if (x < 0.5) {
-        const double reciprocalGamma = x * Polynomial(kReciprocalGamma[x < 0.25 ? 0 : 1], x);
-        return {reciprocalGamma, x * std::log(x) - x};
-    }
-    return {1.0, x * std::log(x) - x - LogGamma(x)};
+    if (x >= 0.5) return std::sqrt(x) * AtReciprocal(kGammaWeight, 1.0 / x);
+    const double reciprocalGamma = x * Polynomial(kReciprocalGamma[x < 0.25 ? 0 : 1], x);
+    return reciprocalGamma * std::exp(x * std::log(x) - x);
+}
+
+double HalfStep(double x)
+{
+    if (x >= 1.0) return std::sqrt(x) * AtReciprocal(kHalfStep, 1.0 / x);
+    const double next = x + 1.0;
+    return x / (x + 0.5) * (std::sqrt(next) * AtReciprocal(kHalfStep, 1.0 / next));
 }
 
 } // namespace MCMath_930::internal

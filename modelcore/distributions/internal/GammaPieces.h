@@ -24,13 +24,10 @@ double LogGammaOnePlus(double a);
 /// ln(Gamma(b + a) / Gamma(b)) for b > 0 and 0 < a <= 1, with an error relative to a.
 double LogGammaRatio(double b, double a);
 
-/// A positive number kept as factor * exp(exponent), so that several exponents meet in one exp.
-struct ScaledNumber {
-    double factor;
-    double exponent;
-};
+/// x^x exp(-x) / Gamma(x), x > 0: what a gamma or beta density is at its scale, free of exponents.
+double GammaWeight(double x);
 
-/// x^x exp(-x) / Gamma(x), x > 0: what a gamma or beta density is at its scale, free of large exponents.
-ScaledNumber GammaWeight(double x);
+/// 2 Gamma(x + 1/2) / (sqrt(pi) Gamma(x)), x > 0: the reciprocal of a B(a, x) for a = 1/2.
+double HalfStep(double x);
 
 } // namespace MCMath_930::internal

@@ -15,43 +15,42 @@ inline constexpr double kLeastGamma = 3.3e-308; // exp(-708): a tail below count
 /// What the incomplete gamma function needs of its shape alone.
 struct GammaShape {
     double a;
-    ScaledNumber scale;
+    double weight;     ///< GammaWeight(a)
     double logOnePlus; ///< ln Gamma(1 + a) for a < 1
 
     static GammaShape Of(double a) { return {a, GammaWeight(a), a < 1.0 ? LogGammaOnePlus(a) : 0.0}; }
 };
 
-/// x^a exp(-x) / Gamma(a) for x within 1e290 and within 1e290 a. The exponent is held in two doubles: one rounding of a ln x
-/// would cost a*ln x of them.
+/// x^a exp(-x) / Gamma(a) for x within 1e290 and within 1e290 a, a being at least 1e-290. The exponent is held in two
+/// doubles: one rounding of a ln x would cost a*ln x of them.
 template <class V>
-inline V GammaDensityTimesXOf(const PairOf<V>& x, double a, const ScaledNumber& scale)
+inline V GammaDensityTimesXOf(const PairOf<V>& x, double a, double weight)
 {
-    const PairOf<V> shape{V(a), V(0.0)};
-    const PairOf<V> excess = x - shape;
-    const PairOf<V> relative = excess / shape;
-    const auto near = Magnitude(relative.head) <= kSmallDeviation;
-    PairOf<V> deviance = excess;
-    if (AnyOf(near)) deviance = a * SmallDevianceOf<V>(relative);
-    if (AnyOf(Not(near))) deviance = ChoosePair(near, deviance, excess - a * AccurateLogOf<V>(x / shape));
-    const PairOf<V> exponent = PairOf<V>{V(scale.exponent), V(0.0)} - deviance;
-    return Choose(exponent.head < -708.0, V(0.0), scale.factor * Exp(exponent.head, exponent.tail));
+    const double inverse = 1.0 / a;
+    const PairOf<V> rounded = ExactSum(x.head, V(-a));
+    const PairOf<V> excess = ExactSumOrdered(rounded.head, rounded.tail + x.tail);
+    const PairOf<V> deviance = DevianceOf<V>(excess, a, inverse, [&] { return Quotient<V>(x, a, inverse); });
+    return Choose(deviance.head > 708.0, V(0.0), weight * Exp(-deviance.head, -deviance.tail));
 }
 
-/// Sum of x^k / ((a+1)(a+2)...(a+k)) over k >= 0; NaN when it takes too long. Two terms share one division.
+/// Sum of x^k / ((a+1)(a+2)...(a+k)) over k >= 0; NaN when it takes too long. Four terms share one division.
 template <class V>
 inline V GammaSeries(V x, double a)
 {
-    const V square = x * x;
+    const V cube = x * x * x;
+    const V fourth = cube * x;
     V term = 1.0;
     V sum = 1.0;
     double n = a;
-    for (int k = 0; k < kMostGammaTerms; k += 2) {
+    for (int k = 0; k < kMostGammaTerms; k += 4) {
         const double second = n + 2.0;
-        const double inverse = 1.0 / ((n + 1.0) * second);
-        const V first = term * (x * second * inverse);
-        term = term * (square * inverse);
-        sum = sum + (first + term);
-        n = second;
+        const double last = n + 4.0;
+        const double lastTwo = (n + 3.0) * last;
+        const double inverse = 1.0 / ((n + 1.0) * second * lastTwo);
+        const V share = term * inverse;
+        sum = sum + share * (x * lastTwo * (x + second) + cube * (x + last));
+        term = share * fourth;
+        n = last;
         const auto open = term > kGammaTolerance;
         if (!AnyOf(open)) return sum;
         term = Choose(open, term, V(0.0)); // where the sum is done nothing is added while others go on
@@ -75,14 +74,18 @@ inline V GammaFraction(V x, double a)
     V foundNumerator = 0.0;
     V foundDenominator = 1.0;
     auto open = x > 0.0;
-    for (int term = 1; term < kMostGammaTerms; ++term) {
+    for (double term = 1.0; term < kMostGammaTerms; term += 2.0) {
+        // Two steps a test.
         shape += 1.0;
         linear = linear + 2.0;
-        const double cross = shape * term;
-        const V numeratorNew = linear * numerator - cross * numeratorOld;
-        const V denominatorNew = linear * denominator - cross * denominatorOld;
-        numeratorOld = numerator;
-        denominatorOld = denominator;
+        const double first = shape * term;
+        numeratorOld = linear * numerator - first * numeratorOld;
+        denominatorOld = linear * denominator - first * denominatorOld;
+        shape += 1.0;
+        linear = linear + 2.0;
+        const double second = shape * (term + 1.0);
+        const V numeratorNew = linear * numeratorOld - second * numerator;
+        const V denominatorNew = linear * denominatorOld - second * denominator;
         numerator = numeratorNew;
         denominator = denominatorNew;
         // The products overflow some terms before the convergents are rescaled, and infinity is within any part of

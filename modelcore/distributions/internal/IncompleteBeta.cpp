@@ -10,17 +10,14 @@
 
 namespace MCMath_930::internal {
 
-const ScaledNumber& BetaShapes::Weight()
+double BetaShapes::Weight()
 {
     if (hasWeight) return weight;
-    const ScaledNumber first = GammaWeight(a);
-    const ScaledNumber second = GammaWeight(b);
-    const ScaledNumber both = GammaWeight(a + b);
-    const double product = first.factor * second.factor; // of tiny shapes it may be no double while the quotient is
-    weight = {product > 1e-290
-                  ? product / both.factor
-                  : std::max(first.factor, second.factor) / both.factor * std::min(first.factor, second.factor),
-              first.exponent + second.exponent - both.exponent};
+    const double first = GammaWeight(a);
+    const double second = GammaWeight(b);
+    const double both = GammaWeight(a + b);
+    const double product = first * second; // of tiny shapes it may be no double while the quotient is
+    weight = product > 1e-290 ? product / both : std::max(first, second) / both * std::min(first, second);
     hasWeight = true;
     return weight;
 }
@@ -29,7 +26,9 @@ double BetaShapes::SeriesScale(bool opposite)
 {
     double& scale = opposite ? oppositeSeriesScale : seriesScale;
     bool& has = opposite ? hasOppositeSeriesScale : hasSeriesScale;
-    if (!has) scale = opposite ? LogGammaRatio(a, b) - LogGammaOnePlus(b) : LogGammaRatio(b, a) - LogGammaOnePlus(a);
+    const double near = opposite ? b : a;
+    const double far = opposite ? a : b;
+    if (!has) scale = near == 0.5 ? HalfStep(far) : LogGammaRatio(far, near) - LogGammaOnePlus(near);
     has = true;
     return scale;
 }
@@ -61,6 +60,14 @@ BetaTails Exchanged(const BetaTails& tails)
     return {tails.upper, tails.lower, tails.weight, tails.reached};
 }
 
+/// What BetaHalfSeries gives, with the weight when that is wanted; y^b is not small there.
+BetaTails TailsOfHalf(double x, double b, double scale, bool wantWeight)
+{
+    const ExpValues<double> values = BetaHalfSeries(x, b, scale);
+    const double weight = wantWeight ? 0.5 * scale * std::sqrt(x) * std::exp(b * std::log1p(-x)) : 0.0;
+    return {values.value, values.complement, weight, true};
+}
+
 } // namespace
 
 double BetaWeight(const UnitPoint& point, double a, double b)
@@ -69,6 +76,16 @@ double BetaWeight(const UnitPoint& point, double a, double b)
     if (point.logY.head != 0.0) return TailsNearZero(point.logY, b, a).weight;
     BetaShapes shapes{a, b};
     return BetaWeightOf<double>(shapes.Weight(), LocateBeta<double>({point.x, point.y, a, b}).deviance);
+}
+
+bool StudentNearCentre(double t, double df, BetaShapes& shapes, bool wantWeight, BetaTails& tails)
+{
+    if (!(t > kLeastStudent) || !(t < 1.0 / kLeastStudent) || !(df >= kLeastStudentDf) || !(df <= kMostStudentDf))
+        return false;
+    const double y = StudentCentre(t, df);
+    if (!BetaSeriesServes(y, shapes.b, shapes.a)) return false;
+    tails = Exchanged(TailsOfHalf(y, shapes.a, shapes.SeriesScale(true), wantWeight));
+    return true;
 }
 
 BetaTails IncompleteBeta(const UnitPoint& point, double a, double b, bool wantWeight)
@@ -96,9 +113,27 @@ BetaTails IncompleteBeta(const UnitPoint& point, BetaShapes& shapes, bool wantWe
     if (serves || BetaSeriesServes(side.y.head, b, a)) {
         opposite = !serves;
         if (opposite) side = {side.y, side.x, b, a};
-        const ExpValues<double> values = BetaSeries<double>(side.x, side.a, side.b, shapes.SeriesScale(opposite));
-        tails = {values.value, values.complement, 0.0, !std::isnan(values.value)};
-        if (wantWeight) tails.weight = BetaWeightOf<double>(shapes.Weight(), LocateBeta(side).deviance);
+        const double scale = shapes.SeriesScale(opposite);
+        if (side.a == 0.5) {
+            tails = TailsOfHalf(side.x.head, side.b, scale, wantWeight);
+        } else {
+            const ExpValues<double> values = BetaSeries<double>(side.x, side.a, side.b, scale);
+            tails = {values.value, values.complement, 0.0, !std::isnan(values.value)};
+            if (wantWeight) tails.weight = BetaWeightOf<double>(shapes.Weight(), LocateBeta(side).deviance);
+        }
+    } else if (shapes.HasHalf()) {
+        shapes.SeriesScale(b == 0.5);
+        tails.weight = HalfBetaWeight(side, shapes);
+        double distance = HalfBetaDistance(side);
+        opposite = distance < 0.0;
+        if (opposite) {
+            side = {side.y, side.x, b, a};
+            distance = -distance;
+        }
+        if (tails.weight > 0.0)
+            tails.lower = tails.weight * BetaFraction(side.a, side.b, side.x.head, side.y.head, distance);
+        tails.reached = !std::isnan(tails.lower);
+        tails.upper = 1.0 - tails.lower;
     } else {
         BetaPosition<double> position = LocateBeta(side);
         if (position.distance.head < 0.0) {

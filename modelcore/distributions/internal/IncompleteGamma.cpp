@@ -18,14 +18,13 @@ constexpr double kMostSummed =
     1e100; // squares of shapes above may leave the range; outside one in 1e40 of the shape their
            // tails are 0 and 1
 
-double DensityTimesX(const DoubleDouble& x, double a, const ScaledNumber& scale)
+double DensityTimesX(const DoubleDouble& x, double a, double weight)
 {
     constexpr double kFar = 1e290; // products with what lies beyond cannot be held as two doubles
-    if (x.head > kFar) return x.head == a && x.tail == 0.0 ? scale.factor : 0.0; // the neighbours of a are 1e270 away
-    if (x.head <= kFar * a) return GammaDensityTimesXOf<double>(x, a, scale);
+    if (x.head > kFar) return x.head == a && x.tail == 0.0 ? weight : 0.0; // the neighbours of a are 1e270 away
+    if (x.head <= kFar * a && kFar * a >= 1.0) return GammaDensityTimesXOf<double>(x, a, weight);
     const DoubleDouble deviance = (x - DoubleDouble{a}) - a * (AccurateLog(x) - AccurateLog({a}));
-    const DoubleDouble exponent = DoubleDouble{scale.exponent} - deviance;
-    return exponent.head < -708.0 ? 0.0 : scale.factor * Exp(exponent.head, exponent.tail);
+    return deviance.head > 708.0 ? 0.0 : weight * Exp(-deviance.head, -deviance.tail);
 }
 
 } // namespace
@@ -43,11 +42,12 @@ GammaTails IncompleteGamma(const DoubleDouble& x, double a)
 GammaTails IncompleteGamma(const DoubleDouble& x, const GammaShape& shape, bool wantWeight)
 {
     constexpr double kMaxTermEstimate = 2147483647.0;
+    constexpr double kSurelySummed = 1e70; // points up to here need no logarithm to be known as not too large
     const double a = shape.a;
     const double point = x.head;
     const bool series = point <= 1.0 || point <= a;
     const bool small = a < 1.0 && point <= 1.0;
-    GammaTails tails{0.0, 0.0, small && !wantWeight ? 0.0 : DensityTimesX(x, a, shape.scale), false};
+    GammaTails tails{0.0, 0.0, small && !wantWeight ? 0.0 : DensityTimesX(x, a, shape.weight), false};
     if (small) {
         const ExpValues<double> values = GammaOfSmallShape<double>(x, a, shape.logOnePlus);
         return {values.value, values.complement, tails.weight, true};
@@ -56,13 +56,13 @@ GammaTails IncompleteGamma(const DoubleDouble& x, const GammaShape& shape, bool 
     if (series && a > 1e6) {
         const double root = 2.0 * std::sqrt(-14.0 / std::log10(point / (a + 1.0))) + 10.0;
         if (!(root * root < kMaxTermEstimate)) return tails;
-    } else if (!series && 4.0 * std::log(point) >= kMaxExponent) {
+    } else if (!series && point > kSurelySummed && 4.0 * std::log(point) >= kMaxExponent) {
         return tails;
     }
     double& near = series ? tails.lower : tails.upper;
     double& far = series ? tails.upper : tails.lower;
     if (tails.weight > 0.0 && a <= kMostSummed)
-        near = series ? tails.weight / a * GammaSeries(point, a) : tails.weight * GammaFraction(point, a);
+        near = series ? tails.weight * (GammaSeries(point, a) / a) : tails.weight * GammaFraction(point, a);
     if (near < kLeastGamma) near = 0.0;
     far = 1.0 - near;
     tails.reached = near <= 1.0; // false for NaN too

@@ -8,6 +8,7 @@
 
 #include "modelcore/distributions/internal/AccurateLog.h"
 #include "modelcore/distributions/internal/GammaPieces.h"
+#include "modelcore/distributions/internal/GammaSums.h"
 #include "modelcore/distributions/internal/IncompleteGamma.h"
 #include "modelcore/distributions/internal/Normal.h"
 
@@ -28,6 +29,9 @@ constexpr double kLeastPoint = 1e-305; // a coordinate below does not hold its d
 // From a term of this index on the terms change so slowly that a few dozen of them give the sum.
 constexpr double kSampledTerm = 2e4;
 constexpr double kMostSampled = 1e25; // beyond, the distance of the terms drowns in the rounding of their indices
+
+// Shapes up to which a series takes the place of a whole incomplete gamma function.
+constexpr double kShortSeries = 1e5;
 
 // Nothing is summed from a tail below: the recurrence would start from a number that has lost its digits.
 constexpr double kLeastTail = 1e-280;
@@ -92,11 +96,12 @@ double LargestTerm(double mean, double halfShape, double meanPull, double growth
     return std::floor(std::max(0.0, std::min(mean, root)));
 }
 
-/// The common loop. pieceRatio(j) is piece(j)/piece(j-1), the pieces being the steps of the recurrence
-/// F(j-1) = F(j) + piece(j-1); F falls from j-1 to j by at least the factor min(1, fall(j)).
-template <class Piece, class PieceRatio, class Fall, class Function>
+/// The common loop. pieceRatio(j) is piece(j)/piece(j-1) and inverseRatio(j) its reciprocal, the pieces being the steps of
+/// the recurrence F(j-1) = F(j) + piece(j-1); F falls from j-1 to j by at least the factor min(1, fall(j)). function(j,
+/// piece(j)) is F(j).
+template <class Piece, class PieceRatio, class InverseRatio, class Fall, class Function>
 SumResult SumDownward(double mean, double shift, double largest, double tolerance, Piece piece, PieceRatio pieceRatio,
-                      Fall fall, Function function)
+                      InverseRatio inverseRatio, Fall fall, Function function)
 {
     double weight = PoissonWeight(mean, largest + shift);
     // Where the terms are largest the step is best known: a step from farther out would lose a digit on the way.
@@ -108,10 +113,11 @@ SumResult SumDownward(double mean, double shift, double largest, double toleranc
         step *= pieceRatio(j);
         if (j - largest > kMaxTerms) return {0.0, false};
     }
-    double value = function(j);
+    double value = function(j, step);
     double sum = weight * value;
     while (j > 0.0) {
-        step /= pieceRatio(j);
+        // No division has to wait for another; a reciprocal taken once would have the same rounding in every term.
+        step *= inverseRatio(j);
         value += step;
         weight *= (j + shift) / mean;
         j -= 1.0;
@@ -150,8 +156,15 @@ SumResult PoissonGammaLower(double mean, double x, double shape, double toleranc
     const auto lower = [&](double j) { return IncompleteGammaOrExpansion({point}, shape + j).lower; };
     if (largest > kSampledTerm) return SumSampled(mean, largest, lower);
     const auto ratio = [&](double j) { return point / (shape + j); };
+    const auto inverseRatio = [&](double j) { return (shape + j) / point; };
     const auto piece = [&](double j) { return GammaDensityTimesX({point}, shape + j) / (shape + j); };
-    const SumResult sum = SumDownward(mean, 0.0, largest, tolerance, piece, ratio, ratio, lower);
+    const auto function = [&](double j, double step) {
+        // The piece is the factor before the series.
+        const double a = shape + j;
+        return a >= 1.0 && point <= a && a <= kShortSeries && step > kLeastTail ? step * GammaSeries(point, a)
+                                                                                : lower(j);
+    };
+    const SumResult sum = SumDownward(mean, 0.0, largest, tolerance, piece, ratio, inverseRatio, ratio, function);
     return {std::min(sum.value, 1.0), sum.reached};
 }
 
@@ -176,8 +189,8 @@ SumResult PoissonBetaLower(double mean, double shift, const UnitPoint& point, do
     const auto ratio = [&](double j) { return x * (a + b + j - 1.0) / (a + j); };
     const SumResult sum = SumDownward(
         mean, shift, largest, tolerance, [&](double j) { return BetaWeight(point, a + j, b) / (a + j); }, ratio,
-        [&](double j) { return std::max(ratio(j), x); },
-        [&](double j) {
+        [&](double j) { return (a + j) / (x * (a + b + j - 1.0)); }, [&](double j) { return std::max(ratio(j), x); },
+        [&](double j, double) {
             const BetaTails tails = IncompleteBeta(point, a + j, b, false);
             reached = tails.reached;
             return tails.lower;

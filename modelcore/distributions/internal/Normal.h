@@ -29,25 +29,48 @@ inline V Ascending(const double* row, V r)
     return value;
 }
 
+/// The polynomial of a piece of erf from its coefficients, highest power first: coefficient(0) to coefficient(12). The even
+/// and the odd ones side by side.
+template <class V, class Coefficient>
+inline V ErfPolynomial(V t, Coefficient coefficient)
+{
+    const V square = t * t;
+    V even = coefficient(0);
+    V odd = coefficient(1);
+#pragma GCC unroll 8
+    for (std::size_t i = 2; i < 12; i += 2) {
+        even = even * square + coefficient(i);
+        odd = odd * square + coefficient(i + 1);
+    }
+    return odd * t + (even * square + coefficient(12));
+}
+
 /// exp(w*w) * erfc(w) for w >= 0: the slowly varying factor of erfc, within 7 units in the last place.
 template <class V>
 inline V ScaledErfc(V w)
 {
-    // Horner's rule for the even and the odd coefficients side by side: a chain of 23 would wait for itself.
+    // Horner's rule for every fourth coefficient, four times side by side: a chain of 23 would wait for itself.
     constexpr const double* row = kErfc.data();
-    constexpr std::size_t last = kErfc.size() - 1;
+    static_assert(kErfc.size() == 23);
     const V t = kErfcShift / (w + kErfcShift);
     const V u = t - 0.5;
     const V square = u * u;
-    V even = row[0];
-    V odd = row[1];
-#pragma GCC unroll 16
-    for (std::size_t i = 2; i < last; i += 2) {
-        even = even * square + row[i];
-        odd = odd * square + row[i + 1];
+    const V fourth = square * square;
+    V p2 = row[0];
+    V p1 = row[1];
+    V p0 = row[2];
+    V p3 = row[3];
+#pragma GCC unroll 8
+    for (std::size_t i = 4; i < 20; i += 4) {
+        p2 = p2 * fourth + row[i];
+        p1 = p1 * fourth + row[i + 1];
+        p0 = p0 * fourth + row[i + 2];
+        p3 = p3 * fourth + row[i + 3];
     }
-    even = even * square + row[last];
-    return (odd * u + even) * t;
+    p2 = p2 * fourth + row[20];
+    p1 = p1 * fourth + row[21];
+    p0 = p0 * fourth + row[22];
+    return ((p3 * square + p1) * u + (p2 * square + p0)) * t;
 }
 
 /// exp(-c*w*w) for c = 1 or 0.5, w >= 0. The square is split in two doubles: its rounding, as an exponent, would cost
