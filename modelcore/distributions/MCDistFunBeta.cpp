@@ -7,6 +7,7 @@
 #include "modelcore/distributions/internal/Domain.h"
 #include "modelcore/distributions/internal/GammaPieces.h"
 #include "modelcore/distributions/internal/IncompleteBeta.h"
+#include "modelcore/distributions/internal/PortableMath.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,7 +18,13 @@ namespace MCMath_930 {
 using internal::BetaShapes;
 using internal::BetaTails;
 using internal::DoubleDouble;
+using internal::Exp;
 using internal::IsPositiveFinite;
+using internal::PortableArcTangent;
+using internal::PortableCubeRoot;
+using internal::PortableHypotenuse;
+using internal::PortableLog;
+using internal::PortablePower;
 using internal::UnitPoint;
 using MCCommon_930::MCMV;
 
@@ -28,7 +35,7 @@ constexpr double kPi = 3.14159265358979323846;
 /// P(T > t), t > 0, of Student's t with 1 degree of freedom.
 double CauchyTail(double t)
 {
-    return std::atan(1.0 / t) / kPi;
+    return PortableArcTangent(1.0 / t) / kPi;
 }
 
 } // namespace
@@ -50,10 +57,10 @@ BetaTails MCDistFun::cbtaux(const UnitPoint& point, BetaShapes& shapes, bool wan
         tails.upper = a < b ? share / (1.0 + share) : 1.0 / (1.0 + share);
         return tails;
     }
-    const double below = std::cbrt(b) * std::cbrt(point.x.head);
-    const double above = std::cbrt(a) * std::cbrt(point.y.head);
+    const double below = PortableCubeRoot(b) * PortableCubeRoot(point.x.head);
+    const double above = PortableCubeRoot(a) * PortableCubeRoot(point.y.head);
     const double z = 3.0 * (below * (1.0 - 1.0 / 9.0 / b) - above * (1.0 - 1.0 / 9.0 / a)) /
-                     std::hypot(below / std::sqrt(b), above / std::sqrt(a));
+                     PortableHypotenuse(below / std::sqrt(b), above / std::sqrt(a));
     tails.lower = prbnrm(z);
     tails.upper = prbnrm(-z);
     return tails;
@@ -70,7 +77,7 @@ BetaTails MCDistFun::cbttails(double t, double df, BetaShapes& shapes, bool want
     // The square would overflow, but so far out the tail is proportional to t^-df in every digit.
     constexpr double kFar = 1e100;
     BetaTails tails = cbtaux(internal::StudentPoint(kFar, df), shapes, wantWeight);
-    const double scale = std::pow(kFar / t, df);
+    const double scale = PortablePower(kFar / t, df);
     tails.lower *= scale;
     tails.weight *= scale;
     tails.upper = 1.0 - tails.lower;
@@ -116,7 +123,7 @@ double MCDistFun::SigT(double t, double df)
 {
     if (!(df > 0.0)) return MCMV::Missing();
     if (t == 0.0) return 0.5;
-    if (df == 1.0) return 0.5 - std::atan(t) / kPi;
+    if (df == 1.0) return 0.5 - PortableArcTangent(t) / kPi;
     return internal::Checked([&](long& fault) { return tavocdft(-t, df, fault); });
 }
 
@@ -133,7 +140,7 @@ double MCDistFun::PdfT(double t, double df, long& err)
         return internal::BetaWeight(internal::StudentPoint(std::fabs(t), df), 0.5 * df, 0.5) / std::fabs(t);
     constexpr double kHalfLogPi = 0.5723649429247001;
     // Everything is kept relative to (df + 1)/2 ln(1 + t^2/df), which alone can be large.
-    DoubleDouble exponent{internal::LogGammaRatio(0.5 * df, 0.5) - 0.5 * std::log(df) - kHalfLogPi};
+    DoubleDouble exponent{internal::LogGammaRatio(0.5 * df, 0.5) - 0.5 * PortableLog(df) - kHalfLogPi};
     const double w = std::fabs(t);
     if (w >= internal::kFarStudent) {
         exponent = exponent - (df + 1.0) * (internal::AccurateLog({w}) - 0.5 * internal::AccurateLog({df}));
@@ -146,7 +153,7 @@ double MCDistFun::PdfT(double t, double df, long& err)
         exponent = exponent - half * log;
     }
     if (exponent.head < -708.0) return 0.0;
-    return std::exp(exponent.head) * (1.0 + exponent.tail);
+    return Exp(exponent.head, exponent.tail);
 }
 
 double MCDistFun::tavocdff(double x, double df1, double df2, long& fault)

@@ -7,6 +7,7 @@
 #include "modelcore/distributions/internal/Domain.h"
 #include "modelcore/distributions/internal/GammaPieces.h"
 #include "modelcore/distributions/internal/IncompleteBeta.h"
+#include "modelcore/distributions/internal/PortableMath.h"
 #include "modelcore/distributions/internal/RootSearch.h"
 
 #include <algorithm>
@@ -19,6 +20,12 @@ using internal::BetaShapes;
 using internal::BetaTails;
 using internal::DoubleDouble;
 using internal::IsPositiveFinite;
+using internal::PortableCubeRoot;
+using internal::PortableExp;
+using internal::PortableExpMinusOne;
+using internal::PortableLog;
+using internal::PortablePower;
+using internal::PortableTangent;
 using internal::Probe;
 using internal::Root;
 using internal::UnitPoint;
@@ -33,20 +40,20 @@ constexpr double kMostOdds = 1e290; // beyond, odds cannot be held as two double
 /// below, the leading term of the tail, where the search has to do the work. z is the normal quantile of q.
 double StudentStart(double q, double df, double z)
 {
-    if (df < 1.0) return std::sqrt(df) * std::pow(2.0 * q, -1.0 / df);
+    if (df < 1.0) return std::sqrt(df) * PortablePower(2.0 * q, -1.0 / df);
     const double p = 2.0 * q;
     const double a = 1.0 / (df - 0.5);
     const double b = 48.0 / (a * a);
     double c = ((20700.0 * a / b - 98.0) * a - 16.0) * a + 96.36;
     const double d = ((94.5 / (b + c) - 3.0) / b + 1.0) * std::sqrt(a * 0.5 * kPi) * df;
-    double y = std::pow(d * p, 2.0 / df);
+    double y = PortablePower(d * p, 2.0 / df);
     if (y > 0.05 + a) {
         const double x = z;
         y = x * x;
         if (df < 5.0) c += 0.3 * (df - 4.5) * (x + 0.6);
         c += (((0.05 * d * x - 5.0) * x - 7.0) * x - 2.0) * x + b;
         y = (((((0.4 * y + 6.3) * y + 36.0) * y + 94.5) / c - y - 3.0) / b + 1.0) * x;
-        y = std::expm1(a * y * y);
+        y = PortableExpMinusOne(a * y * y);
     } else {
         y = ((1.0 / (((df + 6.0) / (df * y) - 0.089 * d - 0.822) * (df + 2.0) * 3.0) + 0.5 / (df + 4.0)) * y - 1.0) *
                 (df + 1.0) / (df + 2.0) +
@@ -71,11 +78,11 @@ double BetaStart(double p, double a, double b, double z)
         const double t = 1.0 / (2.0 * b - 1.0);
         const double h = 2.0 / (s + t);
         const double w = -z * std::sqrt(std::max(h + r, 0.0)) / h - (t - s) * (r + 5.0 / 6.0 - 2.0 / (3.0 * h));
-        return a / b * std::exp(-2.0 * w);
+        return a / b * PortableExp(-2.0 * w);
     }
     const double logBeta = LogBeta(a, b);
-    const double fromLeft = std::exp((std::log(p * a) + logBeta) / a);
-    const double fromRight = std::exp((std::log((1.0 - p) * b) + logBeta) / b);
+    const double fromLeft = PortableExp((PortableLog(p * a) + logBeta) / a);
+    const double fromRight = PortableExp((PortableLog((1.0 - p) * b) + logBeta) / b);
     return fromLeft < fromRight ? fromLeft / (1.0 - std::min(fromLeft, 0.5))
                                 : (1.0 - std::min(fromRight, 0.5)) / fromRight;
 }
@@ -94,11 +101,12 @@ double MCDistFun::tavoidft(double p, double df, double a, double b, BetaShapes& 
     const double centre = 0.5 - q; // P(0 < T < t), exact where it is the smaller number
     double t = 0.0;
     if (df == 1.0) {
-        t = q < 0.25 ? 1.0 / std::tan(kPi * q) : std::tan(kPi * centre);
+        t = q < 0.25 ? 1.0 / PortableTangent(kPi * q) : PortableTangent(kPi * centre);
     } else if (df == 2.0) {
         t = 2.0 * centre / std::sqrt(2.0 * q * (1.0 - q));
     } else {
-        const double relative = std::clamp(std::cbrt(a > 0.0 ? a : kRelativeTolerance), internal::kFullTolerance, 0.1);
+        const double relative =
+            std::clamp(PortableCubeRoot(a > 0.0 ? a : kRelativeTolerance), internal::kFullTolerance, 0.1);
         const double absolute = b > 0.0 ? b : kAbsoluteTolerance;
         const bool isLower = q >= 0.25; // of |T|
         const double target = isLower ? 2.0 * centre : 2.0 * q;
@@ -146,7 +154,7 @@ double MCDistFun::betodd(double p, BetaShapes& shapes, const DoubleDouble& logUn
         return internal::ProbeTail(odds, {isLower ? tails.lower : tails.upper, tails.weight, slope, isLower}, target,
                                    internal::kFullTolerance);
     };
-    const double start = BetaStart(p, a, b, probit(p)) / std::exp(logUnit.head);
+    const double start = BetaStart(p, a, b, probit(p)) / PortableExp(logUnit.head);
     const Root root = internal::SearchRoot(start, 0.0, kLargest, evaluate);
     constexpr double kLeastDouble = std::numeric_limits<double>::denorm_min();
     if (root.x < internal::kLeastOdds && cbtaux(pointAt(kLeastDouble), shapes, false).lower >= p) return 0.0;

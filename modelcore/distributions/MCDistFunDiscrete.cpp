@@ -7,6 +7,7 @@
 #include "modelcore/distributions/internal/Domain.h"
 #include "modelcore/distributions/internal/GammaPieces.h"
 #include "modelcore/distributions/internal/IncompleteBeta.h"
+#include "modelcore/distributions/internal/PortableMath.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,6 +17,9 @@ namespace MCMath_930 {
 
 using internal::AccurateLog;
 using internal::DoubleDouble;
+using internal::Exp;
+using internal::PortableLog;
+using internal::PortableLogOnePlus;
 using MCCommon_930::MCMV;
 
 namespace {
@@ -44,14 +48,14 @@ DoubleDouble Complement(double p)
 double ExpOrZero(const DoubleDouble& exponent, double least)
 {
     if (exponent.head < least) return 0.0;
-    return std::exp(exponent.head) * (1.0 + exponent.tail);
+    return Exp(exponent.head, exponent.tail);
 }
 
 /// (1 - p)^n, 0 when its logarithm is below -708.
 double PowerOfComplement(double p, double n)
 {
     if (p == 1.0) return 0.0;
-    if (n > kMostTrials) return ExpOrZero({n * std::log1p(-p)}, -708.0);
+    if (n > kMostTrials) return ExpOrZero({n * PortableLogOnePlus(-p)}, -708.0);
     return ExpOrZero(n * AccurateLog(Complement(p)), -708.0);
 }
 
@@ -81,7 +85,7 @@ DoubleDouble MCDistFun::dnlbnc(double n, double k)
         internal::GammaWeight(k) / k * (internal::GammaWeight(rest) / rest) / (internal::GammaWeight(n) / n);
     const DoubleDouble entropy =
         k * AccurateLog(DoubleDouble{k} / DoubleDouble{n}) + rest * AccurateLog(DoubleDouble{rest} / DoubleDouble{n});
-    return DoubleDouble{std::log(factor)} - entropy;
+    return DoubleDouble{PortableLog(factor)} - entropy;
 }
 
 double MCDistFun::PdfBin(double x, double n, double p, long& err)

@@ -7,6 +7,7 @@
 #include "modelcore/distributions/internal/GammaPieces.h"
 #include "modelcore/distributions/internal/GammaSums.h"
 #include "modelcore/distributions/internal/IncompleteGamma.h"
+#include "modelcore/distributions/internal/PortableMath.h"
 #include "modelcore/distributions/internal/RootSearch.h"
 
 #include <algorithm>
@@ -17,8 +18,13 @@ namespace MCMath_930 {
 
 using internal::Checked;
 using internal::DoubleDouble;
+using internal::Exp;
 using internal::GammaTails;
 using internal::IsPositiveFinite;
+using internal::PortableExp;
+using internal::PortableExpMinusOne;
+using internal::PortableLog;
+using internal::PortableLogOnePlus;
 using internal::Refuse;
 using internal::Root;
 using MCCommon_930::MCMV;
@@ -35,7 +41,7 @@ double PeizerPrattFactor(double u, double x)
     const double v = 1.0 - u;
     double g = 0.0;
     if (std::fabs(v) > 0.1) {
-        g = u > 0.0 ? (1.0 - u * u + 2.0 * u * std::log(u)) / (v * v) : 1.0;
+        g = u > 0.0 ? (1.0 - u * u + 2.0 * u * PortableLog(u)) / (v * v) : 1.0;
     } else {
         double power = 1.0;
         for (int k = 1; k <= 16; ++k) {
@@ -64,7 +70,8 @@ double MCDistFun::gamnrm(double x, double a, bool lowerTail)
 {
     if (!lowerTail && a >= 0.5) return prbnrm((a - x - 1.0 / 3.0 + 0.022 / a) * PeizerPrattFactor((a - 0.5) / x, x));
     // Wilson and Hilferty (1931): 3 sqrt(a) ((x/a)^(1/3) + 1/(9a) - 1), the cube root less 1 formed as such.
-    const double z = 3.0 * std::sqrt(a) * (std::expm1(std::log1p((x - a) / a) / 3.0) + 1.0 / (9.0 * a));
+    const double z =
+        3.0 * std::sqrt(a) * (PortableExpMinusOne(PortableLogOnePlus((x - a) / a) / 3.0) + 1.0 / (9.0 * a));
     return prbnrm(lowerTail ? z : -z);
 }
 
@@ -125,11 +132,11 @@ double MCDistFun::PdfGamma(double x, double shape, double rate)
     if (shape > 1e10 && !(ratio > 1e-3 && ratio < 1e3)) return 0.0;
     if (x * rate < kLeastProduct) {
         // (rate x)^(shape - 1) rate / Gamma(shape), in logarithms: each factor may leave the range by itself
-        const double logGamma = shape <= 1.0 ? internal::LogGammaOnePlus(shape) - std::log(shape) : dnlgam(shape);
+        const double logGamma = shape <= 1.0 ? internal::LogGammaOnePlus(shape) - PortableLog(shape) : dnlgam(shape);
         const DoubleDouble logRate = internal::AccurateLog({rate});
         const DoubleDouble power = (shape - 1.0) * (internal::AccurateLog({x}) + logRate);
         const DoubleDouble exponent = power + logRate - DoubleDouble{logGamma};
-        density = exponent.head > 709.0 ? HUGE_VAL : std::exp(exponent.head) * (1.0 + exponent.tail);
+        density = exponent.head > 709.0 ? HUGE_VAL : Exp(exponent.head, exponent.tail);
     } else {
         density = internal::GammaDensityTimesX(internal::SafeProduct(x, rate), shape) / x;
     }
@@ -179,24 +186,24 @@ double MCDistFun::tavoidfchi(double p, double df, const internal::GammaShape& sh
     const double half = 0.5 * df;
     const double c = half - 1.0;
     const double g = dnlgam(half);
-    const double logP = std::log(p);
+    const double logP = PortableLog(p);
     double chi = 0.0;
     if (df < -kSmallFactor * logP) {
-        chi = std::exp((logP + std::log(half) + g + half * kLn2) / half);
+        chi = PortableExp((logP + PortableLog(half) + g + half * kLn2) / half);
         if (chi < kTolerance) {
             // The leading term of the series is all there is. What vanishes is the quantile as a double: 0.
             if (chi == 0.0) return 0.0;
             return idfchb(p, shape, chi, fault);
         }
     } else if (df <= kSmallDf) {
-        const double a = std::log1p(-p);
+        const double a = PortableLogOnePlus(-p);
         chi = kFirstSmall;
         for (int pass = 0; pass < 50; ++pass) {
             const double old = chi;
             const double p1 = 1.0 + chi * (k467 + chi);
             const double p2 = chi * (k673 + chi * (k666 + chi));
             const double t = -0.5 + (k467 + 2.0 * chi) / p1 - (k673 + chi * (k1332 + 3.0 * chi)) / p2;
-            chi -= (1.0 - std::exp(a + g + 0.5 * chi + c * kLn2) * p2 / p1) / t;
+            chi -= (1.0 - PortableExp(a + g + 0.5 * chi + c * kLn2) * p2 / p1) / t;
             if (std::fabs(old / chi - 1.0) <= kStartTolerance) break;
         }
     } else {
@@ -204,7 +211,7 @@ double MCDistFun::tavoidfchi(double p, double df, const internal::GammaShape& sh
         const double p1 = kTwoNinths / df;
         const double root = x * std::sqrt(p1) + 1.0 - p1;
         chi = df * root * root * root;
-        if (chi > kUpperFactor * df + 6.0) chi = -2.0 * (std::log1p(-p) - c * std::log(0.5 * chi) + g);
+        if (chi > kUpperFactor * df + 6.0) chi = -2.0 * (PortableLogOnePlus(-p) - c * PortableLog(0.5 * chi) + g);
     }
     if (p < kLeastP || p > kMostP || !(chi > 0.0)) return idfchb(p, shape, chi, fault);
 
@@ -243,10 +250,10 @@ constexpr double kVanishingQuantile = 1e-290; // up to here the first term of th
 double QuantileNearZero(double p, double shape, double rate)
 {
     const double logScale =
-        shape <= 1.0 ? internal::LogGammaOnePlus(shape) : internal::LogGamma(shape) + std::log(shape);
+        shape <= 1.0 ? internal::LogGammaOnePlus(shape) : internal::LogGamma(shape) + PortableLog(shape);
     const DoubleDouble logPoint = (internal::AccurateLog({p}) + DoubleDouble{logScale}) / DoubleDouble{shape};
     const DoubleDouble exponent = logPoint - internal::AccurateLog({rate});
-    return exponent.head > -746.0 ? std::exp(exponent.head) * (1.0 + exponent.tail) : 0.0; // a NaN as well
+    return exponent.head > -746.0 ? Exp(exponent.head, exponent.tail) : 0.0; // a NaN as well
 }
 
 } // namespace

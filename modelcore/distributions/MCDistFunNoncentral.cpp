@@ -7,6 +7,7 @@
 #include "modelcore/distributions/internal/Domain.h"
 #include "modelcore/distributions/internal/GammaPieces.h"
 #include "modelcore/distributions/internal/NoncentralSums.h"
+#include "modelcore/distributions/internal/PortableMath.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,6 +16,11 @@
 namespace MCMath_930 {
 
 using internal::IsPositiveFinite;
+using internal::PortableExp;
+using internal::PortableHypotenuse;
+using internal::PortableLog;
+using internal::PortableLogOnePlus;
+using internal::PortablePower;
 using internal::SumResult;
 using MCCommon_930::MCMV;
 
@@ -130,7 +136,7 @@ double FindFromZero(double x, double df, double z, double p, double tolerance, C
     const double square = z * z + x - 0.5 * df;
     const double root = 2.0 * (std::sqrt(std::max(square, 0.0)) - z);
     return FindNoncentrality(std::max(0.25 * (root * root - 2.0 * df), 0.0), 0.0, kLimit, tolerance,
-                             [&](double nc) { return std::log(cdf(nc) / p); });
+                             [&](double nc) { return PortableLog(cdf(nc) / p); });
 }
 
 } // namespace
@@ -142,7 +148,7 @@ double MCDistFun::NonCentralCdfChi(double x, double df, double nc)
     if (x <= 0.0) return 0.0;
     if (std::isinf(x)) return 1.0;
     if (0.5 * nc == 0.0) return CdfChi(x, df);
-    if (df < kLeastDf) return std::exp(-0.5 * nc); // all that is left is the mass at 0
+    if (df < kLeastDf) return PortableExp(-0.5 * nc); // all that is left is the mass at 0
     // Skewness and excess are below 1e-12 by then, and the sums lose their step in the rounding of its place.
     if (nc > 1e25) return prbnrm((0.25 * x - 0.25 * nc - 0.25 * df) * std::sqrt(2.0) / std::sqrt(0.25 * df + 0.5 * nc));
     const SumResult sum = internal::PoissonGammaLower(0.5 * nc, x, 0.5 * df, kTolerance);
@@ -189,7 +195,7 @@ double MCDistFun::NonCentralCdfT(double t, double df, double nc, double e)
     if (w >= internal::kFarStudent && shift < kFarShift) {
         // The square would overflow, but so far out each tail is proportional to t^-df in every digit.
         constexpr double kFar = 1e100;
-        const double scale = std::pow(kFar / w, df);
+        const double scale = PortablePower(kFar / w, df);
         return t < 0.0 ? NonCentralCdfT(-kFar, df, nc, e) * scale : 1.0 - NonCentralCdfT(-kFar, df, -nc, e) * scale;
     }
     if ((t > 0.0) != (nc > 0.0)) {
@@ -230,10 +236,11 @@ double MCDistFun::NonCentralPdfT(double t, double df, double nc, long& err)
     const double w = std::fabs(t);
     const double shift = std::fabs(nc);
     if (IsAtZero(w, df, shift))
-        return PdfNormalStandard(shift) * std::exp(internal::LogGammaRatio(0.5 * df, 0.5) - 0.5 * std::log(0.5 * df));
+        return PdfNormalStandard(shift) *
+               PortableExp(internal::LogGammaRatio(0.5 * df, 0.5) - 0.5 * PortableLog(0.5 * df));
     if (w >= internal::kFarStudent && shift < kFarShift) {
         constexpr double kFar = 1e100;
-        return NonCentralPdfT(std::copysign(kFar, t), df, nc, err) * std::pow(kFar / w, df) * (kFar / w);
+        return NonCentralPdfT(std::copysign(kFar, t), df, nc, err) * PortablePower(kFar / w, df) * (kFar / w);
     }
     // What leaves the range of a double on the way is refused.
     const auto numberOrRefusal = [&err](double x) { return std::isnan(x) ? internal::Refuse(err, 2L) : x; };
@@ -246,11 +253,11 @@ double MCDistFun::NonCentralPdfT(double t, double df, double nc, long& err)
 
     // exp(-nc^2/2) f(t) * sum over j of Gamma((df+1+j)/2)/Gamma((df+1)/2) z^j / j!, f the central density, from the
     // largest term outward in steps of two, even and odd j apart.
-    const double z = std::sqrt(2.0) * shift * (w / std::hypot(std::sqrt(df), w));
+    const double z = std::sqrt(2.0) * shift * (w / PortableHypotenuse(std::sqrt(df), w));
     const double base = 0.5 * (df + 1.0);
     const auto logTerm = [&](double j) {
         return internal::LogGamma(base + 0.5 * j) - internal::LogGamma(base) +
-               (j > 0.0 ? j * std::log(z) - internal::LogGamma(j + 1.0) : 0.0);
+               (j > 0.0 ? j * PortableLog(z) - internal::LogGamma(j + 1.0) : 0.0);
     };
     // j^2 = z^2 (df + 1 + j)/2
     const double half = 0.25 * z * z;
@@ -260,7 +267,7 @@ double MCDistFun::NonCentralPdfT(double t, double df, double nc, long& err)
     int terms = 0;
     for (const double start : {largest, largest + 1.0}) {
         if (start > 0.0 && z == 0.0) continue;
-        const double first = std::exp(logTerm(start) - scale);
+        const double first = PortableExp(logTerm(start) - scale);
         sum += first;
         double term = first;
         for (double j = start; term > kTolerance * sum && terms < kMaxTerms; j += 2.0, ++terms) {
@@ -275,10 +282,10 @@ double MCDistFun::NonCentralPdfT(double t, double df, double nc, long& err)
     }
     if (terms >= kMaxTerms) return internal::Refuse(err, 2L);
     constexpr double kHalfLogPi = 0.5723649429247001;
-    const double logCentral =
-        internal::LogGammaRatio(0.5 * df, 0.5) - 0.5 * std::log(df) - kHalfLogPi - base * std::log1p(w / df * w);
+    const double logCentral = internal::LogGammaRatio(0.5 * df, 0.5) - 0.5 * PortableLog(df) - kHalfLogPi -
+                              base * PortableLogOnePlus(w / df * w);
     const double exponent = logCentral + scale - 0.5 * shift * shift;
-    return numberOrRefusal(exponent < -708.0 ? 0.0 : std::exp(exponent) * sum);
+    return numberOrRefusal(exponent < -708.0 ? 0.0 : PortableExp(exponent) * sum);
 }
 
 double MCDistFun::FindNCParamChi(double x, double df, double p, double tolerance)
@@ -305,12 +312,12 @@ double MCDistFun::FindNCParamT(double t, double df, double p, double e, double t
     const double target = isLower ? p : 1.0 - p;
     const auto falling = [&](double nc) {
         const double tail = isLower ? NonCentralCdfT(t, df, nc, e) : NonCentralCdfT(-t, df, -nc, e);
-        return isLower ? std::log(tail / target) : -std::log(tail / target);
+        return isLower ? PortableLog(tail / target) : -PortableLog(tail / target);
     };
     const double central = isLower ? CdfT(t, df) : CdfT(-t, df);
     if (MCPower::AlmostEqual(central, target, 8)) return 0.0;
     const bool positive = (central > target) == isLower;
-    const double spread = std::hypot(1.0, t / std::sqrt(2.0 * df));
+    const double spread = PortableHypotenuse(1.0, t / std::sqrt(2.0 * df));
     const double start = t * (1.0 - 0.25 / df) - probit(p) * spread;
     return FindNoncentrality(start, positive ? 0.0 : -kLimit, positive ? kLimit : 0.0, tolerance, falling);
 }

@@ -1,8 +1,9 @@
-// MCMathFun: digamma and trigamma, interval search, extreme values, vector kernels.
+// MCMathFun: exponentials and logarithms, digamma and trigamma, interval search, extreme values, vector kernels.
 #include "modelcore/distributions/MCMathFun.h"
 
 #include "modelcore/common/MCMV.h"
 #include "modelcore/distributions/MCPower.h"
+#include "modelcore/distributions/internal/PortableMath.h"
 
 #include <algorithm>
 #include <cmath>
@@ -75,6 +76,26 @@ std::size_t Packed(std::size_t i, std::size_t j)
 
 } // namespace
 
+double MCMathFun::Exp(double x)
+{
+    return internal::PortableExp(x);
+}
+
+double MCMathFun::ExpMinusOne(double x)
+{
+    return internal::PortableExpMinusOne(x);
+}
+
+double MCMathFun::Log(double x)
+{
+    return internal::PortableLog(x);
+}
+
+double MCMathFun::LogOnePlus(double x)
+{
+    return internal::PortableLogOnePlus(x);
+}
+
 double MCMathFun::Digamma(double x)
 {
     constexpr double kEuler = 0.5772156649015329;
@@ -89,7 +110,7 @@ double MCMathFun::Digamma(double x)
                   w * (0.003968253968253968 -
                        w * (0.004166666666666667 - w * (0.007575757575757576 - w * 0.021092796092796094)))));
     // The terms 1/(z - k), from x itself: z has lost the last digits of a small x.
-    double psi = std::log(z) - 0.5 / z - series;
+    double psi = internal::PortableLog(z) - 0.5 / z - series;
     for (int k = 1; k <= kShift; ++k) psi -= 1.0 / (x + (kShift - k));
     return psi;
 }

@@ -1,4 +1,4 @@
-// Digamma and trigamma, interval search, extreme values, and small vector kernels with offsets and strides.
+// Exponentials and logarithms, digamma and trigamma, interval search, extreme values, and small vector kernels with offsets and strides.
 #pragma once
 
 #include "modelcore/modelcore_export.h"
@@ -19,6 +19,21 @@ public:
     static constexpr int kSmallestArrayLimit = 16;
     /// The most doubles that one work array may hold.
     static constexpr int kBigArrayLimit = 268435455;
+
+    // Exponentials and logarithms with the same bits on every machine: a C library's own differ in the last digit between
+    // libraries, and within one between processors. Infinities, zeros, and NaN are served as the C library serves them.
+
+    /// e^x, within 0.8 units in the last place.
+    static double Exp(double x);
+
+    /// e^x - 1, within 2 units in the last place of itself.
+    static double ExpMinusOne(double x);
+
+    /// ln x, within 1 unit in the last place; -infinity for 0, NaN below.
+    static double Log(double x);
+
+    /// ln(1 + x), within 1.5 units in the last place of itself; -infinity for -1, NaN below.
+    static double LogOnePlus(double x);
 
     // Special functions
 

@@ -2,12 +2,15 @@
 #include "modelcore/distributions/MCPower.h"
 
 #include "modelcore/common/MCMV.h"
+#include "modelcore/distributions/internal/PortableMath.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace MCMath_930 {
 
+using internal::PortableExp;
+using internal::PortableLog;
 using MCCommon_930::MCMV;
 
 namespace {
@@ -76,7 +79,7 @@ MCPower::PowerStatus MCPower::Exponent(double x, double& result)
         result = MCMV::Missing();
         return Overflow;
     }
-    result = std::exp(x);
+    result = PortableExp(x);
     return Success;
 }
 
@@ -94,18 +97,18 @@ MCPower::PowerStatus MCPower::Power(double base, double e, double& result)
     }
     if (base < 0.0 && !std::isnan(e) && !IsEvenInteger(e)) {
         if (!IsOddInteger(e) && !IsOneOverOddInteger(e, kReciprocalSlack)) return InvalidExponent;
-        const PowerStatus status = Exponent(Scaled(e, std::log(-base)), result);
+        const PowerStatus status = Exponent(Scaled(e, PortableLog(-base)), result);
         if (status == Overflow) return e > 0.0 ? NegativeOverflow : Overflow;
         result = -result;
         return status;
     }
-    return Exponent(Scaled(e, std::log(std::fabs(base))), result);
+    return Exponent(Scaled(e, PortableLog(std::fabs(base))), result);
 }
 
 double MCPower::Multiply(double a, double b)
 {
     if (a == 0.0 || b == 0.0) return 0.0;
-    const double exponent = std::log(std::fabs(a)) + std::log(std::fabs(b));
+    const double exponent = PortableLog(std::fabs(a)) + PortableLog(std::fabs(b));
     if (ExpUnderflow(exponent)) return 0.0;
     if (ExpOverflow(exponent)) return MCMV::Missing();
     return a * b;

@@ -3,6 +3,7 @@
 
 #include "modelcore/common/MCBitSet.h"
 #include "modelcore/common/MCMV.h"
+#include "modelcore/distributions/internal/PortableMath.h"
 #include "modelcore/matrix/internal/Places.h"
 
 #include <algorithm>
@@ -12,6 +13,7 @@
 
 namespace MCMath_930 {
 
+using internal::PortableLog;
 using MCCommon_930::MCMV;
 
 IMCSymMatrix::~IMCSymMatrix() = default;
@@ -96,7 +98,7 @@ int IMCSymMatrix::LTChol(double tol, double& logDet, bool check)
     if (refused < 0) return refused;
     logDet = 0.0;
     for (int i = 0; i < GetNRows(); ++i)
-        if (GetElem(i, i) != 0.0) logDet += 2.0 * std::log(GetElem(i, i));
+        if (GetElem(i, i) != 0.0) logDet += 2.0 * PortableLog(GetElem(i, i));
     return refused;
 }
 

@@ -3,6 +3,7 @@
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/common/MCMV.h"
 #include "modelcore/common/internal/Index.h"
+#include "modelcore/distributions/internal/PortableMath.h"
 #include "modelcore/matrix/MCSymMatrix.h"
 
 #include <algorithm>
@@ -13,6 +14,8 @@
 namespace MCMath_930 {
 
 using internal::AsSize;
+using internal::PortableExp;
+using internal::PortableLog;
 using MCCommon_930::MCMV;
 
 namespace {
@@ -161,10 +164,10 @@ bool MCSparseVector::ComputeProbabilities(const std::vector<double>& params, int
     for (std::size_t k = 0; k + 1 < result.size(); ++k) result[k] = Dot(params.data() + k * AsSize(nPerCategory));
     const double largest = *std::max_element(result.begin(), result.end());
     double sum = 0.0;
-    for (double& value : result) sum += value = std::exp(value - largest);
+    for (double& value : result) sum += value = PortableExp(value - largest);
     for (double& value : result) value /= sum;
     probs.swap(result);
-    logSum = largest + std::log(sum);
+    logSum = largest + PortableLog(sum);
     return true;
 }
 

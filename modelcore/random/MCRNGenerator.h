@@ -15,8 +15,8 @@ public:
     /// Generators are destroyed by way of this interface too.
     virtual ~MCRNGenerator();
 
-    /// Starts the sequence that belongs to s. The same s gives the same uniform numbers on every platform; variates
-    /// that call exp, log and the like are the same on one C library and class of processor (docs/reproducibility.md).
+    /// Starts the sequence that belongs to s. The same s gives the same uniform numbers and the same variates on every
+    /// platform (docs/reproducibility.md).
     virtual void SetSeed(double s) = 0;
 
     /// The next number.

@@ -3,6 +3,7 @@
 
 #include "modelcore/common/MCDisplay.h"
 #include "modelcore/common/MCMV.h"
+#include "modelcore/distributions/internal/PortableMath.h"
 #include "modelcore/random/MCRandomTwister.h"
 #include "modelcore/random/MCURandom.h"
 #include "modelcore/random/internal/KindermanRamage.h"
@@ -14,6 +15,8 @@
 
 namespace MCMath_930 {
 
+using internal::PortableExp;
+using internal::PortableLog;
 using MCCommon_930::MCMV;
 
 namespace {
@@ -31,11 +34,11 @@ double GammaAboveOne(double shape, Uniform next)
     for (long trial = 0; trial < trials; ++trial) {
         const double u1 = next();
         const double u2 = next();
-        const double x = -std::log(1.0 - u1);
+        const double x = -PortableLog(1.0 - u1);
         const double weight = power * ((x - 1.0) * (x - 1.0));
         if (weight * (1.0 - u2) > u2 * (x + std::max(1.0, x)) * (1.0 + margin)) continue;
         if (weight < u2 * (x + std::min(1.0, x)) * (1.0 - margin)) return shape * x;
-        if (power * (std::log(x) + 1.0 - x) >= std::log(1.0 - u2)) return shape * x;
+        if (power * (PortableLog(x) + 1.0 - x) >= PortableLog(1.0 - u2)) return shape * x;
     }
     return MCMV::Missing();
 }
@@ -52,14 +55,14 @@ double GammaBelowOne(double shape, Uniform next)
         if (u1 == 0.0) continue;
         const double p = b * u1;
         if (p <= 1.0) {
-            const double exponent = std::log(p) / shape;
-            const double x = exponent < smallestExponent ? 0.0 : std::exp(exponent);
+            const double exponent = PortableLog(p) / shape;
+            const double x = exponent < smallestExponent ? 0.0 : PortableExp(exponent);
             const double u2 = next();
-            if (u2 <= std::exp(-x)) return x;
+            if (u2 <= PortableExp(-x)) return x;
         } else {
-            const double x = -std::log((b - p) / shape);
+            const double x = -PortableLog((b - p) / shape);
             const double u2 = next();
-            if (x > 0.0 && std::isfinite(x) && (shape - 1.0) * std::log(x) >= std::log(1.0 - u2)) return x;
+            if (x > 0.0 && std::isfinite(x) && (shape - 1.0) * PortableLog(x) >= PortableLog(1.0 - u2)) return x;
         }
     }
     return MCMV::Missing();
@@ -163,7 +166,7 @@ double MCRandomValues::RVExp(double rate)
 {
     if (!(rate > 0.0) || fpSource == nullptr) return MCMV::Missing();
     const double u = Draw([](auto next) { return next(); });
-    return u < 1.0 ? -std::log(1.0 - u) / rate : MCMV::Missing();
+    return u < 1.0 ? -PortableLog(1.0 - u) / rate : MCMV::Missing();
 }
 
 double MCRandomValues::RVChi(double df)

@@ -1,6 +1,8 @@
 // The ways of the binning encoder to choose cuts.
 #include "modelcore/variables/MCBinningEncoder.h"
 
+#include "modelcore/distributions/internal/PortableMath.h"
+
 #include <algorithm>
 #include <cmath>
 #include <functional>
@@ -11,6 +13,7 @@ namespace MCXML_930 {
 
 using MCCommon_930::MCMV;
 using MCMath_930::MCQuantileSketch;
+using MCMath_930::internal::PortableLog2;
 using Bucket = MCQuantileSketch::Bucket;
 
 namespace {
@@ -30,7 +33,7 @@ Classes Describe(const double* from, const double* to, std::size_t count)
     for (std::size_t c = 0; c < count; ++c) {
         const double part = (to[c] - from[c]) / classes.weight;
         if (!(part > 0.0)) continue;
-        classes.entropy -= part * std::log2(part);
+        classes.entropy -= part * PortableLog2(part);
         ++classes.count;
     }
     return classes;
@@ -39,7 +42,10 @@ Classes Describe(const double* from, const double* to, std::size_t count)
 /// log2(3^k - 2), for many classes without the overflow of the power.
 double Log2Power(int k)
 {
-    return k < 30 ? std::log2(std::pow(3.0, k) - 2.0) : static_cast<double>(k) * std::log2(3.0);
+    if (k >= 30) return static_cast<double>(k) * PortableLog2(3.0);
+    double power = 1.0;
+    for (int i = 0; i < k; ++i) power *= 3.0;
+    return PortableLog2(power - 2.0);
 }
 
 /// The criterion of Fayyad and Irani: whether the gain of the cut is worth what it takes to describe it.
@@ -50,7 +56,7 @@ bool IsAccepted(const Classes& whole, const Classes& left, const Classes& right)
     const double gain = whole.entropy - (left.weight * left.entropy + right.weight * right.entropy) / n;
     const double delta = Log2Power(whole.count) -
                          (whole.count * whole.entropy - left.count * left.entropy - right.count * right.entropy);
-    return gain > (std::log2(n - 1.0) + delta) / n;
+    return gain > (PortableLog2(n - 1.0) + delta) / n;
 }
 
 } // namespace

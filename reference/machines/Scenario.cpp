@@ -212,7 +212,7 @@ void Xml(Digest& out)
 
 // ---- distributions ------------------------------------------------------------------------------------------------
 
-void DistributionsWithoutLibm(Digest& out)
+void DistributionHelpers(Digest& out)
 {
     Numbers numbers(4);
     std::vector<double> values = numbers.Many(60), weights(60), bounds;
@@ -240,7 +240,7 @@ void DistributionsWithoutLibm(Digest& out)
     out.Add(MCMathFun::VNrm1Diff(values, weights));
 }
 
-void DistributionsWithLibm(Digest& out)
+void Distributions(Digest& out)
 {
     // What of these is no legal argument is refused, and that is a result too.
     static constexpr std::array kPool{0.02, 0.3, 0.5, 0.7, 0.98, 1.5, 4.0, 12.0, 60.0};
@@ -516,7 +516,7 @@ void Matrix(Digest& out)
         }
 }
 
-void MatrixWithLibm(Digest& out)
+void MatrixLogarithms(Digest& out)
 {
     MCSymMatrix factor = PositiveDefinite(50, 16);
     double logDet = 0.0;
@@ -608,7 +608,7 @@ void Random(Digest& out)
     }
 }
 
-void RandomWithLibm(Digest& out)
+void Variates(Digest& out)
 {
     MCRNGUTwister source;
     source.SetSeed(5.0);
@@ -882,7 +882,7 @@ void VariablesPart(Digest& out)
     AddEncoder(out, text, x);
 }
 
-void VariablesWithLibm(Digest& out)
+void CutsByEntropy(Digest& out)
 {
     Numbers numbers(30);
     const std::vector<double> learned = numbers.Many(300);
@@ -935,20 +935,20 @@ void Pmml(Digest& out)
 struct Folder {
     const char* name;
     Part part;
-    Part withLibm = nullptr;
+    Part more = nullptr;
 };
 
 constexpr Folder kFolders[] = {{"common", Common},
                                {"xml", Xml},
-                               {"distributions", DistributionsWithoutLibm, DistributionsWithLibm},
+                               {"distributions", DistributionHelpers, Distributions},
                                {"linalg", Linalg},
                                {"output", Output},
                                {"settings", Settings},
-                               {"matrix", Matrix, MatrixWithLibm},
+                               {"matrix", Matrix, MatrixLogarithms},
                                {"eigen", Eigen},
-                               {"random", Random, RandomWithLibm},
+                               {"random", Random, Variates},
                                {"accumulators", Accumulators},
-                               {"variables", VariablesPart, VariablesWithLibm},
+                               {"variables", VariablesPart, CutsByEntropy},
                                {"pmml", Pmml}};
 
 /// Calls what(name, object, ...) for every object whose state travels.
@@ -982,20 +982,16 @@ void GoOn(Object& object)
 std::vector<ScenarioHash> RunScenario()
 {
     std::vector<ScenarioHash> hashes;
-    Digest all, allWithLibm;
-    const auto run = [&](const std::string& name, Part part, Digest& sum) {
+    Digest all;
+    for (const Folder& folder : kFolders) {
         std::vector<double> reals;
         Digest digest(&reals);
-        part(digest);
-        sum.Add(digest.Get());
-        hashes.push_back({name, digest.Get(), std::move(reals)});
-    };
-    for (const Folder& folder : kFolders) {
-        run(folder.name, folder.part, all);
-        if (folder.withLibm != nullptr) run(std::string(folder.name) + " + libm", folder.withLibm, allWithLibm);
+        folder.part(digest);
+        if (folder.more != nullptr) folder.more(digest);
+        all.Add(digest.Get());
+        hashes.push_back({folder.name, digest.Get(), std::move(reals)});
     }
     hashes.push_back({"all", all.Get(), {}});
-    hashes.push_back({"all + libm", allWithLibm.Get(), {}});
     return hashes;
 }
 

@@ -9,16 +9,13 @@
 
 /// What came out of a part of the scenario.
 struct ScenarioHash {
-    std::string name; ///< of the folder; with " + libm" when exp, log and the like of the C library enter the results
+    std::string name; ///< of the folder
     std::uint64_t hash;
     std::vector<double> reals; ///< those of the results, in order; texts are in the hash alone
-
-    bool NeedsSameCLibrary() const { return name.ends_with(" + libm"); }
 };
 
-/// Runs everything: one hash for a folder, another for what of it needs the same C library, and at last "all" and
-/// "all + libm" over those before. Texts count by their bytes, reals by their bits; one NaN is as good as another, since
-/// IEEE 754 leaves its sign and payload to the processor.
+/// Runs everything: one hash for a folder, and at last "all" over those before. Texts count by their bytes, reals by their
+/// bits; one NaN is as good as another, since IEEE 754 leaves its sign and payload to the processor.
 std::vector<ScenarioHash> RunScenario();
 
 /// Saved states of objects after a fixed amount of data, as MCStateBytes writes them, by name.

@@ -22,6 +22,7 @@ using MCCommon_930::MCMV;
 using MCMath_930::MCBitSet;
 using MCMath_930::MCCancelInfo;
 using MCMath_930::MCDistFun;
+using MCMath_930::MCMathFun;
 using MCMath_930::MCMeansXProdData;
 using MCMath_930::MCMeansXProducts;
 using MCMath_930::MCRectMatrix;
@@ -357,7 +358,8 @@ void Fitting::Describe(const Point& point)
     const auto rank = static_cast<double>(point.independent.size());
     fFit.deviance = -2.0 * point.sums.logLik;
     const double p = fOptions.intercept ? fFit.events / fFit.sumOfWeights : Probability(fOptions.link, 0.0);
-    fFit.nullDeviance = -2.0 * (fFit.events * std::log(p) + (fFit.sumOfWeights - fFit.events) * std::log1p(-p));
+    fFit.nullDeviance =
+        -2.0 * (fFit.events * MCMathFun::Log(p) + (fFit.sumOfWeights - fFit.events) * MCMathFun::LogOnePlus(-p));
     fFit.df = rank;
     if (rank > 0.0) {
         fFit.chiSquare = std::max(0.0, fFit.nullDeviance - fFit.deviance);
@@ -365,11 +367,12 @@ void Fitting::Describe(const Point& point)
     }
     const double parameters = rank + first;
     fFit.aic = fFit.deviance + 2.0 * parameters;
-    fFit.bic = fFit.deviance + parameters * std::log(fFit.nCases);
+    fFit.bic = fFit.deviance + parameters * MCMathFun::Log(fFit.nCases);
     if (fFit.nullDeviance > 0.0) {
         fFit.mcFadden = 1.0 - fFit.deviance / fFit.nullDeviance;
         const double n = fFit.sumOfWeights;
-        fFit.nagelkerke = -std::expm1((fFit.deviance - fFit.nullDeviance) / n) / -std::expm1(-fFit.nullDeviance / n);
+        fFit.nagelkerke = -MCMathFun::ExpMinusOne((fFit.deviance - fFit.nullDeviance) / n) /
+                          -MCMathFun::ExpMinusOne(-fFit.nullDeviance / n);
     }
 
     const auto inverse = [&](int k, int l) { return -point.swept.GetElem(k, l); };

@@ -10,6 +10,8 @@
 
 namespace logreg {
 
+using MCMath_930::MCMathFun;
+
 /// One case at the linear predictor eta: its log-likelihood, and the weight and residual of the weighted least squares
 /// whose solution is the step of Fisher's scoring.
 struct CaseTerms {
@@ -26,12 +28,12 @@ inline CaseTerms TermsAt(Link link, double eta, bool event)
     switch (link) {
     case Link::Logit: {
         eta = std::clamp(eta, -600.0, 600.0);
-        const double e = std::exp(-std::fabs(eta));
+        const double e = MCMathFun::Exp(-std::fabs(eta));
         const double small = e / (1.0 + e); // the smaller of mu and 1 - mu
         const double large = 1.0 / (1.0 + e);
         const bool likely = (eta > 0.0) == event; // the outcome that was seen is the likelier one
         out.weight = small * large;
-        out.logLik = likely ? -std::log1p(e) : -std::fabs(eta) - std::log1p(e);
+        out.logLik = likely ? -MCMathFun::LogOnePlus(e) : -std::fabs(eta) - MCMathFun::LogOnePlus(e);
         out.residual = (event ? 1.0 : -1.0) / (likely ? large : small);
         return out;
     }
@@ -41,17 +43,17 @@ inline CaseTerms TermsAt(Link link, double eta, bool event)
         const double q = MCMath_930::MCDistFun::CdfStdNorm(-eta);
         const double density = MCMath_930::MCDistFun::PdfNormalStandard(eta);
         out.weight = density / p * (density / q);
-        out.logLik = std::log(event ? p : q);
+        out.logLik = MCMathFun::Log(event ? p : q);
         out.residual = event ? q / density : -p / density;
         return out;
     }
     case Link::CLogLog: {
         eta = std::clamp(eta, -600.0, 6.4);
-        const double rate = std::exp(eta); // -log(1 - mu)
-        const double p = -std::expm1(-rate);
-        const double q = std::exp(-rate);
+        const double rate = MCMathFun::Exp(eta); // -log(1 - mu)
+        const double p = -MCMathFun::ExpMinusOne(-rate);
+        const double q = MCMathFun::Exp(-rate);
         out.weight = rate / p * (rate * q);
-        out.logLik = event ? std::log(p) : -rate;
+        out.logLik = event ? MCMathFun::Log(p) : -rate;
         out.residual = event ? 1.0 / rate : -p / (rate * q);
         return out;
     }
@@ -63,9 +65,10 @@ inline CaseTerms TermsAt(Link link, double eta, bool event)
 inline double Probability(Link link, double eta)
 {
     switch (link) {
-    case Link::Logit: return eta > 0.0 ? 1.0 / (1.0 + std::exp(-eta)) : std::exp(eta) / (1.0 + std::exp(eta));
+    case Link::Logit:
+        return eta > 0.0 ? 1.0 / (1.0 + MCMathFun::Exp(-eta)) : MCMathFun::Exp(eta) / (1.0 + MCMathFun::Exp(eta));
     case Link::Probit: return MCMath_930::MCDistFun::CdfStdNorm(eta);
-    case Link::CLogLog: return -std::expm1(-std::exp(std::min(eta, 700.0)));
+    case Link::CLogLog: return -MCMathFun::ExpMinusOne(-MCMathFun::Exp(std::min(eta, 700.0)));
     }
     return 0.0;
 }
@@ -74,9 +77,9 @@ inline double Probability(Link link, double eta)
 inline double LinkOf(Link link, double p)
 {
     switch (link) {
-    case Link::Logit: return std::log(p / (1.0 - p));
+    case Link::Logit: return MCMathFun::Log(p / (1.0 - p));
     case Link::Probit: return MCMath_930::MCDistFun::IdfStdNorm(p);
-    case Link::CLogLog: return std::log(-std::log1p(-p));
+    case Link::CLogLog: return MCMathFun::Log(-MCMathFun::LogOnePlus(-p));
     }
     return 0.0;
 }

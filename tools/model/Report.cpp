@@ -9,6 +9,7 @@ namespace model {
 
 using namespace procedure;
 using MCCommon_930::MCMV;
+using MCMath_930::MCMathFun;
 
 void AddCounts(const ModelOptions& options, const CaseCounts& counts, double nCases, double sumOfWeights,
                ResultList& list)
@@ -94,7 +95,7 @@ void AddCoefficients(const ModelOptions& options, const std::vector<Coefficient>
         {{"parameter", "Parameter"}, {"oddsRatio", "Odds ratio"}, {"lower", "Lower limit"}, {"upper", "Upper limit"}});
     for (const Coefficient& c : coefficients)
         if (c.HasEstimate() && c.parameter.kind != Parameter::Kind::Intercept) {
-            const auto power = [](double x) { return MCMV::IsMissing(x) ? x : std::exp(x); };
+            const auto power = [](double x) { return MCMV::IsMissing(x) ? x : MCMathFun::Exp(x); };
             odds.rows.push_back({c.parameter.Name(), power(c.estimate), power(c.lower), power(c.upper)});
         }
 }

@@ -12,6 +12,7 @@ namespace {
 using MCMath_930::ExactSum;
 using MCMath_930::Linpack;
 using MCMath_930::MCExtended;
+using MCMath_930::MCMathFun;
 using MCMath_930::MCRectMatrix;
 using MCMath_930::MCSymMatrix;
 
@@ -444,11 +445,11 @@ nb::tuple LogisticPass(ArrayLike rows, ArrayLike codes, OptionalArrayLike weight
                 e[a] = Dot(&b[a * q], row, q);
                 largest = std::max(largest, e[a]);
             }
-            double total = std::exp(-largest);
-            for (std::size_t a = 0; a < free; ++a) total += probability[a] = std::exp(e[a] - largest);
+            double total = MCMathFun::Exp(-largest);
+            for (std::size_t a = 0; a < free; ++a) total += probability[a] = MCMathFun::Exp(e[a] - largest);
             const auto code = static_cast<std::size_t>(data.y[i]);
             const double w = data.w[i];
-            logLikelihood += w * ((code > 0 ? e[code - 1] : 0.0) - largest - std::log(total));
+            logLikelihood += w * ((code > 0 ? e[code - 1] : 0.0) - largest - MCMathFun::Log(total));
             for (double& p : probability) p /= total;
             std::size_t pair = 0;
             for (std::size_t a = 0; a < free; ++a) {

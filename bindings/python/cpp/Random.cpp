@@ -235,8 +235,8 @@ void RegisterRandom(nb::module_& m)
 
     nb::class_<Generator>(
         m, "Generator",
-        "Random numbers in the streams of the C++ classes, each seed giving the same uniform numbers on "
-        "every platform, and the same variates on one C library and class of processor.\n\n"
+        "Random numbers in the streams of the C++ classes, each seed giving the same uniform numbers and variates on "
+        "every platform.\n\n"
         "stream 'twister': MCURandom's Mersenne Twister, 32 random bits in (0, 1); seed a whole number in [0, 2**32) "
         "or "
         "an array of such words.\nstream 'twister53': MCRNGUTwister, 53 bits in [0, 1); any finite seed.\nstream "

@@ -2,6 +2,7 @@
 #include "modelcore/distributions/internal/GammaPieces.h"
 
 #include "modelcore/distributions/internal/GammaWeightTables.h"
+#include "modelcore/distributions/internal/PortableMath.h"
 
 #include <array>
 #include <cmath>
@@ -25,7 +26,7 @@ inline double AtReciprocal(const double (*table)[13], double inverse)
 double LogGamma(double x)
 {
     if (x >= 8.0) {
-        const double logX = std::log(x);
+        const double logX = PortableLog(x);
         return StirlingRemainder(x) + kHalfLogTwoPi + ((x - 0.5) * logX - x);
     }
     if (x >= 3.5) {
@@ -39,7 +40,7 @@ double LogGamma(double x)
         const auto piece = static_cast<std::size_t>(shifted + 4.0);
         return Polynomial(kLogGammaShifted[piece], shifted - (static_cast<double>(piece) - 3.5));
     }
-    return -std::log(x * Polynomial(kReciprocalGamma[x < 0.25 ? 0 : 1], x));
+    return -PortableLog(x * Polynomial(kReciprocalGamma[x < 0.25 ? 0 : 1], x));
 }
 
 double LogGammaOnePlus(double a)
@@ -47,12 +48,12 @@ double LogGammaOnePlus(double a)
     if (a >= 0.5) return LogGamma(1.0 + a);
     auto row = kReciprocalGamma[a < 0.25 ? 0 : 1];
     row.back() -= 1.0;
-    return -std::log1p(Polynomial(row, a));
+    return -PortableLogOnePlus(Polynomial(row, a));
 }
 
 double LogGammaRatio(double b, double a)
 {
-    if (b < 1e-290) return std::log(b) + LogGamma(a + b); // Gamma(b) is 1/b, and a/b may overflow
+    if (b < 1e-290) return PortableLog(b) + LogGamma(a + b); // Gamma(b) is 1/b, and a/b may overflow
     // Up to where Stirling's series holds: Gamma(b + a)/Gamma(b) = Gamma(c + a)/Gamma(c) / prod (1 + a/(b + j)).
     // The product less 1 is above/below, all of whose parts are positive.
     double above = 0.0;
@@ -64,16 +65,16 @@ double LogGammaRatio(double b, double a)
     }
     const double excess = above / below;
     // a/c may be too small for its digits where its product with c is a.
-    const double linear = c > 1e100 ? a : (c - 0.5) * std::log1p(a / c);
-    return linear + a * (std::log(c + a) - 1.0) + (StirlingRemainder(c + a) - StirlingRemainder(c)) -
-           std::log1p(excess);
+    const double linear = c > 1e100 ? a : (c - 0.5) * PortableLogOnePlus(a / c);
+    return linear + a * (PortableLog(c + a) - 1.0) + (StirlingRemainder(c + a) - StirlingRemainder(c)) -
+           PortableLogOnePlus(excess);
 }
 
 double GammaWeight(double x)
 {
     if (x >= 0.5) return std::sqrt(x) * AtReciprocal(kGammaWeight, 1.0 / x);
     const double reciprocalGamma = x * Polynomial(kReciprocalGamma[x < 0.25 ? 0 : 1], x);
-    return reciprocalGamma * std::exp(x * std::log(x) - x);
+    return reciprocalGamma * PortableExp(x * PortableLog(x) - x);
 }
 
 double HalfStep(double x)

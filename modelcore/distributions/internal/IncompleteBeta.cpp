@@ -4,6 +4,7 @@
 #include "modelcore/distributions/internal/IncompleteBeta.h"
 
 #include "modelcore/distributions/internal/BetaSums.h"
+#include "modelcore/distributions/internal/PortableMath.h"
 
 #include <algorithm>
 #include <cmath>
@@ -48,11 +49,11 @@ namespace {
 /// Both tails so near an end that x^a / (a B(a, b)) is all there is to the one there.
 BetaTails TailsNearZero(const DoubleDouble& logX, double a, double b)
 {
-    const double logScale =
-        a <= 1.0 ? LogGammaRatio(b, a) - LogGammaOnePlus(a) : LogGamma(a + b) - LogGamma(b) - LogGamma(a) - std::log(a);
+    const double logScale = a <= 1.0 ? LogGammaRatio(b, a) - LogGammaOnePlus(a)
+                                     : LogGamma(a + b) - LogGamma(b) - LogGamma(a) - PortableLog(a);
     const DoubleDouble exponent = a * logX + DoubleDouble{logScale};
     const double lower = Exp(exponent.head, exponent.tail);
-    return {lower, -std::expm1(exponent.head) - exponent.tail * lower, a * lower, true};
+    return {lower, -PortableExpMinusOne(exponent.head) - exponent.tail * lower, a * lower, true};
 }
 
 BetaTails Exchanged(const BetaTails& tails)
@@ -64,7 +65,7 @@ BetaTails Exchanged(const BetaTails& tails)
 BetaTails TailsOfHalf(double x, double b, double scale, bool wantWeight)
 {
     const ExpValues<double> values = BetaHalfSeries(x, b, scale);
-    const double weight = wantWeight ? 0.5 * scale * std::sqrt(x) * std::exp(b * std::log1p(-x)) : 0.0;
+    const double weight = wantWeight ? 0.5 * scale * std::sqrt(x) * PortableExp(b * PortableLogOnePlus(-x)) : 0.0;
     return {values.value, values.complement, weight, true};
 }
 

@@ -3,6 +3,7 @@
 
 #include "modelcore/common/internal/DoubleDouble.h"
 #include "modelcore/distributions/internal/AccurateLog.h"
+#include "modelcore/distributions/internal/PortableMath.h"
 
 #include <cmath>
 
@@ -24,7 +25,7 @@ struct UnitPoint {
     {
         constexpr double kFar = 702.0; // exp(-702) is the last with all its digits
         const bool nearZero = logOdds.head < 0.0;
-        const double odds = std::exp(-std::fabs(logOdds.head)) * (1.0 + (nearZero ? logOdds.tail : -logOdds.tail));
+        const double odds = PortableExp(-std::fabs(logOdds.head)) * (1.0 + (nearZero ? logOdds.tail : -logOdds.tail));
         if (std::fabs(logOdds.head) <= kFar) return nearZero ? Dividing({odds}, {1.0}) : Dividing({1.0}, {odds});
         return nearZero ? UnitPoint{{odds}, {1.0}, logOdds, {}} : UnitPoint{{1.0}, {odds}, {}, -logOdds};
     }

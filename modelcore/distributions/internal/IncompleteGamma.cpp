@@ -5,6 +5,7 @@
 #include "modelcore/distributions/internal/GammaPieces.h"
 #include "modelcore/distributions/internal/GammaSums.h"
 #include "modelcore/distributions/internal/NormalExpansion.h"
+#include "modelcore/distributions/internal/PortableMath.h"
 
 #include <cmath>
 #include <limits>
@@ -54,9 +55,10 @@ GammaTails IncompleteGamma(const DoubleDouble& x, const GammaShape& shape, bool 
     }
     // The estimated number of terms can only come near the limit for extreme shapes.
     if (series && a > 1e6) {
-        const double root = 2.0 * std::sqrt(-14.0 / std::log10(point / (a + 1.0))) + 10.0;
+        constexpr double kDigits = 32.236191301916637; // ln 1e14
+        const double root = 2.0 * std::sqrt(-kDigits / PortableLog(point / (a + 1.0))) + 10.0;
         if (!(root * root < kMaxTermEstimate)) return tails;
-    } else if (!series && point > kSurelySummed && 4.0 * std::log(point) >= kMaxExponent) {
+    } else if (!series && point > kSurelySummed && 4.0 * PortableLog(point) >= kMaxExponent) {
         return tails;
     }
     double& near = series ? tails.lower : tails.upper;
@@ -72,10 +74,10 @@ GammaTails IncompleteGamma(const DoubleDouble& x, const GammaShape& shape, bool 
 GammaTails IncompleteGammaNearZero(const DoubleDouble& logX, double a)
 {
     if (a > 2.0) return {0.0, 1.0, 0.0, true};
-    const double logScale = a <= 1.0 ? LogGammaOnePlus(a) : LogGamma(a) + std::log(a);
+    const double logScale = a <= 1.0 ? LogGammaOnePlus(a) : LogGamma(a) + PortableLog(a);
     const DoubleDouble exponent = a * logX - DoubleDouble{logScale};
-    const double lower = std::exp(exponent.head) * (1.0 + exponent.tail);
-    return {lower, -std::expm1(exponent.head) - exponent.tail * lower, a * lower, true};
+    const double lower = Exp(exponent.head, exponent.tail);
+    return {lower, -PortableExpMinusOne(exponent.head) - exponent.tail * lower, a * lower, true};
 }
 
 GammaTails IncompleteGammaOrExpansion(const DoubleDouble& x, double a)
@@ -88,7 +90,7 @@ GammaTails IncompleteGammaOrExpansion(const DoubleDouble& x, double a)
             const DoubleDouble deviance = a * SmallDeviance(relative);
             const DoubleDouble exponent = DoubleDouble{-StirlingRemainder(a)} - deviance;
             if (exponent.head < -708.0) return {below ? 0.0 : 1.0, below ? 1.0 : 0.0, 0.0, true};
-            const double scale = std::exp(exponent.head) * (1.0 + exponent.tail);
+            const double scale = Exp(exponent.head, exponent.tail);
             // The beta distribution with one shape far beyond the other is the gamma distribution.
             const double near = NormalExpansion(below ? 1.0 : -1.0, a, deviance.head) * scale;
             const double weight = std::sqrt(a) * kInverseSqrtTwoPi * scale;

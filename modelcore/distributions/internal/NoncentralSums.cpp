@@ -11,6 +11,7 @@
 #include "modelcore/distributions/internal/GammaSums.h"
 #include "modelcore/distributions/internal/IncompleteGamma.h"
 #include "modelcore/distributions/internal/Normal.h"
+#include "modelcore/distributions/internal/PortableMath.h"
 
 #include <algorithm>
 #include <cmath>
@@ -76,7 +77,7 @@ double FindZero(double low, double high, double precision, Function falling)
 double PoissonWeight(double mean, double r)
 {
     if (mean == 0.0) return r == 0.0 ? 1.0 : 0.0; // half a subnormal may be 0
-    return r == 0.0 ? std::exp(-mean) : GammaDensityTimesX({mean}, r) / r;
+    return r == 0.0 ? PortableExp(-mean) : GammaDensityTimesX({mean}, r) / r;
 }
 
 /// The index of the largest term of sum w(j) F(j) where F falls by about pull/(a + j + 1) a step: the root of
@@ -149,7 +150,7 @@ SumResult PoissonGammaLower(double mean, double x, double shape, double toleranc
 {
     if (0.5 * x < kLeastPoint) {
         const DoubleDouble logX = AccurateLog({x}) + AccurateLog({0.5});
-        return {std::exp(-mean) * IncompleteGammaNearZero(logX, shape).lower, true};
+        return {PortableExp(-mean) * IncompleteGammaNearZero(logX, shape).lower, true};
     }
     const double point = 0.5 * x;
     const double largest = LargestTerm(mean, 0.5 * shape, mean, point);
@@ -247,7 +248,7 @@ double IntegrateOverLogChi(double shape, double peak, double h, double power, do
     // The density relative to that at the peak needs one exponential a node, as long as its exponent keeps its digits.
     const bool relative = shape < 1e4;
     const double atPeak = relative ? GammaDensityTimesX({peak}, shape) : 1.0;
-    const double factor = std::exp(h);
+    const double factor = PortableExp(h);
     double rest = 0.0;
     double w = peak;
     double total = 0.0;
@@ -255,11 +256,11 @@ double IntegrateOverLogChi(double shape, double peak, double h, double power, do
         w = k == 1 || k == -1 ? (k > 0 ? peak * factor : peak / factor) : k > 0 ? w * factor : k < 0 ? w / factor : w;
         // Where the normal factor no longer changes, the rest of a slowly falling power is geometric.
         if (rest > 0.0) return 0.0;
-        const double density = relative ? std::exp(k * (h * shape) - (w - peak)) : GammaDensityTimesX({w}, shape);
+        const double density = relative ? PortableExp(k * (h * shape) - (w - peak)) : GammaDensityTimesX({w}, shape);
         const double term = density * normal(std::sqrt(w / shape));
         total += term;
         if (k < 0 && term > kNegligible * total && w * decay < 1e-18 && pull * std::sqrt(w) < 1e-18)
-            rest = term / std::expm1(power * h);
+            rest = term / PortableExpMinusOne(power * h);
         return term;
     });
     return atPeak * (sum + rest) * h;
@@ -430,7 +431,7 @@ private:
         const double reach = std::max(peak, nc);
         const double h = std::min(0.2, NodeDistance(reach * reach + 4.0 * shape + 1.0));
         return h * SumOutward([&](int k) {
-                   const double y = peak * std::exp(k * h);
+                   const double y = peak * PortableExp(k * h);
                    return y * NormalDensity(y - nc) * GammaFactor(GammaAt({y}));
                });
     }

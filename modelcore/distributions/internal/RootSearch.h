@@ -1,6 +1,8 @@
 // The bracketed search that all quantiles share.
 #pragma once
 
+#include "modelcore/distributions/internal/PortableMath.h"
+
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -82,7 +84,7 @@ struct TailAt {
 /// @param tolerance  of ln(tail/target) before the last step, which cubes it
 inline Probe ProbeTail(double x, const TailAt& at, double target, double tolerance)
 {
-    const double excess = std::log(at.tail / target);
+    const double excess = PortableLog(at.tail / target);
     const double rate = (at.isLower ? at.weight : -at.weight) / at.tail;
     const double newton = excess / rate;
     const double bend = 1.0 - 0.5 * newton * (at.slope - rate);
@@ -90,7 +92,7 @@ inline Probe ProbeTail(double x, const TailAt& at, double target, double toleran
     const int side = (excess > 0.0) - (excess < 0.0);
     // Between two masses a tail hardly moves: a small excess is then far from the root, and the step is no last one.
     const bool close = std::fabs(excess) <= tolerance && std::fabs(step) <= kLongestLastStep;
-    return {at.isLower ? side : -side, at.weight > 0.0 ? x * std::exp(-step) : std::nan(""), close};
+    return {at.isLower ? side : -side, at.weight > 0.0 ? x * PortableExp(-step) : std::nan(""), close};
 }
 
 /// Tolerance of ProbeTail for full accuracy.

@@ -3,6 +3,7 @@
 
 #include "modelcore/common/MCMV.h"
 #include "modelcore/distributions/MCDistFun.h"
+#include "modelcore/distributions/internal/PortableMath.h"
 #include "modelcore/random/internal/KindermanRamage.h"
 #include "modelcore/random/internal/Rejection.h"
 
@@ -77,7 +78,7 @@ private:
         return smaller > 1.0 ? Method::kBothAboveOne : Method::kOneUpToOne;
     }
 
-    static double GuardedExp(double x) { return x < kUnderflowLimit ? 0.0 : std::exp(std::min(x, kOverflowLimit)); }
+    static double GuardedExp(double x) { return x < kUnderflowLimit ? 0.0 : PortableExp(std::min(x, kOverflowLimit)); }
 
     // Algorithm BS: a normal variate with the curvature of the density at 1/2, accepted with the ratio of the two, which
     // is exp((a-1)*(ln(1-y) + y)) and lies between 1 - s^4/(8a-12) and 1 - q + q^2/2, q = s^4/(8a-8).
@@ -96,7 +97,7 @@ private:
             const double q = fourth / (8.0 * exponent);
             if (u >= 1.0 - q + 0.5 * q * q) continue;
             const double y = square / (2.0 * exponent);
-            if (u <= GuardedExp(exponent * (std::log1p(-y) + y))) return x;
+            if (u <= GuardedExp(exponent * (PortableLogOnePlus(-y) + y))) return x;
         }
         return MCCommon_930::MCMV::Missing();
     }
@@ -111,15 +112,15 @@ private:
             const double u1 = next();
             const double u2 = next();
             if (u1 == 0.0) continue; // its logarithm would be accepted
-            const double v = fBeta * std::log(u1 / (1.0 - u1));
+            const double v = fBeta * PortableLog(u1 / (1.0 - u1));
             const double w = a * GuardedExp(v);
             const double z = u1 * u1 * u2;
             const double r = fGamma * v - kLn4;
             const double bound = a + r - w;
             bool accept = bound + kOnePlusLn5 >= 5.0 * z;
             if (!accept) {
-                const double t = std::log(z);
-                accept = bound >= t || r + fAlpha * std::log(fAlpha / (b + w)) >= t;
+                const double t = PortableLog(z);
+                accept = bound >= t || r + fAlpha * PortableLog(fAlpha / (b + w)) >= t;
             }
             if (accept) return fA == a ? w / (b + w) : b / (b + w);
         }
@@ -141,11 +142,11 @@ private:
             const double z = u1 * y;
             const bool atOnce = u1 >= 0.5 && z <= 0.25;
             if (!atOnce && (u1 < 0.5 ? 0.25 * u2 + z - y >= fK1 : z >= fK2)) continue;
-            const double v = fBeta * std::log(u1 / (1.0 - u1));
+            const double v = fBeta * PortableLog(u1 / (1.0 - u1));
             const double aPart = v > 0.0 ? a : a * GuardedExp(v);
             const double bPart = v > 0.0 ? b * GuardedExp(-v) : b;
             const double sum = aPart + bPart;
-            if (atOnce || fAlpha * (std::log(fAlpha / sum) + std::min(v, 0.0)) - kLn4 >= std::log(z))
+            if (atOnce || fAlpha * (PortableLog(fAlpha / sum) + std::min(v, 0.0)) - kLn4 >= PortableLog(z))
                 return (fA == a ? aPart : bPart) / sum;
         }
         return MCCommon_930::MCMV::Missing();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "modelcore/common/MCMV.h"
+#include "modelcore/distributions/internal/PortableMath.h"
 #include "modelcore/random/internal/Rejection.h"
 
 #include <algorithm>
@@ -17,7 +18,7 @@ inline double AboveTriangle(double t)
 {
     if (t == 0.0) return 0.0;
     const double triangle = 0.180025191068563 * std::max(0.0, kTriangleHalfWidth - std::fabs(t));
-    return std::max(0.0, 0.3989422804014327 * std::exp(-t * t / 2.0) - triangle);
+    return std::max(0.0, 0.3989422804014327 * PortableExp(-t * t / 2.0) - triangle);
 }
 
 /// One of the three pieces, on either side of 0, into which that remainder is cut.
@@ -44,7 +45,7 @@ double BeyondTriangle(double u, Uniform& next)
         for (int trial = 0; trial < kMaxTrials; ++trial) {
             const double v = next();
             const double w = next();
-            const double x = halfSquare - std::log(w);
+            const double x = halfSquare - PortableLog(w);
             // A w of 0 makes x infinite and, with v = 0, the product a NaN: both are refused.
             if (v * v * x <= halfSquare) return side * std::sqrt(2.0 * x);
         }
