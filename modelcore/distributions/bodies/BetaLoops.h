@@ -49,7 +49,7 @@ void BetaByFraction(double* x, std::size_t count, const BetaShapes& shapes, cons
     const double a = task.opposite ? shapes.b : shapes.a;
     const double b = task.opposite ? shapes.a : shapes.b;
     const double spread2 = shapes.Spread2();
-    if (shapes.HasHalf()) {
+    if (a == 0.5 || b == 0.5) {
         Map(x, count, [&](Lanes at) {
             const DividingPoint<Lanes> point = BetaPoint(at, task);
             const BetaSide<Lanes> side{point.x, point.y, shapes.a, shapes.b};
