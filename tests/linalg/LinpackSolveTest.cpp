@@ -311,3 +311,36 @@ TEST(LinpackSolve, SingularValuesAndVectors)
         EXPECT_EQ(only, s);
     }
 }
+
+// Rows of a large matrix are gathered for the estimate, of a small one they are not, and the one of a triangle never: an
+// upper triangle is its own factor, whichever way it is stored.
+TEST(LinpackSolve, EstimatesOfATriangleAgree)
+{
+    for (const int n : {40, 63, 64, 65, 71, 130})
+        for (const int above : {5, n - 1}) {
+            SCOPED_TRACE(testing::Message() << "order " << n << ", band of " << above);
+            Doubles t = RandomMatrix(n, false, 0.1 * n, 999);
+            for (int j = 0; j < n; ++j)
+                for (int i = 0; i < n; ++i)
+                    if (i > j || i < j - above) t[At(i, j, n)] = 0.0;
+            const Doubles banded = Banded(t, n, above + 1, above, 0, above);
+            Doubles z(Size(n)), right = TestRandom(6).Vector(Size(n), -1.0, 1.0);
+            Integers pivots(Size(n));
+            const double expected = Linpack::Dtrco(t.data(), n, n, z.data(), 1);
+            Doubles a = t, abd = banded;
+            EXPECT_NEAR(Linpack::Dgeco(a.data(), n, n, pivots.data(), z.data()) / expected, 1.0, 1e-10);
+            EXPECT_NEAR(Linpack::Dgbco(abd.data(), above + 1, n, 0, above, pivots.data(), z.data()) / expected, 1.0,
+                        1e-10);
+
+            Doubles x = right, y = right;
+            for (int k = 0; k < n; ++k) {
+                double sum = 0.0;
+                for (int i = std::max(0, k - above); i < k; ++i) sum += t[At(i, k, n)] * x[Size(i)];
+                x[Size(k)] = (x[Size(k)] - sum) / t[At(k, k, n)];
+            }
+            Linpack::Dtrsl(t.data(), n, n, y.data(), 11);
+            EXPECT_TRUE(SameBits(y, x));
+            Linpack::Dgbsl(abd.data(), above + 1, n, 0, above, pivots.data(), right.data(), 1);
+            EXPECT_TRUE(SameBits(right, x));
+        }
+}
