@@ -67,7 +67,7 @@ private:
             std::copy_n(from, depth, factors + c * depth);
             std::fill_n(from, depth, 0.0);
         }
-        const auto left = [=](int r, int q) { return factors[r * depth + q]; };
+        const LeftLines left{[=](int r) { return factors + r * depth; }};
         AddProduct<ZeroFactor::Skips>(
             fWork, columns, depth, [=, this](int r) { return fu(j + r); }, [=](int) { return k; }, left,
             RowsOperand{[=, this](int q) { return fu(k + q); }});

@@ -77,6 +77,10 @@ KERNEL(void, AddPanelTile, (double* const* lines, const double* left, const doub
 KERNEL(void, AddSmallProduct, (double* out, const double* left, std::ptrdiff_t leftStep, std::size_t rows,
                                std::size_t depth, const double* right, std::size_t cols))
 
+/// packed[k*kTileLines + r] = lines[r][k] for r < kTileLines and k < depth: a left operand of AddProductTile.
+/// @return whether one of them is 0
+KERNEL(bool, PackLines, (double* packed, const double* const* lines, std::size_t depth))
+
 /// Packs rows[k*rowStep + w] - origin[w] for w < width and k < count as a right operand of AddProductTile: strips of
 /// kTileWidth columns, in each the rows one after the other. What stands beside the last columns of the last strip is
 /// left as it is. One rounding per element.

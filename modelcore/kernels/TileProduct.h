@@ -94,18 +94,47 @@ void PackRight(double* packed, const Right& right, int w0, int width, int first,
     }
 }
 
-/// Packs left(first + r, k) for r < lines <= kTileLines, filled up with ones, which are never taken for a zero factor.
+/// Whether one of them is 0: counted, which compilers make vectors of.
+inline bool HasZero(const double* x, int count)
+{
+    std::int64_t zeros = 0;
+    for (int i = 0; i < count; ++i) zeros += x[i] == 0.0 ? 1 : 0;
+    return zeros > 0;
+}
+
+/// Packs left(firstLine + r, firstTerm + k) for r < lines <= kTileLines and k < depth, filled up with ones, which are
+/// never taken for a zero factor.
+/// @return whether one of them is 0
 template <class Left>
-void PackLeft(double* packed, Left left, int first, int lines, int depth)
+bool PackLeft(double* packed, const Left& left, int firstLine, int lines, int firstTerm, int depth)
 {
     if (lines == kTileLines) {
-        for (int k = 0; k < depth; ++k, packed += kTileLines)
-            for (int r = 0; r < kTileLines; ++r) packed[r] = left(first + r, k);
-        return;
+        for (int k = 0; k < depth; ++k)
+            for (int r = 0; r < kTileLines; ++r) packed[k * kTileLines + r] = left(firstLine + r, firstTerm + k);
+    } else {
+        std::fill_n(packed, kTileLines * depth, 1.0);
+        for (int r = 0; r < lines; ++r)
+            for (int k = 0; k < depth; ++k) packed[k * kTileLines + r] = left(firstLine + r, firstTerm + k);
     }
-    std::fill_n(packed, kTileLines * depth, 1.0);
-    for (int r = 0; r < lines; ++r)
-        for (int k = 0; k < depth; ++k) packed[k * kTileLines + r] = left(first + r, k);
+    return HasZero(packed, kTileLines * depth);
+}
+
+/// A left operand whose lines are contiguous: line(r) is where the factors of line r start.
+template <class Line>
+struct LeftLines {
+    Line line;
+};
+
+template <class Line>
+LeftLines(Line) -> LeftLines<Line>;
+
+/// The same for contiguous lines, filled up with the last one.
+template <class Line>
+bool PackLeft(double* packed, const LeftLines<Line>& left, int firstLine, int lines, int firstTerm, int depth)
+{
+    const double* from[kTileLines];
+    for (int r = 0; r < kTileLines; ++r) from[r] = left.line(firstLine + std::min(r, lines - 1)) + firstTerm;
+    return PackLines(packed, from, static_cast<std::size_t>(depth));
 }
 
 inline void FetchLine([[maybe_unused]] const double* address)
@@ -147,29 +176,21 @@ void AddProductToLines(Line line, Length length, int lines, const double* left, 
     }
 }
 
-/// Whether one of them is 0: counted, which compilers make vectors of.
-inline bool HasZero(const double* x, int count)
-{
-    std::int64_t zeros = 0;
-    for (int i = 0; i < count; ++i) zeros += x[i] == 0.0 ? 1 : 0;
-    return zeros > 0;
-}
-
 /// What a factor left(r, k) of 0 does.
 enum class ZeroFactor {
     Multiplies, ///< it is multiplied and added like any other
     Skips       ///< its terms are left out, as Daxpy leaves them out
 };
 
-/// AddProductToLines with the terms of zero factors left out. Multiplying by them could show: a -0.0 in the lines would
+/// AddProductToLines with the terms of zero factors, if there are any, left out. Multiplying by them could show: a -0.0 in the lines would
 /// become +0.0, an infinity or NaN in the right operand would become a NaN. Only then the slow loop is needed.
 template <class Line, class Length>
 void AddProductSkippingZeros(Line line, Length length, int lines, const double* left, const double* right, int depth,
-                             int ahead)
+                             int ahead, bool zeros)
 {
     const int longest = length(lines - 1);
     bool shows = false;
-    if (HasZero(left, kTileLines * depth)) {
+    if (zeros) {
         const int packed = (longest + kTileWidth - 1) / kTileWidth * kTileWidth * depth;
         for (int i = 0; i < packed; ++i) shows |= !std::isfinite(right[i]);
         for (int r = 0; r < lines; ++r)
@@ -192,7 +213,7 @@ void AddProductSkippingZeros(Line line, Length length, int lines, const double* 
 ///
 /// @param line    line(r) is where element 0 of line r stands, r in [0, lines)
 /// @param length  length(r) is how many elements line r has, not less than those of the line before it
-/// @param left    left(r, k) is a factor of line r, k in [0, depth)
+/// @param left    left(r, k) is a factor of line r, k in [0, depth), or LeftLines
 /// @param right   a RowsOperand or LinesOperand
 template <ZeroFactor kZeros, class Line, class Length, class Left, class Right>
 void AddProduct(const TileWorkspace& work, int lines, int depth, Line line, Length length, Left left,
@@ -211,11 +232,10 @@ void AddProduct(const TileWorkspace& work, int lines, int depth, Line line, Leng
                 const auto part = [&](int r) { return line(r0 + r) + w0; };
                 const auto partLength = [&](int r) { return std::clamp(length(r0 + r) - w0, 0, count); };
                 if (partLength(used - 1) == 0) continue;
-                PackLeft(
-                    work.Left(), [&](int r, int k) { return left(r, k0 + k); }, r0, used, terms);
+                const bool zeros = PackLeft(work.Left(), left, r0, used, k0, terms);
                 const int ahead = std::min(kTileLines, lines - r0 - used);
                 if constexpr (kZeros == ZeroFactor::Skips)
-                    AddProductSkippingZeros(part, partLength, used, work.Left(), work.Right(), terms, ahead);
+                    AddProductSkippingZeros(part, partLength, used, work.Left(), work.Right(), terms, ahead, zeros);
                 else
                     AddProductToLines(part, partLength, used, work.Left(), work.Right(), terms, ahead);
             }

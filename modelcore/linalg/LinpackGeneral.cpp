@@ -121,7 +121,7 @@ void BlockedElimination::Update(int first, int last, int from, int to)
     SolveTriangle(first, last, from, to);
     AddProduct<ZeroFactor::Skips>(
         fWork, to - from, last - first, [=, this](int r) { return fa(from + r) + last; },
-        [=, this](int) { return fn - last; }, [=, this](int r, int k) { return fa(from + r)[first + k]; },
+        [=, this](int) { return fn - last; }, LeftLines{[=, this](int r) { return fa(from + r) + first; }},
         RowsOperand{[=, this](int k) { return fa(first + k) + last; }});
 }
 
@@ -137,7 +137,7 @@ void BlockedElimination::SolveTriangle(int first, int last, int from, int to)
     SolveTriangle(first, half, from, to);
     AddProduct<ZeroFactor::Skips>(
         fWork, to - from, half - first, [=, this](int r) { return fa(from + r) + half; },
-        [=](int) { return last - half; }, [=, this](int r, int k) { return fa(from + r)[first + k]; },
+        [=](int) { return last - half; }, LeftLines{[=, this](int r) { return fa(from + r) + first; }},
         RowsOperand{[=, this](int k) { return fa(first + k) + half; }});
     SolveTriangle(half, last, from, to);
 }

@@ -133,6 +133,43 @@ void AddSmallProduct(double* out, const double* left, std::ptrdiff_t leftStep, s
     }
 }
 
+bool PackLines(double* packed, const double* const* lines, std::size_t depth)
+{
+    std::size_t k = 0;
+    bool zero = false;
+#ifdef MODELCORE_TRANSPOSES
+    static_assert(kTileLines == 6, "four lines and two");
+    typedef double Pair __attribute__((vector_size(16)));
+    auto zeros = Quad{} != 0.0;
+    for (; k + 4 <= depth; k += 4, packed += 4 * kTileLines) {
+        Quad v[4];
+#pragma GCC unroll 4
+        for (int r = 0; r < 4; ++r) {
+            v[r] = QuadAt(lines[r] + k);
+            zeros |= v[r] == 0.0;
+        }
+        const Quad a = QuadAt(lines[4] + k);
+        const Quad b = QuadAt(lines[5] + k);
+        zeros |= a == 0.0;
+        zeros |= b == 0.0;
+        Transpose(v);
+#pragma GCC unroll 4
+        for (int q = 0; q < 4; ++q) Store(packed + q * kTileLines, v[q]);
+        const Pair pairs[4] = {__builtin_shufflevector(a, b, 0, 4), __builtin_shufflevector(a, b, 1, 5),
+                               __builtin_shufflevector(a, b, 2, 6), __builtin_shufflevector(a, b, 3, 7)};
+#pragma GCC unroll 4
+        for (int q = 0; q < 4; ++q) Store(packed + q * kTileLines + 4, pairs[q]);
+    }
+    zero = (zeros[0] | zeros[1] | zeros[2] | zeros[3]) != 0;
+#endif
+    for (; k < depth; ++k, packed += kTileLines)
+        for (int r = 0; r < kTileLines; ++r) {
+            packed[r] = lines[r][k];
+            zero |= packed[r] == 0.0;
+        }
+    return zero;
+}
+
 // The rest of a row is of a width known to the compiler, which then needs no loop for it.
 template <int kRest>
 void PackDifferencesAndRest(double* __restrict packed, const double* __restrict rows, std::size_t rowStep,
