@@ -88,24 +88,21 @@ private:
         return fStrip.get() + static_cast<std::ptrdiff_t>(i - firstRow) * kReflectionWidth;
     }
 
+    // Both turn columns into rows or back.
     void Load(const DenseColumns<double>& x, int c, int width, int firstRow)
     {
-        constexpr int kRowsAtOnce = 64;
-        for (int i0 = firstRow; i0 < fRows; i0 += kRowsAtOnce)
-            for (int j = 0; j < kReflectionWidth; ++j) { // columns beyond the last repeat it
-                const double* const column = x(c + std::min(j, width - 1));
-                for (int i = i0; i < std::min(fRows, i0 + kRowsAtOnce); ++i) Row(i, firstRow)[j] = column[i];
-            }
+        SpreadRows(Row(firstRow, firstRow), kReflectionWidth, x(c) + firstRow, static_cast<std::size_t>(x.lda),
+                   static_cast<std::size_t>(fRows - firstRow), static_cast<std::size_t>(width));
+        for (int i = firstRow; width < kReflectionWidth && i < fRows; ++i) { // columns beyond the last repeat it
+            double* const row = Row(i, firstRow);
+            std::fill(row + width, row + kReflectionWidth, row[width - 1]);
+        }
     }
 
     void Store(const DenseColumns<double>& x, int c, int width, int firstRow) const
     {
-        constexpr int kRowsAtOnce = 64;
-        for (int i0 = firstRow; i0 < fRows; i0 += kRowsAtOnce)
-            for (int j = 0; j < width; ++j) {
-                double* const column = x(c + j);
-                for (int i = i0; i < std::min(fRows, i0 + kRowsAtOnce); ++i) column[i] = Row(i, firstRow)[j];
-            }
+        SpreadRows(x(c) + firstRow, static_cast<std::size_t>(x.lda), Row(firstRow, firstRow), kReflectionWidth,
+                   static_cast<std::size_t>(width), static_cast<std::size_t>(fRows - firstRow));
     }
 
     int fRows;

@@ -122,8 +122,8 @@ public:
     }
 
 private:
-    static constexpr int kBlock = 32;
-    static constexpr int kGroup = 8;
+    static constexpr int kBlock = 96; // reflections for each time that the later columns are turned into strips
+    static constexpr int kGroup = 16;
 
     /// Makes reflection l and applies it up to column end.
     void Reflect(int l, int first, int end)
