@@ -109,7 +109,11 @@ void BlockedElimination::Update(int first, int last, int from, int to)
 {
     for (int j = from; j < to; ++j) {
         double* const column = fa(j);
-        for (int k = first; k < last; ++k) std::swap(column[k], column[fPivots[k] - 1]);
+        const double* const next = fa(std::min(j + 1, to - 1)); // fetched: its rows are far apart
+        for (int k = first; k < last; ++k) {
+            FetchLine(next + fPivots[k] - 1);
+            std::swap(column[k], column[fPivots[k] - 1]);
+        }
     }
     if (HasZeroPivot(first, last)) {
         for (int j = from; j < to; ++j)
