@@ -449,6 +449,52 @@ TEST(MCPMMLExporter, WritesAQualityWithTableAndCurve)
     EXPECT_EQ(text(problem), "") << "an infinite rate";
 }
 
+// Of a model of two categories; beside its fields, such as only describe the data.
+TEST(MCPMMLExporter, WritesRolesCodesPriorsAndCovariancesOfCategories)
+{
+    Small s;
+    constexpr IMCVariable::VariableRole kRoles[] = {IMCVariable::RoleGroup, IMCVariable::RoleOrder,
+                                                    IMCVariable::RoleSupplementary};
+    for (const auto role : kRoles)
+        s.variables.Add(
+            MCContinuousVariable("r" + std::to_string(static_cast<int>(role)), IMCVariable::StorageReal, role));
+    s.variables.Add(MCWeightVariable("wf"));
+    s.variables.Add(MCWeightVariable("wr", IMCVariable::RoleRegressionWeight));
+    MCContinuousVariable coded("coded");
+    for (const char* const code : {"7", "1e1", "0x10", " 3", "4 ", "1e999", "nan", "", "none"})
+        coded.AddMissingCode(code);
+    s.variables.Add(coded);
+    MCCategoricalVariable grade("grade");
+    grade.SetOrdered(true);
+    s.variables.Add(grade);
+    MCPMMLGeneralRegression general = s.General();
+    general.type = MCPMMLGeneralRegression::MultinomialLogistic;
+    general.categories = {true, false};
+    general.coefficients = {{0, 0.5, 0}, {1, 0.25, 0}, {2, std::nan(""), 0, true}};
+    general.covariance = MCMath_930::MCSymMatrix(2);
+    general.covariance.SetElem(1, 0, -0.125);
+    MCPMMLExporter exporter = s.Exporter();
+    exporter.AddGeneralRegression(general);
+    MCPMMLTarget target;
+    target.min = 0.5; // of a number alone
+    target.priorProbabilities = {0.25, 0.75};
+    exporter.SetTarget(target);
+    const std::string text = TextOf(MCPMMLExporter(std::move(exporter)));
+    for (const char* const part :
+         {R"(<MiningField name="wf" usageType="frequencyWeight"/>)", R"("wr" usageType="analysisWeight"/>)",
+          R"(" usageType="group"/>)", R"(" usageType="order"/>)", R"(" usageType="supplementary"/>)",
+          "<DataField name=\"coded\" optype=\"continuous\" dataType=\"double\">\n<Value value=\"7\" "
+          "property=\"missing\"/>\n"
+          "<Value value=\"1e1\" property=\"missing\"/>\n</DataField>",
+          R"(<DataField name="grade" optype="ordinal")",
+          R"(<DataField name="y" optype="categorical" dataType="boolean">)",
+          R"(<OutputField name="predicted_y" optype="categorical" dataType="boolean")", R"(value="k=a of true"/>)",
+          R"-(<PCovCell pRow="x" pCol="(Intercept)" tRow="true" tCol="true" value="-0.125"/>)-",
+          "<Target field=\"y\">\n<TargetValue value=\"true\" priorProbability=\"0.25\"/>\n"
+          "<TargetValue value=\"false\" priorProbability=\"0.75\"/>\n</Target>"})
+        EXPECT_THAT(text, testing::HasSubstr(part));
+}
+
 TEST(MCPMMLExporter, LeavesAliasedParametersAndTheirFieldsOutAndSaysSo)
 {
     Small s;
