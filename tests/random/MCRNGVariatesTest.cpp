@@ -165,3 +165,40 @@ TEST(MCRNGVariatesParameters, ExtremeOnesGiveNumbersOfTheRange)
     EXPECT_EQ(binomial.GetNext(5.0, 1.0), 5.0); // certain: nothing is drawn
     EXPECT_EQ(direct.Drawn(), 5u);
 }
+
+TEST(MCRandom, DisplaySaysWhatIsDrawnAndWhereFrom)
+{
+    const auto framed = [](const std::string& name, const std::string& lines) {
+        return name + " display start\n" + lines + name + " display end\n";
+    };
+    const std::string none = "Uniform source indicator: false\nOwned source indicator: true\n";
+    MCRNGUTwister twister;
+    twister.SetSeed(5.0);
+    twister.GetNext();
+    MCRNGUCongruential congruential;
+    congruential.SetSeed(77.5);
+    MCRNGBinomial binomial(10.0, 0.5);
+    binomial.SetURNGenerator(twister);
+    const MCURandom random(5, true, false, nullptr);
+    EXPECT_EQ(Shown(MCRNGNormal(1.5, 0.25)), framed("MCRNGNormal", "Mean: 1.5\nStandard deviation: 0.25\n" + none));
+    EXPECT_EQ(Shown(MCRNGBeta(2.0, 3.0)), framed("MCRNGBeta", "First shape: 2\nSecond shape: 3\n" + none));
+    EXPECT_EQ(Shown(binomial),
+              framed("MCRNGBinomial", "Number of trials: 10\nProbability: 0.5\n"
+                                      "Uniform source indicator: true\nOwned source indicator: false\n"));
+    EXPECT_EQ(Shown(congruential), framed("MCRNGUCongruential", "State: 77\n"));
+    EXPECT_EQ(Shown(twister), framed("MCRNGUTwister", framed("MCRandomTwister", "Position in the block: 2\n")));
+    EXPECT_EQ(Shown(random), framed("MCURandom", "The seed: 5\nPortable RNG indicator: true\n"
+                                                 "Mersenne Twister RNG indicator: false\n"));
+    MCRandomValues values;
+    const auto chosen = [&](bool isSet, const std::string& lines) {
+        EXPECT_TRUE(isSet && Shown(values).find("Parameters set indicator: true\nDistribution: " + lines +
+                                                "MCRandomValues display end\n") != std::string::npos)
+            << Shown(values);
+    };
+    chosen(values.SetParamUniform(-1.0, 2.0), "uniform\nLower bound: -1\nUpper bound: 2\n");
+    chosen(values.SetParamNormal(3.0, 0.5), "normal\nMean: 3\nStandard deviation: 0.5\n");
+    chosen(values.SetParamChi(4.0), "chi-square\nDegrees of freedom: 4\n");
+    chosen(values.SetParamGamma(2.0, 8.0), "gamma\nShape: 2\nRate: 8\n");
+    chosen(values.SetParamWishart(2, 5.0),
+           "Wishart matrices\nOrder: 2\nDegrees of freedom: 5\nIdentity matrix indicator: true\n");
+}

@@ -130,6 +130,9 @@ TEST(MCRandomValues, VectorsAndMatricesAreDrawnElementByElement)
         ASSERT_TRUE(b.values.SetParamUniform({-1.0, 5.0}, {1.0, 5.0}) && b.values.GetRandom(x));
         const double first = same.values.RVUni(-1.0, 1.0), second = same.values.RVUni(5.0, 5.0);
         EXPECT_EQ(x, (Vector{first, second}));
+        ASSERT_TRUE(b.values.SetParamUniform(2) && b.values.GetRandom(x));
+        const double u = same.values.RVUni(0.0, 1.0);
+        EXPECT_EQ(x, (Vector{u, same.values.RVUni(0.0, 1.0)}));
         ASSERT_TRUE(b.values.SetParamNormal({10.0, 20.0, 30.0}, 2.0, kCovariance) && b.values.GetRandom(x));
         const Vector z = same.Normals(3);
         EXPECT_EQ(x, (Vector{10.0 + 2.0 * (2.0 * z[0]), 20.0 + 2.0 * (1.0 * z[0] + 3.0 * z[1]),
