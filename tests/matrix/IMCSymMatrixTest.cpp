@@ -42,7 +42,8 @@ TEST_P(IMCSymMatrixTest, ProductsEqualTripleLoops)
 {
     TestRandom random(101);
     for (const int n : {0, 1, 2, 3, 7, 8, 33, 70})
-        for (const int k : {0, 1, 3, 4, 9}) {
+        for (const int k : {0, 1, 3, 4, 9, 30}) {
+            if (k == 30 && n != 70) continue; // of which products are formed by tiles
             SCOPED_TRACE(::testing::Message() << "order " << n << ", other side " << k);
             const std::unique_ptr<IMCSymMatrix> owner = GetParam().make(random, n);
             const IMCSymMatrix& s = *owner;

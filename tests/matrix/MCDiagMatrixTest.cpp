@@ -47,4 +47,6 @@ TEST(MCDiagMatrix, ResultsStayDiagonalWhereTheyAre)
     EXPECT_EQ(factor.AsVector(), (std::vector<double>{2, 0, 4}));
     EXPECT_EQ(kept, Bits(3, {0, 2}));
     EXPECT_TRUE(Shown(d).starts_with("MCDiagMatrix display start\nNumber of rows: 3\n"));
+    factor.ClearAll();
+    EXPECT_EQ(factor.GetNRows(), 0);
 }

@@ -199,4 +199,9 @@ TEST(MCSparseRectMatrix, NanReachesOnlyStoredElements)
     EXPECT_TRUE(std::isnan(out[0]) && out[1] == 2.0 && out[2] == 0.0);
     EXPECT_TRUE(MCSparseRectMatrix().ComputeRV({}, out) && out.empty() && MCSparseRectMatrix().ComputeVR({}, out));
     EXPECT_TRUE(Shown(m).starts_with("MCSparseRectMatrix display start\nNumber of rows: 2\n"));
+    DisplayCapture capture;
+    m.DisplayF();
+    EXPECT_EQ(capture.Text(), "MCSparseRectMatrix display start\nNumber of rows: 2\nNumber of columns: 3\n"
+                              "     [0]  [1]  [2]\n[0]    1    0    0\n[1]    0    2    0\n"
+                              "MCSparseRectMatrix display end\n");
 }

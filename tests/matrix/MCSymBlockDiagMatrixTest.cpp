@@ -79,6 +79,7 @@ TEST(MCSymBlockDiagMatrix, TablesFollowEveryChangeOfStructure)
         EXPECT_TRUE(m.ReplaceBlock(b, *block));
         ExpectConsistent(m);
     }
+    EXPECT_TRUE(m.ReplaceBlock(3, MCDiagMatrix({4, 5, 6})) && m.GetElem(12, 12) == 5); // of the same kind and size
     EXPECT_TRUE(m.ReplaceBlock(1, *m.GetDenseBlock(0)) && m.ReplaceBlock(2, *m.GetDenseBlock(1)));
     EXPECT_EQ(m.GetBlockSizes(), (std::vector<int>{4, 4, 4, 3, 3, 3}));
     EXPECT_TRUE(SameMatrix(*m.GetDenseBlock(2), packed));

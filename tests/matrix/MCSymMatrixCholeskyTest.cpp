@@ -189,6 +189,8 @@ TEST(MCSymMatrixCholesky, DowndateUndoesUpdate)
     EXPECT_TRUE(Refuses(singular, [](MCSymMatrix& m) {
         return NoneOf({m.LTCholDowndate({0.1, 0.1}), m.LTCholUpdateR1({1})});
     }));
+    MCSymMatrix nothing(2); // 0 and 0 need no rotation: the factor of diag(0, 9)
+    EXPECT_TRUE(nothing.LTCholUpdateR1({0, -3}) && SameMatrix(nothing, MCSymMatrix(2, std::vector<double>{0, 0, 3})));
     EXPECT_TRUE(singular.LTCholUpdateR1({0, -3})); // [[1,1],[1,1]] + diag(0,9)
     EXPECT_TRUE(SameMatrix(singular, FromTriangle({1, 1, 3})));
 }

@@ -102,6 +102,11 @@ TEST(MCSymMatrix, CopiesFromAndToArrays)
     MCSymMatrix copy(7);
     ASSERT_TRUE(copy.ResizeNCopy(s) && copy.ResizeNCopy(copy));
     EXPECT_TRUE(SameMatrix(copy, s));
+    MCSymBlockDiagMatrix blocks;
+    ASSERT_TRUE(blocks.AddBlock(Places(2)) && blocks.AddBlock(MCDiagMatrix(std::vector<double>{0.5})));
+    MCSymMatrix sum = Places(3); // only what the others store is added
+    ASSERT_TRUE(sum.ComputeAXpY(10.0, blocks) && sum.ComputeAXpY(-2.0, MCDiagMatrix({1, 2, 3})));
+    EXPECT_TRUE(SameMatrix(sum, MCSymMatrix(3, std::vector<double>{-2, 110, 117, 20, 21, 21})));
     copy.ClearAll();
     EXPECT_EQ(copy.GetNRows(), 0);
 }
