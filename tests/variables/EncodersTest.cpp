@@ -248,6 +248,165 @@ TEST(Encoders, RefuseWeightsThatWouldSumUpToInfinity)
     }
 }
 
+// Of every class and rule for missing values; without any, and of one column, most have roads of their own.
+TEST(Encoders, BlocksOfNumbersAndOfValuesAreTheRowsOneByOne)
+{
+    const Data data = Random(400);
+    std::vector<double> known;
+    for (const double x : data.x)
+        for (const double far : {0.0, 100.0, -1e9})
+            if (std::isfinite(x) && x != kMissing) known.push_back(x * 1.37 + far);
+    std::vector<Make> all = AllEncoders();
+    all.push_back(With<MCRoundingEncoder>([](auto& e) { e.SetUnit(0.3), e.SetDirection(e.RoundDown); }));
+    for (std::size_t k = 0; k < all.size(); ++k)
+        for (const auto rule : {IMCEncoder::MissingStays, IMCEncoder::MissingOwnCategory, IMCEncoder::MissingRefused}) {
+            const std::unique_ptr<MCEncoderBase> encoder = all[k]();
+            ASSERT_TRUE(encoder->SetMissingRule(rule, 2.5));
+            data.Learn(*encoder, 0, data.x.size());
+            ASSERT_FALSE(encoder->Finish().IsError()) << k;
+            const auto columns = static_cast<std::size_t>(encoder->GetNColumns());
+            for (const std::vector<double>* const x : {&data.x, &std::as_const(known)})
+                for (const std::size_t stride : {columns, columns + 1}) {
+                    std::vector<double> rows(x->size() * stride, 9.0), same(rows), row(columns);
+                    std::vector<IMCEncoder::Outcome> outcomes(x->size()), others(outcomes);
+                    const std::vector<Value> values(x->begin(), x->end());
+                    const int encoded = encoder->EncodeBlock(*x, rows, static_cast<int>(stride), outcomes);
+                    EXPECT_EQ(encoder->EncodeBlock(values, same, static_cast<int>(stride), others), encoded);
+                    EXPECT_TRUE(SameBits(rows, same) && outcomes == others) << k;
+                    EXPECT_EQ(encoder->EncodeBlock(values, same, static_cast<int>(columns) - 1), -1);
+                    for (std::size_t i = 0; i < x->size(); ++i) {
+                        const IMCEncoder::Outcome outcome = encoder->Encode(values[i], row);
+                        ASSERT_EQ(outcomes[i], outcome) << k << ": " << (*x)[i];
+                        if (outcome == IMCEncoder::Refused) continue;
+                        const auto at = rows.begin() + static_cast<std::ptrdiff_t>(i * stride);
+                        const std::vector<double> found(at, at + static_cast<std::ptrdiff_t>(columns));
+                        ASSERT_TRUE(SameBits(found, row)) << k << ": " << (*x)[i];
+                    }
+                }
+        }
+}
+
+namespace {
+
+template <class Encoder>
+using Setters = std::vector<std::function<bool(Encoder&)>>;
+
+/// The first are refused always, the second once a case has been learned.
+template <class E>
+void ExpectRefused(Setters<E> never, Setters<E> before)
+{
+    never.push_back([](E& e) { return e.SetMissingRule(static_cast<IMCEncoder::MissingRule>(-1)); });
+    never.push_back([](E& e) { return e.SetMissingRule(static_cast<IMCEncoder::MissingRule>(4)); });
+    never.push_back([](E& e) { return e.SetMissingRule(E::MissingReplaced, kNan); });
+    before.push_back([](E& e) { return e.SetMissingRule(E::MissingReplaced, 1.5); });
+    E fresh("f"), learned("f");
+    const std::string empty = Saved(fresh);
+    for (std::size_t i = 0; i < never.size(); ++i) EXPECT_FALSE(never[i](fresh)) << empty << i;
+    EXPECT_EQ(Saved(fresh), empty);
+    EXPECT_TRUE(learned.LearnWithTarget(1.0, 2.0));
+    const std::string state = Saved(learned);
+    for (std::size_t i = 0; i < before.size(); ++i) {
+        E other("f");
+        EXPECT_TRUE(before[i](other)) << empty << i;
+        EXPECT_FALSE(before[i](learned)) << empty << i;
+    }
+    EXPECT_EQ(Saved(learned), state);
+}
+
+template <class E>
+Setters<E> OfCategories(bool never)
+{
+    if (never)
+        return {[](E& e) { return e.SetReference(static_cast<MCCategoryEncoder::Reference>(-1)); },
+                [](E& e) { return e.SetReference(static_cast<MCCategoryEncoder::Reference>(9)); },
+                [](E& e) { return e.SetReference(Value()); },
+                [](E& e) { return e.SetMinWeight(-1); },
+                [](E& e) { return e.SetMinWeight(kInf); },
+                [](E& e) { return e.SetMinWeight(kNan); },
+                [](E& e) { return e.SetMaxKept(-1); },
+                [](E& e) { return e.SetManyCategories(0); },
+                [](E& e) { return e.SetUnseenRule(static_cast<IMCEncoder::UnseenRule>(-1)); },
+                [](E& e) { return e.SetUnseenRule(static_cast<IMCEncoder::UnseenRule>(9)); }};
+    return {[](E& e) { return e.SetReference(e.ReferenceLast); },
+            [](E& e) { return e.SetReference("a"); },
+            [](E& e) { return e.SetMinWeight(2); },
+            [](E& e) { return e.SetMaxKept(3); },
+            [](E& e) { return e.SetManyCategories(5); },
+            [](E& e) { return e.SetUnseenRule(e.UnseenAsOther); },
+            [](E& e) { return e.SetOtherName("rest"); },
+            [](E& e) {
+                return e.SetCategories({"a", "b"});
+            }};
+}
+
+} // namespace
+
+TEST(Encoders, SettingsOutOfRangeOrAfterTheFirstCaseAreRefused)
+{
+    constexpr int kHuge = std::numeric_limits<int>::max();
+    constexpr auto kNoRule = static_cast<IMCEncoder::OutlierRule>(9);
+    using C = MCContinuousEncoder;
+    ExpectRefused<C>({[](C& e) { return e.SetScaling(static_cast<C::Scaling>(-1)); },
+                      [](C& e) { return e.SetScaling(static_cast<C::Scaling>(9)); },
+                      [](C& e) { return e.SetLimits(2, 1); }, [](C& e) { return e.SetLimits(kNan, 1); },
+                      [](C& e) { return e.SetLimits(0, kNan); }, [](C& e) { return e.SetLimits(0, 1, kNoRule); },
+                      [](C& e) { return e.SetLimitsLearned(kNoRule); }},
+                     {[](C& e) { return e.SetScaling(e.ScaleUnit); }, [](C& e) { return e.SetLimits(1, 1); },
+                      [](C& e) { return e.SetLimitsLearned(); }});
+    using R = MCRoundingEncoder;
+    ExpectRefused<R>({[](R& e) { return e.SetDigits(16); }, [](R& e) { return e.SetDigits(-16); },
+                      [](R& e) { return e.SetUnit(0); },
+                      [](R& e) { return e.SetDirection(static_cast<R::Direction>(-1)); },
+                      [](R& e) { return e.SetDirection(static_cast<R::Direction>(3)); }},
+                     {[](R& e) { return e.SetUnit(2); }, [](R& e) { return e.SetDirection(e.RoundUp); }});
+    using B = MCBinningEncoder;
+    ExpectRefused<B>({[](B& e) {
+                          return e.SetCuts({1, 1});
+                      },
+                      [](B& e) { return e.SetCuts({kInf}); }, [](B& e) { return e.SetCuts({kMissing}); },
+                      [](B& e) { return e.SetEqualWidth(0); }, [](B& e) { return e.SetEqualWidth(kHuge); },
+                      [](B& e) { return e.SetEqualFrequency(0); }, [](B& e) { return e.SetEqualFrequency(kHuge); },
+                      [](B& e) { return e.SetDeviations(0); }, [](B& e) { return e.SetDeviations(kHuge); },
+                      [](B& e) { return e.SetClosed(static_cast<B::Closed>(-1)); },
+                      [](B& e) { return e.SetClosed(static_cast<B::Closed>(9)); },
+                      [](B& e) { return e.SetOutput(static_cast<B::Output>(-1)); },
+                      [](B& e) { return e.SetOutput(static_cast<B::Output>(9)); },
+                      [](B& e) { return e.SetEndsClosed(2, 1); }, [](B& e) { return e.SetEndsClosed(-kInf, 1); },
+                      [](B& e) { return e.SetEndsClosed(1, kInf); },
+                      [](B& e) { return e.SetEndsClosed(1, 2, kNoRule); }, [](B& e) { return e.SetSketchLimit(0); },
+                      [](B& e) { return e.SetSketchLimit(kHuge); }},
+                     {[](B& e) { return e.SetCuts({1}); }, [](B& e) { return e.SetEqualWidth(3); },
+                      [](B& e) { return e.SetEqualFrequency(3); }, [](B& e) { return e.SetDeviations(2); },
+                      [](B& e) { return e.SetMDLP(); }, [](B& e) { return e.SetClosed(e.ClosedLower); },
+                      [](B& e) { return e.SetOutput(e.OutputIndicator); }, [](B& e) { return e.SetEndsClosed(1, 2); },
+                      [](B& e) { return e.SetSketchLimit(64); }});
+    using K = MCCategoricalEncoder;
+    Setters<K> never = OfCategories<K>(true), before = OfCategories<K>(false);
+    for (const int coding : {-1, 7}) never.push_back([=](K& e) { return e.SetCoding(static_cast<K::Coding>(coding)); });
+    before.push_back([](K& e) { return e.SetCoding(e.Dummy); });
+    ExpectRefused<K>(never, before);
+    using N = MCCategoricalNumericEncoder;
+    ExpectRefused<N>({[](N& e) { return e.SetSmoothing(-1); }, [](N& e) { return e.SetSmoothing(kInf); },
+                      [](N& e) { return e.SetSmoothing(kNan); }, [](N& e) { return e.SetMethod(e.MethodScores); },
+                      [](N& e) {
+                          return e.SetScores({{"a", kInf}});
+                      },
+                      [](N& e) {
+                          return e.SetScores({{"a", kMissing}});
+                      }},
+                     {[](N& e) { return e.SetSmoothing(1); }, [](N& e) { return e.SetMethod(e.MethodTargetMean); }});
+    using S = MCStringEncoder;
+    ExpectRefused<S>({[](S& e) { return e.SetTrim(static_cast<S::Trim>(-1)); },
+                      [](S& e) { return e.SetTrim(static_cast<S::Trim>(9)); },
+                      [](S& e) { return e.SetCase(static_cast<S::Case>(-1)); },
+                      [](S& e) { return e.SetCase(static_cast<S::Case>(9)); }, [](S& e) { return e.SetMaxLength(-1); }},
+                     {[](S& e) { return e.SetTrim(e.TrimLeft); }, [](S& e) { return e.SetCase(e.CaseUpper); },
+                      [](S& e) { return e.SetMaxLength(2); }, [](S& e) { return e.SetEmptyIsMissing(true); },
+                      [](S& e) {
+                          return e.SetMapping({{"a", "b"}});
+                      }});
+}
+
 TEST(Encoders, RefuseBadCasesAndOtherSettings)
 {
     MCContinuousEncoder encoder("f"), scaled("f"), field("g");

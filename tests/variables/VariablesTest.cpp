@@ -129,6 +129,32 @@ TEST(MCVariableList, IsATableForPeople)
     EXPECT_EQ(Example().Get(3)->ToString(), "n: continuous, frequency weight, real, from 0");
 }
 
+TEST(Variables, SayInWordsWhatTheyAre)
+{
+    struct Case {
+        double lowest, highest;
+        const char *unit, *text;
+    };
+    for (const Case& c : {Case{1.5, kMissing, "", "from 1.5"},
+                          {kMissing, -2, "kg", "up to -2 kg"},
+                          {1, 2, "", "1 to 2"},
+                          {kMissing, kMissing, "kg", "in kg"},
+                          {kMissing, kMissing, "", ""}}) {
+        MCContinuousVariable x("x");
+        ASSERT_TRUE(x.SetInterval(c.lowest, c.highest));
+        x.SetUnit(c.unit);
+        x.SetLabel("length");
+        EXPECT_EQ(x.GetValuesText(), c.text);
+        const std::string values = *c.text == '\0' ? "" : std::string(", ") + c.text;
+        EXPECT_EQ(x.ToString(), "x: continuous, input, real" + values + " (length)");
+        EXPECT_EQ(Shown(x), "MCContinuousVariable display start\nName: x\nLabel: length\nMeasure level: continuous\n"
+                            "Role: input\nStorage: real\nValues: " +
+                                std::string(c.text) + "\nMCContinuousVariable display end\n");
+        EXPECT_FALSE(x.SetInterval(2, 1) || x.SetInterval(kNan, 1) || x.SetInterval(1, kNan));
+        EXPECT_EQ(x.GetValuesText(), c.text);
+    }
+}
+
 TEST(MCVariableList, ComesBackFromStreamAndJson)
 {
     MCVariableList list = Example();
