@@ -300,6 +300,8 @@ TEST(MCEigenValues, TestsAndRepairsPositiveDefiniteness)
             EXPECT_TRUE(eigen.GetPDHMatrix(c.eps, repaired, changed));
             EXPECT_EQ(changed, !c.isPD);
             EXPECT_TRUE(Near(ToNaive(repaired), ToNaive(FromTriangle(c.repaired)), 1e-15));
+            MCSymMatrix same;
+            EXPECT_TRUE(eigen.GetPDHMatrix(c.eps, same) && SameBits(same.AsSpan(), repaired.AsSpan()));
         }
     }
 }
@@ -312,6 +314,7 @@ TEST(MCEigenValues, RefusesBadSettingsAndSurvivesBadMatrices)
     for (const double t : {0.0, -1.0, kNan}) EXPECT_FALSE(eigen.SetTolerance(t));
     EXPECT_TRUE(!eigen.SetMaxIter(0) && eigen.SetMaxIter(30));
     EXPECT_EQ(eigen.GetTolerance(), 1e-12);
+    EXPECT_TRUE(eigen.SetTolerance(1e-9) && eigen.GetTolerance() == 1e-9 && eigen.SetTolerance(1e-12));
     EXPECT_FALSE(eigen.SetMethod(MCEigenValues::Method(3)));
     EXPECT_EQ(eigen.GetMethod(), MCEigenValues::MethodQL);
 
