@@ -407,6 +407,68 @@ TEST(Encoders, SettingsOutOfRangeOrAfterTheFirstCaseAreRefused)
                       }});
 }
 
+// Numbers without end, and bytes that are no UTF-8: states as lines and as JSON bring them back.
+TEST(Encoders, CategoriesOfEveryKindComeBack)
+{
+    const Value categories[] = {kInf,
+                                -kInf,
+                                0.1,
+                                -7,
+                                true,
+                                "",
+                                "\xE2\x82\xAC",
+                                "\x80",
+                                "\xC3",
+                                "\xE2\x82",
+                                "\xE0\x80\x80",
+                                "\xED\xA0\x80",
+                                "\xF4\x90\x80\x80",
+                                "\xF0\x8F\xBF\xBF",
+                                "\xF5",
+                                "\xC3("};
+    for (const Value& category : categories) {
+        SCOPED_TRACE(category.GetString());
+        MCCategoricalEncoder encoder("f"), restored("g");
+        ASSERT_TRUE(encoder.Learn(category) && encoder.Learn("other") && encoder.Finish().IsOK());
+        const std::string state = Saved(encoder);
+        EXPECT_GT(Restore(restored, state), 0);
+        EXPECT_EQ(Saved(restored), state);
+        const std::unique_ptr<IMCEncoder> created = MCEncoderBase::CreateFromJson(encoder.ToJson());
+        ASSERT_NE(created, nullptr);
+        EXPECT_EQ(Saved(dynamic_cast<const MCCategoricalEncoder&>(*created)), state);
+        EXPECT_EQ(Row(*created, category), Row(encoder, category));
+        EXPECT_EQ(Row(encoder, category)[0], IMCEncoder::Encoded);
+    }
+}
+
+TEST(Encoders, WhatIsNoNumberReplacesNoneAndWhatIsUnseenMayBeMissing)
+{
+    const auto refuses = [](MCEncoderBase& encoder) {
+        encoder.SetMissingRule(IMCEncoder::MissingReplaced, "text");
+        encoder.LearnBlock(std::vector{1.0, 2.0});
+        EXPECT_EQ(encoder.Finish(), MCStatus(MCEncoderBase::FinishUnknownReplacement, false));
+        EXPECT_FALSE(encoder.IsFinished());
+    };
+    MCContinuousEncoder number("f");
+    MCBinningEncoder bins("f");
+    MCRoundingEncoder rounded("f");
+    for (MCEncoderBase* const encoder : std::initializer_list<MCEncoderBase*>{&number, &bins, &rounded})
+        refuses(*encoder);
+    MCCategoricalEncoder names("f");
+    names.SetUnseenRule(IMCEncoder::UnseenAsMissing);
+    names.SetMissingRule(IMCEncoder::MissingOwnCategory);
+    names.SetCoding(names.Helmert);
+    for (const Value& value : {Value("a"), Value("b"), Value()}) names.Learn(value);
+    ASSERT_TRUE(names.Finish().IsOK());
+    std::vector<double> unseen(2), missing(2);
+    EXPECT_EQ(names.Encode("c", unseen), IMCEncoder::EncodedUnseen);
+    EXPECT_EQ(names.Encode(Value(), missing), IMCEncoder::EncodedMissing);
+    EXPECT_EQ(unseen, missing);
+    Value decoded = 7;
+    EXPECT_FALSE(names.Decode(std::vector<double>{0.125, 0.125}, decoded));
+    EXPECT_EQ(decoded, Value(7));
+}
+
 TEST(Encoders, RefuseBadCasesAndOtherSettings)
 {
     MCContinuousEncoder encoder("f"), scaled("f"), field("g");
