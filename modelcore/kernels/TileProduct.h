@@ -182,8 +182,8 @@ enum class ZeroFactor {
     Skips       ///< its terms are left out, as Daxpy leaves them out
 };
 
-/// AddProductToLines with the terms of zero factors, if there are any, left out. Multiplying by them could show: a -0.0 in the lines would
-/// become +0.0, an infinity or NaN in the right operand would become a NaN. Only then the slow loop is needed.
+/// AddProductToLines with the terms of zero factors, if there are any, left out. Multiplying by them could show: a -0.0 in
+/// the lines would become +0.0, an infinity or NaN in the right operand would become a NaN. Only then the slow loop is needed.
 template <class Line, class Length>
 void AddProductSkippingZeros(Line line, Length length, int lines, const double* left, const double* right, int depth,
                              int ahead, bool zeros)
