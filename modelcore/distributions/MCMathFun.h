@@ -1,4 +1,5 @@
-// Exponentials and logarithms, digamma and trigamma, interval search, extreme values, and small vector kernels with offsets and strides.
+// Exponentials and logarithms, digamma and trigamma, interval search, extreme values, and small vector kernels with
+// offsets and strides.
 #pragma once
 
 #include "modelcore/modelcore_export.h"

@@ -156,7 +156,8 @@ inline double PortableCubeRoot(double x)
     return std::copysign(std::ldexp(root, third), x);
 }
 
-/// sqrt(x^2 + y^2) without overflow or underflow in between, within 1.5 units in the last place; infinite when one of both is.
+/// sqrt(x^2 + y^2) without overflow or underflow in between, within 1.5 units in the last place; infinite when one of
+/// them is.
 inline double PortableHypotenuse(double x, double y)
 {
     x = std::fabs(x);
