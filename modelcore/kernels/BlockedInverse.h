@@ -18,7 +18,7 @@ template <class Columns>
 class BlockedInverse {
 public:
     /// Below this order the loop by single columns is faster.
-    static constexpr int kSmallestOrder = 48;
+    static constexpr int kSmallestOrder = 112;
 
     BlockedInverse(const Columns& u, int n)
         : fu(u), fn(n), fWork(n), fMemory(new (std::nothrow) double[kDepth * (kColumns + kDepth)])

@@ -1,6 +1,8 @@
 // How loops see the columns of a dense, packed or band matrix, so that one loop serves all three.
 #pragma once
 
+#include "modelcore/kernels/Kernels.h"
+
 #include <algorithm>
 #include <cstddef>
 
@@ -45,5 +47,25 @@ template <class Real>
 PackedColumns(Real*) -> PackedColumns<Real>;
 template <class Real>
 BandColumns(Real*, int, int, int) -> BandColumns<Real>;
+
+/// AddToLines for columns first .. last-1: column j receives factor(j), asked for just before, times the first count +
+/// (j - first) * growth elements of x.
+template <class Columns, class Factor>
+void AddToEach(const Columns& columns, int first, int last, Factor factor, bool skipsZeros, const double* x, int count,
+               int growth)
+{
+    constexpr int kAtOnce = 32;
+    double* lines[kAtOnce];
+    double factors[kAtOnce];
+    for (int j = first; j < last; j += kAtOnce) {
+        const int used = std::min(kAtOnce, last - j);
+        for (int q = 0; q < used; ++q) {
+            lines[q] = columns(j + q);
+            factors[q] = factor(j + q);
+        }
+        AddToLines(lines, static_cast<std::size_t>(used), factors, skipsZeros, x,
+                   static_cast<std::size_t>(count + (j - first) * growth), static_cast<std::size_t>(growth));
+    }
+}
 
 } // namespace MCMath_930::internal

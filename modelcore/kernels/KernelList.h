@@ -45,6 +45,11 @@ KERNEL(void, StepMeans, (double* deviations, double* means, const double* x, dou
 KERNEL(void, AddOuterProduct, (double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* factors,
                                std::ptrdiff_t factorStep, const double* x, std::size_t count))
 
+/// lines[r][j] += factors[r] * x[j] for r in [0, nLines) and j in [0, count + r*growth), leaving out factors of 0 if it skips
+/// them. Two roundings per element. x must not overlap the lines.
+KERNEL(void, AddToLines, (double* const* lines, std::size_t nLines, const double* factors, bool skipsZeros, const double* x,
+                          std::size_t count, std::size_t growth))
+
 /// y += factors[j] * column j of c, columnStep apart, for j = 0 .. columns-1 in this order, leaving out factors of 0; y
 /// and the columns are `count` elements long. Two roundings per term. y must not overlap the columns.
 KERNEL(void, AddColumns, (double* y, const double* c, std::ptrdiff_t columnStep, std::size_t columns,
@@ -71,11 +76,18 @@ KERNEL(void, AddProductTile, (double* const* lines, const double* left, const do
 /// AddProductTile with both operands in panels: element k of line r is left[k*kPanelLines + r], and so for the right.
 KERNEL(void, AddPanelTile, (double* const* lines, const double* left, const double* right, std::size_t depth))
 
-/// out += left * right for rows x depth and depth x cols elements, all where they stand: lines of the left operand leftStep
-/// apart, all others one after the other. Each element receives its terms in index order, each product rounded before it is
-/// added. For operands that stay in the innermost cache; out must not overlap them.
-KERNEL(void, AddSmallProduct, (double* out, const double* left, std::ptrdiff_t leftStep, std::size_t rows,
-                               std::size_t depth, const double* right, std::size_t cols))
+/// out += left * right for rows x depth and depth x cols elements, all where they stand; when it is fresh, out = left *
+/// right, each sum from 0. Rows of out and of the right operand are steps apart; element (r, k) of the left one is at
+/// left[r*lineStep + k*termStep], termStep not 0. Each element receives its terms in index order, each product rounded
+/// before it is added. For operands that stay in the innermost cache; out must not overlap them.
+KERNEL(void, AddSmallProduct, (double* out, std::ptrdiff_t outStep, const double* left, std::ptrdiff_t lineStep,
+                               std::ptrdiff_t termStep, std::size_t rows, std::size_t depth, const double* right,
+                               std::ptrdiff_t rightStep, std::size_t cols, bool fresh))
+
+/// The lower triangle, row by row, of a product of order <= kMostTriangleRows as AddSmallProduct forms it when it is fresh.
+KERNEL(void, StoreSmallTriangle, (double* packed, std::size_t order, const double* left, std::ptrdiff_t lineStep,
+                                  std::ptrdiff_t termStep, std::size_t depth, const double* right,
+                                  std::ptrdiff_t rightStep))
 
 /// packed[k*kTileLines + r] = lines[r][k] for r < kTileLines and k < depth: a left operand of AddProductTile.
 /// @return whether one of them is 0
@@ -92,11 +104,19 @@ KERNEL(void, PackDifferences, (double* packed, const double* rows, std::size_t r
 KERNEL(void, PackWeightedDifferences, (double* packed, const double* rows, std::size_t rowStep, const double* origin,
                                        const double* weights, int lines, int count))
 
-/// Finishes elements first .. last-1 of a panel of kPanelLines lines of a Cholesky factor. For each k in order, and all
-/// lines r side by side, the sum sums[k][r] grows by diagonal[k][m] * panel[m][r] for m = 0 .. k-1, and panel[k][r]
-/// becomes (own[k][r] - sum) / diagonal[k][k], or 0 when that pivot is 0. Every row of the four is kPanelLines long.
-KERNEL(void, FinishCholeskyPanel, (double* panel, const double* sums, const double* own, const double* diagonal,
-                                   int first, int last))
+/// Factors a square of a Cholesky factor: square[k*step + r] is element k of line r >= k, first the matrix's own and then the
+/// factor's, and sums[k*step + r] what the terms before the square add up to. For each k in order, pivot k is the root of own
+/// - sum, when that is larger than least[k], and 0 otherwise; then element k of the lines behind is (own - sum) / pivot, or 0
+/// when that is 0, and the sums of their later elements grow by the products of two such elements. Without `least` every
+/// pivot is the root, and the first that would be of a number <= 0 ends it and stays as it was. Returns how many lines are
+/// finished. step is a multiple of 8, not below the order; what stands above the diagonal or behind the last line is of no
+/// use afterwards.
+KERNEL(int, FactorCholeskySquare, (double* square, double* sums, std::ptrdiff_t step, int order, const double* least))
+
+/// Finishes kPanelLines elements of a panel of kPanelLines lines of a Cholesky factor below a square that is finished. For
+/// each k in order, and all lines r side by side, the sum sums[k][r] grows by square[m][k] * panel[m][r] for m = 0 .. k-1, and
+/// panel[k][r] becomes (own[k][r] - sum) / square[k][k], or 0 when that pivot is 0. Every row of the four is kPanelLines long.
+KERNEL(void, FinishCholeskyPanel, (double* panel, const double* sums, const double* own, const double* square))
 
 
 // Strips

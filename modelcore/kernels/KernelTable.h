@@ -17,6 +17,9 @@ inline constexpr int kReflectionWidth = 16;
 /// A panel of lines stored side by side, element by element: a whole number of tiles in either direction.
 inline constexpr int kPanelLines = 24;
 
+/// The rows of the largest triangle that is formed without packing.
+inline constexpr int kMostTriangleRows = 128;
+
 /// Slices are how sums of products become exact. A number of a block of kSliceRows rows is cut by rounding to the nearest
 /// into integers of its column's grid, each kSliceBits bits below the one before, of magnitude at most 2^(kSliceBits-1)
 /// (2^kSliceBits for a column that is one slice). The factors of a product are slices, or sums of two, so at most

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <type_traits>
 
 namespace MCMath_930::internal {
 
@@ -23,40 +24,84 @@ template <class Lines>
 class OrderedCholesky {
 public:
     /// Below this order the plain loop is faster.
-    static constexpr int kSmallestOrder = 18;
+    static constexpr int kSmallestOrder = 9;
 
     /// @param lines  lines(j) is where line j starts
     OrderedCholesky(const Lines& lines, int n)
-        : fLines(lines), fn(n),
-          fMemory(MakeAlignedDoubles(kScratchSquares * kSquare + Panel((n + kPanelLines - 1) / kPanelLines)))
+        : fLines(lines), fn(n), fUsed(static_cast<std::size_t>(std::min(kPanels, Panels(n)))),
+          fMemory(n > kPanelLines ? MakeAlignedDoubles(Room()) : nullptr)
     {}
 
-    bool HasWorkspace() const { return fMemory != nullptr; }
+    bool HasWorkspace() const { return fn <= kPanelLines || fMemory != nullptr; }
 
-    /// @param pivot  pivot(j, value) is the diagonal element of the factor for the value that is left of the matrix's
-    ///               own one: its square root; 0 makes the rest of the column 0; a negative result stops the
-    ///               factorisation
+    /// @param least  least(j) is what is left of the matrix's own diagonal element j when its pivot becomes 0, and with
+    ///               it the rest of the column; a pivot is the root of anything larger. nullptr to stop at the first
+    ///               pivot that would be the root of a number <= 0
     /// @return n, or the line at which it stopped. That line is complete up to its diagonal element, which is
     ///         unchanged, and so are all lines after it
-    template <class Pivot>
-    int Factor(Pivot pivot)
+    template <class Least>
+    int Factor(Least least)
     {
+        if (fn <= kOneSquare) return FactorOneSquare(least);
         int done = fn;
         for (int block = 0; block < fn && done == fn; block += kBlockLines)
-            for (int from = block; from < fn && done == fn; from += kBlockLines) done = FinishBlock(block, from, pivot);
+            for (int from = block; from < fn && done == fn; from += kBlockLines) done = FinishBlock(block, from, least);
         for (int first = 0; first < std::min(fn, done + 1); first += kPanelLines) StorePanel(first, done);
         return done;
     }
 
 private:
     static constexpr int kSquare = kPanelLines * kPanelLines;
+    /// Up to this order the matrix is one square.
+    static constexpr int kOneSquare = 56;
+
+    std::size_t Room() const
+    {
+        if (fn <= kOneSquare) return 2 * static_cast<std::size_t>(fn * SquareStep(fn));
+        return (fUsed * fUsed + 1) * kSquare + Panel(Panels(fn));
+    }
+
+    static int Panels(int n) { return (n + kPanelLines - 1) / kPanelLines; }
+    static int SquareStep(int n) { return (n + 7) / 8 * 8; }
+
+    /// FactorCholeskySquare for lines first .. first + order - 1.
+    template <class Least>
+    static int FactorSquare(double* square, double* sums, int step, int first, int order, Least least)
+    {
+        if constexpr (std::is_null_pointer_v<Least>) {
+            return FactorCholeskySquare(square, sums, step, order, nullptr);
+        } else {
+            double bounds[kOneSquare];
+            for (int j = 0; j < order; ++j) bounds[j] = least(first + j);
+            return FactorCholeskySquare(square, sums, step, order, bounds);
+        }
+    }
+
+    template <class Least>
+    int FactorOneSquare(Least least)
+    {
+        alignas(static_cast<std::size_t>(FreeAlignedDoubles::kAlignment)) double local[2 * kSquare];
+        const int step = SquareStep(fn);
+        double* const square = fMemory != nullptr ? fMemory.get() : local;
+        double* const sums = square + fn * step;
+        std::fill_n(square, 2 * fn * step, 0.0);
+        for (int r = 0; r < fn; ++r) {
+            const double* const line = fLines(r);
+            for (int k = 0; k <= r; ++k) square[k * step + r] = line[k];
+        }
+        const int done = FactorSquare(square, sums, step, 0, fn, least);
+        for (int r = 0; r < std::min(fn, done + 1); ++r) {
+            double* const line = fLines(r);
+            for (int k = 0; k < (r < done ? r + 1 : r); ++k) line[k] = square[k * step + r];
+        }
+        return done;
+    }
+
     /// Panels whose columns are finished together, so that the panels below them are read once for all.
     static constexpr int kPanels = 4;
     static constexpr int kBlockLines = kPanels * kPanelLines;
     /// Elements that the sums grow by in one pass: two panels of them stay in the innermost cache.
     static constexpr int kDepth = 64;
-
-    static constexpr std::size_t kScratchSquares = kPanels * kPanels + kPanels + 1;
 
     /// What the passes to come will read, fetched a piece with every tile: it would not come by itself in time. With the
     /// tile's own request LTChol of order 2000 takes 0.89 of the time (Cascade Lake, g++ 12).
@@ -86,17 +131,20 @@ private:
     /// Element k of the lines of the panel that starts with `line`.
     double* At(int line, int k) const
     {
-        return Scratch(kScratchSquares) + Panel(line / kPanelLines) + static_cast<std::ptrdiff_t>(k) * kPanelLines;
+        return Scratch(fUsed * fUsed + 1) + Panel(line / kPanelLines) + static_cast<std::ptrdiff_t>(k) * kPanelLines;
     }
 
     /// Finishes those elements of the panels from line `from` on, kPanels of them, which stand in the columns of
     /// `block`.
     /// @return fn, or the line that stopped
-    template <class Pivot>
-    int FinishBlock(int block, int from, Pivot pivot)
+    template <class Least>
+    int FinishBlock(int block, int from, Least least)
     {
         const int lastFrom = std::min(from + kBlockLines, fn);
-        std::fill_n(Scratch(0), kPanels * kPanels * kSquare, 0.0);
+        for (int line = from; line < lastFrom; line += kPanelLines)
+            for (int first = block; first < ColumnEnd(block, line); first += kPanelLines)
+                std::fill_n(Sums(first, line),
+                            (CountOf(first) + kTileLines - 1) / kTileLines * kTileLines * kPanelLines, 0.0);
         for (int k = 0; k < block; k += kDepth)
             for (int line = from; line < lastFrom; line += kPanelLines)
                 for (int first = block; first < ColumnEnd(block, line); first += kPanelLines) {
@@ -106,7 +154,7 @@ private:
                 }
         int done = fn;
         for (int line = from; line < lastFrom && done == fn; line += kPanelLines)
-            done = FinishPanel(block, line, pivot);
+            done = FinishPanel(block, line, least);
         return done;
     }
 
@@ -116,14 +164,14 @@ private:
         return std::min({block + kBlockLines, line + kPanelLines, fn});
     }
 
-    template <class Pivot>
-    int FinishPanel(int block, int line, Pivot pivot)
+    template <class Least>
+    int FinishPanel(int block, int line, Least least)
     {
         for (int first = block; first < ColumnEnd(block, line); first += kPanelLines) {
             AddProducts(first, line, block, first - block, {At(first, block), At(line, block)});
-            LoadOwn(first, line);
-            if (first == line) return FinishDiagonal(first, pivot);
-            FinishCholeskyPanel(At(line, first), Sums(first, line), Own(), Diagonal(first), 0, kPanelLines);
+            LoadOwn(first == line ? At(first, first) : Own(), first, line);
+            if (first == line) return FinishDiagonal(first, least);
+            FinishCholeskyPanel(At(line, first), Sums(first, line), Own(), At(first, first));
         }
         return fn;
     }
@@ -140,17 +188,18 @@ private:
 
     double* Sums(int first, int from)
     {
-        return Scratch(PanelInBlock(from) * kPanels + PanelInBlock(first));
+        return Scratch(PanelInBlock(from) * fUsed + PanelInBlock(first));
     }
 
     double* Own()
     {
-        return Scratch(kScratchSquares - 1);
+        return Scratch(fUsed * fUsed);
     }
 
-    double* Diagonal(int first)
+    /// How many lines the panel that starts with `first` has.
+    int CountOf(int first) const
     {
-        return Scratch(kPanels * kPanels + PanelInBlock(first));
+        return std::min(kPanelLines, fn - first);
     }
 
     /// Sums[j][r] += the products of elements k .. k + depth - 1 of lines first + j and from + r.
@@ -158,8 +207,8 @@ private:
     {
         if (depth == 0) return;
         double* const sums = Sums(first, from);
-        const int lines = std::min(kPanelLines, fn - first);
-        const int width = std::min(kPanelLines, fn - from);
+        const int lines = CountOf(first);
+        const int width = CountOf(from);
         for (int j = 0; j < lines; j += kTileLines)
             for (int r = 0; r < width; r += kTileWidth) {
                 double* target[kTileLines];
@@ -169,38 +218,24 @@ private:
             }
     }
 
-    /// Own()[j][r] = the matrix's element first + j of line from + r; 0 beyond the diagonal and the last line.
-    void LoadOwn(int first, int from)
+    /// own[j][r] = the matrix's element first + j of line from + r; 0 beyond the diagonal and the last line.
+    void LoadOwn(double* own, int first, int from)
     {
-        if (first == from || fn - from < kPanelLines) std::fill_n(Own(), kSquare, 0.0);
-        for (int r = 0; r < std::min(kPanelLines, fn - from); ++r) {
+        if (first == from || fn - from < kPanelLines) std::fill_n(own, CountOf(first) * kPanelLines, 0.0);
+        for (int r = 0; r < CountOf(from); ++r) {
             const double* const line = fLines(from + r) + first;
             const int count = std::min(kPanelLines, from + r + 1 - first);
-            for (int j = 0; j < count; ++j) Own()[j * kPanelLines + r] = line[j];
+            for (int j = 0; j < count; ++j) own[j * kPanelLines + r] = line[j];
         }
     }
 
     /// The diagonal square of the panel that starts with `first`.
-    template <class Pivot>
-    int FinishDiagonal(int first, Pivot pivot)
+    template <class Least>
+    int FinishDiagonal(int first, Least least)
     {
-        const double* const sums = Sums(first, first);
-        double* const panel = At(first, first);
-        double* const diagonal = Diagonal(first);
-        for (int j = 0; j < std::min(kPanelLines, fn - first); ++j) {
-            double* const factors = diagonal + j * kPanelLines;
-            const int at = j * kPanelLines + j;
-            double sum = sums[at];
-            for (int m = 0; m < j; ++m) {
-                factors[m] = panel[m * kPanelLines + j];
-                sum += factors[m] * factors[m];
-            }
-            factors[j] = pivot(first + j, Own()[at] - sum);
-            if (factors[j] < 0.0) return first + j;
-            FinishCholeskyPanel(panel, sums, Own(), diagonal, j, j + 1);
-            panel[at] = factors[j];
-        }
-        return fn;
+        const int lines = CountOf(first);
+        const int done = FactorSquare(At(first, first), Sums(first, first), kPanelLines, first, lines, least);
+        return done == lines ? fn : first + done;
     }
 
     /// Hands lines over to the matrix: those before `done` whole, line `done` up to its diagonal.
@@ -219,7 +254,8 @@ private:
 
     Lines fLines;
     int fn;
-    AlignedDoubles fMemory; ///< scratch squares: sums, diagonal squares (a line's pivot at its end), own; then panels
+    std::size_t fUsed;      ///< panels of a block
+    AlignedDoubles fMemory; ///< scratch squares: sums of a block, own; then the panels
 };
 
 } // namespace MCMath_930::internal

@@ -23,7 +23,7 @@ namespace {
 class BlockedElimination {
 public:
     /// Below this order the loop by single columns is faster.
-    static constexpr int kSmallestOrder = 40;
+    static constexpr int kSmallestOrder = 112;
 
     BlockedElimination(double* a, int lda, int n, int* ipvt) : fa{a, lda}, fn(n), fPivots(ipvt), fWork(n) {}
 
@@ -158,7 +158,7 @@ void BlockedElimination::RestoreOrder(int first, int last)
 class RowwiseProduct {
 public:
     /// Below this order the loop over whole columns is faster.
-    static constexpr int kSmallestOrder = 32;
+    static constexpr int kSmallestOrder = 64;
 
     RowwiseProduct(const DenseColumns<double>& a, int n, const int* ipvt)
         : fa(a), fn(n), fPivots(ipvt), fMemory(MakeAlignedDoubles(Index(n)))
@@ -268,7 +268,8 @@ void Linpack::Dgedi(double* a, int lda, int n, const int* ipvt, double* det, dou
             work[i] = column[i];
             column[i] = 0.0;
         }
-        for (int j = k + 1; j < n; ++j) Blas1::Daxpy(n, work[j], columns(j), 1, column, 1);
+        AddColumns(column, columns(k + 1), lda, static_cast<std::size_t>(n - 1 - k), work + k + 1,
+                   static_cast<std::size_t>(n));
         if (ipvt[k] != k + 1) Blas1::DSwap(n, column, 1, columns(ipvt[k] - 1), 1);
     }
 }

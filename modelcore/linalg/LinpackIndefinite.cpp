@@ -6,7 +6,9 @@
 #include "modelcore/linalg/internal/LinpackDeterminant.h"
 #include "modelcore/linalg/internal/LinpackTriangle.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdlib>
 #include <utility>
 
@@ -36,15 +38,26 @@ void ExchangeSymmetric(const Columns& a, int to, int from)
     for (int j = from; j >= to; --j) std::swap(a(from)[j], a(j)[to]);
 }
 
+// Column j receives its terms from what stands above row j of the pivot's columns before the multipliers do. So some
+// columns go together, from the last ones on.
+constexpr int kColumnsAtOnce = 32;
+
 /// Eliminates with the diagonal element k.
 template <class Columns>
 void EliminateOne(const Columns& a, int k)
 {
     double* const column = a(k);
-    for (int j = k - 1; j >= 0; --j) {
-        const double multiplier = -column[j] / column[k];
-        Blas1::Daxpy(j + 1, multiplier, column, 1, a(j), 1);
-        column[j] = multiplier;
+    double* lines[kColumnsAtOnce];
+    double multipliers[kColumnsAtOnce];
+    for (int end = k; end > 0; end -= kColumnsAtOnce) {
+        const int first = std::max(0, end - kColumnsAtOnce);
+        for (int j = first; j < end; ++j) {
+            lines[j - first] = a(j);
+            multipliers[j - first] = -column[j] / column[k];
+        }
+        AddToLines(lines, static_cast<std::size_t>(end - first), multipliers, true, column,
+                   static_cast<std::size_t>(first) + 1, 1);
+        std::copy_n(multipliers, end - first, column + first);
     }
 }
 
@@ -55,12 +68,22 @@ void EliminateTwo(const Columns& a, int k)
     double* const column = a(k);
     double* const before = a(k - 1);
     const IndefiniteBlock block(before, column, k);
-    for (int j = k - 2; j >= 0; --j) {
-        const auto [multiplier, multiplierBefore] = block.Multipliers(column[j], before[j]);
-        Blas1::Daxpy(j + 1, multiplier, column, 1, a(j), 1);
-        Blas1::Daxpy(j + 1, multiplierBefore, before, 1, a(j), 1);
-        column[j] = multiplier;
-        before[j] = multiplierBefore;
+    double* lines[kColumnsAtOnce];
+    double multipliers[kColumnsAtOnce];
+    double multipliersBefore[kColumnsAtOnce];
+    for (int end = k - 1; end > 0; end -= kColumnsAtOnce) {
+        const int first = std::max(0, end - kColumnsAtOnce);
+        for (int j = first; j < end; ++j) {
+            lines[j - first] = a(j);
+            const auto [own, earlier] = block.Multipliers(column[j], before[j]);
+            multipliers[j - first] = own;
+            multipliersBefore[j - first] = earlier;
+        }
+        const auto columns = static_cast<std::size_t>(end - first);
+        AddToLines(lines, columns, multipliers, true, column, static_cast<std::size_t>(first) + 1, 1);
+        AddToLines(lines, columns, multipliersBefore, true, before, static_cast<std::size_t>(first) + 1, 1);
+        std::copy_n(multipliers, end - first, column + first);
+        std::copy_n(multipliersBefore, end - first, before + first);
     }
 }
 

@@ -44,7 +44,7 @@ int FactorWholeCholesky(const Columns& a, int n)
     if (n >= Blocked::kSmallestOrder) {
         Blocked blocked(a, n);
         if (blocked.HasWorkspace()) {
-            const int done = blocked.Factor([](int, double left) { return left <= 0.0 ? -1.0 : std::sqrt(left); });
+            const int done = blocked.Factor(nullptr);
             return done == n ? 0 : done + 1;
         }
     }
@@ -109,7 +109,8 @@ void DeterminantAndInverse(const Columns& r, int n, double* det, int job)
     // inverse(R) * trans(inverse(R)): column j still holds inverse(R) when it is shared out over the columns before it.
     for (int j = 0; j < n; ++j) {
         double* const column = r(j);
-        for (int k = 0; k < j; ++k) Blas1::Daxpy(k + 1, column[k], column, 1, r(k), 1);
+        AddToEach(
+            r, 0, j, [column](int k) { return column[k]; }, true, column, 1, 1);
         Blas1::DScal(j + 1, column[j], column, 1);
     }
 }

@@ -8,6 +8,10 @@
 
 namespace MCMath_930 {
 
+namespace internal {
+struct LeftOperand;
+}
+
 class IMCRectMatrix;
 class MCBitSet;
 class MCRectMatrix;
@@ -365,6 +369,10 @@ protected:
     /// packed or n no packed order.
     static bool StorePacked(int n, std::vector<double>&& packed, IMCSymMatrix& out);
 
+    /// Forms the lower triangle of left * right, rows of `order` elements, in the storage of out. False, and out as it
+    /// was, when out is not packed or the operands are not small.
+    static bool StoreSmallTriangle(int order, const internal::LeftOperand& left, const double* right, std::size_t inner,
+                                   IMCSymMatrix& out);
     /// Stores the sum over k < count of left(k,i)*right(k,j), both rows of `order` values, and the lower triangle of a
     /// product that is symmetric, as StorePacked does.
     static bool StoreOuterProducts(int order, const double* left, const double* right, std::size_t count,

@@ -1,6 +1,7 @@
 // IMCSymMatrix: the products that all kinds share, made of A*S, A*L and A*L'.
 #include "modelcore/common/MCMV.h"
 #include "modelcore/matrix/IMCSymMatrix.h"
+#include "modelcore/matrix/MCSymMatrix.h"
 #include "modelcore/matrix/internal/DenseRows.h"
 #include "modelcore/matrix/internal/RowProducts.h"
 
@@ -26,35 +27,48 @@ bool IsSquareOf(const IMCRectMatrix& matrix, int n)
 
 } // namespace
 
+// What cannot fail after the room is there is formed where it is wanted.
+bool IMCSymMatrix::StoreSmallTriangle(int order, const internal::LeftOperand& left, const double* right,
+                                      std::size_t inner, IMCSymMatrix& out)
+{
+    const auto n = static_cast<std::size_t>(order);
+    if (order > internal::kMostTriangleRows || !internal::IsSmallOperand(inner, n) || !IsPacked(out)) return false;
+    auto& packed = static_cast<MCSymMatrix&>(out);
+    if (!packed.ResizeNRows(order)) return false;
+    internal::StoreSmallTriangle(packed.GetPtr(), n, left.a, left.lineStep, left.termStep, inner, right,
+                                 static_cast<std::ptrdiff_t>(n));
+    return true;
+}
+
 bool IMCSymMatrix::StoreOuterProducts(int order, const double* left, const double* right, std::size_t count,
                                       IMCSymMatrix& out)
 {
+    const auto n = static_cast<std::size_t>(order);
+    if (StoreSmallTriangle(order, {left, 1, n}, right, count, out)) return true;
     if (!IsPackedOrder(order)) return false;
     std::vector<double> result(PackedSize(order));
-    internal::AddOuterProducts(result.data(), static_cast<std::size_t>(order), left, right, count);
+    internal::AddOuterProducts(result.data(), n, left, right, count);
     return StorePacked(order, std::move(result), out);
 }
 
 bool IMCSymMatrix::StoreSymmetricProduct(int order, const double* left, const double* right, std::size_t inner,
                                          IMCSymMatrix& out)
 {
+    if (StoreSmallTriangle(order, {left, inner}, right, inner, out)) return true;
     if (!IsPackedOrder(order)) return false;
     const auto n = static_cast<std::size_t>(order);
     std::vector<double> result(PackedSize(order));
     const auto row = [&result](int i) { return result.data() + static_cast<std::ptrdiff_t>(i) * (i + 1) / 2; };
-    constexpr std::size_t kSmallOperand = 40 * 40; // of which the whole product is formed as fast as half of it
-    if (n * inner > kSmallOperand) {
-        if (const internal::TileWorkspace work(order); work) {
-            internal::AddProduct<internal::ZeroFactor::Multiplies>(
-                work, order, static_cast<int>(inner), row, [](int i) { return i + 1; },
-                [&](int i, int k) { return left[static_cast<std::size_t>(i) * inner + static_cast<std::size_t>(k)]; },
-                internal::RowsOperand{[&](int k) { return right + static_cast<std::size_t>(k) * n; }});
-            return StorePacked(order, std::move(result), out);
-        }
+    if (const internal::TileWorkspace work(order); work) {
+        internal::AddProduct<internal::ZeroFactor::Multiplies>(
+            work, order, static_cast<int>(inner), row, [](int i) { return i + 1; },
+            [&](int i, int k) { return left[static_cast<std::size_t>(i) * inner + static_cast<std::size_t>(k)]; },
+            internal::RowsOperand{[&](int k) { return right + static_cast<std::size_t>(k) * n; }});
+        return StorePacked(order, std::move(result), out);
     }
-    std::vector<double> square(n * n);
-    internal::AddRowsTimesRows(square.data(), left, inner, n, inner, right, n);
-    for (int i = 0; i < order; ++i) std::copy_n(square.data() + static_cast<std::size_t>(i) * n, i + 1, row(i));
+    for (int i = 0; i < order; ++i)
+        internal::AddRows(row(i), right, order, inner, left + static_cast<std::size_t>(i) * inner, 1,
+                          static_cast<std::size_t>(i) + 1);
     return StorePacked(order, std::move(result), out);
 }
 
@@ -235,8 +249,8 @@ bool IMCSymMatrix::ComputeRVDParts(const IMCRectMatrix& R, int firstR, int nR, c
     int firstWhole = firstR;
     const auto addWhole = [&](int next) {
         if (!whole.empty() && r.NRows() > 0)
-            internal::AddRowsTimesRows(result.GetPtr(), r.Ptr() + firstWhole, r.NCols(), r.NRows(),
-                                       static_cast<std::size_t>(next - firstWhole), whole.data(), width);
+            internal::AddRowsTimesRows(result.GetPtr(), {r.Ptr() + firstWhole, r.NCols()}, r.NRows(),
+                                       static_cast<std::size_t>(next - firstWhole), whole.data(), width, false);
         whole.clear();
         firstWhole = next;
     };

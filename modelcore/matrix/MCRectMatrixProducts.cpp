@@ -34,7 +34,7 @@ bool MCRectMatrix::ComputeVR(const std::vector<double>& v, std::vector<double>& 
 {
     if (v.size() < ColLength()) return false;
     std::vector<double> result(RowLength());
-    internal::AddRowsTimesRows(result.data(), v.data(), ColLength(), 1, ColLength(), GetPtr(), RowLength());
+    internal::AddRowsTimesRows(result.data(), {v.data(), ColLength()}, 1, ColLength(), GetPtr(), RowLength(), false);
     out.swap(result);
     return true;
 }

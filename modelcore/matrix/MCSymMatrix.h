@@ -332,6 +332,9 @@ public:
     // A name without S (RTransByR, RByRTrans, RTransSymR) forms S itself: the matrix takes the order of the result.
 
     bool ComputeAXpY(double a, const IMCSymMatrix& X) override;
+    bool ComputeSV(const std::vector<double>& v, std::vector<double>& out) const override;
+    bool ComputeRSRTrans(const IMCRectMatrix& R, IMCSymMatrix& out) const override;
+    bool ComputeRTransSR(const IMCRectMatrix& R, IMCSymMatrix& out) const override;
     bool ComputeLSLTrans(const IMCSymMatrix& L, IMCSymMatrix& out) const override;
     bool ComputeLTransSL(const IMCSymMatrix& L, IMCSymMatrix& out) const override;
 
@@ -449,6 +452,7 @@ private:
     }
     void FillFullRows(int first, int count, double* rows) const;
     bool MultipliesLByTile(const double* a, std::size_t rows) const;
+    bool StoreSmallSandwich(const IMCRectMatrix& R, bool transposed, IMCSymMatrix& out) const;
     bool StoreSandwich(const MCSymMatrix& L, bool transposed, IMCSymMatrix& out) const;
     bool MultiplyByOwnTranspose();
     bool InvertFactorByBlocks();

@@ -19,6 +19,12 @@ namespace MCMath_930 {
 
 using internal::DotInOrder;
 
+namespace {
+
+constexpr int kOrderForInverse = 112; // below, the rows one after the other are faster
+
+} // namespace
+
 int MCSymMatrix::LTChol(const std::vector<double>& refDiag, double tol, bool check)
 {
     MCBitSet kept;
@@ -30,16 +36,13 @@ int MCSymMatrix::LTChol(const std::vector<double>& refDiag, double tol, MCBitSet
     if (check && !internal::CholeskyArgumentsValid(refDiag, tol, fnRows)) return -1;
     if (kept.Size() < fnRows) kept.Resize(fnRows);
     kept.Clear();
-    const auto pivot = [&](int i, double d) {
-        const bool keep = d > tol * refDiag[static_cast<std::size_t>(i)];
-        kept.Set(i, keep);
-        return keep ? std::sqrt(d) : 0.0;
-    };
+    const auto least = [&](int i) { return tol * refDiag[static_cast<std::size_t>(i)]; };
     const auto line = [this](int i) { return Row(i); };
     if (fnRows >= internal::OrderedCholesky<decltype(line)>::kSmallestOrder) {
         internal::OrderedCholesky blocked(line, fnRows);
         if (blocked.HasWorkspace()) {
-            blocked.Factor(pivot);
+            blocked.Factor(least);
+            for (int i = 0; i < fnRows; ++i) kept.Set(i, Row(i)[i] != 0.0);
             return fnRows - kept.Count();
         }
     }
@@ -49,7 +52,10 @@ int MCSymMatrix::LTChol(const std::vector<double>& refDiag, double tol, MCBitSet
             const double* const other = Row(j);
             row[j] = other[j] == 0.0 ? 0.0 : (row[j] - DotInOrder(row, other, static_cast<std::size_t>(j))) / other[j];
         }
-        row[i] = pivot(i, row[i] - DotInOrder(row, row, static_cast<std::size_t>(i)));
+        const double d = row[i] - DotInOrder(row, row, static_cast<std::size_t>(i));
+        const bool keep = d > least(i);
+        kept.Set(i, keep);
+        row[i] = keep ? std::sqrt(d) : 0.0;
     }
     return fnRows - kept.Count();
 }
@@ -153,7 +159,7 @@ int MCSymMatrix::LTDetInverse(double det[2], int job)
     for (int i = 0; i < fnRows; ++i) zeros += diagonal(i) == 0.0 ? 1 : 0;
     if (job % 10 != 0) internal::SetFactorDeterminant(det, fnRows, zeros, diagonal);
     if (job / 10 % 10 == 0) return zeros;
-    if (fnRows < kOrderForBlocks || !InvertFactorByBlocks()) InvertFactorByRows();
+    if (fnRows < kOrderForInverse || !InvertFactorByBlocks()) InvertFactorByRows();
     return zeros;
 }
 

@@ -10,6 +10,7 @@
 #include "modelcore/matrix/internal/TriangleProducts.h"
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 namespace MCMath_930 {
@@ -53,12 +54,12 @@ void MCSymMatrix::MultiplyByS(const double* a, std::size_t rows, double* out) co
         for (; rows > 0; --rows, a += n, out += n) internal::MultiplyPacked(GetPtr(), n, a, out);
         return;
     }
-    std::fill_n(out, rows * n, 0.0);
     std::vector<double> full(n * static_cast<std::size_t>(std::min(kRowsAtOnce, fnRows)));
     for (int first = 0; first < fnRows; first += kRowsAtOnce) {
         const int count = std::min(kRowsAtOnce, fnRows - first);
         FillFullRows(first, count, full.data());
-        internal::AddRowsTimesRows(out, a + first, n, rows, static_cast<std::size_t>(count), full.data(), n);
+        internal::AddRowsTimesRows(out, {a + first, n}, rows, static_cast<std::size_t>(count), full.data(), n,
+                                   first == 0);
     }
 }
 
@@ -134,6 +135,49 @@ bool MCSymMatrix::ComputeLTransSL(const IMCSymMatrix& L, IMCSymMatrix& out) cons
     return (fnRows >= kOrderForBlocks && L.GetNRows() == fnRows && IsPacked(L) && IsPacked(out) &&
             StoreSandwich(static_cast<const MCSymMatrix&>(L), true, out)) ||
            IMCSymMatrix::ComputeLTransSL(L, out);
+}
+
+// In the room of the result, which most callers use again.
+bool MCSymMatrix::ComputeSV(const std::vector<double>& v, std::vector<double>& out) const
+{
+    if (!Fits(v)) return false;
+    if (&out == &v) return IMCSymMatrix::ComputeSV(v, out);
+    out.resize(Order());
+    internal::MultiplyPacked(GetPtr(), Order(), v.data(), out.data());
+    return true;
+}
+
+// R*S*R' or R'*S*R with operands that stay in the innermost cache, all intermediate results in one piece of memory.
+bool MCSymMatrix::StoreSmallSandwich(const IMCRectMatrix& R, bool transposed, IMCSymMatrix& out) const
+{
+    const std::size_t n = Order();
+    const int order = transposed ? R.GetNCols() : R.GetNRows();
+    const auto m = static_cast<std::size_t>(order);
+    if (order > internal::kMostTriangleRows || !internal::IsSmallOperand(n, n) || !internal::IsSmallOperand(n, m))
+        return false;
+    const DenseRows r(R);
+    const auto work = std::make_unique_for_overwrite<double[]>(n * n + 2 * n * m);
+    double* const full = work.get();
+    double* const product = full + n * n; // R*S or R'*S
+    double* const columns = product + n * m;
+    CopyToSquare(full);
+    if (!transposed) internal::SpreadRows(columns, m, r.Ptr(), n, n, m);
+    const internal::LeftOperand left =
+        transposed ? internal::LeftOperand(r.Ptr(), 1, m) : internal::LeftOperand(r.Ptr(), n);
+    internal::AddRowsTimesRows(product, left, m, n, full, n, true);
+    return StoreSmallTriangle(order, {product, n}, transposed ? r.Ptr() : columns, n, out);
+}
+
+bool MCSymMatrix::ComputeRSRTrans(const IMCRectMatrix& R, IMCSymMatrix& out) const
+{
+    return (R.GetNCols() == fnRows && IsPacked(out) && StoreSmallSandwich(R, false, out)) ||
+           IMCSymMatrix::ComputeRSRTrans(R, out);
+}
+
+bool MCSymMatrix::ComputeRTransSR(const IMCRectMatrix& R, IMCSymMatrix& out) const
+{
+    return (R.GetNRows() == fnRows && IsPacked(out) && StoreSmallSandwich(R, true, out)) ||
+           IMCSymMatrix::ComputeRTransSR(R, out);
 }
 
 // No kernel here: X may be this matrix.

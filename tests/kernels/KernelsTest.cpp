@@ -32,30 +32,60 @@ TEST(Kernels, OuterProductsAddTheirTermsInOrder)
         }
 }
 
+// Also with the left operand by columns, in a part of a wider matrix, and not beyond that part.
 TEST(Kernels, SmallProductsAddTheirTermsInOrder)
 {
     TestRandom random(10);
     for (const std::size_t rows : {1u, 2u, 5u, 6u, 7u, 13u})
-        for (const std::size_t depth : {0u, 1u, 3u, 64u, 65u, 130u})
-            for (const std::size_t cols : {1u, 3u, 4u, 7u, 8u, 9u, 16u, 21u}) {
-                const std::size_t step = depth + 2;
-                const std::vector<double> left = random.Vector(rows * step, -2.0, 2.0);
-                const std::vector<double> right = random.Vector(depth * cols, -2.0, 2.0);
-                const std::vector<double> start = random.Vector(rows * cols + 1, -1e3, 1e-3);
-                std::vector<double> expected = start;
-                for (std::size_t i = 0; i < rows; ++i)
-                    for (std::size_t j = 0; j < cols; ++j)
-                        for (std::size_t k = 0; k < depth; ++k) {
-                            volatile double product = left[i * step + k] * right[k * cols + j];
-                            expected[i * cols + j] += product;
+        for (const std::size_t depth : {0u, 1u, 3u, 65u})
+            for (const std::size_t cols : {1u, 3u, 4u, 5u, 8u, 9u, 16u, 21u, 24u, 27u, 43u})
+                for (const bool fresh : {false, true}) {
+                    const std::size_t lineStep = fresh ? 1 : depth + 2;
+                    const std::size_t termStep = fresh ? rows : 1;
+                    const std::size_t step = cols + depth % 2;
+                    const std::vector<double> left = random.Vector(rows * (depth + 2), -2.0, 2.0);
+                    const std::vector<double> right = random.Vector(depth * step, -2.0, 2.0);
+                    const std::vector<double> start = random.Vector(rows * step + 1, -1e3, 1e-3);
+                    std::vector<double> expected = start;
+                    for (std::size_t i = 0; i < rows; ++i)
+                        for (std::size_t j = 0; j < cols; ++j) {
+                            if (fresh) expected[i * step + j] = 0.0;
+                            for (std::size_t k = 0; k < depth; ++k) {
+                                volatile double product = left[i * lineStep + k * termStep] * right[k * step + j];
+                                expected[i * step + j] += product;
+                            }
                         }
-                ForEachKernelSet([&] {
-                    std::vector<double> out = start;
-                    AddSmallProduct(out.data(), left.data(), static_cast<std::ptrdiff_t>(step), rows, depth,
-                                    right.data(), cols);
-                    EXPECT_TRUE(SameBits(out, expected)) << rows << " x " << depth << " x " << cols;
-                });
-            }
+                    ForEachKernelSet([&] {
+                        std::vector<double> out = start;
+                        AddSmallProduct(out.data(), static_cast<std::ptrdiff_t>(step), left.data(),
+                                        static_cast<std::ptrdiff_t>(lineStep), static_cast<std::ptrdiff_t>(termStep),
+                                        rows, depth, right.data(), static_cast<std::ptrdiff_t>(step), cols, fresh);
+                        EXPECT_TRUE(SameBits(out, expected)) << rows << " x " << depth << " x " << cols;
+                    });
+                }
+}
+
+TEST(Kernels, SmallTrianglesAreThoseOfTheProduct)
+{
+    TestRandom random(13);
+    for (const std::size_t order : {0u, 1u, 2u, 3u, 7u, 8u, 9u, 12u, 13u, 31u, 128u}) {
+        constexpr std::size_t kDepth = 5;
+        const auto n = static_cast<std::ptrdiff_t>(order);
+        const std::vector<double> left = random.Vector(order * kDepth, -2.0, 2.0);
+        const std::vector<double> right = random.Vector(order * kDepth, -2.0, 2.0);
+        std::vector<double> expected(order * (order + 1) / 2 + 1, 0.0); // and what stands behind the triangle stays
+        for (std::size_t i = 0, at = 0; i < order; ++i)
+            for (std::size_t j = 0; j <= i; ++j, ++at)
+                for (std::size_t k = 0; k < kDepth; ++k) {
+                    volatile double product = left[k * order + i] * right[k * order + j];
+                    expected[at] += product;
+                }
+        ForEachKernelSet([&] {
+            std::vector<double> packed(expected.size(), 0.0);
+            StoreSmallTriangle(packed.data(), order, left.data(), 1, n, kDepth, right.data(), n);
+            EXPECT_TRUE(SameBits(packed, expected)) << order;
+        });
+    }
 }
 
 // In order, leaving out factors of zero: the loops of LinpackBits do not reach this one.

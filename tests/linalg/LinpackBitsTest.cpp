@@ -8,8 +8,8 @@ using MCMath_930::Linpack;
 
 namespace {
 
-constexpr int kOrders[] = {0,  1,  2,  3,  5,  6,  7,  8,  9,  16, 17, 23, 24,
-                           25, 31, 32, 33, 47, 48, 49, 63, 64, 65, 96, 97, 130};
+constexpr int kOrders[] = {0,  1,  2,  3,  5,  6,  7,  8,  9,  16, 17, 23, 24,  25,  31,  32,
+                           33, 47, 48, 49, 56, 57, 63, 64, 65, 73, 96, 97, 112, 119, 130, 177};
 constexpr double kUntouched = 77.0; // what stands between n and lda, and outside a symmetric matrix's triangle
 
 std::size_t Size(int n)

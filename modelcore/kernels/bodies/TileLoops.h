@@ -66,70 +66,127 @@ void AddPanelTile(double* const* lines, const double* left, const double* right,
     AddTile<kPanelLines, kPanelLines>(lines, left, right, depth);
 }
 
-/// A part of a small product whose operands stand where they are: lines, left lines and right rows are steps apart.
-template <int kLines>
-void AddSmallPart(double* lines, std::ptrdiff_t lineStep, const double* left, std::ptrdiff_t leftStep,
-                  const double* right, std::ptrdiff_t rightStep, std::size_t depth)
+/// Where the operands of a small product stand; KernelList.h says what the steps are.
+struct SmallOperands {
+    double* out;
+    std::ptrdiff_t outStep;
+    const double* left;
+    std::ptrdiff_t lineStep;
+    std::ptrdiff_t termStep;
+    const double* right;
+    std::ptrdiff_t rightStep;
+    std::size_t depth;
+    bool fresh;
+};
+
+/// kLines lines from line `first` on, kVectors vectors of each from element `w` on. The last of the vectors starts
+/// `last` elements after the first one and may overlap its neighbour: what both form are the same sums.
+template <class AnyVector, int kVectors, int kLines>
+void SumSmallPart(const SmallOperands& of, std::ptrdiff_t first, std::ptrdiff_t w, std::ptrdiff_t last)
 {
-    Vector sum[std::size_t{kLines}][kPartVectors];
-#pragma GCC unroll 6
+    constexpr auto kWidth = static_cast<std::ptrdiff_t>(sizeof(AnyVector) / sizeof(double));
+    double* const out = of.out + first * of.outStep + w;
+    const double* right = of.right + w;
+    const double* left = of.left + first * of.lineStep;
+    const auto offset = [last](int v) { return v + 1 == kVectors ? last : v * kWidth; };
+    AnyVector sum[std::size_t{kLines}][std::size_t{kVectors}];
+#pragma GCC unroll 12
     for (int r = 0; r < kLines; ++r)
-#pragma GCC unroll 2
-        for (int v = 0; v < kPartVectors; ++v) sum[r][v] = VectorAt(lines + r * lineStep + v * kVectorWidth);
-    for (std::size_t k = 0; k < depth; ++k, right += rightStep) {
-        Vector factor[kPartVectors];
-#pragma GCC unroll 2
-        for (int v = 0; v < kPartVectors; ++v) factor[v] = VectorAt(right + v * kVectorWidth);
-        const double* of = left + k;
-#pragma GCC unroll 6
-        for (int r = 0; r < kLines; ++r, of += leftStep)
-#pragma GCC unroll 2
-            for (int v = 0; v < kPartVectors; ++v) sum[r][v] += *of * factor[v];
+#pragma GCC unroll 3
+        for (int v = 0; v < kVectors; ++v) {
+            sum[r][v] = AnyVector{};
+            if (!of.fresh) std::memcpy(&sum[r][v], out + r * of.outStep + offset(v), sizeof(AnyVector));
+        }
+    const std::ptrdiff_t lineStep = of.lineStep;
+    const std::ptrdiff_t termStep = of.termStep;
+    const std::ptrdiff_t rightStep = of.rightStep;
+    for (std::size_t k = of.depth; k > 0; --k, left += termStep, right += rightStep) {
+        AnyVector factor[std::size_t{kVectors}];
+#pragma GCC unroll 3
+        for (int v = 0; v < kVectors; ++v) std::memcpy(&factor[v], right + offset(v), sizeof(AnyVector));
+        const double* line = left;
+#pragma GCC unroll 12
+        for (int r = 0; r < kLines; ++r, line += lineStep)
+#pragma GCC unroll 3
+            for (int v = 0; v < kVectors; ++v) sum[r][v] += *line * factor[v];
     }
-#pragma GCC unroll 6
+#pragma GCC unroll 12
     for (int r = 0; r < kLines; ++r)
-#pragma GCC unroll 2
-        for (int v = 0; v < kPartVectors; ++v) Store(lines + r * lineStep + v * kVectorWidth, sum[r][v]);
+#pragma GCC unroll 3
+        for (int v = 0; v < kVectors; ++v) Store(out + r * of.outStep + offset(v), sum[r][v]);
 }
 
-/// Up to kLines lines of a small product; the columns beside the last whole part are a part of their own, filled up.
-template <int kLines>
-void AddSmallLines(std::size_t lines, double* out, const double* left, std::ptrdiff_t leftStep, std::size_t depth,
-                   const double* right, std::size_t cols, const double* rest)
+template <class AnyVector, int kVectors, int kLines>
+void SumSmallLines(const SmallOperands& of, int lines, std::ptrdiff_t first, std::ptrdiff_t w, std::ptrdiff_t last)
 {
-    if constexpr (kLines > 1) {
-        if (lines < kLines) return AddSmallLines<kLines - 1>(lines, out, left, leftStep, depth, right, cols, rest);
-    }
-    const auto step = static_cast<std::ptrdiff_t>(cols);
-    std::ptrdiff_t w = 0;
-    for (; w + kPartWidth <= step; w += kPartWidth)
-        AddSmallPart<kLines>(out + w, step, left, leftStep, right + w, step, depth);
-    if (w == step) return;
-    double edge[std::size_t{kLines} * kPartWidth] = {};
-    for (int r = 0; r < kLines; ++r)
-        for (std::ptrdiff_t i = w; i < step; ++i) edge[r * kPartWidth + i - w] = out[r * step + i];
-    AddSmallPart<kLines>(edge, kPartWidth, left, leftStep, rest, kPartWidth, depth);
-    for (int r = 0; r < kLines; ++r)
-        for (std::ptrdiff_t i = w; i < step; ++i) out[r * step + i] = edge[r * kPartWidth + i - w];
+    if constexpr (kLines > 1)
+        if (lines < kLines) return SumSmallLines<AnyVector, kVectors, kLines - 1>(of, lines, first, w, last);
+    SumSmallPart<AnyVector, kVectors, kLines>(of, first, w, last);
 }
 
-void AddSmallProduct(double* out, const double* left, std::ptrdiff_t leftStep, std::size_t rows, std::size_t depth,
-                     const double* right, std::size_t cols)
+/// All lines of a strip, in groups of nearly equal size, so that none is left with too few sums to keep the adders busy.
+template <class AnyVector, int kVectors, int kMostLines>
+void SumSmallStrip(const SmallOperands& of, std::ptrdiff_t rows, std::ptrdiff_t w, std::ptrdiff_t last)
 {
-    constexpr std::size_t kTerms = 64;
-    constexpr auto kWidth = static_cast<std::size_t>(kPartWidth);
-    constexpr auto kLines = static_cast<std::size_t>(kPartLines);
-    double rest[kTerms * kWidth];
-    const std::size_t whole = cols / kWidth * kWidth;
-    for (std::size_t k0 = 0; k0 < depth; k0 += kTerms, left += kTerms, right += kTerms * cols) {
-        const std::size_t terms = depth - k0 < kTerms ? depth - k0 : kTerms;
-        if (whole < cols)
-            for (std::size_t k = 0; k < terms; ++k)
-                for (std::size_t i = 0; i < kWidth; ++i)
-                    rest[k * kWidth + i] = whole + i < cols ? right[k * cols + whole + i] : 0.0;
-        for (std::size_t r = 0; r < rows; r += kLines)
-            AddSmallLines<kPartLines>(rows - r, out + r * cols, left + static_cast<std::ptrdiff_t>(r) * leftStep,
-                                      leftStep, terms, right, cols, rest);
+    const std::ptrdiff_t groups = (rows + kMostLines - 1) / kMostLines;
+    std::ptrdiff_t first = 0;
+    for (std::ptrdiff_t left = groups; left > 0; --left) {
+        const auto lines = static_cast<int>((rows - first + left - 1) / left);
+        SumSmallLines<AnyVector, kVectors, kMostLines>(of, lines, first, w, last);
+        first += lines;
+    }
+}
+
+// The lines whose sums the registers hold beside their factors, 32 of them or 16: the more, the fewer parts are begun.
+constexpr int kLinesOfOne = kVectorWidth == 8 ? 12 : 6;
+constexpr int kLinesOfTwo = kVectorWidth == 8 ? 10 : 6;
+constexpr int kLinesOfThree = kVectorWidth == 8 ? 8 : 3;
+
+void AddSmallProduct(double* out, std::ptrdiff_t outStep, const double* left, std::ptrdiff_t lineStep,
+                     std::ptrdiff_t termStep, std::size_t rows, std::size_t depth, const double* right,
+                     std::ptrdiff_t rightStep, std::size_t cols, bool fresh)
+{
+    constexpr std::ptrdiff_t kWidth = kVectorWidth;
+    const SmallOperands of{out, outStep, left, lineStep, termStep, right, rightStep, depth, fresh};
+    const auto lines = static_cast<std::ptrdiff_t>(rows);
+    const auto width = static_cast<std::ptrdiff_t>(cols);
+    if (width >= kWidth) {
+        std::ptrdiff_t w = 0;
+        for (; width - w > 3 * kWidth; w += 2 * kWidth) SumSmallStrip<Vector, 2, kLinesOfTwo>(of, lines, w, kWidth);
+        const std::ptrdiff_t last = width - w - kWidth;
+        if (last > kWidth) return SumSmallStrip<Vector, 3, kLinesOfThree>(of, lines, w, last);
+        if (last > 0) return SumSmallStrip<Vector, 2, kLinesOfTwo>(of, lines, w, last);
+        return SumSmallStrip<Vector, 1, kLinesOfOne>(of, lines, w, 0);
+    }
+#ifdef MODELCORE_TRANSPOSES
+    if constexpr (kWidth > 4) {
+        if (width > 4) return SumSmallStrip<Quad, 2, 6>(of, lines, 0, width - 4);
+        if (width == 4) return SumSmallStrip<Quad, 1, 6>(of, lines, 0, 0);
+    }
+#endif
+    for (std::ptrdiff_t w = 0; w < width; ++w) SumSmallStrip<double, 1, 6>(of, lines, w, 0);
+}
+
+void StoreSmallTriangle(double* packed, std::size_t order, const double* left, std::ptrdiff_t lineStep,
+                        std::ptrdiff_t termStep, std::size_t depth, const double* right, std::ptrdiff_t rightStep)
+{
+    constexpr std::size_t kLines = 12; // few, since they are formed as long as the last of them
+    constexpr std::size_t kWidth = kVectorWidth;
+    constexpr std::size_t kLength = kMostTriangleRows;
+    static_assert(kLength % kWidth == 0, "lines are read by whole vectors");
+    double lines[kLines * kLength];
+    double* const end = packed + order * (order + 1) / 2;
+    for (std::size_t first = 0; first < order; first += kLines) {
+        const std::size_t last = first + kLines < order ? first + kLines : order;
+        AddSmallProduct(lines, kLength, left + static_cast<std::ptrdiff_t>(first) * lineStep, lineStep, termStep,
+                        last - first, depth, right, rightStep, last, true);
+        // What a vector holds beside the row falls on the rows that come after it.
+        const double* line = lines;
+        for (std::size_t i = first; i < last; packed += ++i, line += kLength) {
+            std::size_t j = 0;
+            for (; j <= i && packed + j + kWidth <= end; j += kWidth) Store(packed + j, VectorAt(line + j));
+            for (; j <= i; ++j) packed[j] = line[j];
+        }
     }
 }
 
@@ -223,20 +280,103 @@ void PackWeightedDifferences(double* packed, const double* rows, std::size_t row
     }
 }
 
-void FinishCholeskyPanel(double* panel, const double* sums, const double* own, const double* diagonal, int first,
-                         int last)
+/// Rows m .. order-1 of the sums of a square += kTerms products of finished rows, in kVectors vectors of columns from
+/// column `first` on, as far as they reach the diagonal: vector q belongs to all rows before its end.
+template <int kVectors, int kTerms, int kSkipped>
+void AddSquareRows(double* sums, const double* rows, std::ptrdiff_t step,
+                   const Vector (&parts)[static_cast<std::size_t>(kTerms)][static_cast<std::size_t>(kVectors)],
+                   std::ptrdiff_t first, std::ptrdiff_t m, std::ptrdiff_t order)
+{
+    const std::ptrdiff_t reach = first + (kSkipped + 1) * kVectorWidth;
+    const std::ptrdiff_t end = reach < order ? reach : order;
+    for (; m < end; ++m)
+#pragma GCC unroll 3
+        for (int q = kSkipped; q < kVectors; ++q) {
+            double* const at = sums + m * step + first + q * kVectorWidth;
+            Vector sum = VectorAt(at);
+#pragma GCC unroll 2
+            for (int t = 0; t < kTerms; ++t) sum += rows[t * step + m] * parts[t][q];
+            Store(at, sum);
+        }
+    if constexpr (kSkipped + 1 < kVectors)
+        AddSquareRows<kVectors, kTerms, kSkipped + 1>(sums, rows, step, parts, first, m, order);
+}
+
+template <int kVectors, int kTerms>
+void AddSquareColumns(double* sums, const double* rows, std::ptrdiff_t step, std::ptrdiff_t first, std::ptrdiff_t m,
+                      std::ptrdiff_t order)
+{
+    Vector parts[static_cast<std::size_t>(kTerms)][static_cast<std::size_t>(kVectors)];
+#pragma GCC unroll 2
+    for (int t = 0; t < kTerms; ++t)
+#pragma GCC unroll 3
+        for (int q = 0; q < kVectors; ++q) parts[t][q] = VectorAt(rows + t * step + first + q * kVectorWidth);
+    AddSquareRows<kVectors, kTerms, 0>(sums, rows, step, parts, first, m, order);
+}
+
+template <int kTerms>
+void AddSquareTerms(double* sums, const double* rows, std::ptrdiff_t step, std::ptrdiff_t m, std::ptrdiff_t order)
+{
+    std::ptrdiff_t first = m / kVectorWidth * kVectorWidth;
+    for (; first + 2 * kVectorWidth < order; first += 3 * kVectorWidth)
+        AddSquareColumns<3, kTerms>(sums, rows, step, first, m, order);
+    if (first + kVectorWidth < order)
+        AddSquareColumns<2, kTerms>(sums, rows, step, first, m, order);
+    else if (first < order)
+        AddSquareColumns<1, kTerms>(sums, rows, step, first, m, order);
+}
+
+inline double Quotient(double x, double pivot)
+{
+    return pivot == 0.0 ? 0.0 : x / pivot;
+}
+
+// Two rows are finished before the rows after them receive the products of both. What the second one's pivot needs is
+// formed aside: the square root of one pivot after the other is what takes the time.
+int FactorCholeskySquare(double* square, double* sums, std::ptrdiff_t step, int order, const double* least)
+{
+    const auto finish = [=](std::ptrdiff_t k, double pivot) {
+        double* const row = square + k * step;
+        for (std::ptrdiff_t r = k / kVectorWidth * kVectorWidth; r < order; r += kVectorWidth)
+            Store(row + r, pivot == 0.0 ? Vector{} : (VectorAt(row + r) - VectorAt(sums + k * step + r)) / pivot);
+        row[k] = pivot;
+    };
+    for (int k = 0; k < order; k += 2) {
+        double* const row = square + k * step;
+        double* const sum = sums + k * step;
+        const double left = row[k] - sum[k];
+        if (least == nullptr && left <= 0.0) return k;
+        const double pivot = least == nullptr || left > least[k] ? MODELCORE_SQRT(left) : 0.0;
+        if (k + 1 == order) {
+            row[k] = pivot;
+            break;
+        }
+        const double beside = Quotient(row[k + 1] - sum[k + 1], pivot);
+        double* const nextSum = sum + step;
+        const double nextLeft = row[step + k + 1] - (nextSum[k + 1] + beside * beside);
+        finish(k, pivot);
+        if (least == nullptr && nextLeft <= 0.0) return k + 1;
+        const double next = least == nullptr || nextLeft > least[k + 1] ? MODELCORE_SQRT(nextLeft) : 0.0;
+        for (std::ptrdiff_t r = (k + 1) / kVectorWidth * kVectorWidth; r < order; r += kVectorWidth)
+            Store(nextSum + r, VectorAt(nextSum + r) + beside * VectorAt(row + r));
+        finish(k + 1, next);
+        AddSquareTerms<2>(sums, row, step, k + 2, order);
+    }
+    return order;
+}
+
+void FinishCholeskyPanel(double* panel, const double* sums, const double* own, const double* square)
 {
     constexpr int kVectors = kPanelLines / kVectorWidth;
-    for (int k = first; k < last; ++k) {
-        const double* const factors = diagonal + k * kPanelLines;
-        Vector sum[kVectors];
+    for (int k = 0; k < kPanelLines; ++k) {
+        Vector sum[std::size_t{kVectors}];
 #pragma GCC unroll 12
         for (int q = 0; q < kVectors; ++q) sum[q] = VectorAt(sums + k * kPanelLines + q * kVectorWidth);
         for (int m = 0; m < k; ++m)
 #pragma GCC unroll 12
             for (int q = 0; q < kVectors; ++q)
-                sum[q] += factors[m] * VectorAt(panel + m * kPanelLines + q * kVectorWidth);
-        const double pivot = factors[k];
+                sum[q] += square[m * kPanelLines + k] * VectorAt(panel + m * kPanelLines + q * kVectorWidth);
+        const double pivot = square[k * kPanelLines + k];
 #pragma GCC unroll 12
         for (int q = 0; q < kVectors; ++q) {
             const int at = k * kPanelLines + q * kVectorWidth;

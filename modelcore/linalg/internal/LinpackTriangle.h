@@ -5,6 +5,8 @@
 #include "modelcore/kernels/ColumnViews.h"
 #include "modelcore/linalg/Blas1.h"
 
+#include <utility>
+
 namespace MCMath_930::internal {
 
 /// b becomes the solution of U*x = b, by columns from the last.
@@ -77,12 +79,8 @@ void InvertUpper(const Columns& u, int n, int steps)
         double* const column = u(k);
         column[k] = 1.0 / column[k];
         Blas1::DScal(k, -column[k], column, 1);
-        for (int j = k + 1; j < n; ++j) {
-            double* const later = u(j);
-            const double t = later[k];
-            later[k] = 0.0;
-            Blas1::Daxpy(k + 1, t, column, 1, later, 1);
-        }
+        AddToEach(
+            u, k + 1, n, [&u, k](int j) { return std::exchange(u(j)[k], 0.0); }, true, column, k + 1, 0);
     }
 }
 

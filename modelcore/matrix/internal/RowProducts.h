@@ -19,27 +19,54 @@ inline double DotInOrder(const double* a, const double* b, std::size_t count, st
     return sum;
 }
 
-/// out += a*b for a of rows x inner, b of inner x cols and out of rows x cols elements, all row by row. Each element
-/// receives its terms in index order, so the tiles and the plain loop give the same bits.
-inline void AddRowsTimesRows(double* out, const double* a, std::size_t aStride, std::size_t rows, std::size_t inner,
-                             const double* b, std::size_t cols)
+/// An operand of so many elements stays in the second cache.
+inline constexpr std::size_t kSmallOperand = 128 * 128;
+
+/// A right operand of no more elements is used where it stands: packing it would cost more than the tile gains.
+inline bool IsSmallOperand(std::size_t rows, std::size_t cols)
 {
-    // A small right operand is used where it stands; for a large one the tile wants packed operands, which does not pay for
-    // few rows.
-    constexpr std::size_t kFewRows = 3;
-    constexpr std::size_t kSmallOperand = 64 * 64;
+    return rows * cols <= kSmallOperand;
+}
+
+/// The left operand of a product: element (i, k) is at a[i*lineStep + k*termStep].
+struct LeftOperand {
+    const double* a;
+    std::ptrdiff_t lineStep;
+    std::ptrdiff_t termStep = 1;
+
+    LeftOperand(const double* elements, std::size_t step, std::size_t stepOfTerms = 1)
+        : a(elements), lineStep(static_cast<std::ptrdiff_t>(step)), termStep(static_cast<std::ptrdiff_t>(stepOfTerms))
+    {}
+};
+
+/// out += a*b for a of rows x inner, b of inner x cols and out of rows x cols elements, the last two row by row; out =
+/// a*b when it is fresh. Each element receives its terms in index order, so the tiles and the plain loop give the same
+/// bits.
+inline void AddRowsTimesRows(double* out, const LeftOperand& left, std::size_t rows, std::size_t inner, const double* b,
+                             std::size_t cols, bool fresh)
+{
+    constexpr std::size_t kFewRows = 3; // for which packed operands do not pay
     const auto step = static_cast<std::ptrdiff_t>(cols);
-    if (rows > 1 && inner * cols <= kSmallOperand)
-        return AddSmallProduct(out, a, static_cast<std::ptrdiff_t>(aStride), rows, inner, b, cols);
+    if (rows > 1 && IsSmallOperand(inner, cols)) {
+        const std::size_t most = kSmallOperand / std::max({inner, cols, std::size_t{1}}) + 1;
+        for (std::size_t first = 0; first < rows; first += most)
+            AddSmallProduct(out + first * cols, step, left.a + static_cast<std::ptrdiff_t>(first) * left.lineStep,
+                            left.lineStep, left.termStep, std::min(most, rows - first), inner, b, step, cols, fresh);
+        return;
+    }
+    if (fresh) std::fill_n(out, rows * cols, 0.0);
     if (rows > kFewRows) {
         const auto at = [](auto i) { return static_cast<std::size_t>(i); };
         if (const TileWorkspace work(static_cast<int>(cols)); work)
             return AddProduct<ZeroFactor::Multiplies>(
                 work, static_cast<int>(rows), static_cast<int>(inner), [&](int i) { return out + at(i) * cols; },
-                [&](int) { return static_cast<int>(cols); }, [&](int i, int k) { return a[at(i) * aStride + at(k)]; },
+                [&](int) { return static_cast<int>(cols); },
+                [&](int i, int k) { return left.a[i * left.lineStep + k * left.termStep]; },
                 RowsOperand{[&](int k) { return b + at(k) * cols; }});
     }
-    for (std::size_t i = 0; i < rows; ++i) AddRows(out + i * cols, b, step, inner, a + i * aStride, 1, cols);
+    for (std::size_t i = 0; i < rows; ++i)
+        AddRows(out + i * cols, b, step, inner, left.a + static_cast<std::ptrdiff_t>(i) * left.lineStep, left.termStep,
+                cols);
 }
 
 /// Stores the product a*b of rows x inner and inner x cols elements. False, and out as it was, when there can be no
@@ -50,13 +77,12 @@ inline bool StoreProduct(const double* a, std::size_t rows, std::size_t inner, c
     const bool fits =
         static_cast<std::size_t>(out.GetNRows()) == rows && static_cast<std::size_t>(out.GetNCols()) == cols;
     if (fits && out.GetPtr() != a && out.GetPtr() != b) {
-        std::fill_n(out.GetPtr(), rows * cols, 0.0);
-        AddRowsTimesRows(out.GetPtr(), a, inner, rows, inner, b, cols);
+        AddRowsTimesRows(out.GetPtr(), {a, inner}, rows, inner, b, cols, true);
         return true;
     }
     MCRectMatrix result;
     if (!result.SetNRowsCols(static_cast<int>(rows), static_cast<int>(cols))) return false;
-    AddRowsTimesRows(result.GetPtr(), a, inner, rows, inner, b, cols);
+    AddRowsTimesRows(result.GetPtr(), {a, inner}, rows, inner, b, cols, false);
     out = std::move(result);
     return true;
 }
