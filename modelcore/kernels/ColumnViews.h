@@ -51,8 +51,7 @@ BandColumns(Real*, int, int, int) -> BandColumns<Real>;
 /// AddToLines for columns first .. last-1: column j receives factor(j), asked for just before, times the first count +
 /// (j - first) * growth elements of x.
 template <class Columns, class Factor>
-void AddToEach(const Columns& columns, int first, int last, Factor factor, bool skipsZeros, const double* x, int count,
-               int growth)
+void AddToEach(const Columns& columns, int first, int last, Factor factor, const double* x, int count, int growth)
 {
     constexpr int kAtOnce = 32;
     double* lines[kAtOnce];
@@ -63,7 +62,7 @@ void AddToEach(const Columns& columns, int first, int last, Factor factor, bool 
             lines[q] = columns(j + q);
             factors[q] = factor(j + q);
         }
-        AddToLines(lines, static_cast<std::size_t>(used), factors, skipsZeros, x,
+        AddToLines(lines, static_cast<std::size_t>(used), factors, x,
                    static_cast<std::size_t>(count + (j - first) * growth), static_cast<std::size_t>(growth));
     }
 }

@@ -45,10 +45,10 @@ KERNEL(void, StepMeans, (double* deviations, double* means, const double* x, dou
 KERNEL(void, AddOuterProduct, (double* c, std::ptrdiff_t columnStep, std::size_t columns, const double* factors,
                                std::ptrdiff_t factorStep, const double* x, std::size_t count))
 
-/// lines[r][j] += factors[r] * x[j] for r in [0, nLines) and j in [0, count + r*growth), leaving out factors of 0 if it skips
-/// them. Two roundings per element. x must not overlap the lines.
-KERNEL(void, AddToLines, (double* const* lines, std::size_t nLines, const double* factors, bool skipsZeros, const double* x,
-                          std::size_t count, std::size_t growth))
+/// lines[r][j] += factors[r] * x[j] for r in [0, nLines) and j in [0, count + r*growth). A line whose factor is 0 is not
+/// touched. Two roundings per element. x must not overlap the lines.
+KERNEL(void, AddToLines, (double* const* lines, std::size_t nLines, const double* factors, const double* x, std::size_t count,
+                          std::size_t growth))
 
 /// y += factors[j] * column j of c, columnStep apart, for j = 0 .. columns-1 in this order, leaving out factors of 0; y
 /// and the columns are `count` elements long. Two roundings per term. y must not overlap the columns.
@@ -148,6 +148,9 @@ KERNEL(void, AddOuterProductsByRows, (double* packed, std::size_t order, const d
 /// term. No vector may overlap another or the matrix.
 KERNEL(void, UpdateAndMultiply, (double* packed, std::size_t order, const double* u, const double* q, const double* v,
                                  double* product))
+
+/// The symmetric matrix whose lower triangle is packed row by row, spelled out: rows of `order` elements.
+KERNEL(void, SpreadTriangle, (double* square, const double* packed, std::size_t order))
 
 /// out = S*v for the symmetric matrix whose lower triangle is packed row by row: each sum from 0 in index order. Two
 /// roundings per term. out must overlap neither.

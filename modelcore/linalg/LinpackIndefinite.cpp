@@ -55,7 +55,7 @@ void EliminateOne(const Columns& a, int k)
             lines[j - first] = a(j);
             multipliers[j - first] = -column[j] / column[k];
         }
-        AddToLines(lines, static_cast<std::size_t>(end - first), multipliers, true, column,
+        AddToLines(lines, static_cast<std::size_t>(end - first), multipliers, column,
                    static_cast<std::size_t>(first) + 1, 1);
         std::copy_n(multipliers, end - first, column + first);
     }
@@ -80,8 +80,8 @@ void EliminateTwo(const Columns& a, int k)
             multipliersBefore[j - first] = earlier;
         }
         const auto columns = static_cast<std::size_t>(end - first);
-        AddToLines(lines, columns, multipliers, true, column, static_cast<std::size_t>(first) + 1, 1);
-        AddToLines(lines, columns, multipliersBefore, true, before, static_cast<std::size_t>(first) + 1, 1);
+        AddToLines(lines, columns, multipliers, column, static_cast<std::size_t>(first) + 1, 1);
+        AddToLines(lines, columns, multipliersBefore, before, static_cast<std::size_t>(first) + 1, 1);
         std::copy_n(multipliers, end - first, column + first);
         std::copy_n(multipliersBefore, end - first, before + first);
     }

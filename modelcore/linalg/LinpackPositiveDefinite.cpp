@@ -110,7 +110,7 @@ void DeterminantAndInverse(const Columns& r, int n, double* det, int job)
     for (int j = 0; j < n; ++j) {
         double* const column = r(j);
         AddToEach(
-            r, 0, j, [column](int k) { return column[k]; }, true, column, 1, 1);
+            r, 0, j, [column](int k) { return column[k]; }, column, 1, 1);
         Blas1::DScal(j + 1, column[j], column, 1);
     }
 }

@@ -3,6 +3,7 @@
 
 #include "modelcore/common/MCBitSet.h"
 #include "modelcore/common/MCDisplay.h"
+#include "modelcore/kernels/Kernels.h"
 #include "modelcore/matrix/MCRectMatrix.h"
 #include "modelcore/matrix/internal/Places.h"
 #include "modelcore/matrix/internal/RowProducts.h"
@@ -100,6 +101,8 @@ bool MCSymMatrix::CopyFromPacked(std::span<const double> packed)
 // The part right of the diagonal is read along the rows below.
 void MCSymMatrix::FillFullRows(int first, int count, double* rows) const
 {
+    constexpr int kFewRows = 128; // above, squares of elements as they are written here stay longer in cache
+    if (count == fnRows && count <= kFewRows) return internal::SpreadTriangle(rows, fvElem.data(), Order());
     const auto at = [&](int k) { return rows + static_cast<std::ptrdiff_t>(k - first) * fnRows; };
     const int end = first + count;
     for (int i = first; i < fnRows; ++i) {

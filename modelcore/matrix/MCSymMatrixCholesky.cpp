@@ -2,8 +2,8 @@
 #include "modelcore/matrix/MCSymMatrix.h"
 
 #include "modelcore/common/MCBitSet.h"
-#include "modelcore/kernels/BlockedInverse.h"
 #include "modelcore/kernels/OrderedCholesky.h"
+#include "modelcore/linalg/internal/LinpackTriangle.h"
 #include "modelcore/matrix/internal/FactorDeterminant.h"
 #include "modelcore/matrix/internal/ReferenceDiagonal.h"
 #include "modelcore/matrix/internal/RowProducts.h"
@@ -21,7 +21,7 @@ using internal::DotInOrder;
 
 namespace {
 
-constexpr int kOrderForInverse = 112; // below, the rows one after the other are faster
+constexpr int kOrderForInverse = 28; // below, turning the triangle does not pay
 
 } // namespace
 
@@ -108,15 +108,13 @@ bool MCSymMatrix::InvertFactorByBlocks()
             if (Row(i)[i] == 0.0) redundant.push_back(i);
         TurnedTriangle turned(fnRows);
         const auto columns = [&turned](int j) { return turned(j); };
-        internal::BlockedInverse inverse(columns, fnRows);
-        if (!inverse.HasWorkspace()) return false;
         for (const int k : redundant) {
             ZeroOutRow(k);
             Row(k)[k] = 1.0;
         }
         const auto row = [this](int i) { return Row(i); };
         turned.ForEach(row, [](double& to, double& from) { to = from; });
-        inverse.Invert();
+        internal::InvertUpper(columns, fnRows, fnRows);
         turned.ForEach(row, [](double& from, double& to) { to = from; });
         for (const int k : redundant) ZeroOutRow(k);
         return true;

@@ -88,6 +88,22 @@ TEST(Kernels, SmallTrianglesAreThoseOfTheProduct)
     }
 }
 
+TEST(Kernels, TrianglesAreSpelledOut)
+{
+    TestRandom random(14);
+    for (std::size_t order = 0; order < 22; ++order) {
+        const std::vector<double> packed = random.Vector(order * (order + 1) / 2, -1.0, 1.0);
+        std::vector<double> expected(order * order + 1, 3.0);
+        for (std::size_t i = 0, at = 0; i < order; ++i)
+            for (std::size_t j = 0; j <= i; ++j, ++at) expected[i * order + j] = expected[j * order + i] = packed[at];
+        ForEachKernelSet([&] {
+            std::vector<double> square(expected.size(), 3.0);
+            SpreadTriangle(square.data(), packed.data(), order);
+            EXPECT_TRUE(SameBits(square, expected)) << order;
+        });
+    }
+}
+
 // In order, leaving out factors of zero: the loops of LinpackBits do not reach this one.
 TEST(Kernels, AddColumnsEqualsDaxpyByColumns)
 {

@@ -9,14 +9,14 @@ void AddOuterProduct(double* __restrict c, std::ptrdiff_t columnStep, std::size_
                      std::ptrdiff_t factorStep, const double* __restrict x, std::size_t count)
 {
     for (std::size_t j = 0; j < columns; ++j, c += columnStep, factors += factorStep)
-        if (*factors != 0.0) AddScaledShort(c, *factors, x, count);
+        if (*factors != 0.0) AddScaled(c, *factors, x, count);
 }
 
-void AddToLines(double* const* lines, std::size_t nLines, const double* factors, bool skipsZeros, const double* x,
-                std::size_t count, std::size_t growth)
+void AddToLines(double* const* lines, std::size_t nLines, const double* factors, const double* x, std::size_t count,
+                std::size_t growth)
 {
     for (std::size_t r = 0; r < nLines; ++r, count += growth)
-        if (!skipsZeros || factors[r] != 0.0) AddScaledShort(lines[r], factors[r], x, count);
+        if (factors[r] != 0.0) AddScaled(lines[r], factors[r], x, count);
 }
 
 // y is read and written once for four columns.

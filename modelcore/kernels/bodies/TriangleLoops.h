@@ -168,6 +168,41 @@ void MultiplyPacked(const double* packed, std::size_t order, const double* v, do
     TrianglePass<false, true>{packed, nullptr, nullptr, v, product}.Run(order);
 }
 
+// What a vector holds beside a row falls where later rows stand or their columns do.
+void SpreadTriangle(double* square, const double* packed, std::size_t order)
+{
+    constexpr std::size_t kGroup = 4;
+    const double* const packedEnd = packed + order * (order + 1) / 2;
+    const double* const squareEnd = square + order * order;
+    for (std::size_t i = 0; i < order; i += kGroup) {
+        const std::size_t rows = order - i < kGroup ? order - i : kGroup;
+        const double* row[kGroup];
+        for (std::size_t r = 0; r < rows; packed += i + ++r) {
+            row[r] = packed;
+            double* const to = square + (i + r) * order;
+            std::size_t j = 0;
+            for (; j <= i + r && packed + j + kVectorWidth <= packedEnd && to + j + kVectorWidth <= squareEnd;
+                 j += kVectorWidth)
+                Store(to + j, VectorAt(packed + j));
+            for (; j <= i + r; ++j) to[j] = packed[j];
+        }
+        std::size_t k = 0;
+#ifdef MODELCORE_TRANSPOSES
+        if (rows == kGroup)
+            for (; k < i; k += 4) {
+                Quad block[4];
+#pragma GCC unroll 4
+                for (std::size_t r = 0; r < 4; ++r) block[r] = QuadAt(row[r] + k);
+                Transpose(block);
+#pragma GCC unroll 4
+                for (std::size_t r = 0; r < 4; ++r) Store(square + (k + r) * order + i, block[r]);
+            }
+#endif
+        for (std::size_t r = 0; r < rows; ++r)
+            for (std::size_t at = k; at < i + r; ++at) square[at * order + i + r] = row[r][at];
+    }
+}
+
 } // namespace
 
 } // namespace MCMath_930::internal::MODELCORE_KERNEL_SET

@@ -5,14 +5,9 @@ namespace MCMath_930::internal::MODELCORE_KERNEL_SET {
 
 namespace {
 
+// There is no loop for what is left over, which would take as long as all the rest of a short vector: the last part
+// overlaps the one before it, and was read before that one was written.
 void AddScaled(double* __restrict y, double c, const double* __restrict x, std::size_t count)
-{
-    for (std::size_t j = 0; j < count; ++j) y[j] += c * x[j];
-}
-
-/// AddScaled for short vectors: there is no loop for what is left over, since the last part overlaps the one before it.
-/// It was read before that one was written.
-inline void AddScaledShort(double* __restrict y, double c, const double* __restrict x, std::size_t count)
 {
     constexpr std::size_t kWidth = kVectorWidth;
     if (count >= kWidth) {

@@ -80,7 +80,7 @@ void InvertUpper(const Columns& u, int n, int steps)
         column[k] = 1.0 / column[k];
         Blas1::DScal(k, -column[k], column, 1);
         AddToEach(
-            u, k + 1, n, [&u, k](int j) { return std::exchange(u(j)[k], 0.0); }, true, column, k + 1, 0);
+            u, k + 1, n, [&u, k](int j) { return std::exchange(u(j)[k], 0.0); }, column, k + 1, 0);
     }
 }
 
