@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Prints the tables of modelcore/distributions/internal/GammaWeightTables.h (needs mpmath).
 
-Both are polynomials in s = 1/x - middle, highest power first, that interpolate at the Chebyshev points of a piece, worked
-out with 50 digits. The error relative to the function is printed after each piece.
+Both are polynomials in s = 1/x - middle, highest power first, that interpolate at the Chebyshev points of a piece,
+worked out with 50 digits. The error relative to the function is printed after each piece.
 """
 from mpmath import mp, mpf, cos, exp, log, loggamma, nstr, pi, sqrt
 
@@ -57,11 +57,11 @@ def main():
         print("inline constexpr double %s[%d][%d] = {" % (name, count, DEGREE + 1))
         for low, high in zip(ends[:count], ends[1:]):
             c = interpolate(function, low, high)
-            for first in range(0, DEGREE + 1, 5):
+            for first in range(0, DEGREE + 1, 4):
                 start = "    {" if first == 0 else "     "
                 end = "}, // %s to %s: %s" % (nstr(low, 4), nstr(high, 4), nstr(error(function, c, low, high), 2))
-                row = ", ".join(repr(float(a)) for a in c[first : first + 5])
-                print(start + row + ("," if first + 5 <= DEGREE else end))
+                row = ", ".join(repr(float(a)) for a in c[first : first + 4])
+                print(start + row + ("," if first + 4 <= DEGREE else end))
         print("};")
 
 

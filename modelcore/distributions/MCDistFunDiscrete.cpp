@@ -61,8 +61,8 @@ double PowerOfComplement(double p, double n)
 
 constexpr double kLeastProbability = 3.3075532e-308; // exp(-708): one below counts as 0
 
-/// C(x + y, x) p^x (1 - p)^y * x y/(x + y) for 0 < p < 1 and x, y > 0: the two logarithms are those of the ratios to the
-/// mean, near which they are small (Loader 2000).
+/// C(x + y, x) p^x (1 - p)^y * x y/(x + y) for 0 < p < 1 and x, y > 0: the two logarithms are those of the ratios to
+/// the mean, near which they are small (Loader 2000).
 double BinomialWeight(double p, double x, double y)
 {
     return internal::BetaWeight(internal::UnitPoint::At(p), x, y);

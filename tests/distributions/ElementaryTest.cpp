@@ -1,4 +1,4 @@
-// The exponential, the logarithm and the ratios of gamma functions behind the distributions, at every row of their tables.
+// The exponential, the logarithm and the ratios of gamma functions behind the distributions, at each row of the tables.
 #include "modelcore/distributions/MCDistFun.h"
 #include "modelcore/distributions/internal/AccurateLog.h"
 #include "support/Testing.h"
@@ -57,8 +57,8 @@ TEST(Elementary, AccurateLogHasElevenBitsToSpareAtEveryRow)
             }
 }
 
-// At its mode a gamma density is x^x exp(-x) / Gamma(x); far below its median F with one and b degrees of freedom is a root
-// times Gamma((b + 1)/2) / Gamma(b/2).
+// At its mode a gamma density is x^x exp(-x) / Gamma(x); far below its median F with one and b degrees of freedom is a
+// root times Gamma((b + 1)/2) / Gamma(b/2).
 TEST(Elementary, RatiosOfGammaFunctionsAreRightInEveryPiece)
 {
     for (const double end : {0.5, 2.0 / 3.0, 1.0, 2.0, 4.0, 8.0, 60.0, 3000.0})

@@ -56,8 +56,8 @@ inline DoubleDouble AccurateLog(const DoubleDouble& x)
 
 inline constexpr double kSmallDeviation = 0.0625;
 
-/// shape * (t - ln(1 + t)) for shift = shape * t and |t| <= kSmallDeviation, with a relative error below 2^-56. The tails may
-/// be as large as 2^-30 of the heads.
+/// shape * (t - ln(1 + t)) for shift = shape * t and |t| <= kSmallDeviation, with a relative error below 2^-56. The
+/// tails may be as large as 2^-30 of the heads.
 template <class V>
 inline PairOf<V> SmallDevianceOf(const PairOf<V>& shift, const PairOf<V>& t)
 {
@@ -79,8 +79,8 @@ inline DoubleDouble SmallDeviance(const DoubleDouble& t)
     return SmallDevianceOf<double>(t, t);
 }
 
-/// shape * (t - ln(1 + t)) for any shift = shape * t, where makeRatio() gives 1 + t without cancellation. The shape is at
-/// least 1e-290, and inverse its reciprocal.
+/// shape * (t - ln(1 + t)) for any shift = shape * t, where makeRatio() gives 1 + t without cancellation. The shape is
+/// at least 1e-290, and inverse its reciprocal.
 template <class V, class MakeRatio>
 inline PairOf<V> DevianceOf(const PairOf<V>& shift, double shape, double inverse, MakeRatio makeRatio)
 {

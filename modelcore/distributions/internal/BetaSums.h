@@ -162,8 +162,8 @@ constexpr Reciprocals MakeReciprocals()
 }
 inline constexpr Reciprocals kReciprocals = MakeReciprocals();
 
-/// The same for a = 1/2, Student's t near its centre, where BetaSeriesServes: I is at most 0.92 then, and the other tail may
-/// be what it leaves. No logarithm is needed, and no power but a root. 35 terms are the most.
+/// The same for a = 1/2, Student's t near its centre, where BetaSeriesServes: I is at most 0.92 then, and the other
+/// tail may be what it leaves. No logarithm is needed, and no power but a root. 35 terms are the most.
 template <class V>
 inline ExpValues<V> BetaHalfSeries(V x, double b, double scale)
 {

@@ -180,11 +180,11 @@ inline constexpr double kPowerTail[16] = {
 };
 // clang-format on
 
-/// exp(head + tail) for a tail that is small beside the head, within 0.56 units in the last place; 0 far below, infinite
-/// far above. The complement is within 2 units of itself.
+/// exp(head + tail) for a tail that is small beside the head, within 0.56 units in the last place; 0 far below,
+/// infinite far above. The complement is within 2 units of itself.
 ///
 /// head + tail = n ln(2)/16 + r, |r| <= 0.022, n = 16 k + j: 2^k * 2^(j/16) * exp(r), the second factor from the table
-/// and the third by Taylor's series to r^7, whose rest is below 2^-59 (Tang 1989, ACM TOMS 15, 144-157, for the scheme).
+/// and the third by Taylor's series to r^7, whose rest is below 2^-59 (scheme of Tang 1989, ACM TOMS 15, 144-157).
 template <class V>
 inline ExpValues<V> ExpBoth(V head, V tail)
 {

@@ -53,8 +53,8 @@ BetaTails IncompleteBeta(const UnitPoint& point, double a, double b, bool wantWe
 struct BetaShapes;
 BetaTails IncompleteBeta(const UnitPoint& point, BetaShapes& shapes, bool wantWeight);
 
-/// The tails of cbttails for t so near 0 that the series serves, else false; of shapes a = df/2 and b = 1/2. The ranges are
-/// those in which an array is done side by side.
+/// The tails of cbttails for t so near 0 that the series serves, else false; of shapes a = df/2 and b = 1/2. The ranges
+/// are those in which an array is done side by side.
 inline constexpr double kLeastStudent = 1e-70;
 inline constexpr double kLeastStudentDf = 1e-100;
 inline constexpr double kMostStudentDf = 1e15;

@@ -97,9 +97,9 @@ double LargestTerm(double mean, double halfShape, double meanPull, double growth
     return std::floor(std::max(0.0, std::min(mean, root)));
 }
 
-/// The common loop. pieceRatio(j) is piece(j)/piece(j-1) and inverseRatio(j) its reciprocal, the pieces being the steps of
-/// the recurrence F(j-1) = F(j) + piece(j-1); F falls from j-1 to j by at least the factor min(1, fall(j)). function(j,
-/// piece(j)) is F(j).
+/// The common loop. pieceRatio(j) is piece(j)/piece(j-1) and inverseRatio(j) its reciprocal, the pieces being the steps
+/// of the recurrence F(j-1) = F(j) + piece(j-1); F falls from j-1 to j by at least the factor min(1, fall(j)).
+/// function(j, piece(j)) is F(j).
 template <class Piece, class PieceRatio, class InverseRatio, class Fall, class Function>
 SumResult SumDownward(double mean, double shift, double largest, double tolerance, Piece piece, PieceRatio pieceRatio,
                       InverseRatio inverseRatio, Fall fall, Function function)

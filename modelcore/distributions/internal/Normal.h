@@ -29,8 +29,8 @@ inline V Ascending(const double* row, V r)
     return value;
 }
 
-/// The polynomial of a piece of erf from its coefficients, highest power first: coefficient(0) to coefficient(12). The even
-/// and the odd ones side by side.
+/// The polynomial of a piece of erf from its coefficients, highest power first: coefficient(0) to coefficient(12). The
+/// even and the odd ones side by side.
 template <class V, class Coefficient>
 inline V ErfPolynomial(V t, Coefficient coefficient)
 {
