@@ -151,7 +151,7 @@ const RectContender kRectContenders[] = {
          else
              problem.Compute(p.s);
      }},
-    {"Linpack::Dsvdc",
+    {"modelcore, Linpack::Dsvdc",
      [](RectProblem& p, bool withVectors) {
          p.copy = p.columns;
          p.info = Linpack::Dsvdc(p.copy.data(), p.m, p.m, p.n, p.s.data(), p.e.data(), p.u.data(), p.m, p.v.data(), p.n,

@@ -104,7 +104,7 @@ void RegisterContenders()
             continue;
         }
         peers::Add(operation, "modelcore", work, [=] { peers::Keep(FitFile(file->Path(), once).f); });
-        peers::Add(operation, "fields only, once (libcsv)", work, [=] { peers::Keep(CountFields(file->Path())); });
+        peers::Add(operation, "plain fields, once (libcsv)", work, [=] { peers::Keep(CountFields(file->Path())); });
         peers::Add(operation, "plain reading, once", work, [=] { peers::Keep(CountBytes(file->Path())); });
     }
 }
