@@ -43,10 +43,13 @@ double GammaAboveOne(double shape, Uniform next)
     return MCMV::Missing();
 }
 
-// Ahrens and Dieter's GS.
+// Ahrens and Dieter's GS. Its tests compare u2 with exp(-x), x <= 1, which lies between 1 - x + x^2/2 - x^3/6 and 1 - x +
+// x^2/2, and -ln(1-u2) with (1-shape)*ln x, x > 1, which lies between 2(x-1)/(x+1) and (x-1)/sqrt(x), as -ln(1-u2) does
+// between u2/(1-u2/2) and u2(1-u2/2)/(1-u2): the functions are seldom needed.
 template <class Uniform>
 double GammaBelowOne(double shape, Uniform next)
 {
+    constexpr double margin = 1e-6;
     constexpr double e = 2.718281828459045;
     constexpr double smallestExponent = -708.39; // what lies below underflows
     const double b = (shape + e) / e;
@@ -58,11 +61,19 @@ double GammaBelowOne(double shape, Uniform next)
             const double exponent = PortableLog(p) / shape;
             const double x = exponent < smallestExponent ? 0.0 : PortableExp(exponent);
             const double u2 = next();
-            if (u2 <= PortableExp(-x)) return x;
+            const double above = 1.0 - x + 0.5 * x * x;
+            if (u2 > above + margin) continue;
+            if (u2 < above - x * x * x / 6.0 - margin || u2 <= PortableExp(-x)) return x;
         } else {
             const double x = -PortableLog((b - p) / shape);
             const double u2 = next();
-            if (x > 0.0 && std::isfinite(x) && (shape - 1.0) * PortableLog(x) >= PortableLog(1.0 - u2)) return x;
+            if (!(x > 0.0 && std::isfinite(x))) continue;
+            const double half = 1.0 - 0.5 * u2;
+            const double least = (1.0 - shape) * 2.0 * (x - 1.0);
+            if (least * (1.0 - u2) > u2 * half * (x + 1.0) * (1.0 + margin)) continue;
+            const double most = (1.0 - shape) * (x - 1.0);
+            if (x > 1.0 && most * half < u2 * std::sqrt(x) * (1.0 - margin)) return x;
+            if ((shape - 1.0) * PortableLog(x) >= PortableLog(1.0 - u2)) return x;
         }
     }
     return MCMV::Missing();
