@@ -82,7 +82,7 @@ const Contender kContenders[] = {
          else
              eigen.Compute(p.w);
      }},
-    {"divide and conquer",
+    {"modelcore, divide and conquer",
      [](Problem& p, const char* job) {
          MCEigenValues eigen(p.matrix, 2.2e-16, 30);
          eigen.SetMethod(MCEigenValues::MethodDivideAndConquer);
