@@ -147,6 +147,12 @@ void AddSmallProduct(double* out, std::ptrdiff_t outStep, const double* left, st
                      std::ptrdiff_t rightStep, std::size_t cols, bool fresh)
 {
     constexpr std::ptrdiff_t kWidth = kVectorWidth;
+    if (depth == 0) { // there may be no operands to point to
+        for (std::size_t r = 0; fresh && r < rows; ++r)
+            for (std::size_t j = 0; j < cols; ++j)
+                out[static_cast<std::ptrdiff_t>(r) * outStep + static_cast<std::ptrdiff_t>(j)] = 0.0;
+        return;
+    }
     const SmallOperands of{out, outStep, left, lineStep, termStep, right, rightStep, depth, fresh};
     const auto lines = static_cast<std::ptrdiff_t>(rows);
     const auto width = static_cast<std::ptrdiff_t>(cols);
@@ -178,8 +184,8 @@ void StoreSmallTriangle(double* packed, std::size_t order, const double* left, s
     double* const end = packed + order * (order + 1) / 2;
     for (std::size_t first = 0; first < order; first += kLines) {
         const std::size_t last = first + kLines < order ? first + kLines : order;
-        AddSmallProduct(lines, kLength, left + static_cast<std::ptrdiff_t>(first) * lineStep, lineStep, termStep,
-                        last - first, depth, right, rightStep, last, true);
+        const double* const from = depth == 0 ? left : left + static_cast<std::ptrdiff_t>(first) * lineStep;
+        AddSmallProduct(lines, kLength, from, lineStep, termStep, last - first, depth, right, rightStep, last, true);
         // What a vector holds beside the row falls on the rows that come after it.
         const double* line = lines;
         for (std::size_t i = first; i < last; packed += ++i, line += kLength) {
