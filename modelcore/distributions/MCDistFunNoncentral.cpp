@@ -28,7 +28,7 @@ namespace {
 
 constexpr double kTolerance = 1e-17;
 constexpr double kLeastDf = 1e-290;
-constexpr double kFewestDf = 1e-100;
+constexpr double kFewDf = 1e-20;
 constexpr double kLargest = std::numeric_limits<double>::max();
 constexpr double kVanishing = 39.0;    // P(Z > 39) is 0
 constexpr double kSummedShift = 100.0; // of the noncentral t, whose sums take a term for each unit of its square
@@ -188,18 +188,21 @@ double MCDistFun::NonCentralCdfT(double t, double df, double nc, double e)
     const double mean = 0.5 * shift * shift;
     // With no degrees of freedom left T is infinite, of either sign; so near 0 its sign decides.
     if (df < kLeastDf || IsAtZero(w, df, shift)) return prbnrm(-nc);
-    // Of so few degrees of freedom at most df*1e3 lies within the range of a double.
-    if (df < kFewestDf && prbnrm(-shift) > 1e20 * df) return prbnrm(-nc);
+    // Of few degrees of freedom at most df*1e3 lies within the range of a double.
+    if (df < kFewDf && prbnrm(-shift) > 1e20 * df) return prbnrm(-nc);
     if (df >= internal::kNormalDf) return prbnrm(t - nc);
     if (shift < 1e-100) return CdfT(t, df); // no digit knows of it
     if (w >= internal::kFarStudent && shift < kFarShift) {
         // The square would overflow, but so far out each tail is proportional to t^-df in every digit.
         constexpr double kFar = 1e100;
-        const double scale = PortablePower(kFar / w, df);
-        return t < 0.0 ? NonCentralCdfT(-kFar, df, nc, e) * scale : 1.0 - NonCentralCdfT(-kFar, df, -nc, e) * scale;
+        const double tail = NonCentralCdfT(-kFar, df, t < 0.0 ? nc : -nc, e);
+        if (MCMV::IsMissing(tail)) return tail;
+        const double scaled = tail * PortablePower(kFar / w, df);
+        return t < 0.0 ? scaled : 1.0 - scaled;
     }
     if ((t > 0.0) != (nc > 0.0)) {
         const double tail = shift > kVanishing ? 0.0 : internal::NoncentralTBelow(w, df, shift);
+        if (std::isnan(tail)) return MCMV::Missing();
         return t < 0.0 ? tail : 1.0 - tail;
     }
     // Both of one sign: seen from the positive side, the lower tail is wanted for t > 0 and the upper one for t < 0.
@@ -240,7 +243,8 @@ double MCDistFun::NonCentralPdfT(double t, double df, double nc, long& err)
                PortableExp(internal::LogGammaRatio(0.5 * df, 0.5) - 0.5 * PortableLog(0.5 * df));
     if (w >= internal::kFarStudent && shift < kFarShift) {
         constexpr double kFar = 1e100;
-        return NonCentralPdfT(std::copysign(kFar, t), df, nc, err) * PortablePower(kFar / w, df) * (kFar / w);
+        const double density = NonCentralPdfT(std::copysign(kFar, t), df, nc, err);
+        return MCMV::IsMissing(density) ? density : density * PortablePower(kFar / w, df) * (kFar / w);
     }
     // What leaves the range of a double on the way is refused.
     const auto numberOrRefusal = [&err](double x) { return std::isnan(x) ? internal::Refuse(err, 2L) : x; };

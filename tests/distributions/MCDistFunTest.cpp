@@ -103,6 +103,9 @@ TEST(MCDistFun, ArgumentsThatOnlySomeFunctionsHave)
         EXPECT_NEAR(MCDistFun::NonCentralCdfF(x, 3, 5, 4, 1e-3), MCDistFun::NonCentralCdfF(x, 3, 5, 4, 0), 1e-3);
     }
     EXPECT_EQ(MCDistFun::NonCentralCdfT(1e-200, 5, 1, 0), MCDistFun::CdfStdNorm(-1.0));
+    EXPECT_EQ(MCDistFun::NonCentralCdfT(-3.7e307, 4.6e-97, 1, 0), MCDistFun::CdfStdNorm(-1.0));
+    long refusal = 0;
+    EXPECT_TRUE(MCMV::IsMissing(MCDistFun::NonCentralPdfT(-3.7e307, 4.6e-97, 1, refusal)));
     EXPECT_EQ(MCDistFun::FindNCParamChi(3, 4, MCDistFun::CdfChi(3, 4), 0), 0.0);
     EXPECT_EQ(MCDistFun::FindNCParamT(1, 4, MCDistFun::CdfT(1, 4), 0, 0), 0.0);
     EXPECT_NEAR(MCDistFun::FindNCParamT(-1948.43, 38.086, 6.5e-86, 0, 0), -5.04387912,
