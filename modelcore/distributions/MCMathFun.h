@@ -24,16 +24,18 @@ public:
     // Exponentials and logarithms with the same bits on every machine: a C library's own differ in the last digit between
     // libraries, and within one between processors. Infinities, zeros, and NaN are served as the C library serves them.
 
-    /// e^x, within 0.8 units in the last place.
+    /// e^x, within 0.8 units in the last place; infinity above 709.78, 0 below -745.13. A table of 2^(j/16) and a series
+    /// (Tang 1989, ACM TOMS 15, 144-157).
     static double Exp(double x);
 
-    /// e^x - 1, within 2 units in the last place of itself.
+    /// e^x - 1, within 2 units in the last place of itself; infinity above 709.78, -1 far below 0. As Exp.
     static double ExpMinusOne(double x);
 
-    /// ln x, within 1 unit in the last place; -infinity for 0, NaN below.
+    /// ln x, within 1 unit in the last place; -infinity for 0, NaN below. The series of the freely distributable library of
+    /// Sun Microsystems (1993).
     static double Log(double x);
 
-    /// ln(1 + x), within 1.5 units in the last place of itself; -infinity for -1, NaN below.
+    /// ln(1 + x), within 1.5 units in the last place of itself; -infinity for -1, NaN below. As Log.
     static double LogOnePlus(double x);
 
     // Special functions
