@@ -28,8 +28,9 @@ Row NumbersAround(const std::vector<double>& edges)
 
 const std::vector<double> kLearned{1.0, 2.5, 2.5, 3.0, 4.25, 0.1, 7.7, -3.3, 12.0, 0.30000000000000004};
 
-/// A document of one field whose columns are summed up with coefficients that are no round numbers.
-Document OneField(const MCVariable& variable, const std::shared_ptr<IMCEncoder>& encoder, const Row& values)
+/// A document of one field whose columns, from `first`, are summed up with coefficients that are no round numbers.
+Document OneField(const MCVariable& variable, const std::shared_ptr<IMCEncoder>& encoder, const Row& values,
+                  int first = 0)
 {
     Document d;
     d.variables.Add(MCContinuousVariable("y", IMCVariable::StorageReal, IMCVariable::RoleTarget));
@@ -41,9 +42,9 @@ Document OneField(const MCVariable& variable, const std::shared_ptr<IMCEncoder>&
     model.target = "y";
     model.terms.emplace_back("(Intercept)");
     model.coefficients.push_back({0, 0.123456789012345678});
-    for (int j = 0; j < encoder->GetNColumns(); ++j) {
+    for (int j = first; j < encoder->GetNColumns(); ++j) {
         model.terms.push_back(MCPMMLTerm("b" + std::to_string(j)).TimesColumn(field, j));
-        model.coefficients.push_back({j + 1, 0.37 * (j + 1) + 0.01});
+        model.coefficients.push_back({j - first + 1, 0.37 * (j + 1) + 0.01});
     }
     d.model = model;
     for (const Value& value : values) d.rows.push_back({kNothing, value});
@@ -59,6 +60,15 @@ public:
         std::snprintf(number, sizeof number, "%03d", ++fCounts[kind]);
         d.Write(fFolder + "/" + kind + "-" + number, more);
         ++fnWritten;
+    }
+    /// A model of all columns of the field, and where there are several one of the last alone, which has to refuse what
+    /// the encoder refuses all the same.
+    void WriteField(const std::string& kind, const MCVariable& variable, const std::shared_ptr<IMCEncoder>& encoder,
+                    const Row& values)
+    {
+        Write(kind, OneField(variable, encoder, values));
+        const int last = encoder->GetNColumns() - 1;
+        if (last > 0) Write(kind, OneField(variable, encoder, values, last));
     }
     int Count() const { return fnWritten; }
 
@@ -91,9 +101,8 @@ void ContinuousEncoders(Writer& writer)
                                        outliers);
                 encoder->LearnBlock(kLearned);
                 encoder->Finish();
-                writer.Write("continuous",
-                             OneField(MCContinuousVariable("x"), encoder,
-                                      NumbersAround({-1.5, 8.25, encoder->GetLowest(), encoder->GetHighest()})));
+                writer.WriteField("continuous", MCContinuousVariable("x"), encoder,
+                                  NumbersAround({-1.5, 8.25, encoder->GetLowest(), encoder->GetHighest()}));
             }
 }
 
@@ -109,8 +118,7 @@ void RoundingEncoders(Writer& writer)
                 encoder->SetDigits(static_cast<int>(unit)); // 0, -1, 2
             encoder->SetDirection(static_cast<MCRoundingEncoder::Direction>(direction));
             encoder->SetMissingRule(kMissing[++turn % 4], 3.14159);
-            writer.Write("rounding",
-                         OneField(MCContinuousVariable("x"), encoder, NumbersAround({0.29, 1.005, 35.0, 0.3})));
+            writer.WriteField("rounding", MCContinuousVariable("x"), encoder, NumbersAround({0.29, 1.005, 35.0, 0.3}));
         }
 }
 
@@ -141,7 +149,7 @@ void BinningEncoders(Writer& writer)
                     std::vector<double> edges(encoder->GetCuts());
                     for (const double limit : {encoder->GetLowest(), encoder->GetHighest()})
                         if (!MCMV::IsMissing(limit)) edges.push_back(limit);
-                    writer.Write("binning", OneField(MCContinuousVariable("x"), encoder, NumbersAround(edges)));
+                    writer.WriteField("binning", MCContinuousVariable("x"), encoder, NumbersAround(edges));
                 }
 }
 
@@ -208,7 +216,7 @@ void CategoryEncoders(Writer& writer)
                         e.SetCoding(static_cast<MCCategoricalEncoder::Coding>(coding));
                     });
                 if (encoder->Finish().IsError()) throw std::runtime_error("Finish");
-                writer.Write("categories", OneField(variableOf(categories), encoder, Asked(categories)));
+                writer.WriteField("categories", variableOf(categories), encoder, Asked(categories));
             }
     for (int method = 0; method < 3; ++method)
         for (const auto missing : kMissing)
@@ -229,7 +237,7 @@ void CategoryEncoders(Writer& writer)
                         }
                     });
                 if (encoder->Finish().IsError()) throw std::runtime_error("Finish");
-                writer.Write("numeric", OneField(variableOf(categories), encoder, Asked(categories)));
+                writer.WriteField("numeric", variableOf(categories), encoder, Asked(categories));
             }
 }
 
@@ -273,7 +281,7 @@ void StringEncoders(Writer& writer)
                 Row asked(texts);
                 for (const char* const more : {"REDDISH", "  green  ", "zebra", "bLuE"}) asked.emplace_back(more);
                 asked.push_back(kNothing);
-                writer.Write("text", OneField(MCCategoricalVariable("s"), encoder, asked));
+                writer.WriteField("text", MCCategoricalVariable("s"), encoder, asked);
             }
 }
 

@@ -91,13 +91,15 @@ private:
 
 // Columns of the form "number, and whether it was missing", which the encoders of numbers have
 
-void WriteMissingFlag(PMMLWriter& writer, XMLElement& parent, const PMMLField& field)
+/// if(field is missing, 1, 0); where `limit` puts something around the 0, it is that.
+template <class Limit>
+void WriteMissingFlag(PMMLWriter& writer, XMLElement& parent, const PMMLField& field, const Limit& limit)
 {
     const Expressions e(writer);
     XMLElement& choice = e.Apply(AddDerivedField(writer, parent, field.columns[1]), "if");
     e.Test(choice, "isMissing", field.Name());
     e.Constant(choice, 1.0);
-    e.Constant(choice, 0.0);
+    e.Constant(limit(choice), 0.0);
 }
 
 void WriteContinuous(PMMLWriter& writer, XMLElement& parent, const PMMLField& field, const MCContinuousEncoder& encoder)
@@ -115,15 +117,20 @@ void WriteContinuous(PMMLWriter& writer, XMLElement& parent, const PMMLField& fi
     const Row missing = field.replacement.empty() ? Encoded(encoder, Value()) : Row();
     const bool low = refuses && !MCMV::IsMissing(encoder.GetLowest());
     const bool high = refuses && !MCMV::IsMissing(encoder.GetHighest());
-    if (missing || low || high) at = &e.UnlessMissing(*at, x, missing ? std::optional(At(*missing, 0)) : std::nullopt);
-    // Without a third argument the result is missing, which is how a number that is refused shows.
-    const auto limit = [&](bool there, const char* function, double number) {
-        if (!there) return;
-        at = &e.Apply(*at, "if");
-        e.Compare(*at, function, x, number);
+    // Without a third argument the result is missing, which is how a number that is refused shows: in either column, for
+    // a model may use one alone.
+    const auto limit = [&](XMLElement& outside) -> XMLElement& {
+        XMLElement* inside = &outside;
+        const auto within = [&](const char* function, double number) {
+            inside = &e.Apply(*inside, "if");
+            e.Compare(*inside, function, x, number);
+        };
+        if (low) within("greaterOrEqual", encoder.GetLowest());
+        if (high) within("lessOrEqual", encoder.GetHighest());
+        return *inside;
     };
-    limit(low, "greaterOrEqual", encoder.GetLowest());
-    limit(high, "lessOrEqual", encoder.GetHighest());
+    if (missing || low || high) at = &e.UnlessMissing(*at, x, missing ? std::optional(At(*missing, 0)) : std::nullopt);
+    at = &limit(*at);
 
     XMLElement *outer = at, *inner = at;
     const auto scaled = encoder.GetScaling() == MCContinuousEncoder::ScaleNone ? nullptr : "/";
@@ -144,7 +151,7 @@ void WriteContinuous(PMMLWriter& writer, XMLElement& parent, const PMMLField& fi
         e.Constant(*inner, 2.0);
         e.Constant(*outer, 1.0);
     }
-    if (own) WriteMissingFlag(writer, parent, field);
+    if (own) WriteMissingFlag(writer, parent, field, limit);
 }
 
 void WriteRounding(PMMLWriter& writer, XMLElement& parent, const PMMLField& field, const MCRoundingEncoder& encoder)
@@ -195,7 +202,8 @@ void WriteRounding(PMMLWriter& writer, XMLElement& parent, const PMMLField& fiel
     XMLElement& same = e.Apply(test, "+");
     e.Ref(same, x);
     e.Constant(same, 0.0);
-    if (field.columns.size() > 1) WriteMissingFlag(writer, parent, field);
+    if (field.columns.size() > 1)
+        WriteMissingFlag(writer, parent, field, [](XMLElement& at) -> XMLElement& { return at; });
 }
 
 void WriteBinning(PMMLWriter& writer, XMLElement& parent, const PMMLField& field, const MCBinningEncoder& encoder)
