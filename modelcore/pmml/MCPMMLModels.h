@@ -81,7 +81,8 @@ struct MODELCORE_EXPORT MCPMMLRegression : MCPMMLModel {
     Normalization normalization = None; ///< what makes a prediction of the linear predictor
 };
 
-/// A GeneralRegressionModel: parameters, their correlation with predictors, and the covariance of the estimates.
+/// A GeneralRegressionModel: parameters, their correlation with predictors, and the covariance of the estimates. It has
+/// an estimate that is not aliased: evaluators read no document without.
 struct MODELCORE_EXPORT MCPMMLGeneralRegression : MCPMMLModel {
     /// What the model predicts, and how.
     enum Type : std::int32_t {

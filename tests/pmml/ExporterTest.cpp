@@ -235,6 +235,8 @@ TEST(MCPMMLExporter, RefusesWithTheNameOfWhatIsWrong)
          }),
          Code::DuplicateName, "\"1\""},
         {"offset", general([](auto& m) { m.offset = 1.0; }), Code::NotExpressible, "offset"},
+        {"nothing estimated", general([](auto& m) { for (auto& c : m.coefficients) c.aliased = true; }),
+         Code::NotExpressible, "aliased"},
         {"covariance", general([](auto& m) { m.covariance = MCMath_930::MCSymMatrix(2); }), Code::Inconsistent,
          "order"},
         {"covariance NaN", general([](auto& m) {

@@ -252,10 +252,11 @@ void PMMLBuilder::WriteGeneralRegression(XMLElement& root, const MCPMMLGeneralRe
     const bool ordinal = model.type == Model::OrdinalMultinomial;
     if (reference >= categories || (ordinal && reference != categories - 1))
         fWriter.Refuse(MCPMMLExporter::Inconsistent, "the reference category is not there, or not the last");
-    bool shared = false;
+    bool shared = false, estimated = false;
     for (const MCPMMLCoefficient& c : model.coefficients) {
         const MCPMMLTerm& term = model.terms[static_cast<std::size_t>(c.term)];
         const std::string what = "the coefficient of " + InQuotes(term.name);
+        estimated = estimated || !c.aliased;
         shared = shared || (c.category < 0 && !c.aliased);
         if (reference >= 0 && c.category == reference)
             fWriter.Refuse(MCPMMLExporter::Inconsistent, what + " belongs to the reference category");
@@ -265,7 +266,11 @@ void PMMLBuilder::WriteGeneralRegression(XMLElement& root, const MCPMMLGeneralRe
             fWriter.Refuse(MCPMMLExporter::Inconsistent,
                            what + ": intercepts belong to a category each, other terms to all");
     }
-    // Evaluators look for the parameters that all categories share, and stop where there is none.
+    // Evaluators stop at a matrix without parameters, and where there is none that all categories share.
+    if (!estimated)
+        fWriter.Refuse(
+            MCPMMLExporter::NotExpressible,
+            "a GeneralRegressionModel needs an estimate that is not aliased; a RegressionModel does without");
     if (ordinal && !shared)
         fWriter.Refuse(MCPMMLExporter::NotExpressible,
                        "an OrdinalMultinomial model needs a term besides the intercepts");
