@@ -1,7 +1,9 @@
 // What the estimators compute from the data beyond cross products: residuals in twice the digits, least squares by
-// orthogonal decomposition, and the passes of Newton's method for logistic models.
+// orthogonal decomposition, the passes of Newton's method for logistic models, and predictions. NumPy's products, exp and
+// log have other last digits on other processors; these have not.
 #include "Common.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -477,10 +479,102 @@ nb::tuple LogisticPass(ArrayLike rows, ArrayLike codes, OptionalArrayLike weight
     return nb::make_tuple(logLikelihood, ToArray(gradient), ToArray(information, order, order));
 }
 
+/// intercept + b_1*x_1 + b_2*x_2 + ..., one term after the other, for each row of X and each row of coefficients.
+Array LinearScores(ArrayLike rows, ArrayLike coefficients, ArrayLike intercepts)
+{
+    const Table x(rows);
+    const Table table(coefficients);
+    const std::vector<double> start = ToVector(intercepts);
+    const std::size_t p = x.NColumns(), equations = start.size();
+    if (table.NRows() != equations || table.NColumns() != p) Refuse("the shapes do not fit");
+    std::vector<double> b(equations * p);
+    table.Read(0, equations, b.data(), p);
+    double* out = nullptr;
+    const std::size_t shape[] = {x.NRows(), equations};
+    Array result = NewArray(shape, out);
+    constexpr std::size_t kSide = 8; // rows side by side: the sum of one waits for its last term
+    const std::size_t most = std::clamp(4096 / std::max<std::size_t>(p, 1) / kSide * kSide, kSide, kBlock); // 32 KB
+    std::vector<double> block(most * p);
+    Watch watch;
+    {
+        const nb::gil_scoped_release release;
+        for (std::size_t first = 0; first < x.NRows(); first += most) {
+            const std::size_t count = std::min(most, x.NRows() - first);
+            x.Read(first, count, block.data(), p);
+            for (std::size_t i = 0; i < count; i += kSide)
+                for (std::size_t a = 0; a < equations; ++a) {
+                    double sums[kSide];
+                    std::fill_n(sums, kSide, start[a]);
+                    for (std::size_t j = 0; j < p; ++j)
+                        for (std::size_t l = 0; l < kSide; ++l) sums[l] += b[a * p + j] * block[(i + l) * p + j];
+                    for (std::size_t l = 0; l < std::min(kSide, count - i); ++l)
+                        out[(first + i + l) * equations + a] = sums[l];
+                }
+            if (watch.Stop(count)) break;
+        }
+    }
+    watch.Finish();
+    return result;
+}
+
+/// Probabilities of classes, or their logarithms, from the log odds of all but the first against the first.
+Array ClassProbabilities(ArrayLike logOdds, bool logarithms)
+{
+    const Table table(logOdds);
+    const std::size_t free = table.NColumns();
+    double* out = nullptr;
+    const std::size_t shape[] = {table.NRows(), free + 1};
+    Array result = NewArray(shape, out);
+    std::vector<double> e(free + 1);
+    Watch watch;
+    {
+        const nb::gil_scoped_release release;
+        for (std::size_t i = 0; i < table.NRows(); ++i, out += free + 1) {
+            e[0] = 0.0;
+            table.Read(i, 1, &e[1], free);
+            const auto largest = static_cast<std::size_t>(std::ranges::max_element(e) - e.begin());
+            const double most = e[largest];
+            double others = 0.0;
+            for (std::size_t a = 0; a <= free; ++a) {
+                e[a] = a == largest ? 0.0 : e[a] - most; // a NaN is never the largest, and makes all of them NaN
+                out[a] = MCMathFun::Exp(e[a]);
+                if (a != largest) others += out[a];
+            }
+            const double logTotal = logarithms ? MCMathFun::LogOnePlus(others) : 0.0;
+            for (std::size_t a = 0; a <= free; ++a) out[a] = logarithms ? e[a] - logTotal : out[a] / (1.0 + others);
+            if (i % kBlock == 0 && watch.Stop(kBlock)) break;
+        }
+    }
+    watch.Finish();
+    return result;
+}
+
+/// a*b, each element summed up in the order of the terms.
+Array Product(ArrayLike a, ArrayLike b)
+{
+    const Table left(a), right(b);
+    if (left.NColumns() != right.NRows()) Refuse("the shapes do not fit");
+    const std::size_t n = left.NRows(), inner = left.NColumns(), k = right.NColumns();
+    if (n == 0 || inner == 0 || k == 0) return ToArray(std::vector<double>(n * k, 0.0), n, k);
+    MCRectMatrix factor(static_cast<int>(n), static_cast<int>(inner));
+    MCRectMatrix other(static_cast<int>(inner), static_cast<int>(k));
+    left.Read(0, n, factor.GetPtr(), inner);
+    right.Read(0, inner, other.GetPtr(), k);
+    MCRectMatrix product(static_cast<int>(n), static_cast<int>(k));
+    if (!factor.ComputeMatrixProduct(other, product)) throw std::bad_alloc();
+    return ToArray(std::span(product.GetPtr(), n * k), n, k);
+}
+
 } // namespace
 
 void RegisterFit(nb::module_& m)
 {
+    m.def("linear_scores", &LinearScores, nb::arg("rows"), nb::arg("coefficients"), nb::arg("intercepts"),
+          "Intercept and terms of each equation, summed up in their order: n x equations.");
+    m.def("class_probabilities", &ClassProbabilities, nb::arg("log_odds"), nb::arg("logarithms") = false,
+          "Probabilities of the classes, or their logarithms, from the log odds against the first: n x classes.");
+    m.def("product", &Product, nb::arg("a"), nb::arg("b"),
+          "The product of two matrices, each element summed up in the order of the terms.");
     m.def("residual_sums", &ResidualSums, nb::arg("rows"), nb::arg("target"), nb::arg("weights").none(),
           nb::arg("coefficients"), nb::arg("means"), nb::arg("centre"), nb::arg("progress") = nb::none(),
           nb::sig(

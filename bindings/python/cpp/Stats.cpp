@@ -2,10 +2,23 @@
 #include "Docstrings.h"
 #include "Vectorize.h"
 
+#include <cmath>
+
 namespace modelcore_python {
 
 using D = MCMath_930::MCDistFun;
+using M = MCMath_930::MCMathFun;
 using nb::arg;
+
+namespace {
+
+/// A NaN as what does not exist, which it is unless the argument was one.
+double OrMissing(double y)
+{
+    return std::isnan(y) ? MCCommon_930::MCMV::Missing() : y;
+}
+
+} // namespace
 
 void RegisterStats(nb::module_& m)
 {
@@ -124,9 +137,17 @@ void RegisterStats(nb::module_& m)
     DefineFunction<1>(
         m, "gammaln", [](double a) { return D::tavodnlgam(a); }, doc::MCDistFun_tavodnlgam, x);
     DefineFunction<1>(
-        m, "digamma", [](double a) { return MCMath_930::MCMathFun::Digamma(a); }, doc::MCMathFun_Digamma, x);
+        m, "exp", [](double a) { return OrMissing(M::Exp(a)); }, doc::MCMathFun_Exp, x);
     DefineFunction<1>(
-        m, "trigamma", [](double a) { return MCMath_930::MCMathFun::Trigamma(a); }, doc::MCMathFun_Trigamma, x);
+        m, "expm1", [](double a) { return OrMissing(M::ExpMinusOne(a)); }, doc::MCMathFun_ExpMinusOne, x);
+    DefineFunction<1>(
+        m, "log", [](double a) { return OrMissing(M::Log(a)); }, doc::MCMathFun_Log, x);
+    DefineFunction<1>(
+        m, "log1p", [](double a) { return OrMissing(M::LogOnePlus(a)); }, doc::MCMathFun_LogOnePlus, x);
+    DefineFunction<1>(
+        m, "digamma", [](double a) { return M::Digamma(a); }, doc::MCMathFun_Digamma, x);
+    DefineFunction<1>(
+        m, "trigamma", [](double a) { return M::Trigamma(a); }, doc::MCMathFun_Trigamma, x);
 }
 
 } // namespace modelcore_python

@@ -3,6 +3,7 @@
 import _thread
 import concurrent.futures
 import gc
+import importlib
 import json
 import os
 import pathlib
@@ -171,3 +172,43 @@ modelcore.LogisticRegression(max_iter=3).fit(np.tile(x, (3, 1)), np.arange(18) %
 modelcore.encoders.BinningEncoder(bins=2).fit_transform(x)
 """
     subprocess.run([sys.executable, "-W", "ignore", "-c", code], check=True)
+
+
+def test_fits_and_predictions_have_the_same_bits_on_other_processors():
+    # What NumPy and its BLAS do where there are fewer instructions is what they do on an older processor.
+    code = """
+import hashlib
+import numpy as np, pandas as pd
+from modelcore import LinearRegression, LogisticRegression, distributed
+import modelcore as mc
+
+def show(*results):
+    print(hashlib.sha256(b"".join(np.asarray(x, float).tobytes() for x in results)).hexdigest())
+
+rng = np.random.default_rng(5)
+X = rng.normal(size=(901, 9)) * [1, 7, 1e3, 0.1, 3, 1, 1e-4, 2, 1] + 4.0
+y = np.round(X.sum(axis=1) + rng.normal(size=901), 3)
+w = rng.uniform(size=901)
+for settings in ({}, {"solver": "sweep"}, {"solver": "qr"}, {"exact": True}, {"fit_intercept": False}):
+    m = LinearRegression(**settings).fit(X, y, w)
+    show(m.params_, m.cov_params_, m.statistics_, m.p_values_, m.r2_, m.predict(X))
+for k in (2, 4):
+    labels = np.minimum(np.abs(np.round(X[:, 0] - 4.0 + rng.normal(size=901))), k - 1)
+    m = LogisticRegression().fit(X[:500], labels[:500], w[:500])
+    m.merge(LogisticRegression().fit(X[500:], labels[500:], w[500:]))
+    show(m.params_, m.cov_params_, m.p_values_, m.log_likelihood_, m.null_log_likelihood_)
+    show(m.decision_function(X), m.predict_log_proba(X), m.predict_proba(X))
+names = list("abcdefghi")
+frame = pd.DataFrame(X, columns=names).assign(hit=X[:, 0] + rng.normal(size=901) > 4.0)
+judged = distributed.evaluate(frame, "hit", distributed.fit_logistic(frame, "hit", names))
+show(judged.auc, judged.brier, judged.log_loss)
+show(mc.stats.exp(X), mc.stats.expm1(X), mc.stats.log(X * X), mc.stats.log1p(X * X))
+"""
+    features = " ".join(importlib.import_module("numpy._core._multiarray_umath").__cpu_dispatch__)
+    older = {"OPENBLAS_CORETYPE": "Nehalem", "NPY_DISABLE_CPU_FEATURES": features}
+    printed = [
+        subprocess.run([sys.executable, "-W", "ignore", "-c", code], capture_output=True, check=True, env=env).stdout
+        for env in (os.environ, {**os.environ, **older})
+    ]
+    assert len(printed[0].split()) == 11
+    assert printed[0] == printed[1]

@@ -20,7 +20,7 @@ from typing import Any, NamedTuple, Optional, Union
 
 import numpy as np
 
-from . import _core
+from . import _core, stats
 
 _BLOCK = 32768  # rows of a pass of Newton's method: batches of any size are cut into these
 
@@ -506,7 +506,7 @@ class Evaluation:
         """The area under the ROC curve, scores of one bin counting as ties; off by at most auc_error."""
         below = np.cumsum(self._counts(), axis=0)
         counts = self._counts()
-        pairs = counts[:, 1] @ (below[:, 0] - 0.5 * counts[:, 0])
+        pairs = (counts[:, 1] * (below[:, 0] - 0.5 * counts[:, 0])).sum()
         total = below[-1, 0] * below[-1, 1]
         return float(pairs / total) if total > 0 else float("nan")
 
@@ -515,7 +515,7 @@ class Evaluation:
         """Half the share of the pairs that share a bin."""
         counts = self._counts()
         total = counts[:, 0].sum() * counts[:, 1].sum()
-        return float(0.5 * (counts[:, 0] @ counts[:, 1]) / total) if total > 0 else float("nan")
+        return float(0.5 * (counts[:, 0] * counts[:, 1]).sum() / total) if total > 0 else float("nan")
 
     def gains(self) -> dict[str, Any]:
         """Shares of the cases and of the positive cases from the highest bin down, a point for each bin."""
@@ -596,7 +596,7 @@ class Evaluate(Task):
         positive = np.where(codes < 0, np.nan, codes.astype(float))
         with np.errstate(divide="ignore", invalid="ignore"):
             chance = np.where(positive == 1.0, score, 1.0 - score)
-            loss = -np.log(np.maximum(chance, np.finfo(float).tiny))
+            loss = -stats.log(np.maximum(chance, np.finfo(float).tiny))
             loss[np.isnan(chance) | np.isnan(positive)] = np.nan
         state.products.update(np.column_stack([(positive - score) ** 2, loss]), **weights)
         if ((score < 0.0) | (score > 1.0)).any():
@@ -610,13 +610,12 @@ class Evaluate(Task):
         if self.score is not None:
             return _numbers(table[self.score])
         coef, intercept = self.model
-        rows = self.design.rows(table)
-        score = np.full(table.num_rows, intercept)
-        for j, b in enumerate(coef):  # one after the other: a product of matrices would round as their sizes are
-            score = score + b * _numbers(rows.column(j))
+        if not len(coef):  # a table without columns has no rows either
+            score = np.full(table.num_rows, float(intercept))
+        else:
+            score = _core.linear_scores(self.design.rows(table), np.reshape(coef, (1, -1)), [intercept])[:, 0]
         if self.classes:
-            with np.errstate(over="ignore"):
-                score = 1.0 / (1.0 + np.exp(-score))
+            score = _core.class_probabilities(score)[:, 1]
         return score
 
     def save(self, state: Any) -> bytes:

@@ -31,6 +31,12 @@ except ImportError:  # pragma: no cover
         """The iteration ended before it met its tolerance."""
 
 
+def _times(a: Any, b: Any) -> Any:
+    """a @ b of matrices and vectors, with the same bits on every processor, which NumPy's products have not."""
+    shape = np.shape(a)[:-1] + np.shape(b)[1:]
+    return _core.product(np.atleast_2d(a), b).reshape(shape) if np.size(a) and np.size(b) else np.zeros(shape)
+
+
 class _Model(BaseEstimator):
     """What both models share: the table of coefficients."""
 
@@ -163,7 +169,7 @@ class LinearRegression(RegressorMixin, _Model):
     def predict(self, X: Any) -> Any:
         """The n predicted values."""
         check_is_fitted(self)
-        return rows_of(self, X, reset=False) @ self.coef_ + self.intercept_
+        return _core.linear_scores(rows_of(self, X, reset=False), self.coef_[None, :], [self.intercept_])[:, 0]
 
     def _take(self, products: Any, names: list[str]) -> None:
         """Fits to products of the features of these names and, behind them, the target."""
@@ -220,7 +226,7 @@ class LinearRegression(RegressorMixin, _Model):
         self.coef_[kept] = square[p, kept]
         self._rss = max(0.0, square[p, p])
         mean = self._products.means[p]
-        self.intercept_ = float(mean - self._means @ self.coef_) if self.fit_intercept else 0.0
+        self.intercept_ = float(mean - _times(self._means, self.coef_)) if self.fit_intercept else 0.0
         # The share of each column's sum of squares that the others leave, from the diagonal of the inverse.
         shares = 1.0 / (np.diag(self._inverse) * diagonal[kept]) if kept else np.ones(1)
         self._is_poor = len(kept) < np.count_nonzero(diagonal[:p]) or bool(shares.min() < 1e-9)
@@ -240,20 +246,20 @@ class LinearRegression(RegressorMixin, _Model):
     def _start_of_residuals(self) -> tuple[Any, Any, float]:
         """The coefficients, the centre of the features and the prediction there: what residuals are taken from."""
         centre = self._means if self.fit_intercept else np.zeros_like(self._means)
-        return self.coef_.copy(), centre, float(self.intercept_ + centre @ self.coef_)
+        return self.coef_.copy(), centre, float(self.intercept_ + _times(centre, self.coef_))
 
     def _correct(self, start: float, total: float, squares: float, gradient: Any, describe: bool = True) -> None:
         """One step of refinement by the sums of residuals, their squares and their products with the features."""
         kept = self._kept
         centre = self._means if self.fit_intercept else np.zeros_like(self._means)
         weight = self._products.sum_weights
-        change = self._inverse @ gradient[kept]
+        change = _times(self._inverse, gradient[kept])
         self.coef_[kept] += change
         self._rss = max(
-            0.0, squares - float(change @ gradient[kept]) - (total**2 / weight if self.fit_intercept else 0.0)
+            0.0, squares - float(_times(change, gradient[kept])) - (total**2 / weight if self.fit_intercept else 0.0)
         )
         if self.fit_intercept:
-            self.intercept_ = float(start + total / weight - centre @ self.coef_)
+            self.intercept_ = float(start + total / weight - _times(centre, self.coef_))
         if describe:
             self._describe()
 
@@ -276,8 +282,8 @@ class LinearRegression(RegressorMixin, _Model):
         at = np.asarray(kept, dtype=int) + first
         inverse[np.ix_(at, at)] = self._inverse
         if self.fit_intercept:
-            row = self._inverse @ self._means[kept]
-            inverse[0, 0] = 1.0 / self._products.sum_weights + self._means[kept] @ row
+            row = _times(self._inverse, self._means[kept])
+            inverse[0, 0] = 1.0 / self._products.sum_weights + _times(self._means[kept], row)
             inverse[0, at] = inverse[at, 0] = -row
         self.cov_params_ = inverse * sigma2
         with np.errstate(invalid="ignore", divide="ignore"):
@@ -404,7 +410,7 @@ class LogisticRegression(ClassifierMixin, _Model):
         theirs, information = other._in_coordinates(self._shift, self._scale)
         mine = self._information
         both = mine + information
-        right = mine @ self._b.ravel() + information @ theirs
+        right = _times(mine, self._b.ravel()) + _times(information, theirs)
         self._b = _core.SymMatrix(both, check=False).solve(right, tolerance=self.tolerance).reshape(self._b.shape)
         self._information = both
         for name in ("_loglik", "_sum_weights", "_class_weights", "n_missing_"):
@@ -414,21 +420,21 @@ class LogisticRegression(ClassifierMixin, _Model):
 
     def decision_function(self, X: Any) -> Any:
         """Log odds against the first class: n values for two classes, n x classes (0 first) for more."""
-        check_is_fitted(self)
-        scores = rows_of(self, X, reset=False) @ self.coef_.T + self.intercept_
+        scores = self._log_odds(X)
         return scores[:, 0] if len(self.classes_) == 2 else np.hstack([np.zeros((len(scores), 1)), scores])
+
+    def _log_odds(self, X: Any) -> Any:
+        """Log odds of the classes but the first against it, n x (classes - 1)."""
+        check_is_fitted(self)
+        return _core.linear_scores(rows_of(self, X, reset=False), self.coef_, self.intercept_)
 
     def predict_log_proba(self, X: Any) -> Any:
         """Logarithms of the probabilities, n x classes."""
-        scores = self.decision_function(X)
-        if scores.ndim == 1:
-            scores = np.stack([np.zeros_like(scores), scores], axis=1)
-        with np.errstate(invalid="ignore"):  # rows with a missing value
-            return scores - np.logaddexp.reduce(scores, axis=1, keepdims=True)
+        return _core.class_probabilities(self._log_odds(X), logarithms=True)
 
     def predict_proba(self, X: Any) -> Any:
         """Probabilities, n x classes."""
-        return np.exp(self.predict_log_proba(X))
+        return _core.class_probabilities(self._log_odds(X))
 
     def predict(self, X: Any) -> Any:
         """The most probable label of each row."""
@@ -483,7 +489,8 @@ class LogisticRegression(ClassifierMixin, _Model):
         spread = np.sqrt(variances)
         self._shift = means if self.fit_intercept else np.zeros(len(means))
         # Powers of two: to divide by them rounds nothing.
-        self._scale = np.exp2(np.round(np.log2(np.where((spread > 1e-300) & (spread < 1e300), spread, 1.0))))
+        mantissa, exponent = np.frexp(np.where((spread > 1e-300) & (spread < 1e300), spread, 1.0))
+        self._scale = np.ldexp(1.0, exponent - (mantissa < np.sqrt(0.5)))
         self._b = np.zeros((k - 1, len(means) + first))
         self._information = np.zeros((self._b.size, self._b.size))
         self._loglik, self._sum_weights, self._class_weights, self.n_missing_ = 0.0, 0.0, np.zeros(k), 0
@@ -510,8 +517,8 @@ class LogisticRegression(ClassifierMixin, _Model):
         def objective(b: Any) -> tuple[float, float, Any, Any]:
             loglik, gradient, information = data(b)
             away = (b - start).ravel()
-            pull = prior @ away
-            return loglik - 0.5 * float(away @ pull), loglik, gradient - pull, information + prior
+            pull = _times(prior, away)
+            return loglik - 0.5 * float(_times(away, pull)), loglik, gradient - pull, information + prior
 
         b = start.copy()
         value, loglik, gradient, information = objective(b)
@@ -520,7 +527,7 @@ class LogisticRegression(ClassifierMixin, _Model):
             self.n_iter_ = step
             matrix = _core.SymMatrix(information, check=False)
             change = matrix.solve(gradient, tolerance=self.tolerance).reshape(b.shape)
-            promise = float(change.ravel() @ gradient)
+            promise = float(_times(change.ravel(), gradient))
             for _ in range(30):
                 tried = objective(b + change)
                 if tried[0] >= value - 1e-14 * abs(value):
@@ -549,28 +556,28 @@ class LogisticRegression(ClassifierMixin, _Model):
         self.n_missing_ += missing
         self._describe()
 
-    def _to_raw(self, shift: Any, scale: Any) -> Any:
-        """The matrix that turns one class's coefficients of (x - shift)/scale into those of x."""
+    def _between(self, shift: Any, scale: Any, new_shift: Any, new_scale: Any) -> Any:
+        """The matrix that turns one class's coefficients of (x - shift)/scale into those of (x - new_shift)/new_scale."""
         first = 1 if self.fit_intercept else 0
         turn = np.eye(len(scale) + first)
-        turn[first:, first:] = np.diag(1.0 / scale)
+        turn[first:, first:] = np.diag(new_scale / scale)
         if first:
-            turn[0, 1:] = -shift / scale
+            turn[0, 1:] = (new_shift - shift) / scale
         return turn
 
     def _in_coordinates(self, shift: Any, scale: Any) -> tuple[Any, Any]:
         """Coefficients and information as they are for other shifts and scales."""
-        there = np.linalg.solve(self._to_raw(shift, scale), self._to_raw(self._shift, self._scale))
-        back = np.linalg.solve(self._to_raw(self._shift, self._scale), self._to_raw(shift, scale))
+        there = self._between(self._shift, self._scale, shift, scale)
+        back = self._between(shift, scale, self._shift, self._scale)
         k = len(self.classes_) - 1
         block = np.kron(np.eye(k), back)
-        return (self._b @ there.T).ravel(), block.T @ self._information @ block
+        return _times(self._b, there.T).ravel(), _times(_times(block.T, self._information), block)
 
     def _describe(self) -> None:
         k = len(self.classes_) - 1
         first = 1 if self.fit_intercept else 0
-        turn = self._to_raw(self._shift, self._scale)
-        raw = self._b @ turn.T
+        turn = self._between(self._shift, self._scale, np.zeros_like(self._shift), np.ones_like(self._scale))
+        raw = _times(self._b, turn.T)
         self.coef_ = raw[:, first:]
         self.intercept_ = raw[:, 0] if first else np.zeros(k)
         swept = _core.SymMatrix(self._information, check=False)
@@ -579,7 +586,7 @@ class LogisticRegression(ClassifierMixin, _Model):
         inverse = np.zeros_like(self._information)
         inverse[np.ix_(kept, kept)] = -swept.to_numpy()[np.ix_(kept, kept)]
         block = np.kron(np.eye(k), turn)
-        self.cov_params_ = block @ inverse @ block.T
+        self.cov_params_ = _times(_times(block, inverse), block.T)
         self.aliased_ = np.ones(self._b.size, dtype=bool)
         self.aliased_[kept] = False
         self.params_ = raw.ravel().copy()
@@ -590,8 +597,8 @@ class LogisticRegression(ClassifierMixin, _Model):
         self.p_values_ = 2.0 * stats.norm_cdf(-np.abs(self.statistics_))
         self.log_likelihood_ = self._loglik
         shares = self._class_weights[self._class_weights > 0.0]
-        even = -float(self._sum_weights * np.log(k + 1))
-        self.null_log_likelihood_ = float(shares @ np.log(shares / shares.sum())) if first else even
+        even = -float(self._sum_weights * stats.log(k + 1))
+        self.null_log_likelihood_ = float((shares * stats.log(shares / shares.sum())).sum()) if first else even
         self.n_cases_ = self._sum_weights
 
     def _labels(self) -> list[str]:

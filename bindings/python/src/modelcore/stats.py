@@ -2,7 +2,8 @@
 
 Names end in _cdf (P(X <= x)), _sf (the upper tail P(X > x), computed as such), _quantile, _pdf and _pmf. A result that
 does not exist, or an argument outside the domain, is NaN; with raise_errors=True it raises ValueError, unless an argument
-was NaN. Where the text of a function speaks of missing, that is NaN here. Each element has the bits of the scalar function.
+was NaN. Where the text of a function speaks of missing, that is NaN here. Each element has the bits of the scalar function,
+on every machine: exp, expm1, log and log1p are there because NumPy's have other last digits on other processors.
 """
 
 from ._core import (
@@ -15,6 +16,8 @@ from ._core import (
     chi2_quantile,
     chi2_sf,
     digamma,
+    exp,
+    expm1,
     f_cdf,
     f_quantile,
     f_sf,
@@ -24,6 +27,8 @@ from ._core import (
     gammaln,
     hypergeom_cdf,
     hypergeom_pmf,
+    log,
+    log1p,
     median_interval,
     negbinom_pmf,
     noncentral_chi2_cdf,
@@ -55,6 +60,8 @@ __all__ = [
     "chi2_quantile",
     "chi2_sf",
     "digamma",
+    "exp",
+    "expm1",
     "f_cdf",
     "f_quantile",
     "f_sf",
@@ -64,6 +71,8 @@ __all__ = [
     "gammaln",
     "hypergeom_cdf",
     "hypergeom_pmf",
+    "log",
+    "log1p",
     "median_interval",
     "negbinom_pmf",
     "noncentral_chi2_cdf",
