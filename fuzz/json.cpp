@@ -77,6 +77,12 @@ struct Model {
         parts.erase(parts.begin() + static_cast<std::ptrdiff_t>(i));
         names.erase(names.begin() + static_cast<std::ptrdiff_t>(i));
     }
+    std::size_t Count() const
+    {
+        std::size_t count = 1;
+        for (const Model& part : parts) count += part.Count();
+        return count;
+    }
     std::size_t Find(const std::string& name) const
     {
         return static_cast<std::size_t>(std::find(names.begin(), names.end(), name) - names.begin());
@@ -158,8 +164,8 @@ void Change(Input& input)
         }
         case 3:
         case 4: {
-            // A copy of the whole tree may become a part of it.
-            if (model.parts.size() < 4 && input.Bool())
+            // A copy of the whole tree may become a part of it, as long as that does not double it once more and more.
+            if (model.Count() < 1000 && input.Bool())
                 value = root, valueModel = model;
             else
                 Leaf(input, value, valueModel);
