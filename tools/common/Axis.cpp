@@ -1,5 +1,7 @@
 #include "common/Axis.h"
 
+#include "common/TextTable.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -22,7 +24,7 @@ Axis RoundAxis(double low, double high, int steps)
         low -= half;
         high += half;
     }
-    double power = std::pow(10.0, std::floor(std::log10((high - low) / steps)));
+    double power = PowerOfTen(DecimalExponent((high - low) / steps));
     for (;; power *= 10.0)
         for (const double digit : {1.0, 2.0, 5.0}) {
             const double step = digit * power;

@@ -155,7 +155,7 @@ private:
                 if (part.kind == MCPMMLTerm::Part::Level)
                     product *= value == part.level ? 1.0 : 0.0;
                 else
-                    product *= part.exponent == 1 ? value.GetReal() : std::pow(value.GetReal(), part.exponent);
+                    for (int power = 0; power < part.exponent; ++power) product *= value.GetReal();
             }
             sum += product;
         }

@@ -30,6 +30,24 @@ std::string ToText(double x, std::chars_format format, int precision)
     return std::string(text, end);
 }
 
+int DecimalExponent(double x)
+{
+    char text[64];
+    const char* const end = std::to_chars(text, text + sizeof text, x, std::chars_format::scientific).ptr;
+    const char* const sign = std::find(static_cast<const char*>(text), end, 'e') + 1;
+    int exponent = 0;
+    std::from_chars(*sign == '+' ? sign + 1 : sign, end, exponent);
+    return exponent;
+}
+
+double PowerOfTen(int exponent)
+{
+    const std::string text = "1e" + std::to_string(exponent);
+    double power = 0.0;
+    std::from_chars(text.data(), text.data() + text.size(), power);
+    return power;
+}
+
 std::string FormatNumber(double x)
 {
     constexpr int kDigits = 7;
@@ -38,7 +56,7 @@ std::string FormatNumber(double x)
     if (size == 0.0) return "0";
     if (!(size >= 1e-4 && size < 1e12)) return ToText(x, std::chars_format::scientific, kDigits - 1);
     // All digits of a large integer part, seven digits in all otherwise.
-    const int decimals = std::max(0, kDigits - 1 - static_cast<int>(std::floor(std::log10(size))));
+    const int decimals = std::max(0, kDigits - 1 - DecimalExponent(size));
     return ToText(x, std::chars_format::fixed, decimals);
 }
 

@@ -11,6 +11,12 @@ namespace procedure {
 
 std::string ToText(double x, std::chars_format format, int precision);
 
+/// The largest n with 10^n <= |x|, x not 0: exactly, on every machine, which the C library's logarithm is not.
+int DecimalExponent(double x);
+
+/// 10^exponent, rounded once.
+double PowerOfTen(int exponent);
+
 /// Seven digits, or all of a large integer part; a point when x is missing.
 std::string FormatNumber(double x);
 

@@ -6,6 +6,7 @@
 namespace linreg {
 
 using namespace procedure;
+using MCMath_930::MCMathFun;
 
 Chart DrawResiduals(const Options& options, const ResidualPicture& residuals)
 {
@@ -37,7 +38,7 @@ Chart DrawResiduals(const Options& options, const ResidualPicture& residuals)
     constexpr const char* kShades[] = {"#b9cbe0", "#8fb0d3", "#6594c5", "#3f78b6", "#1f5fa8", "#123f73"};
     for (std::size_t i = 0; i < x.size(); ++i) {
         if (!(n[i] > 0.0)) continue;
-        const double share = most > 1.0 ? std::log(n[i]) / std::log(most) : 1.0;
+        const double share = most > 1.0 ? MCMathFun::Log(n[i]) / MCMathFun::Log(most) : 1.0;
         const auto shade = static_cast<std::size_t>(std::clamp(5.0 * share + 0.5, 0.0, 5.0));
         chart.DrawDots({{x[i], y[i]}}, scatter.IsBinned() ? kShades[shade] : colours::kBlue,
                        scatter.IsBinned() ? 2.6 : 2.2);

@@ -473,7 +473,7 @@ void Fitting::Warn()
     std::string worst;
     for (const Coefficient& c : fFit.coefficients) {
         if (MCMV::IsMissing(c.tolerance) || (isExact && !isTestedJointly(c.parameter))) continue;
-        const double digits = std::floor(std::log10(c.tolerance / 1e-15));
+        const double digits = c.tolerance > 0.0 ? DecimalExponent(c.tolerance / 1e-15) : 0.0;
         if (digits < least) {
             least = digits;
             worst = c.parameter.Name();
