@@ -8,14 +8,15 @@ namespace MCCommon_930 {
 
 namespace {
 
-std::string LoaderMessage()
+/// What the system says of the last error, behind the name that was asked for, which it leaves out.
+std::string LoaderMessage(const std::string& name)
 {
     const DWORD code = GetLastError();
     char text[512];
     DWORD length = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0, text,
                                   static_cast<DWORD>(sizeof text), nullptr);
     while (length > 0 && (text[length - 1] == '\r' || text[length - 1] == '\n')) --length;
-    return length > 0 ? std::string(text, length) : "error " + std::to_string(code) + " of the loader";
+    return name + ": " + (length > 0 ? std::string(text, length) : "error " + std::to_string(code) + " of the loader");
 }
 
 } // namespace
@@ -24,7 +25,7 @@ bool MCDynamicLoadedLibrary::Load(const std::string& name)
 {
     const HMODULE handle = LoadLibraryA(name.c_str());
     if (handle == nullptr) {
-        fMessage = LoaderMessage();
+        fMessage = LoaderMessage(name);
         return false;
     }
     if (IsLoaded()) Unload();
@@ -39,7 +40,7 @@ bool MCDynamicLoadedLibrary::Unload()
         return false;
     }
     const bool closed = FreeLibrary(static_cast<HMODULE>(std::exchange(fpHandle, nullptr))) != 0;
-    if (!closed) fMessage = LoaderMessage();
+    if (!closed) fMessage = LoaderMessage("FreeLibrary");
     return closed;
 }
 
@@ -50,7 +51,7 @@ void* MCDynamicLoadedLibrary::GetSymbol(const std::string& name) const
         return nullptr;
     }
     void* const address = reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(fpHandle), name.c_str()));
-    if (address == nullptr) fMessage = LoaderMessage();
+    if (address == nullptr) fMessage = LoaderMessage(name);
     return address;
 }
 

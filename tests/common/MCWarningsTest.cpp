@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include <limits>
+
 using MCCommon_930::MCStatus;
 using MCCommon_930::MCWarnings;
 using ::testing::ElementsAre;
@@ -27,9 +29,10 @@ TEST(MCStatus, TheSeverityDecidesAndEqualityLooksAtEveryField)
     base.SetScaleDatum(0, std::nan(""));
     EXPECT_FALSE(base == base);
 
-    if constexpr (sizeof(long) > 4) { // integers are kept in 32 bits
-        MCStatus status((1L << 33) + 5, true);
-        status.SetDiscreteDatum(0, (1L << 33) - 5);
+    if constexpr (sizeof(long) > 4) {                                // integers are kept in 32 bits
+        const long large = std::numeric_limits<long>::max() / 4 + 1; // 2^61
+        MCStatus status(large + 5, true);
+        status.SetDiscreteDatum(0, large - 5);
         EXPECT_TRUE(status.GetErrorCode() == 5 && status.GetDiscreteDatum(0) == -5);
     }
 }

@@ -5,6 +5,9 @@
 #include <cstdlib>
 #include <limits>
 #include <new>
+#ifdef _WIN32
+#include <malloc.h>
+#endif
 
 namespace {
 
@@ -12,6 +15,28 @@ constexpr long kNoLimit = std::numeric_limits<long>::max();
 thread_local long allocationsLeft = kNoLimit;
 thread_local bool failsOnce = false, wasReached = false;
 
+// Windows frees what is aligned by a function of its own.
+#ifdef _WIN32
+void* AlignedBlock(std::size_t size, std::size_t alignment)
+{
+    return _aligned_malloc(size, alignment);
+}
+void FreeAligned(void* block)
+{
+    _aligned_free(block);
+}
+#else
+void* AlignedBlock(std::size_t size, std::size_t alignment)
+{
+    return std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment); // wants a multiple of it
+}
+void FreeAligned(void* block)
+{
+    std::free(block);
+}
+#endif
+
+/// @param alignment  0: that of malloc
 void* Allocate(std::size_t size, std::size_t alignment)
 {
     if (allocationsLeft != kNoLimit && allocationsLeft-- <= 0) {
@@ -19,11 +44,9 @@ void* Allocate(std::size_t size, std::size_t alignment)
         wasReached = true;
         throw std::bad_alloc();
     }
-    // aligned_alloc wants a multiple of the alignment, which may overflow for sizes that no machine has.
+    // A multiple of the alignment may overflow for sizes that no machine has.
     if (size > std::numeric_limits<std::size_t>::max() - alignment) throw std::bad_alloc();
-    void* const block = alignment <= alignof(std::max_align_t)
-                            ? std::malloc(size != 0 ? size : 1)
-                            : std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
+    void* const block = alignment == 0 ? std::malloc(size != 0 ? size : 1) : AlignedBlock(size, alignment);
     if (block == nullptr) throw std::bad_alloc();
     return block;
 }
@@ -49,7 +72,7 @@ bool MemoryLimit::WasReached()
 
 void* operator new(std::size_t size)
 {
-    return Allocate(size, 1);
+    return Allocate(size, 0);
 }
 
 void* operator new(std::size_t size, std::align_val_t alignment)
@@ -61,7 +84,7 @@ void* operator new(std::size_t size, std::align_val_t alignment)
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
     try {
-        return Allocate(size, 1);
+        return Allocate(size, 0);
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
@@ -88,10 +111,10 @@ void operator delete(void* block, std::size_t) noexcept
 
 void operator delete(void* block, std::align_val_t) noexcept
 {
-    std::free(block);
+    FreeAligned(block);
 }
 
 void operator delete(void* block, std::size_t, std::align_val_t) noexcept
 {
-    std::free(block);
+    FreeAligned(block);
 }

@@ -137,6 +137,9 @@ TEST(Logreg, BadInputIsOneClearLine)
          {"--model", "y ~ " + std::string(100000, '(')},
          "model 'y ~ ((((((((((((((((((((((((((((((((((((...', character 106: more than 100 parentheses are "
          "within each other"},
+        {"y,x\n1,1\n0,2\n",
+         {"--model", "y ~ (a*b*c*d*e*f*g)^20"},
+         "model 'y ~ (a*b*c*d*e*f*g)^20', character 23: it multiplies more than 200000 terms"},
         {"y,f\n1,a\n0,b\n", {"--model", "y ~ f^2"}, "the model has a power of 'f', which is a factor"},
         {"y,x\n1,1\n0,2\n",
          {"--model", "y ~ x", "--target", "y"},

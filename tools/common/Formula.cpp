@@ -5,18 +5,48 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <set>
 #include <utility>
 
 namespace procedure {
 
 namespace {
 
-using Terms = std::vector<FormulaTerm>;
 using AllOthers = std::function<std::vector<std::string>(const std::string&)>;
 
 constexpr int kMaxPower = 20;
 constexpr std::size_t kMaxTerms = 5000;
-constexpr int kMaxDepth = 100; // each level takes a piece of the stack
+constexpr std::size_t kMaxProducts = 200000; // that crossings form, most of them terms that are there
+constexpr int kMaxDepth = 100;               // each level takes a piece of the stack
+
+/// Terms in the order in which they came, each once: x:f and f:x are one.
+class Terms {
+public:
+    Terms() = default;
+    explicit Terms(const FormulaTerm& term) { Add(term); }
+
+    void Add(const FormulaTerm& term)
+    {
+        if (fKnown.insert(Sorted(term)).second) fList.push_back(term);
+    }
+    void Remove(const Terms& others)
+    {
+        std::erase_if(fList, [&](const FormulaTerm& term) { return others.fKnown.contains(Sorted(term)); });
+        for (const FormulaTerm& term : others.fKnown) fKnown.erase(term);
+    }
+    const std::vector<FormulaTerm>& List() const { return fList; }
+    std::size_t Size() const { return fList.size(); }
+
+private:
+    static FormulaTerm Sorted(FormulaTerm term)
+    {
+        std::ranges::sort(term);
+        return term;
+    }
+
+    std::vector<FormulaTerm> fList;
+    std::set<FormulaTerm> fKnown; // their parts in order
+};
 
 class Parser {
 public:
@@ -30,9 +60,9 @@ public:
         Terms terms = Sum();
         Skip();
         if (fAt < fText.size()) Refuse("nothing was expected here");
-        fFormula.intercept = std::erase_if(terms, [](const FormulaTerm& term) { return term.empty(); }) > 0;
-        std::ranges::stable_sort(terms, {}, [](const FormulaTerm& term) { return term.size(); });
-        fFormula.terms = std::move(terms);
+        fFormula.terms = terms.List();
+        fFormula.intercept = std::erase_if(fFormula.terms, [](const FormulaTerm& term) { return term.empty(); }) > 0;
+        std::ranges::stable_sort(fFormula.terms, {}, [](const FormulaTerm& term) { return term.size(); });
         return std::move(fFormula);
     }
 
@@ -91,23 +121,22 @@ private:
         return number;
     }
 
+    void Add(Terms& to, const FormulaTerm& term) const
+    {
+        to.Add(term);
+        if (to.Size() > kMaxTerms) Refuse("there are more than " + std::to_string(kMaxTerms) + " terms");
+    }
     void Add(Terms& to, const Terms& from) const
     {
-        for (const FormulaTerm& term : from)
-            if (std::ranges::find_if(to, [&](const FormulaTerm& other) { return Same(other, term); }) == to.end())
-                to.push_back(term);
-        if (to.size() > kMaxTerms) Refuse("there are more than " + std::to_string(kMaxTerms) + " terms");
+        for (const FormulaTerm& term : from.List()) Add(to, term);
     }
-    static bool Same(const FormulaTerm& a, const FormulaTerm& b)
+    Terms Product(const Terms& a, const Terms& b)
     {
-        return a.size() == b.size() &&
-               std::ranges::all_of(a, [&](const FormulaPart& p) { return std::ranges::find(b, p) != b.end(); });
-    }
-    Terms Product(const Terms& a, const Terms& b) const
-    {
+        fProducts += a.Size() * b.Size();
+        if (fProducts > kMaxProducts) Refuse("it multiplies more than " + std::to_string(kMaxProducts) + " terms");
         Terms out;
-        for (const FormulaTerm& left : a)
-            for (const FormulaTerm& right : b) {
+        for (const FormulaTerm& left : a.List())
+            for (const FormulaTerm& right : b.List()) {
                 FormulaTerm term = left;
                 for (const FormulaPart& part : right) {
                     const auto found = std::ranges::find(term, part.name, &FormulaPart::name);
@@ -116,11 +145,11 @@ private:
                     else if (found->power != part.power)
                         Refuse("two powers of " + Quoted(part.name) + " in one product");
                 }
-                Add(out, Terms(1, term));
+                Add(out, term);
             }
         return out;
     }
-    Terms Crossed(const Terms& a, const Terms& b) const
+    Terms Crossed(const Terms& a, const Terms& b)
     {
         Terms out = a;
         Add(out, b);
@@ -130,7 +159,7 @@ private:
 
     Terms Sum()
     {
-        Terms terms(1); // the constant
+        Terms terms{FormulaTerm()}; // the constant
         bool isFirst = true;
         for (;;) {
             const bool minus = Take('-');
@@ -139,14 +168,12 @@ private:
             isFirst = false;
             Skip();
             const bool isZero = fAt < fText.size() && fText[fAt] == '0';
-            const Terms next = isZero ? Terms(1) : Cross();
+            const Terms next = isZero ? Terms(FormulaTerm()) : Cross();
             if (isZero) ++fAt;
             if (minus == isZero) // + terms, and - 0
                 Add(terms, next);
             else
-                std::erase_if(terms, [&](const FormulaTerm& term) {
-                    return std::ranges::any_of(next, [&](const FormulaTerm& other) { return Same(other, term); });
-                });
+                terms.Remove(next);
         }
     }
     Terms Cross()
@@ -169,7 +196,7 @@ private:
                 Refuse("more than " + std::to_string(kMaxDepth) + " parentheses are within each other");
             Terms terms = Sum();
             --fDepth;
-            std::erase_if(terms, [](const FormulaTerm& term) { return term.empty(); });
+            terms.Remove(Terms(FormulaTerm()));
             if (!Take(')')) Refuse("a ')' is missing");
             if (!Take('^')) return terms;
             const Terms once = terms;
@@ -178,25 +205,25 @@ private:
         }
         if (fAt < fText.size() && fText[fAt] == '1') {
             ++fAt;
-            return Terms(1);
+            return Terms(FormulaTerm());
         }
         if (!IsName()) Refuse("a name, '1', '0' or '(' was expected");
         const bool quoted = !IsLetter(fText[fAt]);
         std::string name = Name();
         if (!quoted && name == ".") {
             Terms terms;
-            for (const std::string& other : fAllOthers(fFormula.target))
-                Add(terms, Terms(1, FormulaTerm{FormulaPart{other}}));
+            for (const std::string& other : fAllOthers(fFormula.target)) Add(terms, {FormulaPart{other}});
             return terms;
         }
         const int power = Take('^') ? Integer() : 1;
-        return Terms(1, FormulaTerm{FormulaPart{std::move(name), power}});
+        return Terms({FormulaPart{std::move(name), power}});
     }
 
     const std::string& fText;
     const AllOthers& fAllOthers;
     std::size_t fAt = 0;
-    int fDepth = 0; // parentheses that are open
+    int fDepth = 0;            // parentheses that are open
+    std::size_t fProducts = 0; // formed so far
     Formula fFormula;
 };
 

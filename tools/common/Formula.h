@@ -1,6 +1,7 @@
 // The formula of a model: "y ~ x + f + x:f".
 #pragma once
 
+#include <compare>
 #include <functional>
 #include <string>
 #include <vector>
@@ -12,7 +13,7 @@ struct FormulaPart {
     std::string name;
     int power = 1;
 
-    bool operator==(const FormulaPart&) const = default;
+    auto operator<=>(const FormulaPart&) const = default;
 };
 
 /// A product of columns; without any it is the constant.
