@@ -114,7 +114,9 @@ struct MODELCORE_EXPORT MCPMMLGeneralRegression : MCPMMLModel {
     MCMath_930::MCSymMatrix covariance{0};
 };
 
-/// A ClusteringModel: a case belongs to the cluster whose center is nearest.
+/// A ClusteringModel: a case belongs to the cluster whose center is nearest. A case with a missing field belongs to none;
+/// an encoder whose refusals evaluators would pass over (limits that refuse while a missing value is served; text that
+/// refuses what it has not seen) is NotExpressible.
 struct MODELCORE_EXPORT MCPMMLClustering {
     /// Of the differences d, each multiplied by its field's weight as the format has it: sqrt(sum w d^2), sum w d^2,
     /// sum w |d|, max w |d|.

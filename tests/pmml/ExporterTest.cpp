@@ -258,6 +258,15 @@ TEST(MCPMMLExporter, RefusesWithTheNameOfWhatIsWrong)
          },
          Code::Inconsistent, "case"},
         {"verified infinity", verified({kInfinity}), Code::NotFinite, "prediction"},
+        {"encoder that refuses in clusters", both(clusters([](auto&) {}), [](Small&, MCPMMLExporter& e) {
+             MCContinuousEncoder encoder("x");
+             encoder.SetLimits(-1.0, 1.0, IMCEncoder::OutlierRefused);
+             encoder.SetMissingRule(IMCEncoder::MissingReplaced, 0.0);
+             encoder.Learn(0.5);
+             encoder.Finish();
+             e.SetEncoder("x", encoder);
+         }),
+         Code::NotExpressible, "the encoder of \"x\" refuses"},
         {"quality of clusters",
          both(clusters([](auto&) {}), [](Small&, MCPMMLExporter& e) { e.AddQuality({}); }), Code::NotExpressible,
          "clusters"},

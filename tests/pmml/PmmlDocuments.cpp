@@ -576,6 +576,58 @@ void ClusteringModels(Writer& writer)
         d.rows.push_back({1.0, kNothing});
         writer.Write("clusters", d);
     }
+    // Values that an encoder refuses or has no number for: distances without them would give a cluster all the same. Where
+    // PMML cannot say so, there is no document.
+    int nRefused = 0;
+    const auto write = [&](const std::shared_ptr<MCEncoderBase>& encoder, const Row& learned, const Row& asked) {
+        for (const Value& value : learned) encoder->LearnWithTarget(value, 1.0);
+        if (encoder->Finish().IsError()) throw std::runtime_error("Finish");
+        const bool text = learned[0].GetType() == Value::TypeString;
+        Document d;
+        d.variables.Add(MCContinuousVariable("x"));
+        if (text)
+            d.variables.Add(MCCategoricalVariable("z"));
+        else
+            d.variables.Add(MCContinuousVariable("z"));
+        d.Encode("z", encoder);
+        MCPMMLClustering m;
+        m.fields = {{"x", -1, 1.0}, {"z", encoder->GetNColumns() - 1, 0.7}};
+        m.clusters = {{"1", {1.0, 0.5}}, {"2", {-2.5, 0.1}}};
+        d.model = m;
+        for (const Value& value : asked) d.rows.push_back({0.25, value});
+        d.rows.push_back({0.25, kNothing});
+        MCCommon_930::MCStatus status;
+        const std::unique_ptr<XMLElement> tried(d.Exporter(false).Create(&status));
+        if (!tried && status.GetErrorCode() == MCPMMLExporter::NotExpressible)
+            ++nRefused;
+        else
+            writer.Write("clusters", d);
+    };
+    const Row numbers{-4.0, 1.5, 2.0, 6.0}, texts{"a", "b", "c", "a"};
+    for (const auto missing : kMissing) {
+        for (const auto outliers : kOutliers) {
+            auto continuous = make_shared<MCContinuousEncoder>("z");
+            continuous->SetLimits(-3.0, 3.0, outliers);
+            continuous->SetMissingRule(missing);
+            write(continuous, {1.0, 2.0, 2.5}, numbers);
+            auto bins = make_shared<MCBinningEncoder>("z");
+            bins->SetCuts({0.0, 1.75});
+            bins->SetEndsClosed(-3.0, 3.0, outliers);
+            bins->SetMissingRule(missing);
+            write(bins, numbers, numbers);
+        }
+        for (int unseen = 0; unseen < 4; ++unseen) {
+            auto categories = make_shared<MCCategoricalNumericEncoder>("z");
+            categories->SetUnseenRule(static_cast<IMCEncoder::UnseenRule>(unseen));
+            categories->SetMissingRule(missing);
+            write(categories, texts, {"a", "c", "zebra"});
+            auto strings = make_shared<MCStringEncoder>("z");
+            strings->SetUnseenRule(static_cast<IMCEncoder::UnseenRule>(unseen));
+            strings->SetMissingRule(missing);
+            write(strings, texts, {"a", "c", "zebra"});
+        }
+    }
+    if (nRefused != 10) throw std::runtime_error("documents of clusters refused: " + std::to_string(nRefused));
 }
 
 void ManyParameters(Writer& writer)

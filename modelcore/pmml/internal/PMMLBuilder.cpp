@@ -211,6 +211,9 @@ void PMMLBuilder::PlanClustering(const MCPMMLClustering& model)
         if (field->encoder == nullptr || field->encoder->Encode(Value(), row) == IMCEncoder::Refused ||
             (!row.empty() && MCMV::IsMissing(row[0])))
             field->refusesMissing = true;
+        if (!PlanDistances(*field))
+            fWriter.Refuse(MCPMMLExporter::NotExpressible, user + " would give a cluster where the encoder of " +
+                                                               InQuotes(one.field) + " refuses the value");
         if ((field->encoder == nullptr) != (one.column < 0) || one.column >= static_cast<int>(field->columns.size()))
             fWriter.Refuse(MCPMMLExporter::UnknownName,
                            user + " asks for a column of " + InQuotes(one.field) + " that is not there");

@@ -496,6 +496,31 @@ void PlanEncoder(PMMLField& field)
     }
 }
 
+bool PlanDistances(PMMLField& field)
+{
+    // Where a missing value is refused, so is what counts as one.
+    const auto refuses = [&](auto rule, auto refused, auto asMissing) {
+        return rule == refused || (rule == asMissing && field.refusesMissing);
+    };
+    const auto withLimits = [&](const auto& encoder) {
+        if (!refuses(encoder.GetOutlierRule(), IMCEncoder::OutlierRefused, IMCEncoder::OutlierAsMissing) ||
+            (MCMV::IsMissing(encoder.GetLowest()) && MCMV::IsMissing(encoder.GetHighest())))
+            return true;
+        field.lowest = encoder.GetLowest();
+        field.highest = encoder.GetHighest();
+        field.outliers = "asMissingValues";
+        return field.refusesMissing;
+    };
+    if (const auto* const continuous = dynamic_cast<const MCContinuousEncoder*>(field.encoder))
+        return withLimits(*continuous);
+    if (const auto* const binning = dynamic_cast<const MCBinningEncoder*>(field.encoder))
+        return !binning->AreEndsClosed() || withLimits(*binning);
+    if (const auto* const text = dynamic_cast<const MCStringEncoder*>(field.encoder))
+        return !refuses(text->GetUnseenRule(), IMCEncoder::UnseenRefused, IMCEncoder::UnseenAsMissing) &&
+               !(text->IsEmptyMissing() && field.refusesMissing);
+    return true; // the others have their values listed, or take all
+}
+
 void WriteEncoder(PMMLWriter& writer, XMLElement& parent, const PMMLField& field)
 {
     const IMCEncoder* const encoder = field.encoder;

@@ -78,6 +78,9 @@ private:
 
 /// What is to be known of a field that has an encoder, before anything is written.
 void PlanEncoder(PMMLField& field);
+/// Evaluators take distances without the fields that are missing, so what the encoder of one has no number for is to be
+/// refused before. False where PMML has no way to say so.
+bool PlanDistances(PMMLField& field);
 /// The derived fields of the encoder's columns. Refuses what PMML cannot say.
 void WriteEncoder(PMMLWriter& writer, XMLElement& parent, const PMMLField& field);
 
