@@ -10,9 +10,18 @@ function(modelcore_check_platform)
     message(FATAL_ERROR "modelcore needs a 64-bit target: the sizes of its matrices pass 32 bits "
       "(a pointer has ${CMAKE_SIZEOF_VOID_P} bytes here).")
   endif()
-  # Looked at anew each time: the flags may have changed since.
+  # Looked at anew each time, with the flags of the build type: they may have changed since.
   unset(MODELCORE_DOUBLES_ARE_DOUBLES CACHE)
+  unset(MODELCORE_TARGET_FUSES CACHE)
   set(CMAKE_REQUIRED_QUIET ON)
+  if(CMAKE_BUILD_TYPE)
+    set(CMAKE_TRY_COMPILE_CONFIGURATION ${CMAKE_BUILD_TYPE})
+  endif()
+  check_cxx_source_compiles("
+    #ifndef __FP_FAST_FMA
+    #error
+    #endif
+    int main() {}" MODELCORE_TARGET_FUSES)
   check_cxx_source_compiles("
     #include <cfloat>
     #include <limits>
@@ -41,6 +50,10 @@ function(modelcore_target_defaults target)
   else()
     target_compile_options(${target} PRIVATE -ffp-contract=off
       -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion)
+    if(MODELCORE_TARGET_FUSES AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+      # Where straight-line code becomes vectors, GCC 12 fuses neighbours a*b + c and a*b - c all the same.
+      target_compile_options(${target} PRIVATE -fno-tree-slp-vectorize)
+    endif()
     if(MODELCORE_WERROR)
       target_compile_options(${target} PRIVATE -Werror)
     endif()
