@@ -64,7 +64,8 @@ public:
     // Pearson's series up to its shape and a continued fraction beyond (Shea 1988, Algorithm AS 239, Applied Statistics
     // 37, 466-473). Within a standard deviation or so of the mode of shapes above 1.7e7 two normal approximations take
     // over, of Wilson and Hilferty for the lower tail and of Peizer and Pratt for the upper one: absolute error 1e-8,
-    // falling with the shape, and the tails add up to 1 within 2e-8.
+    // falling with the shape, and the tails add up to 1 within 2e-8. A tail below 3.3e-308, exp(-708), is 0, but for the
+    // lower ones of shapes up to 1.
 
     /// P(X <= x) of chi-square with df > 0; 0 for x <= 0. Missing for other df.
     static double CdfChi(double x, double df);
@@ -174,7 +175,7 @@ public:
     static double NonCentralCdfChi(double x, double df, double nc);
 
     /// P(F <= x) of the noncentral F, the numerator being noncentral; df1, df2 > 0, nc >= 0; 0 for x <= 0. Missing also
-    /// for nc above 1e25, where the terms of the sum are no longer told apart.
+    /// for nc above 1e25, where the terms of the sum are no longer told apart, and for df2 below 2e-290 or above 2e290.
     /// @param e  tolerance of the sum; not above 0 means 1e-17
     static double NonCentralCdfF(double x, double df1, double df2, double nc, double e);
 

@@ -27,13 +27,15 @@ using MCCommon_930::MCMV;
 namespace {
 
 constexpr double kTolerance = 1e-17;
-constexpr double kLeastDf = 1e-290;
+constexpr double kLeastDf = 1e-290; // fewer degrees of freedom have the same distribution in every digit
 constexpr double kFewDf = 1e-20;
 constexpr double kLargest = std::numeric_limits<double>::max();
-constexpr double kVanishing = 39.0;    // P(Z > 39) is 0
-constexpr double kSummedShift = 100.0; // of the noncentral t, whose sums take a term for each unit of its square
-constexpr double kLeastTail = 1e-280;  // below, a sum has begun with numbers that have lost their digits
-constexpr double kFarShift = 1e80;     // as nothing beside a t beyond kFarStudent
+constexpr double kVanishing = 39.0;     // P(Z > 39) is 0
+constexpr double kSummedShift = 100.0;  // of the noncentral t, whose sums take a term for each unit of its square
+constexpr double kLeastTail = 1e-280;   // below, a sum has begun with numbers that have lost their digits
+constexpr double kUnderflow = 3.3e-308; // exp(-708)
+constexpr double kFarPoint = 1e120;     // of a t beyond, products of few degrees of freedom would leave the range
+constexpr double kFarShift = 1e80;      // as nothing beside a t beyond kFarPoint
 
 /// Whether t is as good as 0 for the noncentral t: Z + nc is not moved by t S in any digit, S reaching 40/sqrt(df) or
 /// so.
@@ -148,10 +150,9 @@ double MCDistFun::NonCentralCdfChi(double x, double df, double nc)
     if (x <= 0.0) return 0.0;
     if (std::isinf(x)) return 1.0;
     if (0.5 * nc == 0.0) return CdfChi(x, df);
-    if (df < kLeastDf) return PortableExp(-0.5 * nc); // all that is left is the mass at 0
     // Skewness and excess are below 1e-12 by then, and the sums lose their step in the rounding of its place.
     if (nc > 1e25) return prbnrm((0.25 * x - 0.25 * nc - 0.25 * df) * std::sqrt(2.0) / std::sqrt(0.25 * df + 0.5 * nc));
-    const SumResult sum = internal::PoissonGammaLower(0.5 * nc, x, 0.5 * df, kTolerance);
+    const SumResult sum = internal::PoissonGammaLower(0.5 * nc, x, std::max(0.5 * df, kLeastDf), kTolerance);
     return sum.reached ? sum.value : MCMV::Missing();
 }
 
@@ -173,8 +174,9 @@ double MCDistFun::NonCentralCdfF(double x, double df1, double df2, double nc, do
     if (std::isnan(x)) return x;
     if (x <= 0.0) return 0.0;
     if (std::isinf(x)) return 1.0;
-    return internal::Checked(
-        [&](long& fault) { return ncdbet(internal::FisherPoint(x, df1, df2), 0.5 * df1, 0.5 * df2, nc, e, fault); });
+    return internal::Checked([&](long& fault) {
+        return ncdbet(internal::FisherPoint(x, df1, df2), std::max(0.5 * df1, kLeastDf), 0.5 * df2, nc, e, fault);
+    });
 }
 
 double MCDistFun::NonCentralCdfT(double t, double df, double nc, double e)
@@ -192,13 +194,14 @@ double MCDistFun::NonCentralCdfT(double t, double df, double nc, double e)
     if (df < kFewDf && prbnrm(-shift) > 1e20 * df) return prbnrm(-nc);
     if (df >= internal::kNormalDf) return prbnrm(t - nc);
     if (shift < 1e-100) return CdfT(t, df); // no digit knows of it
-    if (w >= internal::kFarStudent && shift < kFarShift) {
-        // The square would overflow, but so far out each tail is proportional to t^-df in every digit.
+    if (w >= kFarPoint && shift < kFarShift) {
+        // So far out each tail is proportional to t^-df in every digit.
         constexpr double kFar = 1e100;
         const double tail = NonCentralCdfT(-kFar, df, t < 0.0 ? nc : -nc, e);
         if (MCMV::IsMissing(tail)) return tail;
         const double scaled = tail * PortablePower(kFar / w, df);
-        return t < 0.0 ? scaled : 1.0 - scaled;
+        if (t > 0.0) return 1.0 - scaled;
+        return scaled < kUnderflow ? 0.0 : scaled; // as nearer to the centre
     }
     if ((t > 0.0) != (nc > 0.0)) {
         const double tail = shift > kVanishing ? 0.0 : internal::NoncentralTBelow(w, df, shift);
@@ -241,7 +244,7 @@ double MCDistFun::NonCentralPdfT(double t, double df, double nc, long& err)
     if (IsAtZero(w, df, shift))
         return PdfNormalStandard(shift) *
                PortableExp(internal::LogGammaRatio(0.5 * df, 0.5) - 0.5 * PortableLog(0.5 * df));
-    if (w >= internal::kFarStudent && shift < kFarShift) {
+    if (w >= kFarPoint && shift < kFarShift) {
         constexpr double kFar = 1e100;
         const double density = NonCentralPdfT(std::copysign(kFar, t), df, nc, err);
         return MCMV::IsMissing(density) ? density : density * PortablePower(kFar / w, df) * (kFar / w);

@@ -113,7 +113,6 @@ TEST(MCDistFun, ArgumentsThatOnlySomeFunctionsHave)
     EXPECT_NEAR(MCDistFun::FindNCParamChi(30, 4, 0.5, 1e-3), MCDistFun::FindNCParamChi(30, 4, 0.5, 0), 0.05);
 }
 
-// It must come back, and a distribution function must be missing, NaN for a NaN point, or a probability.
 // With few degrees of freedom below, F grows with the logarithm of x, also where the odds of the point vanish in a double.
 TEST(MCDistFun, FGrowsOverTheWholeRangeOfDoubles)
 {
@@ -126,6 +125,48 @@ TEST(MCDistFun, FGrowsOverTheWholeRangeOfDoubles)
     EXPECT_NEAR(MCDistFun::CdfF(1e110, 1e112, 1e-128) / 2.74065591208206425e-126, 1.0, 1e-8);
 }
 
+TEST(MCDistFun, LowerTailsGrowFromTheLeastDouble)
+{
+    using D = MCDistFun;
+    const auto grows = [](const std::string& what, double from, double to, auto lower) {
+        double before = 0.0;
+        for (double x = from; x < to; x = std::max(1.37 * x, std::nextafter(x, 1.0))) {
+            const double p = lower(x);
+            ASSERT_GE(p, before * (1.0 - 1e-9)) << what << " at " << x;
+            before = p;
+        }
+    };
+    for (const double df : {1e-300, 0.02, 0.6, 1.8, 2.0, 2.002, 2.06, 2.6, 4.2, 2e6}) {
+        const std::string with = " with " + std::to_string(df);
+        grows("chi-square" + with, 5e-324, 1e-200, [=](double x) { return D::CdfChi(x, df); });
+        for (const double nc : {1e-5, 1.0, 100.0}) {
+            const auto lower = [=](double x) { return D::NonCentralCdfChi(x, df, nc); };
+            grows("noncentral chi-square" + with, 5e-324, 1e-100, lower);
+            const auto ofRatio = [=](double x) { return D::NonCentralCdfF(x, df, 6.0, nc, 0.0); };
+            grows("noncentral F" + with, 5e-324, 1e-100, ofRatio);
+            // All but the first term of the mixtures are as nothing there.
+            for (const double x : {1e-320, 2e-305, 4e-249, 1e-120}) {
+                const double chi = std::exp(-0.5 * nc) * D::CdfChi(x, df),
+                             f = std::exp(-0.5 * nc) * D::CdfF(x, df, 6.0);
+                if (chi > 1e-290) {
+                    EXPECT_NEAR(lower(x) / chi, 1.0, 1e-13) << x << with;
+                }
+                if (f > 1e-290) {
+                    EXPECT_NEAR(ofRatio(x) / f, 1.0, 1e-13) << x << with;
+                }
+            }
+        }
+    }
+    for (const double df : {1e-20, 1e-15, 2e-10, 1e-5, 0.6, 2.6})
+        grows("noncentral t", 1e-150, 0.1, [=](double x) { return D::NonCentralCdfT(-1.0 / x, df, 0.5, 0.0); });
+    // Of hardly any degrees of freedom the mass at 0 is not all that there is.
+    for (const double x : {1e-3, 1.0, 100.0}) {
+        EXPECT_EQ(D::NonCentralCdfChi(x, 1e-301, 1.0), D::NonCentralCdfChi(x, 1e-100, 1.0));
+        EXPECT_NEAR(D::NonCentralCdfF(x / 1e-290, 1e-290, 1e10, 1.0, 0.0), D::NonCentralCdfChi(x, 1e-290, 1.0), 1e-9);
+    }
+}
+
+// It must come back, and a distribution function must be missing, NaN for a NaN point, or a probability.
 TEST(MCDistFun, EveryCombinationOfAwkwardArgumentsComesBack)
 {
     constexpr double kMax = std::numeric_limits<double>::max(), kLeast = std::numeric_limits<double>::denorm_min();

@@ -77,6 +77,7 @@ GammaTails IncompleteGammaNearZero(const DoubleDouble& logX, double a)
     const double logScale = a <= 1.0 ? LogGammaOnePlus(a) : LogGamma(a) + PortableLog(a);
     const DoubleDouble exponent = a * logX - DoubleDouble{logScale};
     const double lower = Exp(exponent.head, exponent.tail);
+    if (a > 1.0 && lower < kLeastGamma) return {0.0, 1.0, 0.0, true}; // as the series has it farther out
     return {lower, -PortableExpMinusOne(exponent.head) - exponent.tail * lower, a * lower, true};
 }
 

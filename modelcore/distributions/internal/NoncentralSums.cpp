@@ -108,10 +108,15 @@ SumResult SumDownward(double mean, double shift, double largest, double toleranc
     // Where the terms are largest the step is best known: a step from farther out would lose a digit on the way.
     double step = piece(largest);
     double j = largest;
-    for (double bound = 1.0; bound > tolerance; bound *= mean / (j + shift) * std::min(1.0, fall(j))) {
-        j += 1.0;
-        weight *= mean / (j + shift);
-        step *= pieceRatio(j);
+    for (double bound = 1.0; bound > tolerance;) {
+        const double next = j + 1.0;
+        const double growth = mean / (next + shift);
+        const double nextStep = step * pieceRatio(next);
+        bound *= growth * std::min(1.0, fall(next));
+        if (bound <= tolerance && nextStep < kLeastTail) break; // the sum would come down from digits that are lost
+        j = next;
+        weight *= growth;
+        step = nextStep;
         if (j - largest > kMaxTerms) return {0.0, false};
     }
     double value = function(j, step);
