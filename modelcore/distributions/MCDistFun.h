@@ -167,21 +167,24 @@ public:
     // Noncentral distributions: relative error at most 1e-13 for chi-square and F, 2e-13 for t and 1e-12 for its
     // density. Sums over their Poisson mixtures start at the largest term and run in both directions until the rest is
     // below the tolerance, relative to the sum; when the largest term has an index above 20000, every n-th term gives
-    // the same sum. Every result lies in [0, 1] and they grow with x. What x, the degrees of freedom and the
-    // noncentrality leave open by their own rounding grows with the root of the larger of df and nc: 1e-10 at 1e12.
+    // the same sum. Every result lies in [0, 1] and they grow with x; one below 3.3e-308, exp(-708), may be 0. What x,
+    // the degrees of freedom and the noncentrality leave open by their own rounding grows with the root of the larger
+    // of df and nc: 1e-10 at 1e12.
 
     /// P(X <= x) of noncentral chi-square, df > 0, nc >= 0; 0 for x <= 0. For nc above 1e25 the normal distribution
     /// with the same mean and variance, absolute error 1e-12.
     static double NonCentralCdfChi(double x, double df, double nc);
 
     /// P(F <= x) of the noncentral F, the numerator being noncentral; df1, df2 > 0, nc >= 0; 0 for x <= 0. Missing also
-    /// for nc above 1e25, where the terms of the sum are no longer told apart, and for df2 below 2e-290 or above 2e290.
+    /// for nc above 1e25, where the terms of the sum are no longer told apart, for df2 below 2e-290 or above 2e290, and
+    /// where both df1 and df2 are below 1e-15.
     /// @param e  tolerance of the sum; not above 0 means 1e-17
     static double NonCentralCdfF(double x, double df1, double df2, double nc, double e);
 
     /// P(T <= t) of the noncentral t, df > 0, any finite nc. For t and nc of opposite signs, where the usual sums
     /// cancel, and of one sign with |nc| above 100 or a tail below 1e-280, an integral over the chi or the normal
-    /// distribution by the trapezoidal rule: small tails keep their digits, and the time does not grow with nc.
+    /// distribution by the trapezoidal rule: small tails keep their digits, and the time does not grow with nc. Missing
+    /// where that integral does not end, for fewer than 1e-60 degrees of freedom and |nc| above 100.
     /// @param e  tolerance of the sum; not above 0 means 1e-17
     static double NonCentralCdfT(double t, double df, double nc, double e);
 

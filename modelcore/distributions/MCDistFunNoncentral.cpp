@@ -17,6 +17,7 @@ namespace MCMath_930 {
 
 using internal::IsPositiveFinite;
 using internal::PortableExp;
+using internal::PortableExpMinusOne;
 using internal::PortableHypotenuse;
 using internal::PortableLog;
 using internal::PortableLogOnePlus;
@@ -33,6 +34,7 @@ constexpr double kLargest = std::numeric_limits<double>::max();
 constexpr double kVanishing = 39.0;     // P(Z > 39) is 0
 constexpr double kSummedShift = 100.0;  // of the noncentral t, whose sums take a term for each unit of its square
 constexpr double kLeastTail = 1e-280;   // below, a sum has begun with numbers that have lost their digits
+constexpr double kNearlyAll = 0.999;    // the rest of a tail above has lost digits
 constexpr double kUnderflow = 3.3e-308; // exp(-708)
 constexpr double kFarPoint = 1e120;     // of a t beyond, products of few degrees of freedom would leave the range
 constexpr double kFarShift = 1e80;      // as nothing beside a t beyond kFarPoint
@@ -198,9 +200,10 @@ double MCDistFun::NonCentralCdfT(double t, double df, double nc, double e)
         // So far out each tail is proportional to t^-df in every digit.
         constexpr double kFar = 1e100;
         const double tail = NonCentralCdfT(-kFar, df, t < 0.0 ? nc : -nc, e);
-        if (MCMV::IsMissing(tail)) return tail;
+        const double rest = t < 0.0 ? 0.0 : NonCentralCdfT(kFar, df, nc, e);
+        if (MCMV::IsMissing(tail) || MCMV::IsMissing(rest)) return MCMV::Missing();
+        if (t > 0.0) return std::min(rest - tail * PortableExpMinusOne(df * PortableLog(kFar / w)), 1.0);
         const double scaled = tail * PortablePower(kFar / w, df);
-        if (t > 0.0) return 1.0 - scaled;
         return scaled < kUnderflow ? 0.0 : scaled; // as nearer to the centre
     }
     if ((t > 0.0) != (nc > 0.0)) {
@@ -221,12 +224,15 @@ double MCDistFun::NonCentralCdfT(double t, double df, double nc, double e)
         const double tail = 0.5 * (even.value + odd.value);
         if (odd.reached && tail > kLeastTail) return std::min(t > 0.0 ? prbnrm(-shift) + tail : tail, 1.0);
     }
-    // The tail that is the smaller one, about: the median is near nc.
-    const bool lower = w < shift;
-    const internal::NoncentralPart part = lower ? internal::NoncentralPart::Lower : internal::NoncentralPart::Upper;
-    const double tail = internal::NoncentralTAbove(w, df, shift, part);
-    if (std::isnan(tail)) return MCMV::Missing();
-    return lower == (t > 0.0) ? std::min(tail, 1.0) : Rest(tail);
+    // The tail that is the smaller one, about: the median is near nc unless the degrees of freedom are few.
+    const auto tailOf = [&](bool lower) {
+        const auto part = lower ? internal::NoncentralPart::Lower : internal::NoncentralPart::Upper;
+        return internal::NoncentralTAbove(w, df, shift, part);
+    };
+    const bool lower = w<shift, wanted = t> 0.0;
+    double tail = tailOf(lower);
+    if (lower != wanted) tail = tail > kNearlyAll ? tailOf(wanted) : Rest(tail);
+    return std::isnan(tail) ? MCMV::Missing() : std::min(tail, 1.0);
 }
 
 double MCDistFun::NonCentralPdfT(double t, double df, double nc, long& err)

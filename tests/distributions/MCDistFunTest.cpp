@@ -159,6 +159,8 @@ TEST(MCDistFun, LowerTailsGrowFromTheLeastDouble)
     }
     for (const double df : {1e-20, 1e-15, 2e-10, 1e-5, 0.6, 2.6})
         grows("noncentral t", 1e-150, 0.1, [=](double x) { return D::NonCentralCdfT(-1.0 / x, df, 0.5, 0.0); });
+    grows("noncentral t beyond its shift", 1e5, 1e150, [](double t) { return D::NonCentralCdfT(t, 1e-40, 1e6, 0.0); });
+    EXPECT_GT(D::NonCentralCdfT(1e150, 1e-40, 1e6, 0.0), 1e-40);
     // Of hardly any degrees of freedom the mass at 0 is not all that there is.
     for (const double x : {1e-3, 1.0, 100.0}) {
         EXPECT_EQ(D::NonCentralCdfChi(x, 1e-301, 1.0), D::NonCentralCdfChi(x, 1e-100, 1.0));
