@@ -65,12 +65,18 @@ build() {
   fi
 }
 
+# The generation of a processor whose name does not say it, where /proc/cpuinfo does.
+generation() {
+  sed -n -E 's/^(cpu family|model)[[:space:]]*: //p' /proc/cpuinfo | head -n 2 | paste -sd' ' |
+    sed -n -E 's/^([0-9]+) ([0-9]+)$/ (family \1, model \2)/p'
+}
+
 # What figures depend on, a line each: machine FOLDER-OF-THE-BUILD.
 machine() {
   local compiler
   compiler=$(sed -n 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' "$1/CMakeCache.txt")
   echo "measured on $(date -u +%Y-%m-%d), modelcore $(sed -n -E 's/^ *VERSION ([0-9.]+)$/\1/p' CMakeLists.txt)"
-  echo "$(uname -m), $(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1), $(getconf _NPROCESSORS_ONLN) processors"
+  echo "$(uname -m), $(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1)$(generation), $(getconf _NPROCESSORS_ONLN) processors"
   echo "$("$compiler" --version | head -n 1), $(getconf GNU_LIBC_VERSION 2>/dev/null || uname -s)"
 }
 
