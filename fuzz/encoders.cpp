@@ -101,8 +101,10 @@ void Learn(Input& input, Set set)
     whole.SetMissingRule(static_cast<IMCEncoder::MissingRule>(input.Int(0, 4)), AnyValue(input));
     Encoder part(whole), other(whole);
     const int cases = input.Int(0, 24);
+    bool sumsAreFinite = true; // in any order
     for (int i = 0; i < cases; ++i) {
         const Value x = AnyValue(input), y = input.Int(0, 2);
+        if (x.GetType() == Value::TypeReal && !(std::fabs(x.GetReal()) < 1e100)) sumsAreFinite = false;
         const double weight = input.Int(0, 3);
         Encoder& half = i % 2 == 0 ? part : other;
         if (whole.NeedsTarget())
@@ -118,7 +120,7 @@ void Learn(Input& input, Set set)
     REQUIRE(whole.IsFinished() || status.IsError());
     // Sums of weights are whole numbers, so the order of the cases leaves no trace in what kind of result there is.
     part.Finish();
-    REQUIRE(part.IsFinished() == whole.IsFinished() && part.GetNColumns() == whole.GetNColumns());
+    REQUIRE(!sumsAreFinite || (part.IsFinished() == whole.IsFinished() && part.GetNColumns() == whole.GetNColumns()));
     REQUIRE(MCStateBytes::Restore(MCStateBytes::Save(whole), saved) == MCStateBytes::Ok && saved == whole);
     REQUIRE(part.FromJson(whole.ToJson()) && part == whole);
     Use(whole, input);
