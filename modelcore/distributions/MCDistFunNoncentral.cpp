@@ -6,6 +6,7 @@
 #include "modelcore/distributions/internal/BetaSums.h"
 #include "modelcore/distributions/internal/Domain.h"
 #include "modelcore/distributions/internal/GammaPieces.h"
+#include "modelcore/distributions/internal/GammaSums.h"
 #include "modelcore/distributions/internal/NoncentralSums.h"
 #include "modelcore/distributions/internal/PortableMath.h"
 
@@ -31,13 +32,12 @@ constexpr double kTolerance = 1e-17;
 constexpr double kLeastDf = 1e-290; // fewer degrees of freedom have the same distribution in every digit
 constexpr double kFewDf = 1e-20;
 constexpr double kLargest = std::numeric_limits<double>::max();
-constexpr double kVanishing = 39.0;     // P(Z > 39) is 0
-constexpr double kSummedShift = 100.0;  // of the noncentral t, whose sums take a term for each unit of its square
-constexpr double kLeastTail = 1e-280;   // below, a sum has begun with numbers that have lost their digits
-constexpr double kNearlyAll = 0.999;    // the rest of a tail above has lost digits
-constexpr double kUnderflow = 3.3e-308; // exp(-708)
-constexpr double kFarPoint = 1e120;     // of a t beyond, products of few degrees of freedom would leave the range
-constexpr double kFarShift = 1e80;      // as nothing beside a t beyond kFarPoint
+constexpr double kVanishing = 39.0;    // P(Z > 39) is 0
+constexpr double kSummedShift = 100.0; // of the noncentral t, whose sums take a term for each unit of its square
+constexpr double kLeastTail = 1e-280;  // below, a sum has begun with numbers that have lost their digits
+constexpr double kNearlyAll = 0.999;   // the rest of a tail above has lost digits
+constexpr double kFarPoint = 1e120;    // of a t beyond, products of few degrees of freedom would leave the range
+constexpr double kFarShift = 1e80;     // as nothing beside a t beyond kFarPoint
 
 /// Whether t is as good as 0 for the noncentral t: Z + nc is not moved by t S in any digit, S reaching 40/sqrt(df) or
 /// so.
@@ -204,7 +204,7 @@ double MCDistFun::NonCentralCdfT(double t, double df, double nc, double e)
         if (MCMV::IsMissing(tail) || MCMV::IsMissing(rest)) return MCMV::Missing();
         if (t > 0.0) return std::min(rest - tail * PortableExpMinusOne(df * PortableLog(kFar / w)), 1.0);
         const double scaled = tail * PortablePower(kFar / w, df);
-        return scaled < kUnderflow ? 0.0 : scaled; // as nearer to the centre
+        return scaled < internal::kLeastGamma ? 0.0 : scaled; // as nearer to the centre
     }
     if ((t > 0.0) != (nc > 0.0)) {
         const double tail = shift > kVanishing ? 0.0 : internal::NoncentralTBelow(w, df, shift);
@@ -229,7 +229,8 @@ double MCDistFun::NonCentralCdfT(double t, double df, double nc, double e)
         const auto part = lower ? internal::NoncentralPart::Lower : internal::NoncentralPart::Upper;
         return internal::NoncentralTAbove(w, df, shift, part);
     };
-    const bool lower = w<shift, wanted = t> 0.0;
+    const bool lower = w < shift;
+    const bool wanted = t > 0.0;
     double tail = tailOf(lower);
     if (lower != wanted) tail = tail > kNearlyAll ? tailOf(wanted) : Rest(tail);
     return std::isnan(tail) ? MCMV::Missing() : std::min(tail, 1.0);
